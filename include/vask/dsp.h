@@ -1,0 +1,308 @@
+/*
+ * Fixed-point signal processing: saturating operators, the real FFT with its twiddle tables, logarithms,
+ * exponentials and roots, analysis windows, and the small filters of the frame path.
+ */
+#ifndef VASK_DSP_H_
+#define VASK_DSP_H_
+
+#include <stdint.h>
+
+#include <vask/export.h>
+
+VASK_BEGIN_DECLS
+
+/*
+ * Twiddle factors for a transform of 2^m points, cut into stages: four arrays of m - 1 slots. Slot s serves
+ * the stage of 2^(s+2) points and holds 2^(s-1) - 1 values in Q30; slot 0 is null, slot 1 empty.
+ */
+typedef struct fft_tables {
+  int32_t **cc1; /* cos(2 pi j / len), j = 1 ... len/8 - 1 in entry j - 1, len = points of the stage */
+  int32_t **ss1; /* sin(2 pi j / len) */
+  int32_t **cc3; /* cos(3 * 2 pi j / len) */
+  int32_t **ss3; /* sin(3 * 2 pi j / len) */
+} fft_tables;
+
+/* DC-offset filter. The values keep the scale of the input; zero at the start. */
+typedef struct dc_filt {
+  int32_t prev_in;  /* the previous input */
+  int32_t prev_out; /* the previous output */
+} dc_filt;
+
+/* Pre-emphasis filter. */
+typedef struct pre_emph_filt {
+  int32_t coef; /* Q30: 1041529569, 0.97 */
+  int32_t prev; /* the previous sample, * 65536 */
+} pre_emph_filt;
+
+/* ---------------------------------------------------------------------------------------------------------
+ * Operators. Those with names of the basic operators give the same bits, without the overflow flag; a 16-bit
+ * value is carried, sign-extended, in an int32_t.
+ * Source: ITU-T G.191, Software Tool Library, basic operators.
+ * ------------------------------------------------------------------------------------------------------ */
+
+/**
+ * Count the left shifts that normalise x: into 0x40000000 ... 0x7fffffff, or 0x80000000 ... 0xbfffffff.
+ *
+ * x  32 bits
+ *
+ * 0 to 31; 0 for 0, 31 for -1.
+ */
+VASK_API int32_t norm_l(int32_t x);
+
+/**
+ * Shift with saturation: L_shl to the left, L_shr arithmetically to the right.
+ *
+ * x  32 bits
+ * s  bits; a negative count shifts the other way, by 32 at most
+ *
+ * x * 2^s or floor(x / 2^s), kept to -2147483648 ... 2147483647. L_shr by 31 and more: 0, or -1 below 0.
+ */
+VASK_API int32_t L_shl(int32_t x, int32_t s);
+VASK_API int32_t L_shr(int32_t x, int32_t s);
+
+/**
+ * The upper (extract_h) or lower (extract_l) 16 bits of x, sign-extended.
+ *
+ * x  32 bits
+ */
+VASK_API int32_t extract_h(int32_t x);
+VASK_API int32_t extract_l(int32_t x);
+
+/**
+ * acc - 2ab, saturated.
+ *
+ * acc   32 bits
+ * a, b  16-bit values; the doubled product of -32768 by itself saturates to 2147483647 first
+ */
+VASK_API int32_t L_msu(int32_t acc, int32_t a, int32_t b);
+
+/**
+ * Split x into two 16-bit parts: x = hi * 65536 + 2 * lo, but for the lowest bit.
+ *
+ * x   32 bits
+ * hi  out: the upper 16 bits, sign-extended
+ * lo  out: 0 to 32767
+ */
+VASK_API void L_Extract(int32_t x, int32_t *hi, int32_t *lo);
+
+/**
+ * 1 / sqrt(x), linear between 49 table points.
+ *
+ * x  integer
+ *
+ * Q30: 1073709056 for 1, 32767 for 2^30. x of 0 or less gives 1073741823.
+ */
+VASK_API int32_t Inv_sqrt(int32_t x);
+
+/**
+ * Magnitude of x; 2147483647 for -2147483648.
+ *
+ * x  32 bits
+ */
+VASK_API int32_t epd_abs_s(int32_t x);
+
+/* ---------------------------------------------------------------------------------------------------------
+ * Windows
+ * ------------------------------------------------------------------------------------------------------ */
+
+/**
+ * The first n values of the 400-point analysis window of the noise reduction.
+ *
+ * dst  out: n values, Q30: 0.5 - 0.5 cos(2 pi (i + 0.5) / 400)
+ * n    up to 400
+ */
+VASK_API void init_hanning_wind(int32_t *dst, int32_t n);
+
+/**
+ * The first n values of the 320-point analysis window of the endpoint detector.
+ *
+ * dst  out: n values, Q30: 0.54 - 0.46 cos(2 pi i / 319), single precision, hence not quite symmetric
+ * n    up to 320
+ */
+VASK_API void init_hamm_window(int32_t *dst, int32_t n);
+
+/**
+ * A Hanning window of any length; the noise reduction windows its impulse response with 24 points of it.
+ *
+ * dst  out: n values, Q30: 0.5 - 0.5 cos(2 pi (i + 0.5) / n), from single precision
+ * n    points of the window
+ */
+VASK_API void init_filter_wind(int32_t *dst, int32_t n);
+
+/* ---------------------------------------------------------------------------------------------------------
+ * Real FFT
+ * ------------------------------------------------------------------------------------------------------ */
+
+/*
+ * Twiddle factors of all stages of up to 512 points: 1, 3, 7, 15, 31 and 63 values for the stages of 16, 32,
+ * 64, 128, 256 and 512 points, 120 in all; Q30, from single precision. *_N is the number of values. Written
+ * by nobody; the engine cuts them into fft_tables when it starts.
+ */
+extern VASK_API const int32_t cc1_N, ss1_N, cc3_N, ss3_N;
+extern VASK_API int32_t cc1_data[120], ss1_data[120], cc3_data[120], ss3_data[120];
+
+/**
+ * Transform n real values in place, by integer arithmetic alone.
+ *
+ * x                   in: n values, int64, scale of the caller's choice
+ *                     out: Re X(0) ... Re X(n/2), then Im X(n/2 - 1) ... Im X(1)
+ * n                   points: 2^m
+ * m                   1 to 9
+ * cc1, ss1, cc3, ss3  the slots of fft_tables for 2^m points or more, Q30
+ *
+ * With an m out of range, an n other than 2^m or a slot that is missing, x stays as it was.
+ * Scale:  X(k) = sum of x(t) e^(-2 pi i k t / n), not divided by n. Sums of two intermediate values that are
+ *         divided by sqrt(2) must stay below 2^33 in magnitude; 16-bit samples times 2^10 under a window do.
+ *         Beyond that the result wraps.
+ * Source: H. Sorensen, D. Jones, M. Heideman, C. Burrus, Real-valued fast Fourier transform algorithms (split
+ *         radix), IEEE Trans. ASSP 35(6), 1987.
+ */
+VASK_API void rfft(int64_t *x, int32_t n, int32_t m, int32_t **cc1, int32_t **ss1, int32_t **cc3,
+                   int32_t **ss3);
+
+/* ---------------------------------------------------------------------------------------------------------
+ * Logarithms, exponentials, roots
+ * ------------------------------------------------------------------------------------------------------ */
+
+/**
+ * Logarithm of an integer: to the base 2, e or 10; linear between 1025 table points.
+ *
+ * x  integer, 1 and more
+ *
+ * Q16. Below 1: -1 from LOG2, 0 from the others.
+ */
+VASK_API int32_t LOG2(int32_t x);
+VASK_API int32_t natural_log(int32_t x);
+VASK_API int32_t log_10(int32_t x);
+
+/**
+ * Logarithm of a fraction, to the base 2 or e; linear between 1024 table points.
+ *
+ * x  Q30, 0 to 1.0
+ *
+ * Q26. Below 1/1024: -20.0, or -20 ln 2. From 1.0 on: 0. Negative: -1, or 0 for the natural logarithm.
+ */
+VASK_API int32_t LOG2_Q30(int32_t x);
+VASK_API int32_t natural_log_Q30(int32_t x);
+
+/**
+ * Logarithm to the base 2 of an integer, with the coarse table of the basic operators (33 points).
+ *
+ * x  integer, 1 and more
+ *
+ * Q15; 0 below 1.
+ * Source: ITU-T G.191; exponent and fraction are packed into one value here.
+ */
+VASK_API int32_t Log2(int32_t x);
+
+/**
+ * Natural logarithm of x / 1024.
+ *
+ * x  integer, in 1/1024
+ *
+ * Q15; below 1 it is ln(1/1024), -227130.
+ */
+VASK_API int32_t natural_log_mfcc(int32_t x);
+
+/**
+ * e^x by a Taylor series of the fifth order.
+ *
+ * x  Q16, 0 to ln 2 (45426); the series diverges from e^x outside
+ *
+ * Q16.
+ */
+VASK_API int32_t Exponential_T(int32_t x);
+
+/**
+ * e^x in Q16 (Exp) or Q6 (Exp_Q6).
+ *
+ * x  Q16; below 0 the result is shifted right, to 0 in the end
+ *
+ * Kept to the low 32 bits: nothing saturates. Exp fits up to about 10.3, Exp_Q6 up to about 17.3; 32 or 64
+ * doublings and more give 0.
+ */
+VASK_API int32_t Exp(int32_t x);
+VASK_API int32_t Exp_Q6(int32_t x);
+
+/**
+ * x^y.
+ *
+ * x  integer; below 1 counts as 1
+ * y  Q30
+ *
+ * Q6; 2147483647 where 32 bits overflow into the sign.
+ */
+VASK_API int32_t Pow(int32_t x, int32_t y);
+
+/**
+ * Square root of a 32-bit integer, linear between 1025 table points.
+ *
+ * x  integer, 0 to 2^30 - 1
+ *
+ * Q16. From 2^30 on 2147483647; below 0 -1.
+ */
+VASK_API int32_t sqrt_function(int32_t x);
+
+/**
+ * Square root of a 64-bit integer, as an integer (sqrt_f) or in Q8 (sqrt_fQ8); linear between table points.
+ *
+ * x  integer; a negative one is taken as an overflowed sum, 2^63 - 1
+ *
+ * From 2^52 on the interpolation may wrap, and the root is off by up to a table step.
+ */
+VASK_API int64_t sqrt_f(int64_t x);
+VASK_API int64_t sqrt_fQ8(int64_t x);
+
+/* ---------------------------------------------------------------------------------------------------------
+ * Filters
+ * ------------------------------------------------------------------------------------------------------ */
+
+/**
+ * Set a DC-offset filter to its zero state.
+ *
+ * f  out: both values 0
+ */
+VASK_API void init_dc_filt(dc_filt *f);
+
+/**
+ * Take the DC offset off n values, in place: y[i] = x[i] - x[i-1] + (1 - 2^-10) y[i-1].
+ *
+ * x  in: n values, int32 (the engine: samples << 15); out: the filtered values, same scale
+ * f  in, out: the state
+ * n  values
+ *
+ * The sum is kept to 32 bits and does not saturate.
+ */
+VASK_API void DCOffsetFil(int32_t *x, dc_filt *f, int32_t n);
+
+/**
+ * Set a pre-emphasis filter to its zero state.
+ *
+ * f  out: coef 0.97 in Q30, prev 0
+ */
+VASK_API void InitPreEmphFilt(pre_emph_filt *f);
+
+/**
+ * Raise the high frequencies: out[i] = 65536 (s[i] - 0.97 s[i-1]).
+ *
+ * f    in, out: coefficient and state
+ * in   n samples, 16 bits
+ * out  out: n values, sample * 65536; kept to the low 32 bits
+ * n    samples
+ */
+VASK_API void PreEmphasis(pre_emph_filt *f, const int16_t *in, int32_t *out, int32_t n);
+
+/**
+ * The majority of n decisions, which is their median.
+ *
+ * d        n decisions, 0 or 1, any order
+ * n        decisions
+ * ignored  any value
+ *
+ * 1 if the sum of d, kept to 16 bits, exceeds n / 2; else 0. A negative n gives 1, the empty sum being more.
+ */
+VASK_API int32_t median_filt(const int16_t *d, int32_t n, void *ignored);
+
+VASK_END_DECLS
+
+#endif /* VASK_DSP_H_ */

@@ -1,0 +1,190 @@
+/*
+ * Environment change detection: after an utterance, did the level rise where speech began, and did the speech
+ * stand out from the background? Two histories are kept for the answer while frames are processed.
+ */
+#ifndef VASK_ECD_H_
+#define VASK_ECD_H_
+
+#include <stdint.h>
+
+#include <vask/export.h>
+
+VASK_BEGIN_DECLS
+
+/* A vector: a handle to element 0; the float before it is the number of elements. */
+typedef float *fvector;
+
+/* A matrix: a handle to row 0, the rows being vectors; before row 0 stands the vector {0, rows, columns}. */
+typedef float **fmatrix;
+
+/* The scoring window: 20 frames in two halves, and the five that come next. Natural logarithms. */
+typedef struct EnvChangeDetect {
+  int16_t dim;   /* 23: mel energies of a frame that are scored */
+  fmatrix block; /* 5 x dim: the next five frames */
+  fmatrix left;  /* 10 x dim: the older half */
+  fmatrix right; /* 10 x dim: the newer half */
+} EnvChangeDetect;
+
+/*
+ * Nonzero while histories are kept: 1 at load, then the result of __Vask_epd_ecd_Init. The counters below may
+ * be written between calls; a value out of range is treated as the nearest that is valid.
+ */
+extern VASK_API int32_t __Vask_epd_detect_env_change;
+
+/*
+ * 2050 x 24, a row for each frame that the MFCC extractor saw: columns 0 ... 22 the natural logarithms of mel
+ * energies 1 ... 23 (of energy / 256), column 23 that of the sum of (energy / 1024)^2 over the bands.
+ */
+extern VASK_API fmatrix ecdLFBE;
+extern VASK_API int32_t ecdFrames; /* rows filled, up to 2048 */
+
+/* 2050 natural logarithms, one for each frame of the engine, of its square energy; minus infinity for 0. */
+extern VASK_API float *ecdorgLFBE;
+extern VASK_API int32_t ecdorgFrames; /* entries filled, up to 2048 */
+
+/* The square energies themselves, by ecdorgFrames; for the application, the library never reads them. */
+extern VASK_API int32_t frame_energy[2049];
+
+/* The lowest and highest input sample, unclipped, since they were last reset or read out; 0 to begin with. */
+extern VASK_API int16_t sample_min, sample_max;
+
+/* ---------------------------------------------------------------------------------------------------------
+ * Vectors and matrices. Where memory runs out, "Not enough memory" and the size go to standard output, and
+ * the process ends with status 0.
+ * ------------------------------------------------------------------------------------------------------ */
+
+/**
+ * Obtain storage from the C heap; free() gives it back.
+ *
+ * bytes  size
+ *
+ * Never null.
+ */
+VASK_API void *ecd_alloc(int32_t bytes);
+
+/**
+ * Make a vector.
+ *
+ * n  elements; they are not set
+ */
+VASK_API fvector create_fvector(int32_t n);
+
+/**
+ * Make a matrix.
+ *
+ * r  rows
+ * c  columns; the elements are not set
+ */
+VASK_API fmatrix create_fmatrix(int32_t r, int32_t c);
+
+/**
+ * Set every element to 0.
+ *
+ * m  in, out: a matrix of create_fmatrix
+ */
+VASK_API void zero_fmatrix(fmatrix m);
+
+/**
+ * Copy elements.
+ *
+ * src  n elements
+ * dst  out: n elements
+ * n    elements; the vectors' own lengths are not looked at
+ */
+VASK_API void copy_fvector(fvector src, fvector dst, int32_t n);
+
+/**
+ * The number of rows or columns; 0 for null.
+ *
+ * m  a matrix of create_fmatrix
+ */
+VASK_API int32_t fmatrix_rows(fmatrix m);
+VASK_API int32_t fmatrix_cols(fmatrix m);
+
+/**
+ * Release a vector or matrix; null does nothing.
+ *
+ * v, m  the handle, which is void afterwards
+ */
+VASK_API void free_fvector(fvector v);
+VASK_API void free_fmatrix(fmatrix m);
+
+/**
+ * Release the matrices of a scoring window, as far as they exist, and null them.
+ *
+ * d  in, out: the record
+ */
+VASK_API void free_env_change_detect(EnvChangeDetect *d);
+
+/* ---------------------------------------------------------------------------------------------------------
+ * The detector. The engine sets it up when it starts and takes it down when it stops.
+ * ------------------------------------------------------------------------------------------------------ */
+
+/**
+ * Make the scoring window and the histories. The counters stay.
+ *
+ * 1, or 0 when there is no memory for the histories: all is released again. Without memory for the window the
+ * process ends, as above.
+ */
+VASK_API int32_t __Vask_epd_ecd_Init(void);
+
+/**
+ * Set what the report asks for.
+ *
+ * level  speech over final background: natural-log units of energy, 9 at most; negative: 0, and rise is left
+ * rise   level between the changes over level before the first: natural-log units, kept to 0 ... 10
+ *
+ * 1, or 0 for a negative level. 0.5 and 1.0 at load; a unit is 4.34 dB.
+ */
+VASK_API int32_t __Vask_epd_set_seneitivity(int32_t level, float rise);
+
+/**
+ * Look for changes in the histories and judge the recording; then empty the histories.
+ *
+ * -1  detection is off, or there are fewer than two changes; the SNR keeps its value
+ *  0  the speech stands out, and the level rose where it began
+ *  1  the speech stands out, but the level rose too little
+ *  2  the speech does not stand out from the final background
+ *
+ * Without rows in ecdLFBE, which only the MFCC extractor writes, there are no changes.
+ * Source: S. Chen, P. Gopalakrishnan, Speaker, environment and channel change detection and clustering via
+ *         the Bayesian information criterion, DARPA Broadcast News Workshop, 1998.
+ */
+VASK_API int32_t Vask_epd_ecd(void);
+
+/**
+ * The same, whether detection is on or off, and the histories are not emptied: only the energies move to the
+ * front, so that entry i of ecdorgLFBE belongs to row i of ecdLFBE.
+ */
+VASK_API int32_t __Vask_epd_ecd_change(void);
+
+/**
+ * Read out the sample extremes, which become 0, and the SNR of the last judged recording.
+ *
+ * min  out: the lowest sample
+ * max  out: the highest sample
+ *
+ * dB; 0.0 before the first, not a number when no frame between the changes stood above the background.
+ */
+VASK_API float Vask_epd_ecd_snr(int16_t *min, int16_t *max);
+
+/** The SNR alone, in dB, as Vask_epd_ecd_snr. */
+VASK_API float __Vask_epd_ecd_get_SNR(void);
+
+/**
+ * Empty the histories and set the sample extremes to 0, without judging.
+ *
+ * 0.
+ */
+VASK_API int32_t Vask_epd_ecd_reset(void);
+
+/**
+ * Release the scoring window and the histories; a second call does nothing.
+ *
+ * 1.
+ */
+VASK_API int32_t __Vask_epd_ecd_Stop(void);
+
+VASK_END_DECLS
+
+#endif /* VASK_ECD_H_ */

@@ -1,0 +1,30 @@
+/*
+ * Version, visibility and linkage of the C interface. Every other header includes this one.
+ */
+#ifndef VASK_EXPORT_H_
+#define VASK_EXPORT_H_
+
+#include <stdint.h>
+
+/* Version of this interface: MAJOR moves when a record or a result changes, MINOR when something is added. */
+#define VASK_VERSION_MAJOR 0
+#define VASK_VERSION_MINOR 1
+#define VASK_VERSION_PATCH 0
+
+/* Marks what the shared library shows; everything else in it is built hidden. */
+#if defined(__GNUC__)
+#define VASK_API __attribute__((visibility("default")))
+#else
+#define VASK_API
+#endif
+
+/* Enclose declarations with C linkage. */
+#ifdef __cplusplus
+#define VASK_BEGIN_DECLS extern "C" {
+#define VASK_END_DECLS }
+#else
+#define VASK_BEGIN_DECLS
+#define VASK_END_DECLS
+#endif
+
+#endif /* VASK_EXPORT_H_ */
