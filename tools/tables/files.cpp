@@ -1,0 +1,97 @@
+#include "files.h"
+
+#include <string_view>
+
+namespace vask::tables {
+namespace {
+
+// A header declares std::array constants. A list (.inc) holds bare values.
+bool IsHeader(const File& file) { return file.name.ends_with(".h"); }
+
+// A table of several rows in a header is an array of arrays and has braces about each row.
+bool HasNestedRows(const Table& table, const Rows& rows) {
+  return !table.declaration.empty() && rows.size() > 1;
+}
+
+void AppendRow(std::string& text, const Row& row, int32_t per_line) {
+  for (size_t i = 0; i < row.size(); ++i) {
+    const bool starts_line = i % static_cast<size_t>(per_line) == 0;
+    if (starts_line && i > 0) text += '\n';
+    text += starts_line ? "    " : " ";
+    text += std::to_string(row[i]) + ',';
+  }
+  text += '\n';
+}
+
+void AppendTable(std::string& text, const Table& table) {
+  const Rows rows = table.rows();
+  const bool nested = HasNestedRows(table, rows);
+  text += "// " + table.rule + '\n';
+  if (!table.declaration.empty()) text += table.declaration + (nested ? " = {{\n" : " = {\n");
+  for (const Row& row : rows) {
+    if (nested) text += "  {\n";
+    AppendRow(text, row, table.per_line);
+    if (nested) text += "  },\n";
+  }
+  if (!table.declaration.empty()) text += nested ? "}};\n" : "};\n";
+}
+
+}  // namespace
+
+std::vector<File> Files() {
+  const auto cosines = [](int32_t multiple) { return [multiple] { return TwiddleCosines(multiple); }; };
+  const auto sines = [](int32_t multiple) { return [multiple] { return TwiddleSines(multiple); }; };
+  return {
+      {"cc1.inc",
+       {{"cos(2 pi j / points), j = 1 ... points/8 - 1, points = 16 ... 512; Q30", "", 8, cosines(1)}}},
+      {"ss1.inc",
+       {{"sin(2 pi j / points), j = 1 ... points/8 - 1, points = 16 ... 512; Q30", "", 8, sines(1)}}},
+      {"cc3.inc",
+       {{"cos(6 pi j / points), j = 1 ... points/8 - 1, points = 16 ... 512; Q30", "", 8, cosines(3)}}},
+      {"ss3.inc",
+       {{"sin(6 pi j / points), j = 1 ... points/8 - 1, points = 16 ... 512; Q30", "", 8, sines(3)}}},
+      {"mel_filt.inc",
+       {{"For each of the 35 mel bands: first bin, count of bins, weights in Q30 with the sum 1", "", 8,
+         MelFilters}}},
+      {"windows.h",
+       {{"0.5 - 0.5 cos(2 pi (i + 0.5) / 400)", "inline constexpr std::array<int32_t, 400> kHanningQ30", 8,
+         HanningWindow},
+        {"0.54 - 0.46 cos(2 pi i / 319), through single precision: not quite symmetric",
+         "inline constexpr std::array<int32_t, 320> kHammingQ30", 8, HammingWindow},
+        {"0.5 - 0.5 cos(2 pi (i + 0.5) / 24), through single precision",
+         "inline constexpr std::array<int32_t, 24> kFilterWindowQ30", 8, FilterWindow}}},
+      {"ear.h",
+       {{"Square root of the amplitude response of outer and middle ear (ITU-R BS.1387) at k * 62.5 Hz",
+         "inline constexpr std::array<int32_t, 129> kEarWeightQ30", 8, EarWeights}}},
+      {"mel_idct.h",
+       {{"Row n = tap, column k = band: cos(2 pi n f(k)) (f(k+1) - f(k-1)), f = centroid / sampling rate",
+         "inline constexpr std::array<std::array<int32_t, 35>, 35> kMelIdctBasisQ30", 8, MelIdctBasis}}},
+      {"logarithm.h",
+       {{"log2(1 + k/1024), rounded", "inline constexpr std::array<int32_t, 1025> kLog2Q30", 8, Logarithms},
+        {"log2(k/1024), cut toward zero; entry 0 is never read",
+         "inline constexpr std::array<int32_t, 1025> kFractionLog2Q26", 8, FractionLogarithms},
+        {"log2(1 + i/32), with 1.0 as 32767", "inline constexpr std::array<int16_t, 33> kShortLog2Q15", 10,
+         ShortLogarithms}}},
+      {"square_root.h",
+       {{"sqrt(k/1024), rounded", "inline constexpr std::array<int32_t, 1025> kSquareRootQ30", 8,
+         SquareRoots},
+        {"1/sqrt(1 + i/16), with 1.0 as 32767", "inline constexpr std::array<int16_t, 49> kInverseRootQ15",
+         10, InverseRoots}}},
+  };
+}
+
+std::string Render(const File& file) {
+  std::string text =
+      "// Made by `vask-tables write` (tools/tables), which has each recipe in full; do not edit.\n";
+  if (IsHeader(file)) text += "#pragma once\n\n#include <array>\n#include <cstdint>\n\nnamespace vask {\n\n";
+  text += "// clang-format off\n\n";
+  for (const Table& table : file.tables) {
+    AppendTable(text, table);
+    text += '\n';
+  }
+  text += "// clang-format on\n";
+  if (IsHeader(file)) text += "\n}  // namespace vask\n";
+  return text;
+}
+
+}  // namespace vask::tables

@@ -1,0 +1,44 @@
+// The numbers behind every built-in table. What ships is their result, as constants: a last bit that differs
+// between two mathematics libraries then never reaches an output.
+//
+// A table is a list of rows; each row starts a new line in the file. Where a step is single precision the
+// value is really rounded to float there, so this program is built without contraction of floating-point
+// expressions (-ffp-contract=off).
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace vask::tables {
+
+using Row = std::vector<int32_t>;
+using Rows = std::vector<Row>;
+
+// Twiddle factors of the FFT: one row a stage, of 16 to 512 points; Q30. `multiple` is 1 or 3.
+Rows TwiddleCosines(int32_t multiple);
+Rows TwiddleSines(int32_t multiple);
+
+// Windows, Q30.
+Rows HanningWindow();
+Rows HammingWindow();
+Rows FilterWindow();
+
+// Weights of the outer and middle ear, one a smoothed bin of 62.5 Hz; Q30.
+Rows EarWeights();
+
+// The mel filter bank, one row a band: first bin, count of bins, that many weights in Q30.
+Rows MelFilters();
+
+// The basis of the mel inverse cosine transform: one row a tap, one column a band; Q30.
+Rows MelIdctBasis();
+
+// Interpolation tables at k/1024, k = 0 ... 1024.
+Rows Logarithms();          // log2(1 + k/1024), Q30
+Rows FractionLogarithms();  // log2(k/1024), Q26
+Rows SquareRoots();         // sqrt(k/1024), Q30
+
+// The 16-bit tables of the basic operators, Q15.
+Rows InverseRoots();     // 1/sqrt(1 + i/16), i = 0 ... 48
+Rows ShortLogarithms();  // log2(1 + i/32), i = 0 ... 32
+
+}  // namespace vask::tables
