@@ -1,0 +1,22 @@
+// The Wiener gain of each bin of the smoothed spectrum.
+#pragma once
+
+#include <vask/noise.h>
+
+#include <cstdint>
+#include <span>
+
+namespace vask {
+
+// The spectra that one frame's gain design works on, bins values each.
+struct GainSpectra {
+  std::span<int64_t> current;   // in: power of this frame; out: its amplitude
+  std::span<int64_t> mean;      // in: power, mean of two frames; out: its amplitude
+  std::span<int64_t> noise;     // noise amplitude, learned while vad says noise
+  std::span<int64_t> cleaned;   // cleaned amplitude of the frame before; out: of this frame
+  std::span<int32_t> gain_q30;  // out
+};
+
+void DesignGain(const GainSpectra& spectra, const wiener_vad& vad);
+
+}  // namespace vask

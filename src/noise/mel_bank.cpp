@@ -1,0 +1,121 @@
+// The mel filter bank: triangles over the smoothed spectrum (bins of 62.5 Hz), weights in Q30.
+#include "noise/mel_bank.h"
+
+#include "dsp/memory.h"
+#include "dsp/message.h"
+#include "kb/coefficient_file.h"
+#include "kb/paths.h"
+
+namespace vask {
+namespace {
+
+// Where the numbers of the chain come from, one after the other.
+class TableCursor {
+ public:
+  explicit TableCursor(std::span<const int32_t> table) : rest_(table) {}
+  bool Read(int32_t& value) {
+    if (rest_.empty()) return false;
+    value = rest_.front();
+    rest_ = rest_.subspan(1);
+    return true;
+  }
+
+ private:
+  std::span<const int32_t> rest_;
+};
+
+enum class Fill { kDone, kMalformed, kNoMemory };
+
+template <typename Source>
+Fill FillBand(mel_band& band, Source& source) {
+  band = {};
+  int32_t start = 0, count = 0;
+  if (!source.Read(start) || !source.Read(count)) return Fill::kMalformed;
+  if (start < 0 || count < 0 || start > kMaxMelBins || count > kMaxMelBins - start) return Fill::kMalformed;
+  band.weights = NewZeroed<int32_t>(count);
+  if (band.weights == nullptr) return Fill::kNoMemory;
+  band.start = start;
+  band.count = count;
+  for (int32_t i = 0; i < count; ++i) {
+    if (!source.Read(band.weights[i])) return Fill::kMalformed;
+  }
+  return Fill::kDone;
+}
+
+struct Built {
+  Fill fill;
+  int32_t bands;  // bands begun; on failure the last of them is the one that failed
+};
+
+// Numbers, storage and links of one band after the other; what was made is released on failure.
+template <typename Source>
+Built BuildChain(mel_band& first, int32_t bands, Source& source) {
+  Fill fill = FillBand(first, source);
+  int32_t begun = 1;
+  for (mel_band* last = &first; fill == Fill::kDone && begun < bands; last = last->next) {
+    ++begun;
+    last->next = NewZeroed<mel_band>(1);
+    if (last->next == nullptr) {
+      fill = Fill::kNoMemory;
+      break;
+    }
+    fill = FillBand(*last->next, source);
+  }
+  if (fill != Fill::kDone) ReleaseMelBank(first, bands);
+  return {fill, begun};
+}
+
+}  // namespace
+
+bool BuildMelBank(mel_band& first, int32_t bands, std::span<const int32_t> table) {
+  if (bands < 2) return false;
+  TableCursor cursor(table);
+  return BuildChain(first, bands, cursor).fill == Fill::kDone;
+}
+
+bool ReadMelBank(mel_band& first, int32_t bands, const char* base_dir) {
+  char path[256];
+  first = {};
+  if (!JoinPath(path, base_dir, "mel_filt.txt")) return false;
+  CoefficientFile file(path);
+  if (!file.IsOpen()) {
+    Say(stdout, "\nERROR: can't open [ %s ]\n", path);
+    return false;
+  }
+  const Built built = bands < 2 ? Built{Fill::kMalformed, 0} : BuildChain(first, bands, file);
+  if (built.fill == Fill::kMalformed) Say(stdout, "\nERROR: short or malformed table [ %s ]\n", path);
+  if (built.fill == Fill::kNoMemory) {
+    Say(stdout, "%sERROR:   Memory allocation error occured!\r\n", built.bands <= 2 ? "\n" : "");
+  }
+  return built.fill == Fill::kDone;
+}
+
+void ReleaseMelBank(mel_band& first, int32_t bands) {
+  mel_band* band = first.next;
+  Release(first.weights);
+  first.next = nullptr;
+  for (int32_t b = 1; b < bands && band != nullptr; ++b) {
+    mel_band* next = band->next;
+    Release(band->weights);
+    Release(band);
+    band = next;
+  }
+}
+
+}  // namespace vask
+
+extern "C" {
+
+void CloseMelFB(mel_band* first, int32_t n) {
+  if (first != nullptr) vask::ReleaseMelBank(*first, n);
+}
+
+void DoMelFB(int32_t* x, mel_band* first, int64_t* scratch, int32_t /*nbins*/) {
+  if (x != nullptr && first != nullptr && scratch != nullptr) vask::SumBands(x, *first, scratch);
+}
+
+void DoMelFB_int64(int64_t* x, mel_band* first, int64_t* scratch, int32_t /*nbins*/) {
+  if (x != nullptr && first != nullptr && scratch != nullptr) vask::SumBands(x, *first, scratch);
+}
+
+}  // extern "C"

@@ -1,0 +1,41 @@
+// The 35-band mel filter bank as a chain of bands.
+#pragma once
+
+#include <vask/noise.h>
+
+#include <cstdint>
+#include <span>
+
+#include "dsp/arith.h"
+
+namespace vask {
+
+inline constexpr int32_t kMelBands = 35;
+inline constexpr int32_t kMaxMelBins = 129;  // no band reaches beyond the smoothed spectrum
+
+// Make a chain of `bands` bands (2 or more) from a flat table: per band first bin, bin count, weights (Q30).
+// On failure (no storage, table too short or with bins out of range) the chain is released and false
+// returned.
+bool BuildMelBank(mel_band& first, int32_t bands, std::span<const int32_t> table);
+
+// The same from "mel_filt.txt" in a knowledge-base directory. A failure is reported on the standard output
+// stream.
+bool ReadMelBank(mel_band& first, int32_t bands, const char* base_dir);
+
+void ReleaseMelBank(mel_band& first, int32_t bands);
+
+// Replace the first values of x, one a band, by the weighted sums over the bands' bins; `sums` is scratch
+// with one element a band. Gains (int32) keep the low 32 bits of each sum, amplitudes (int64) all of it.
+template <typename T>
+void SumBands(T* x, const mel_band& first, int64_t* sums) {
+  size_t bands = 0;
+  for (const mel_band* band = &first; band != nullptr; band = band->next, ++bands) {
+    sums[bands] = 0;
+    for (int32_t i = 0; i < band->count; ++i) {
+      sums[bands] = WrapAdd(sums[bands], MulShift<30>(x[band->start + i], band->weights[i]));
+    }
+  }
+  for (size_t b = 0; b < bands; ++b) x[b] = static_cast<T>(sums[b]);
+}
+
+}  // namespace vask

@@ -1,0 +1,42 @@
+#include "noise/mel_idct.h"
+
+#include <vask/noise.h>
+
+#include <algorithm>
+
+#include "dsp/arith.h"
+#include "dsp/tables/mel_idct.h"
+
+namespace vask {
+
+void CopyMelIdctBasis(std::span<int32_t* const> rows) {
+  for (size_t tap = 0; tap < rows.size(); ++tap) {
+    std::copy_n(kMelIdctBasisQ30[tap].begin(), rows.size(), rows[tap]);
+  }
+}
+
+void MelIdct(std::span<int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps) {
+  for (int32_t tap = 0; tap < taps; ++tap) {
+    scratch[tap] = 0;
+    // At most 35 terms below 2^32 each: no overflow in 64 bits.
+    for (size_t band = 0; band < gains.size(); ++band)
+      scratch[tap] += MulShift<30>(rows[tap][band], gains[band]);
+  }
+  for (int32_t tap = 0; tap < taps; ++tap) gains.data()[tap] = Low32(scratch[tap]);
+}
+
+}  // namespace vask
+
+extern "C" {
+
+void InitMelIDCTbasis(int32_t** rows, int32_t n) {
+  const auto size = static_cast<int32_t>(vask::kMelIdctBasisQ30.size());
+  if (rows != nullptr && n > 0) vask::CopyMelIdctBasis({rows, static_cast<size_t>(std::min(n, size))});
+}
+
+void DoMelIDCT(int32_t* g, int64_t* scratch, int32_t** rows, int32_t nbands, int32_t ntaps) {
+  if (g == nullptr || scratch == nullptr || rows == nullptr) return;
+  vask::MelIdct({g, static_cast<size_t>(std::max(nbands, 0))}, scratch, rows, ntaps);
+}
+
+}  // extern "C"

@@ -1,0 +1,16 @@
+// The mel-warped inverse cosine transform: band gains to taps of a zero-phase filter.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace vask {
+
+// The first rows.size() rows and columns (35 at most) of the built-in basis, Q30: row = tap, column = band.
+void CopyMelIdctBasis(std::span<int32_t* const> rows);
+
+// The first `taps` values of `gains`: from gains.size() band gains to taps, Q30, in place. `scratch`: one
+// element a tap.
+void MelIdct(std::span<int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps);
+
+}  // namespace vask
