@@ -1,0 +1,162 @@
+// spectrum -> log energy -> history -> voicing -> voice activity -> start and end -> queues -> verdict.
+// In: 320 noise-reduced samples (int16) and the same pre-emphasised (int32, samples << 16). Out: frames of
+// 160 samples and spectra of 257 powers (int64) in the queues, three frames behind the current one.
+#include "epd/endpoint.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+#include "dsp/arith.h"
+#include "dsp/fft.h"
+#include "dsp/power_spectrum.h"
+#include "dsp/queue.h"
+#include "dsp/ring.h"
+#include "epd/endpoint_tracker.h"
+#include "epd/energy.h"
+#include "epd/records.h"
+#include "epd/vad.h"
+#include "epd/voicing_decision.h"
+
+namespace vask {
+namespace {
+
+using Spectrum = std::array<int64_t, kDetectorFftSize>;  // points of the transform, then 257 powers
+
+constexpr int32_t kSpectrumShift = 10;
+constexpr int32_t kWindowShift = 4;
+constexpr int32_t kSaturatedEnergy = 268435455;  // 2147483647 >> 3
+constexpr int32_t kStrongPower = 1000000000;
+constexpr int32_t kStrongFirst = 3, kStrongEnd = 129;  // bins
+constexpr int32_t kFirstCallRise = 30 * kOneQ16;
+
+// History slots: 0 is the oldest of 70 frames; slot j holds frame frame_index - 70 + j.
+constexpr int32_t kDelayedSlot = 67;  // the frame that is delivered while speech goes on
+constexpr int32_t kStartSlot = 58;    // the detected start, in the call that detects it
+constexpr int32_t kMargin = 35;       // frames delivered before the detected start
+
+constexpr int32_t kLeastLength = 10;           // frames of an acceptable segment
+constexpr int64_t kLeastVoicedQ30 = 53687090;  // and 5 % of them voiced, or nearly
+
+// Power spectrum of the pre-emphasised window, scaled down like the samples of the energies.
+void TransformWindow(const energy_epd_prm& prm, const fft_tables& twiddles, Spectrum& spectrum) {
+  spectrum = {};
+  for (int32_t i = 0; i < prm.win_len; ++i) {
+    // Samples << 16 times Q30, upper half: samples << 14; then << 10.
+    spectrum[static_cast<size_t>(i)] = High32(int64_t{prm.win_emph[i]} * prm.hamming[i]) >> kWindowShift;
+  }
+  RealFft(spectrum, prm.fft_order, twiddles);
+  PowerSpectrum(spectrum, kSpectrumShift);
+  for (int32_t k = 0; k < kSpectrumBins; ++k)
+    spectrum[static_cast<size_t>(k)] >>= 2 * prm.profile.sample_shift;
+}
+
+void StorePowers(const Spectrum& spectrum, energy_epd_prm& prm) {
+  std::transform(spectrum.begin(), spectrum.begin() + kSpectrumBins, prm.power_spec, LimitTo32);
+  const auto strong = std::count_if(prm.power_spec + kStrongFirst, prm.power_spec + kStrongEnd,
+                                    [](int32_t power) { return power > kStrongPower; });
+  prm.vad.strong_low_bins = prm.vad.strong_low_bins_copy = static_cast<int16_t>(strong);
+}
+
+// The window's energy and the band's energy together, quantized.
+void MeasureLogEnergy(std::span<const int16_t> window, energy_epd_prm& prm) {
+  prm.win_energy = SquareEnergy(window, prm.profile.sample_shift);
+  const int32_t window_term = prm.win_energy == kMax32 ? kSaturatedEnergy : prm.win_energy >> 3;
+  const int32_t energy = LimitTo32(int64_t{NoiseRobustEnergy(prm.power_spec)} + window_term);
+  prm.vad.log_energy = prm.uv.log_energy = QuantizeEnergy(energy >> prm.profile.energy_shift);
+}
+
+// The first half of the window is the previous frame.
+void AppendHistory(std::span<const int16_t> window, const Spectrum& spectrum, energy_epd_prm& prm) {
+  WriteRing(prm.sample_hist, window.first(static_cast<size_t>(prm.frame_shift)));
+  WriteRing(prm.spectrum_hist, std::span(spectrum).first(kSpectrumBins));
+}
+
+int32_t NoiseReference(energy_epd_prm& prm) {
+  // In the first call nothing has been learned: what the level starts from is raised.
+  if (prm.engine_frames == 2) prm.vad.noise_level = WrapAdd(prm.vad.noise_level, kFirstCallRise);
+  return prm.uv_noise_ref = prm.vad.noise_level;
+}
+
+// Deliver one frame of the history and count its voicing decision.
+void CopySlot(int32_t slot, energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue) {
+  const auto samples = FrameOf(prm.sample_hist, slot, prm.frame_shift);
+  WriteQueue(speech_queue, samples);
+  WriteQueue(spectrum_queue, FrameOf(prm.spectrum_hist, slot, kSpectrumBins));
+  for (const int16_t sample : samples) {
+    prm.vad.peak_amplitude = std::max(prm.vad.peak_amplitude, std::abs(sample >> prm.profile.sample_shift));
+  }
+  const bool is_voiced = FrameOf(prm.uv.uv_hist, slot, 1)[0] == 1;
+  CountUp(is_voiced ? prm.uv.voiced_frames : prm.uv.unvoiced_frames);
+}
+
+// The frames from the margin before the start up to the one before the delayed slot.
+void Backfill(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue) {
+  prm.speech_start_flag = 1;
+  prm.backfill_pending = 0;
+  prm.vad.peak_amplitude = 0;
+  const int32_t margin = std::clamp(prm.start_frame, 0, kMargin);
+  for (int32_t slot = kStartSlot - margin; slot < kDelayedSlot; ++slot) {
+    CopySlot(slot, prm, speech_queue, spectrum_queue);
+  }
+}
+
+// Accept an ended segment that is long enough and voiced enough, else ask for a reset.
+void Judge(energy_epd_prm& prm) {
+  const int32_t length = WrapSub(prm.end_frame, prm.start_frame);
+  const int64_t voiced_q30 = int64_t{prm.uv.voiced_frames} * kOneQ30 / AtLeastOne(length);
+  const bool accepted = length >= kLeastLength && voiced_q30 > kLeastVoicedQ30;
+  prm.end_found = accepted ? 1 : 0;
+  prm.reset_request = accepted ? 0 : 1;
+}
+
+void TrackSegment(energy_epd_prm& prm, int32_t frame) {
+  TrackEndpoints<int16_t>(
+      {prm.speech_on, prm.speech_end, prm.start_frame, prm.end_frame, prm.transitions, prm.prev_vad},
+      prm.vad.vad_flag, frame, prm.profile.hangover_frames);
+}
+
+}  // namespace
+
+void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
+                    const fft_tables& twiddles) {
+  CountUp(prm.frame_index);
+  const std::span<const int16_t> window(prm.win_samples, static_cast<size_t>(prm.win_len));
+  Spectrum spectrum;
+  TransformWindow(prm, twiddles, spectrum);
+  StorePowers(spectrum, prm);
+  MeasureLogEnergy(window, prm);
+  AppendHistory(window, spectrum, prm);
+
+  const int32_t noise = NoiseReference(prm);
+  DecideVoicing(window, {prm.power_spec, static_cast<size_t>(prm.num_bins)}, prm.uv, noise, noise, prm.vad,
+                prm.profile);
+  ApplyOnsetAndHangover(DecideOnEnergy(prm.vad, prm), prm);
+  TrackSegment(prm, prm.frame_index);
+  if (prm.speech_on != 1) return;
+
+  if (prm.backfill_pending == 1) Backfill(prm, speech_queue, spectrum_queue);
+  if (prm.speech_end == 1) {
+    Judge(prm);
+  } else {
+    CopySlot(kDelayedSlot, prm, speech_queue, spectrum_queue);
+  }
+}
+
+}  // namespace vask
+
+extern "C" {
+
+void epd_based_on_energy_feature(energy_epd_prm* prm, sin_buff* out_samples, in64_buff* out_spectra,
+                                 int32_t** cc1, int32_t** ss1, int32_t** cc3, int32_t** ss3) {
+  if (prm == nullptr || out_samples == nullptr || out_spectra == nullptr) return;
+  if (cc1 == nullptr || ss1 == nullptr || cc3 == nullptr || ss3 == nullptr) return;
+  if (prm->win_samples == nullptr || prm->win_emph == nullptr) return;  // never created, or released
+  vask::DetectEndpoint(*prm, *out_samples, *out_spectra, {cc1, ss1, cc3, ss3});
+}
+
+void energy_EPD(energy_epd_prm* prm, int32_t frame) {
+  if (prm != nullptr) vask::TrackSegment(*prm, frame);
+}
+
+}  // extern "C"

@@ -1,0 +1,16 @@
+// The endpoint detector, one noise-reduced frame a call.
+#pragma once
+
+#include <vask/buffers.h>
+#include <vask/dsp.h>
+#include <vask/epd.h>
+
+namespace vask {
+
+// Look at the window in prm.win_samples / prm.win_emph (previous frame, current frame), track the segment and
+// append its frames, with a leading margin from the history, to the queues. What it found stands in prm:
+// speech_start_flag, end_found (segment accepted), reset_request (segment rejected).
+void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
+                    const fft_tables& twiddles);
+
+}  // namespace vask
