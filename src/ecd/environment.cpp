@@ -1,0 +1,102 @@
+#include "ecd/environment.h"
+
+#include <algorithm>
+
+#include "dsp/logarithm.h"
+#include "dsp/memory.h"
+#include "ecd/matrix.h"
+
+namespace vask {
+namespace {
+
+constexpr int16_t kScoredColumns = 23;
+constexpr int32_t kBlockRows = 5, kHalfRows = 10;
+
+int32_t CountOf(int32_t frames) { return std::clamp(frames, 0, kHistoryLimit); }
+
+// Entry i of the log energies then belongs to row i of the mel energies: the rows are the most recent frames.
+void AlignLogEnergies(EnvironmentHistory& history) {
+  const int32_t rows = CountOf(history.mel_frames);
+  const int32_t first = std::max(CountOf(history.log_frames) - rows, 0);
+  if (history.log_energies != nullptr) {
+    std::copy_n(history.log_energies + first, rows, history.log_energies);
+  }
+}
+
+void ReleaseHistories(EnvironmentHistory& history) {
+  ReleaseMatrix(history.mel_energies);
+  Release(history.log_energies);
+}
+
+}  // namespace
+
+int32_t InitEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history) {
+  StopEnvironment(detector, history);
+  EnvChangeDetect& window = detector.matrices;
+  window.dim = kScoredColumns;
+  window.block = MakeMatrix(kBlockRows, window.dim);
+  window.left = MakeMatrix(kHalfRows, window.dim);
+  window.right = MakeMatrix(kHalfRows, window.dim);
+  ZeroMatrix(window.left);
+  ZeroMatrix(window.right);
+  history.mel_energies = MakeMatrix(kHistoryCapacity, kMelColumns);
+  history.log_energies = NewZeroed<float>(kHistoryCapacity);
+  if (history.log_energies != nullptr) return 1;
+  StopEnvironment(detector, history);
+  return 0;
+}
+
+void StopEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history) {
+  ReleaseWindow(detector.matrices);
+  ReleaseHistories(history);
+}
+
+void ReleaseWindow(EnvChangeDetect& window) {
+  ReleaseMatrix(window.block);
+  ReleaseMatrix(window.left);
+  ReleaseMatrix(window.right);
+}
+
+void NoteSample(EnvironmentHistory& history, int16_t sample) {
+  if (sample > history.sample_max) {
+    history.sample_max = sample;
+  } else if (sample < history.sample_min) {
+    history.sample_min = sample;
+  }
+}
+
+void NoteEnergy(EnvironmentHistory& history, int32_t energy) {
+  if (history.enabled == 0) return;
+  history.frame_energies[static_cast<size_t>(CountOf(history.log_frames))] = energy;
+}
+
+void NoteLogEnergy(EnvironmentHistory& history, int32_t energy) {
+  const int32_t slot = CountOf(history.log_frames);
+  if (history.enabled == 0 || history.log_energies == nullptr || slot == kHistoryLimit) return;
+  history.log_energies[slot] = NaturalLogOfEnergy(energy);
+  history.log_frames = slot + 1;
+}
+
+void EmptyHistories(EnvironmentHistory& history) { history.mel_frames = history.log_frames = 0; }
+
+void ClearExtremes(EnvironmentHistory& history) { history.sample_min = history.sample_max = 0; }
+
+int32_t AnalyzeChange(EnvironmentDetector& detector, EnvironmentHistory& history) {
+  for (const fmatrix m : {detector.matrices.block, detector.matrices.left, detector.matrices.right})
+    ZeroMatrix(m);
+  AlignLogEnergies(history);
+  return -1;  // no change points: the scoring is not built yet
+}
+
+int32_t SetSensitivity(EnvironmentDetector& detector, int32_t level, float rise) {
+  detector.snr_threshold = static_cast<float>(std::clamp(level, 0, 9));
+  if (level < 0) return 0;
+  detector.level_threshold = std::clamp(rise, 0.0f, 10.0f);
+  return 1;
+}
+
+}  // namespace vask
+
+extern "C" void free_env_change_detect(EnvChangeDetect* d) {
+  if (d != nullptr) vask::ReleaseWindow(*d);
+}

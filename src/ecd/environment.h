@@ -1,0 +1,57 @@
+// The environment-change detector of a stream: its histories, filled frame by frame, and its control calls.
+#pragma once
+
+#include <vask/ecd.h>
+
+#include <cstdint>
+#include <span>
+
+namespace vask {
+
+inline constexpr int32_t kHistoryLimit = 2048;     // frames that a history takes
+inline constexpr int32_t kHistoryCapacity = 2050;  // rows, entries
+inline constexpr int32_t kMelColumns = 24;         // 23 log mel energies and one log energy
+
+// The histories and extremes of one stream, wherever they are stored: the process-wide stream keeps them in
+// exported variables, which an application may write between calls. Counts out of range are read as the
+// nearest valid ones.
+struct EnvironmentHistory {
+  int32_t& enabled;       // nonzero: the producers write
+  fmatrix& mel_energies;  // 2050 x 24, natural logarithms
+  int32_t& mel_frames;
+  float*& log_energies;  // 2050, natural logarithms of the frames' energies
+  int32_t& log_frames;
+  std::span<int32_t, kHistoryLimit + 1> frame_energies;
+  int16_t& sample_min;  // extremes of the unclipped input
+  int16_t& sample_max;
+};
+
+// Working storage and results of the analysis.
+struct EnvironmentDetector {
+  EnvChangeDetect matrices = {};
+  float snr = 0.0f;              // dB, of the last report
+  float snr_threshold = 0.5f;    // natural-log units
+  float level_threshold = 1.0f;  // natural-log units
+};
+
+// 1 when the detector is ready, 0 when the histories found no memory (all is released then). Ends the process
+// when the matrices find none.
+int32_t InitEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
+void StopEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
+void ReleaseWindow(EnvChangeDetect& window);
+
+// Producers, once a sample and once a frame.
+void NoteSample(EnvironmentHistory& history, int16_t sample);
+void NoteEnergy(EnvironmentHistory& history, int32_t energy);     // into the slot of the next log energy
+void NoteLogEnergy(EnvironmentHistory& history, int32_t energy);  // and on to the next slot
+
+void EmptyHistories(EnvironmentHistory& history);
+void ClearExtremes(EnvironmentHistory& history);
+
+// Line the two histories up and look for changes: -1, or the report's code.
+int32_t AnalyzeChange(EnvironmentDetector& detector, EnvironmentHistory& history);
+
+// The report's thresholds: 0 for a negative level, else 1.
+int32_t SetSensitivity(EnvironmentDetector& detector, int32_t level, float rise);
+
+}  // namespace vask
