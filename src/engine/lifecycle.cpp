@@ -1,0 +1,84 @@
+#include "engine/lifecycle.h"
+
+#include "dsp/filters.h"
+#include "dsp/memory.h"
+#include "dsp/message.h"
+#include "dsp/queue.h"
+#include "engine/pcm_log.h"
+#include "epd/records.h"
+#include "noise/wiener_state.h"
+
+namespace vask {
+namespace {
+
+bool AllocateBuffers(epd_engine& e) {
+  e.frame_q15 = NewZeroed<int32_t>(e.frame_len);
+  e.frame_copy = NewZeroed<int16_t>(e.frame_len);
+  const bool samples = MakeQueue(e.speech_queue, kQueueFrames * e.frame_len);
+  const bool spectra = MakeQueue(e.spectrum_queue, kQueueFrames * e.wiener.num_bins);
+  return e.frame_q15 != nullptr && e.frame_copy != nullptr && samples && spectra;
+}
+
+bool CreateStages(epd_engine& e, const epd_profile& profile, const EngineTables& tables) {
+  if (!CreateWiener(e.wiener, tables.mel_bank)) {
+    Say(stdout, "ERROR: can't init. Wiener filter parameters\n");
+    return false;
+  }
+  e.frame_len = e.wiener.frame_len;
+  e.fft_order = e.wiener.fft_order;
+  ClearDcFilter(e.dc);
+  ClearPreEmphasis(e.pre);
+  if (!CreateDetector(e.epd, e.frame_len, profile)) return false;
+  if (!AllocateBuffers(e) || !BuildTwiddles(e.tables, e.fft_order, tables.twiddles)) {
+    Say(stdout, "ERROR: can't init. engine buffers\n");
+    return false;
+  }
+  SetDetector(e.epd);
+  SetWiener(e.wiener);
+  return true;
+}
+
+}  // namespace
+
+bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile, const EngineTables& tables) {
+  StopEngine(engine);
+  if (!CreateStages(engine.state, profile, tables)) {
+    StopEngine(engine);
+    return false;
+  }
+  engine.history.enabled = InitEnvironment(engine.environment, engine.history);
+  if (mode == kEnergyOnlyRequest) engine.energy_only = 1;
+  engine.state.mode = mode;
+  return true;
+}
+
+bool IsUp(const epd_engine& e) { return e.tables.ss3 != nullptr; }
+
+void WrapUp(epd_engine& e) {
+  e.end_latched = 0;
+  CloseLog(e);
+  e.restart_count = 0;
+  SetDetector(e.epd);
+  SetWiener(e.wiener);
+  ClearPreEmphasis(e.pre);
+  ClearDcFilter(e.dc);
+  e.started = 0;
+  ClearQueue(e.speech_queue);
+  ClearQueue(e.spectrum_queue);
+  e.frames_in = 0;
+}
+
+void StopEngine(Engine& engine) {
+  epd_engine& e = engine.state;
+  CloseLog(e);
+  ReleaseWiener(e.wiener);
+  Release(e.frame_q15);
+  Release(e.frame_copy);
+  ReleaseTwiddles(e.tables, e.fft_order);
+  ReleaseDetector(e.epd);
+  Release(e.speech_queue.data);
+  Release(e.spectrum_queue.data);
+  StopEnvironment(engine.environment, engine.history);
+}
+
+}  // namespace vask

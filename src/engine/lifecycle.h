@@ -1,0 +1,30 @@
+// Bring a stream's engine up, put it back to its start between utterances, take it down.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "dsp/fft.h"
+#include "engine/record.h"
+
+namespace vask {
+
+// The built-in tables as the stream's owner holds them.
+struct EngineTables {
+  FlatTwiddles twiddles;
+  std::span<const int32_t> mel_bank;
+};
+
+// False on failure, which has been reported on the standard output stream; everything is released then. An
+// engine that is up is taken down first. The per-utterance fields are left to WrapUp.
+bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile, const EngineTables& tables);
+
+bool IsUp(const epd_engine& state);
+
+// Ready for a new utterance. Settings, sample extremes and environment histories stay.
+void WrapUp(epd_engine& state);
+
+// Release everything; harmless when done already.
+void StopEngine(Engine& engine);
+
+}  // namespace vask

@@ -1,0 +1,56 @@
+#include "engine/pcm_log.h"
+
+#include "dsp/arith.h"
+#include "dsp/message.h"
+#include "kb/paths.h"
+
+namespace vask {
+namespace {
+
+constexpr char kFirstName[] = "in_000001.pcm";
+
+}  // namespace
+
+bool LogInto(epd_engine& e, const char* dir) {
+  char path[sizeof e.pcm_log_path];
+  if (!JoinPath(path, dir, kFirstName)) {
+    Say(stdout, "ERROR: PCM log directory is %s\n", dir == nullptr ? "missing" : "too long");
+    return false;
+  }
+  CopyText(e.pcm_log_dir, dir);
+  e.pcm_log_on = 1;
+  return true;
+}
+
+void OpenLogIfDue(epd_engine& e) {
+  if (e.pcm_log_on == 0 || e.pcm_log_file != nullptr) return;
+  char name[24];
+  std::snprintf(name, sizeof name, "in_%06d.pcm", e.pcm_log_count);
+  const bool fits = e.pcm_log_dir[0] == '\0' ? CopyText(e.pcm_log_path, name)
+                                             : JoinPath(e.pcm_log_path, e.pcm_log_dir, name);
+  if (!fits) {  // only a number of more than six digits in a directory at the limit comes here
+    e.pcm_log_on = 0;
+    Say(stdout, "ERROR: PCM log path is too long, logging is off\n");
+    return;
+  }
+  e.pcm_log_count = WrapAdd(e.pcm_log_count, 1);
+  e.pcm_log_file = std::fopen(e.pcm_log_path, "wb");
+}
+
+void WriteLog(const epd_engine& e, std::span<const int16_t> samples) {
+  if (e.pcm_log_on == 0 || e.pcm_log_file == nullptr || samples.empty()) return;
+  std::fwrite(samples.data(), sizeof(int16_t), samples.size(), e.pcm_log_file);
+}
+
+void EmptyLog(epd_engine& e) {
+  if (e.pcm_log_on == 0 || e.pcm_log_file == nullptr) return;
+  std::fclose(e.pcm_log_file);
+  e.pcm_log_file = std::fopen(e.pcm_log_path, "wb");
+}
+
+void CloseLog(epd_engine& e) {
+  if (e.pcm_log_file != nullptr) std::fclose(e.pcm_log_file);
+  e.pcm_log_file = nullptr;
+}
+
+}  // namespace vask
