@@ -1,0 +1,100 @@
+#include "frontend/framing.h"
+
+#include <algorithm>
+
+#include "dsp/message.h"
+#include "engine/lifecycle.h"
+#include "engine/pipeline.h"
+
+namespace vask {
+namespace {
+
+bool RunsEngine(int32_t mode) { return mode >= kEnhancedSpeech && mode <= kFeatures; }
+
+bool HasFrame(const frontend& f) { return f.input_len >= f.frame_pos + kFrame; }
+
+// What fits of the samples goes behind the input; returns how many did.
+int32_t Append(frontend& f, std::span<const int16_t> samples) {
+  const int32_t room = kInputCapacity - f.input_len;
+  const auto taken = static_cast<int32_t>(std::min(samples.size(), static_cast<size_t>(room)));
+  std::copy_n(samples.begin(), taken, f.input + f.input_len);
+  f.input_len += taken;
+  return taken;
+}
+
+// False if not all of them fit. Modes 3 and 4 emit nothing.
+bool Queue(frontend& f, std::span<const int16_t> entries) {
+  const auto taken = std::min(entries.size(), static_cast<size_t>(kOutputCapacity - f.write_pos));
+  std::copy_n(entries.begin(), taken, f.frames + f.write_pos);
+  f.write_pos += static_cast<int32_t>(taken);
+  return taken == entries.size();
+}
+
+// What the caller has handed in of a frame reads back as it was processed: clipped. `first` is the position
+// of samples[0] in the input.
+void WriteBack(const frontend& f, int32_t first, std::span<int16_t> samples) {
+  const int32_t begin = std::max(f.frame_pos, first);
+  const int32_t end = std::min(f.frame_pos + kFrame, first + static_cast<int32_t>(samples.size()));
+  for (int32_t i = begin; i < end; ++i) samples[static_cast<size_t>(i - first)] = f.input[i];
+}
+
+// End the utterance for want of room, as the engine's own end would.
+int32_t EndForWantOfRoom(Engine& engine, const char* what) {
+  Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
+  WrapUp(engine.state);
+  return kEnded;
+}
+
+// The frame at frame_pos. Returns the engine's result, kEnded also where the utterance is over otherwise.
+int32_t RunFrame(FrontEnd& front_end, Engine& engine) {
+  frontend& f = front_end.record;
+  int32_t count = 0;
+  const int32_t result = ProcessFrameInMode(engine, f.mode, f.input + f.frame_pos, front_end.emitted, count);
+  if (!Queue(f, {front_end.emitted, static_cast<size_t>(count)}))
+    return EndForWantOfRoom(engine, "output queue");
+  if (f.mode == kEnhancedSpeech) return result;  // runs on until the caller stops
+  if (result == kRestarted) f.read_pos = f.write_pos = 0;
+  if (result == kGoOn) return kGoOn;
+  WrapUp(engine.state);
+  return kEnded;
+}
+
+}  // namespace
+
+int32_t ProcessSamples(FrontEnd& front_end, Engine& engine, std::span<int16_t> samples) {
+  frontend& f = front_end.record;
+  if (!IsUp(engine.state)) return kNoFrame;
+  const int32_t first = f.input_len;
+  const int32_t taken = Append(f, samples);
+  int32_t result = kNoFrame;
+  for (; HasFrame(f); f.frame_pos += kFrame) {
+    if (!RunsEngine(f.mode)) continue;
+    result = RunFrame(front_end, engine);
+    WriteBack(f, first, samples.first(static_cast<size_t>(taken)));
+    // The frame that ended the utterance stays in the input, for the fresh engine or a reset.
+    if (result == kEnded) return kEnded;
+  }
+  if (static_cast<size_t>(taken) < samples.size()) return EndForWantOfRoom(engine, "input buffer");
+  return result;
+}
+
+int32_t AvailableEntries(const frontend& f) { return f.write_pos - f.read_pos; }
+
+namespace {
+
+template <typename T>
+int32_t Take(frontend& f, const T* queue, std::span<T> dst) {
+  const auto count = static_cast<int32_t>(std::min(dst.size(), static_cast<size_t>(AvailableEntries(f))));
+  std::copy_n(queue + f.read_pos, count, dst.begin());
+  f.read_pos += count;
+  return count;
+}
+
+}  // namespace
+
+int32_t TakeFrames(frontend& f, std::span<int16_t> dst) { return Take<int16_t>(f, f.frames, dst); }
+int32_t TakeFeatures(frontend& f, std::span<int32_t> dst) { return Take<int32_t>(f, f.features, dst); }
+
+void ResetPositions(frontend& f) { f.frame_pos = f.input_len = f.read_pos = f.write_pos = 0; }
+
+}  // namespace vask

@@ -1,0 +1,335 @@
+// The one stream of the process: its engine, its front end, the variables that the interface exports, and the
+// exported functions that work on them. No other file knows these objects; everything below gets them as
+// arguments.
+#include <vask/vask.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "dsp/message.h"
+#include "dsp/rounding.h"
+#include "ecd/environment.h"
+#include "engine/lifecycle.h"
+#include "engine/measures.h"
+#include "engine/pcm_log.h"
+#include "engine/pipeline.h"
+#include "engine/record.h"
+#include "engine/settings.h"
+#include "epd/options.h"
+#include "epd/profiles.h"
+#include "epd/records.h"
+#include "frontend/framing.h"
+#include "kb/paths.h"
+#include "noise/mel_bank.h"
+#include "noise/wiener_state.h"
+
+extern "C" {
+
+const int32_t cc1_N = 120, ss1_N = 120, cc3_N = 120, ss3_N = 120;
+int32_t cc1_data[120] = {
+#include "dsp/tables/cc1.inc"
+};
+int32_t ss1_data[120] = {
+#include "dsp/tables/ss1.inc"
+};
+int32_t cc3_data[120] = {
+#include "dsp/tables/cc3.inc"
+};
+int32_t ss3_data[120] = {
+#include "dsp/tables/ss3.inc"
+};
+const int32_t mel_filt_N = 293;
+int32_t mel_filt_data[293] = {
+#include "dsp/tables/mel_filt.inc"
+};
+
+int32_t deviceID = 2, osID = 2;
+float Vask_EPD_Sampling_Rate = 16000.0f;
+float __Hi_Freq__ = 8000.0f;
+int32_t ___epd_sensitivity = 0;
+int32_t Vask_EPD_Energy_Only = 0;
+int32_t __compute_dynamic_feature__ = 0;
+char Vask_epd_base_dir[128] = "Vask.db/";
+
+int32_t __Vask_epd_detect_env_change = 1;
+fmatrix ecdLFBE = nullptr;
+int32_t ecdFrames = 0;
+float* ecdorgLFBE = nullptr;
+int32_t ecdorgFrames = 0;
+int32_t frame_energy[2049] = {};
+int16_t sample_min = 0, sample_max = 0;
+
+}  // extern "C"
+
+namespace {
+
+epd_engine engine_state;
+vask::EnvironmentDetector environment;
+vask::FrontEnd front_end;
+
+vask::Engine engine = {
+    .state = engine_state,
+    .environment = environment,
+    .history = {.enabled = __Vask_epd_detect_env_change,
+                .mel_energies = ecdLFBE,
+                .mel_frames = ecdFrames,
+                .log_energies = ecdorgLFBE,
+                .log_frames = ecdorgFrames,
+                .frame_energies = frame_energy,
+                .sample_min = sample_min,
+                .sample_max = sample_max},
+    .energy_only = Vask_EPD_Energy_Only,
+    .compute_dynamic_feature = __compute_dynamic_feature__,
+};
+
+vask::Settings settings = {.sampling_rate = Vask_EPD_Sampling_Rate,
+                           .cutoff = __Hi_Freq__,
+                           .sensitivity = ___epd_sensitivity,
+                           .loud_definition = engine_state.loud_definition};
+
+bool SetBaseDir(const char* dir) {
+  if (!vask::JoinPath(Vask_epd_base_dir, dir, "Vask.db", "/")) {
+    vask::Say(stdout, "ERROR: knowledge-base directory is %s\n", dir == nullptr ? "missing" : "too long");
+    return false;
+  }
+  vask::Say(stderr, "Vask epd KB directory: %s\n", Vask_epd_base_dir);
+  return true;
+}
+
+int32_t InitEngine(const char* dir, int32_t mode) {
+  const vask::RoundToNearest rounding;
+  vask::StopEngine(engine);
+  if (!SetBaseDir(dir)) return 0;
+  const vask::EngineTables tables = {{cc1_data, ss1_data, cc3_data, ss3_data}, mel_filt_data};
+  return vask::StartEngine(engine, mode, vask::DeviceProfile(deviceID, osID), tables) ? 1 : 0;
+}
+
+int32_t RunFrameInMode(int32_t mode, int16_t* frame, int16_t* out, int32_t* count) {
+  const vask::RoundToNearest rounding;
+  int32_t ignored = 0;
+  return vask::ProcessFrameInMode(engine, mode, frame, out, count != nullptr ? *count : ignored);
+}
+
+void SetPcmLog(int32_t flag, const char* dir) {
+  if (flag == 1) {
+    vask::LogInto(engine_state, dir);
+  } else {
+    engine_state.pcm_log_on = 0;
+  }
+}
+
+constexpr int32_t kLeastTrailingSilence = 30;  // frames
+constexpr int32_t kDefaultTrailingSilence = 40;
+
+int32_t SetTrailingSilence(int32_t frames) {
+  if (frames <= kLeastTrailingSilence) {
+    vask::Say(stdout, "WARNING: too small for trailing control :  ( %d ), Fixed to 30...\n\n", frames);
+    frames = kLeastTrailingSilence;
+  }
+  return vask::ReportTrailingSilence(frames);
+}
+
+// Where entries may be copied to: nowhere for a null pointer or a negative count.
+template <typename T>
+std::span<T> Destination(T* dst, int32_t max) {
+  return {dst, dst == nullptr || max < 0 ? 0 : static_cast<size_t>(max)};
+}
+
+}  // namespace
+
+extern "C" {
+
+// --- front end
+
+int32_t android_init_frontend(const char* dir, int32_t mode) {
+  front_end.record.mode = mode;
+  const int32_t result = InitEngine(dir, mode);
+  SetTrailingSilence(kDefaultTrailingSilence);
+  return result;
+}
+
+int32_t android_process_frame(int32_t n, int16_t* samples) {
+  const vask::RoundToNearest rounding;
+  if (samples == nullptr) {
+    vask::WrapUp(engine_state);
+    return vask::kEnded;
+  }
+  return vask::ProcessSamples(front_end, engine, {samples, static_cast<size_t>(std::max(n, 0))});
+}
+
+int32_t android_get_frames(int32_t max, int16_t* dst) {
+  return vask::TakeFrames(front_end.record, Destination(dst, max));
+}
+
+int32_t android_get_features(int32_t max, int32_t* dst) {
+  return vask::TakeFeatures(front_end.record, Destination(dst, max));
+}
+
+int32_t android_get_available_frames(void) { return vask::AvailableEntries(front_end.record); }
+
+int32_t android_wrapup_frontend(void) {
+  vask::WrapUp(engine_state);
+  return 1;
+}
+
+int32_t android_reset_frontend(void) {
+  vask::ResetPositions(front_end.record);
+  vask::EmptyHistories(engine.history);
+  vask::ClearExtremes(engine.history);
+  return 0;
+}
+
+void android_stop_frontend(void) { vask::StopEngine(engine); }
+
+void android_enable_log(int32_t on, const char* dir) { SetPcmLog(on, dir); }
+
+// --- engine
+
+void __Vask_Util_attach__(void) {}
+void __Vask_Util_detach__(void) {}
+
+void Vask_epd_set_base_dir(const char* dir) { SetBaseDir(dir); }
+
+int32_t Vask_epd_init(const char* dir, int32_t mode) { return InitEngine(dir, mode); }
+
+int32_t Vask_epd_wrapup(void* /*out*/, int32_t* count) {
+  if (count != nullptr) *count = 0;
+  vask::WrapUp(engine_state);
+  return 1;
+}
+
+void Vask_epd_stop(void) { vask::StopEngine(engine); }
+
+int32_t Vask_epd_speechenhance(int16_t* frame, int32_t /*n*/, int16_t* out, int32_t* count) {
+  return RunFrameInMode(vask::kEnhancedSpeech, frame, out, count);
+}
+
+int32_t Vask_epd_frames(int16_t* frame, int32_t /*n*/, int16_t* out, int32_t* count) {
+  return RunFrameInMode(vask::kSpeechFrames, frame, out, count);
+}
+
+// The feature modes emit nothing.
+int32_t Vask_epd_features_dsr(int16_t* frame, int32_t /*n*/, int32_t* /*out*/, int32_t* count) {
+  return RunFrameInMode(vask::kFeaturesDsr, frame, nullptr, count);
+}
+
+int32_t Vask_epd_features(int16_t* frame, int32_t /*n*/, int32_t* /*out*/, int32_t* count) {
+  return RunFrameInMode(vask::kFeatures, frame, nullptr, count);
+}
+
+int32_t Vask_epd_frame_baseline(int16_t* frame, int32_t /*n*/, void* out, int32_t* count) {
+  const vask::RoundToNearest rounding;
+  int32_t ignored = 0;
+  return vask::ProcessFrame(engine, frame, static_cast<int16_t*>(out), count != nullptr ? *count : ignored);
+}
+
+int32_t Vask_epd_frame_energy(void) { return engine_state.loudness; }
+
+void __Calculate_frame_energy(void) { vask::LoudnessFromEnergy(engine_state); }
+
+// --- settings
+
+void Vask_epd_set_option(int32_t option, int32_t value) {
+  if (option == 1) deviceID = value;
+  if (option == 2) osID = value;
+}
+
+int32_t __check_Vask_Config__(const char* dir) {
+  vask::ApplyConfigFile(settings, dir);
+  return 0;
+}
+
+int32_t Vask_EPD_Set_Samplign_Rate(int32_t rate) {
+  vask::SetSamplingRate(settings, rate);
+  return 1;
+}
+
+void Vask_EPD_Set_Mode(int32_t value) { engine_state.mode_request = value; }
+void Vask_EPD_Set_Mode_Energy(int32_t value) { Vask_EPD_Energy_Only = value; }
+int32_t Vask_EPD_Set_Mode_Enhanced_To_Raw(void) { return 0; }
+int32_t Vask_EPD_UV_Control(void) { return 0; }
+int32_t Vask_EPD_Frame_Loss(void) { return 0; }
+
+void Vask_epd_save_pcm_valid(int32_t flag) {
+  engine_state.pcm_log_on = flag == 1 ? 1 : 0;
+  vask::Say(stderr, "  VaskUtil save valid PCM: %s\n", flag == 1 ? "YES" : "NO");
+}
+
+void Vask_epd_save_pcm_dir(int32_t flag, const char* dir) { SetPcmLog(flag, dir); }
+
+void Vask_epd_save_pcm_count(int32_t option, int32_t value) {
+  if (option == 1) engine_state.pcm_log_count = value;
+}
+
+int32_t Vask_epd_vad(int32_t threshold) {
+  engine_state.vad_threshold = threshold;
+  return 0;  // recorded; the detector's threshold is its profile's
+}
+
+int32_t Vask_epd_set_trailing_silence(int32_t frames) { return SetTrailingSilence(frames); }
+
+// --- records that are created from the settings and tables above
+
+void init_energy_epd_conprm(energy_epd_prm* prm) {
+  if (prm != nullptr) prm->profile = vask::DeviceProfile(deviceID, osID);
+}
+
+int32_t init_energy_epd_prm(energy_epd_prm* prm, int32_t frame_shift) {
+  return prm != nullptr && vask::CreateDetector(*prm, frame_shift, vask::DeviceProfile(deviceID, osID)) ? 1
+                                                                                                        : 0;
+}
+
+int32_t init_wiener_filt(wiener_filt* wf) {
+  return wf != nullptr && vask::CreateWiener(*wf, mel_filt_data) ? 1 : 0;
+}
+
+int32_t InitMelFBFromSource(mel_band* first, int32_t n) {
+  return first != nullptr && vask::BuildMelBank(*first, n, mel_filt_data) ? 1 : 0;
+}
+
+int32_t InitMelFB(mel_band* first, int32_t n) {
+  return first != nullptr && vask::BuildMelBank(*first, n, mel_filt_data) ? 1 : 0;
+}
+
+int32_t InitMelFBFromFile(mel_band* first, int32_t n) {
+  return first != nullptr && vask::ReadMelBank(*first, n, Vask_epd_base_dir) ? 1 : 0;
+}
+
+// --- environment change
+
+int32_t __Vask_epd_ecd_Init(void) { return vask::InitEnvironment(environment, engine.history); }
+
+int32_t __Vask_epd_ecd_Stop(void) {
+  vask::StopEnvironment(environment, engine.history);
+  return 1;
+}
+
+int32_t __Vask_epd_ecd_change(void) { return vask::AnalyzeChange(environment, engine.history); }
+
+int32_t Vask_epd_ecd(void) {
+  const int32_t code =
+      __Vask_epd_detect_env_change == 0 ? -1 : vask::AnalyzeChange(environment, engine.history);
+  vask::EmptyHistories(engine.history);
+  return code;
+}
+
+int32_t Vask_epd_ecd_reset(void) {
+  vask::EmptyHistories(engine.history);
+  vask::ClearExtremes(engine.history);
+  return 0;
+}
+
+float Vask_epd_ecd_snr(int16_t* min, int16_t* max) {
+  if (min != nullptr) *min = sample_min;
+  if (max != nullptr) *max = sample_max;
+  vask::ClearExtremes(engine.history);
+  return environment.snr;
+}
+
+float __Vask_epd_ecd_get_SNR(void) { return environment.snr; }
+
+int32_t __Vask_epd_set_seneitivity(int32_t level, float rise) {
+  return vask::SetSensitivity(environment, level, rise);
+}
+
+}  // extern "C"
