@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Compare a shared library with the vectors, when they are there.
+#
+#   .ci/vectors.sh LIBRARY
+#
+# VASK_VECTORS names their folder. CC, CFLAGS and RUN are those of the program that compares, as for its make.
+# Every scenario of the modules that exist must run and be exact.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+library=$(realpath "$1")
+vectors=${VASK_VECTORS:-$root/../shared/vectors}
+if [ ! -d "$vectors" ]; then
+  echo "Skipped: there are no vectors in $vectors (VASK_VECTORS names another folder)."
+  exit 0
+fi
+
+mapfile -t left_out < <(grep -v '^#' "$root/.ci/vectors-left-out.txt")
+scenarios=()
+for tape in "$vectors"/tapes/*.tape; do
+  name=$(basename "$tape" .tape)
+  for pattern in "${left_out[@]}"; do
+    # shellcheck disable=SC2254  # it is a pattern
+    case $name in $pattern) continue 2 ;; esac
+  done
+  scenarios+=("$name")
+done
+
+build=$(mktemp -d)
+trap 'rm -rf "$build"' EXIT
+settings=(LIB="$library" BUILD="$build" SCENARIOS="${scenarios[*]}")
+for variable in CC CFLAGS RUN; do
+  [ -n "${!variable:-}" ] && settings+=("$variable=${!variable}")
+done
+make --no-print-directory -C "$vectors" check "${settings[@]}" > "$build/log" 2>&1 || true
+closing=$(tail -n 20 "$build/log" | grep -E '^[0-9]+ passed' || true)
+echo "${#scenarios[@]} scenarios: ${closing:-the comparison did not finish}"
+read -r passed _ failed _ skipped _ <<< "${closing:-0 passed, 1 failed, 0 skipped}"
+if [ "$passed" -ne ${#scenarios[@]} ] || [ "$failed" -ne 0 ] || [ "${skipped:-0}" -ne 0 ]; then
+  grep -vE '^[^ ]+ +ok \(' "$build/log" | head -n 200
+  echo "The library differs from the vectors."
+  exit 1
+fi

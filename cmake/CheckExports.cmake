@@ -1,0 +1,35 @@
+# Compare what a shared library exports with the list of names.
+#
+#   cmake -DNM=nm -DLIBRARY=libVask.so -DEXPORTS=exports.txt -P CheckExports.cmake
+
+execute_process(
+  COMMAND "${NM}" -D --defined-only "${LIBRARY}"
+  OUTPUT_VARIABLE table
+  COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^\n]+" lines "${table}")
+set(exported "")
+foreach(line IN LISTS lines)
+  string(REGEX REPLACE "^.* " "" name "${line}")
+  if(NOT name MATCHES "^vask_")
+    list(APPEND exported "${name}")
+  endif()
+endforeach()
+file(STRINGS "${EXPORTS}" listed REGEX "^[^#]")
+
+list(LENGTH exported count)
+set(missing ${listed})
+set(surplus ${exported})
+if(exported)
+  list(REMOVE_ITEM missing ${exported})
+  list(REMOVE_ITEM surplus ${listed})
+endif()
+foreach(name IN LISTS missing)
+  message(NOTICE "missing: ${name}")
+endforeach()
+foreach(name IN LISTS surplus)
+  message(NOTICE "exported, but not listed: ${name}")
+endforeach()
+if(missing OR surplus)
+  message(FATAL_ERROR "the exported names of ${LIBRARY} differ from ${EXPORTS}")
+endif()
+message(NOTICE "${count} names, exactly those of the list")

@@ -1,0 +1,53 @@
+# Compiler and linker flags, as two interface targets: vask_flags for everything that is compiled here, and
+# vask_link_flags for the shared library.
+
+add_library(vask_flags INTERFACE)
+target_compile_options(
+  vask_flags
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wshadow
+            -Wvla
+            -Wundef
+            -Wcast-qual
+            -Wformat=2
+            -Wimplicit-fallthrough
+            $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+            $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
+            $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>
+            # gcc 12 sees overflows in std::vector that are not there; the address sanitizer finds real ones.
+            $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-stringop-overflow>
+            # Every platform gives the same bits: no fused multiply-add unless the code asks for one.
+            -ffp-contract=off)
+if(VASK_WERROR)
+  target_compile_options(vask_flags INTERFACE -Werror)
+endif()
+
+# The x87 unit of 32-bit x86 rounds twice.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x86_64|AMD64)$")
+  target_compile_options(vask_flags INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+if(VASK_SANITIZE)
+  # Also for what stands outside these targets, such as the files that the linker adds.
+  add_compile_options(-fsanitize=${VASK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VASK_SANITIZE})
+endif()
+
+add_library(vask_link_flags INTERFACE)
+target_link_options(
+  vask_link_flags
+  INTERFACE
+  # An application's function of the same name never catches a call made inside the library. Its variables
+  # stay open, so that the library sees what a program writes into its own copy of deviceID.
+  -Wl,-Bsymbolic-functions
+  -Wl,--gc-sections
+  -Wl,--as-needed)
+if(NOT (VASK_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
+  # Clang leaves the sanitizer's own symbols to the program.
+  target_link_options(vask_link_flags INTERFACE -Wl,--no-undefined)
+endif()
+if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+  target_link_options(vask_link_flags INTERFACE -Wl,-z,max-page-size=16384)  # kernels with pages of 16 KiB
+endif()

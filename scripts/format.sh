@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Format the C and C++ sources in place, or with --check tell which lines are not formatted. The generated tables
+# are left alone.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+mode=(-i)
+[ "${1:-}" = --check ] && mode=(--dry-run -Werror)
+find include src tools bench tests -path src/dsp/tables -prune -o \
+  \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.c' \) -print0 |
+  sort -z | xargs -0 clang-format "${mode[@]}"

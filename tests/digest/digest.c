@@ -1,0 +1,252 @@
+/*
+ * The whole front end on one line a mode: a digest of everything that it gave for a recording. The digests
+ * are the same for every size of piece, compiler, level of optimisation and processor, which is what this
+ * checks.
+ *
+ *   vask-digest print FILE.wav [PIECE...]               print the digests, as expected.txt keeps them
+ *   vask-digest check EXPECTED.txt FILE.wav [PIECE...]  compare them with the lines that are kept
+ *
+ * FILE.wav is 16 kHz mono 16-bit with a header of 44 bytes. A PIECE is the number of samples handed over at
+ * once; without any it is 160. Beside the recording the program makes noise and clipped material of its own.
+ */
+#include <inttypes.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <vask/vask.h>
+
+enum {
+  kFrame = 160,
+  kBlock = 100 * kFrame,     /* samples between two chances to reset the front end, whatever the piece */
+  kTail = 350 * kFrame,      /* silence behind the input, so that an open utterance ends */
+  kMadeSamples = 12 * 16000, /* length of the material made here */
+  kHeaderBytes = 44,
+  kMaxPiece = kBlock
+};
+
+typedef struct {
+  const char* name;
+  int16_t* samples;
+  int32_t count;
+} Signal;
+
+typedef struct {
+  uint64_t hash; /* FNV-1a, 64 bits, of little-endian values */
+  int64_t values;
+} Digest;
+
+typedef struct {
+  Digest output;  /* samples or features, in the order in which they came */
+  Digest history; /* the log energies and extremes kept for the environment-change detection */
+  int32_t ends;   /* utterances that ended or were dropped */
+} Result;
+
+static void Start(Digest* digest) {
+  digest->hash = UINT64_C(0xcbf29ce484222325);
+  digest->values = 0;
+}
+
+static void Add(Digest* digest, uint64_t value, int bytes) {
+  int i;
+  for (i = 0; i < bytes; ++i) {
+    digest->hash = (digest->hash ^ ((value >> (8 * i)) & 0xff)) * UINT64_C(0x100000001b3);
+  }
+  digest->values++;
+}
+
+static void Drain(Digest* digest, int32_t mode) {
+  static int16_t frames[kBlock];
+  static int32_t features[kBlock];
+  while (android_get_available_frames() > 0) {
+    int32_t i, count;
+    if (mode <= 2) {
+      count = android_get_frames(kBlock, frames);
+      for (i = 0; i < count; ++i) Add(digest, (uint16_t)frames[i], 2);
+    } else {
+      count = android_get_features(kBlock, features);
+      for (i = 0; i < count; ++i) Add(digest, (uint32_t)features[i], 4);
+    }
+  }
+}
+
+/* All that was handed in has been processed: take over the histories and clear the positions. */
+static void TakeHistory(Digest* digest) {
+  int32_t i;
+  for (i = 0; i < ecdorgFrames; ++i) {
+    uint32_t bits;
+    memcpy(&bits, &ecdorgLFBE[i], sizeof bits);
+    Add(digest, bits, 4);
+  }
+  Add(digest, (uint16_t)sample_min, 2);
+  Add(digest, (uint16_t)sample_max, 2);
+  android_reset_frontend();
+}
+
+static int Run(const Signal* signal, int32_t mode, int32_t piece, Result* result) {
+  static int16_t buffer[kMaxPiece]; /* the front end clips in place */
+  int32_t at = 0, nothing = 0, count = 0;
+  const int32_t end = signal->count / kFrame * kFrame + kTail;
+  memset(buffer, 0, sizeof buffer);
+  Start(&result->output);
+  Start(&result->history);
+  result->ends = 0;
+  if (android_init_frontend(".", mode) != 1) {
+    fprintf(stderr, "vask-digest: the front end cannot be initialised\n");
+    return 0;
+  }
+  /* A restart in mode 1 is reported by the next frame in another mode: not to the run that follows. */
+  Vask_epd_features(buffer, kFrame, &nothing, &count);
+  android_wrapup_frontend();
+  android_reset_frontend();
+  while (at < end) {
+    int32_t i, n = piece, ended;
+    if (n > kBlock - at % kBlock)
+      n = kBlock - at % kBlock; /* every size of piece meets the ends of the blocks */
+    if (n > end - at) n = end - at;
+    for (i = 0; i < n; ++i) buffer[i] = at + i < signal->count ? signal->samples[at + i] : 0;
+    at += n;
+    /* After the end of an utterance the frames that are still waiting go on with the next one. */
+    for (ended = android_process_frame(n, buffer); mode > 1 && ended == 1;
+         ended = android_process_frame(0, buffer)) {
+      const int32_t length = android_get_available_frames();
+      result->ends++;
+      Add(&result->output, (uint32_t)length, 4);
+      Drain(&result->output, mode);
+    }
+    if (mode == 1) Drain(&result->output, mode);
+    /* An utterance that is still open stays in the queue: it may yet be rejected. */
+    if (at % kBlock == 0 && android_get_available_frames() == 0) TakeHistory(&result->history);
+  }
+  android_stop_frontend();
+  return 1;
+}
+
+static uint32_t Random(uint32_t* state) {
+  *state = *state * 1664525u + 1013904223u;
+  return *state >> 16;
+}
+
+/* Noise that grows from nothing to the full scale, with two seconds of silence in it. */
+static void MakeNoise(Signal* signal) {
+  uint32_t state = 1;
+  int32_t i;
+  for (i = 0; i < signal->count; ++i) {
+    const int32_t peak = 1 + (int32_t)((int64_t)i * 32767 / signal->count);
+    const int32_t value = (int32_t)(Random(&state) % (uint32_t)(2 * peak)) - peak;
+    signal->samples[i] = (int16_t)(i / 16000 == 5 || i / 16000 == 6 ? 0 : value);
+  }
+}
+
+/* Faint noise, then every second a burst of a full-scale square wave of another pitch. */
+static void MakeSquares(Signal* signal) {
+  uint32_t state = 2;
+  int32_t i;
+  for (i = 0; i < signal->count; ++i) {
+    const int32_t second = i / 16000, half = 20 + 13 * second;
+    const int loud = second > 0 && i % 16000 < 7000;
+    signal->samples[i] =
+        (int16_t)(loud ? (i / half % 2 ? 32767 : -32768) : (int32_t)(Random(&state) % 9) - 4);
+  }
+}
+
+static int ReadWav(const char* path, Signal* signal) {
+  FILE* file = fopen(path, "rb");
+  unsigned char* bytes = NULL;
+  long size = -1;
+  int32_t i;
+  if (file != NULL && fseek(file, 0, SEEK_END) == 0) size = ftell(file);
+  if (size > kHeaderBytes && size < 1L << 28 && fseek(file, kHeaderBytes, SEEK_SET) == 0) {
+    signal->count = (int32_t)((size - kHeaderBytes) / 2);
+    bytes = malloc((size_t)signal->count * 2);
+    signal->samples = malloc((size_t)signal->count * sizeof *signal->samples);
+    if (bytes != NULL && signal->samples != NULL &&
+        fread(bytes, 2, (size_t)signal->count, file) == (size_t)signal->count) {
+      for (i = 0; i < signal->count; ++i) {
+        signal->samples[i] = (int16_t)(bytes[2 * i] | (bytes[2 * i + 1] << 8));
+      }
+      fclose(file);
+      free(bytes);
+      return 1;
+    }
+  }
+  fprintf(stderr, "vask-digest: cannot read %s\n", path);
+  if (file != NULL) fclose(file);
+  free(bytes);
+  return 0;
+}
+
+/* Is this line in the file of expected ones? */
+static int IsExpected(FILE* expected, const char* line) {
+  char kept[256];
+  rewind(expected);
+  while (fgets(kept, sizeof kept, expected) != NULL) {
+    kept[strcspn(kept, "\r\n")] = '\0';
+    if (strcmp(kept, line) == 0) return 1;
+  }
+  return 0;
+}
+
+static int Usage(void) {
+  fprintf(stderr,
+          "usage: vask-digest print FILE.wav [PIECE...]\n"
+          "       vask-digest check EXPECTED.txt FILE.wav [PIECE...]\n");
+  return 2;
+}
+
+int main(int argc, char** argv) {
+  static int16_t noise[kMadeSamples], squares[kMadeSamples];
+  Signal signals[3] = {{NULL, NULL, 0}, {"noise", noise, kMadeSamples}, {"squares", squares, kMadeSamples}};
+  const char* slash;
+  FILE* expected = NULL;
+  int first, i, different = 0, lines = 0;
+  if (argc > 2 && strcmp(argv[1], "print") == 0) {
+    first = 2;
+  } else if (argc > 3 && strcmp(argv[1], "check") == 0) {
+    first = 3;
+    expected = fopen(argv[2], "r");
+    if (expected == NULL) {
+      fprintf(stderr, "vask-digest: cannot read %s\n", argv[2]);
+      return 2;
+    }
+  } else {
+    return Usage();
+  }
+  if (!ReadWav(argv[first], &signals[0])) return 2;
+  slash = strrchr(argv[first], '/');
+  signals[0].name = slash != NULL ? slash + 1 : argv[first];
+  MakeNoise(&signals[1]);
+  MakeSquares(&signals[2]);
+
+  for (i = first + 1; i < argc || i == first + 1; ++i) {
+    const int32_t piece = i < argc ? (int32_t)strtol(argv[i], NULL, 10) : kFrame;
+    size_t s;
+    int32_t mode;
+    if (piece < 1 || piece > kMaxPiece) return Usage();
+    for (s = 0; s < sizeof signals / sizeof *signals; ++s) {
+      for (mode = 1; mode <= 4; ++mode) {
+        char line[256];
+        Result result;
+        if (!Run(&signals[s], mode, piece, &result)) return 1;
+        snprintf(line, sizeof line,
+                 "%s mode %" PRId32 ": %" PRId32 " ends, %" PRId64 " values %016" PRIx64
+                 ", history %016" PRIx64,
+                 signals[s].name, mode, result.ends, result.output.values, result.output.hash,
+                 result.history.hash);
+        ++lines;
+        if (expected == NULL) {
+          printf("%s\n", line);
+        } else if (!IsExpected(expected, line)) {
+          printf("not expected, in pieces of %" PRId32 ": %s\n", piece, line);
+          ++different;
+        }
+        fflush(stdout);
+      }
+    }
+  }
+  free(signals[0].samples);
+  if (expected == NULL) return 0;
+  fclose(expected);
+  printf("%d digests compared, %d different\n", lines, different);
+  return different > 0;
+}
