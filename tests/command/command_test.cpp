@@ -1,0 +1,472 @@
+// The vask command from outside: the built program in a folder of its own, its output, files and exit codes.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vask/frontend.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <numbers>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Samples = std::vector<int16_t>;
+
+constexpr int kRateHz = 16000;
+const std::string kRoom = std::string(VASK_SAMPLES_DIR) + "/room.wav";
+
+struct Outcome {
+  int exit_code = -1;  // or minus the signal that ended it
+  std::string out, err;
+  long peak_kib = 0;
+};
+
+struct Utterance {
+  double start = 0, end = 0;  // s
+};
+
+std::string Content(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Samples Load(const fs::path& path) {
+  SF_INFO info = {};
+  SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+  if (file == nullptr) {
+    ADD_FAILURE() << "cannot open " << path;
+    return {};
+  }
+  EXPECT_EQ(info.samplerate, kRateHz);
+  EXPECT_EQ(info.channels, 1);
+  Samples samples(static_cast<size_t>(info.frames));
+  sf_readf_short(file, samples.data(), info.frames);
+  sf_close(file);
+  return samples;
+}
+
+void Save(const fs::path& path, const Samples& samples, int rate = kRateHz, int channels = 1,
+          int format = SF_FORMAT_WAV | SF_FORMAT_PCM_16) {
+  SF_INFO info = {};
+  info.samplerate = rate;
+  info.channels = channels;
+  info.format = format;
+  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+  ASSERT_NE(file, nullptr) << path;
+  const auto n = static_cast<sf_count_t>(samples.size());
+  EXPECT_EQ(sf_write_short(file, samples.data(), n), n);
+  sf_close(file);
+}
+
+// Band-limited interpolation: a sinc over 32 samples of the lower rate, under a Hann window.
+Samples AtRate(const Samples& samples, int rate) {
+  const double step = double{kRateHz} / rate, band = std::min(1.0, 1 / step), reach = 16 / band;
+  Samples out(static_cast<size_t>(static_cast<double>(samples.size()) / step));
+  for (size_t t = 0; t < out.size(); ++t) {
+    const double place = static_cast<double>(t) * step;
+    double sum = 0;
+    for (int i = std::max(0, static_cast<int>(place - reach) + 1); i < place + reach; ++i) {
+      if (i >= static_cast<int>(samples.size())) break;
+      const double x = std::numbers::pi * (i - place);
+      sum += samples[i] * (x == 0 ? band : std::sin(band * x) / x * (0.5 + 0.5 * std::cos(x / reach)));
+    }
+    out[t] = static_cast<int16_t>(std::lround(std::clamp(sum, -32768.0, 32767.0)));
+  }
+  return out;
+}
+
+double PowerDb(const Samples& samples, double from, double to) {  // s
+  double sum = 0;
+  const auto first = static_cast<size_t>(from * kRateHz), last = static_cast<size_t>(to * kRateHz);
+  for (size_t i = first; i < last; ++i) sum += double{1} * samples[i] * samples[i];
+  return 10 * std::log10(sum / static_cast<double>(last - first));
+}
+
+long PeakKib(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/status");
+  long peak = 0;
+  for (std::string line; std::getline(file, line);) std::sscanf(line.c_str(), "VmHWM: %ld kB", &peak);
+  return peak;
+}
+
+class Command : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "vask-command-XXXXXX").string();
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    dir_ = name;
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  fs::path operator/(const std::string& name) const { return dir_ / name; }
+
+  // Starts the program in the test's folder; `prepare` runs in it before.
+  pid_t Start(
+      std::vector<std::string> args, const std::function<void()>& prepare = [] {}) {
+    args.insert(args.begin(), "vask");
+    std::vector<char*> argv(args.size() + 1, nullptr);
+    std::transform(args.begin(), args.end(), argv.begin(), [](std::string& arg) { return arg.data(); });
+    const pid_t child = fork();
+    if (child != 0) return child;
+    // Beside the folder, so that a test may count the files in it.
+    const int out = open((dir_.string() + ".out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int err = open((dir_.string() + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (chdir(dir_.c_str()) != 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(99);
+    prepare();
+    execv(VASK_COMMAND, argv.data());
+    _exit(98);
+  }
+
+  Outcome Finish(pid_t child) {
+    Outcome outcome;
+    int status = 0;
+    // wait4() would count the memory of the test, which the child had until it started the program.
+    while (waitpid(child, &status, WNOHANG) == 0) {
+      const long peak = PeakKib(child);
+      if (peak > 0) outcome.peak_kib = peak;
+      usleep(1000);
+    }
+    outcome.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    for (auto [ending, text] : {std::pair(".out", &outcome.out), std::pair(".err", &outcome.err)}) {
+      *text = Content(dir_.string() + ending);
+      fs::remove(dir_.string() + ending);
+    }
+    return outcome;
+  }
+
+  Outcome Run(
+      std::vector<std::string> args, const std::function<void()>& prepare = [] {}) {
+    return Finish(Start(std::move(args), prepare));
+  }
+
+  // The utterances of one file, from a run that must be without fault and keep to the form of the output.
+  std::vector<Utterance> Detect(const std::string& file, std::vector<std::string> more = {}) {
+    more.insert(more.begin(), {"detect", file});
+    const Outcome outcome = Run(more);
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(outcome.err, "");
+    std::vector<Utterance> utterances;
+    std::istringstream lines(outcome.out);
+    for (std::string line; std::getline(lines, line);) {
+      Utterance u;
+      int length = 0;
+      const std::string form = file + "\t" + std::to_string(utterances.size() + 1) + "\t";
+      EXPECT_EQ(line.substr(0, form.size()), form);
+      EXPECT_EQ(std::sscanf(line.c_str() + form.size(), "%lf\t%lf%n", &u.start, &u.end, &length), 2) << line;
+      EXPECT_EQ(form.size() + static_cast<size_t>(length), line.size()) << line;
+      utterances.push_back(u);
+    }
+    return utterances;
+  }
+
+  void ExpectClose(const std::vector<Utterance>& found, const std::vector<Utterance>& wanted,
+                   double tolerance) {
+    ASSERT_EQ(found.size(), wanted.size());
+    for (size_t k = 0; k < found.size(); ++k) {
+      EXPECT_NEAR(found[k].start, wanted[k].start, tolerance) << "utterance " << k + 1;
+      EXPECT_NEAR(found[k].end, wanted[k].end, tolerance) << "utterance " << k + 1;
+    }
+  }
+
+  std::vector<std::string> Files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(dir_)) {
+      if (entry.is_regular_file()) names.push_back(fs::relative(entry.path(), dir_));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path dir_;
+};
+
+std::vector<Utterance> Truth() {
+  std::vector<Utterance> truth;
+  std::ifstream file(std::string(VASK_SAMPLES_DIR) + "/room.json");
+  for (std::string line; std::getline(file, line);) {
+    double value = 0;
+    if (std::sscanf(line.c_str(), " \"start\": %lf", &value) == 1) truth.push_back({value, 0});
+    if (std::sscanf(line.c_str(), " \"end\": %lf", &value) == 1) truth.back().end = value;
+  }
+  return truth;
+}
+
+TEST_F(Command, FindsTheSentencesOfTheSample) {
+  ASSERT_EQ(Truth().size(), 5u);
+  ExpectClose(Detect(kRoom), Truth(), 0.3);
+}
+
+TEST_F(Command, WritesUtterancesThatLieWhereTheListSays) {
+  const std::vector<Utterance> found = Detect(kRoom, {"-o", "new/folder"});
+  ASSERT_FALSE(found.empty());
+  ASSERT_EQ(Files().size(), found.size());
+  ASSERT_EQ(Run({"denoise", kRoom, "-o", "clean.wav"}).exit_code, 0);
+  // Up to the first end both modes reduce the same noise: sample for sample the same sound, 35 frames
+  // earlier.
+  const Samples first = Load(*this / "new/folder/room-001.wav"), clean = Load(*this / "clean.wav");
+  const auto begin = static_cast<size_t>(std::lround((found[0].start - 0.35) * kRateHz));
+  ASSERT_LE(begin + first.size(), clean.size());
+  EXPECT_TRUE(std::equal(first.begin(), first.end(), clean.begin() + static_cast<std::ptrdiff_t>(begin)));
+  EXPECT_NEAR(static_cast<double>(begin + first.size()) / kRateHz, found[0].end + 1.0, 0.03);  // hangover
+}
+
+TEST_F(Command, WritesWhatTheFrontEndGivesAnApplication) {
+  Samples room = Load(kRoom);
+  ASSERT_EQ(Run({"detect", kRoom, "-o", "."}).exit_code, 0);
+  ASSERT_EQ(android_init_frontend(".", 2), 1);
+  android_reset_frontend();
+  android_wrapup_frontend();
+  size_t number = 0;
+  for (size_t i = 0; i + 160 <= room.size(); i += 160) {
+    if (android_process_frame(160, &room[i]) != 1) continue;
+    Samples utterance(static_cast<size_t>(android_get_available_frames()));
+    android_get_frames(static_cast<int32_t>(utterance.size()), utterance.data());
+    android_reset_frontend();
+    android_process_frame(160, &room[i]);  // the frame of the end belongs to what comes next
+    if (utterance.empty()) continue;       // a noise that was no speech
+    EXPECT_EQ(Load(*this / ("room-00" + std::to_string(++number) + ".wav")), utterance) << number;
+  }
+  android_stop_frontend();
+  EXPECT_EQ(number, Files().size());
+}
+
+TEST_F(Command, EndsAnUtteranceWithTheFile) {
+  const Samples room = Load(kRoom);
+  const std::vector<Utterance> whole = Detect(kRoom);
+  ASSERT_EQ(whole.size(), 5u);
+  // In the middle of the last sentence; in the pause behind it, before the detector is sure. Not whole
+  // frames.
+  for (const double cut : {17.50003, 18.5501}) {
+    Save(*this / "cut.wav", Samples(room.begin(), room.begin() + std::lround(cut * kRateHz)));
+    const std::vector<Utterance> found = Detect("cut.wav", {"-o", "."});
+    ASSERT_EQ(found.size(), whole.size()) << cut;
+    EXPECT_EQ(found.back().start, whole.back().start);
+    EXPECT_NEAR(found.back().end, std::min(cut, whole.back().end), 0.1);
+    EXPECT_LE(found.back().end, cut + 0.0005);
+    const double length = static_cast<double>(Load(*this / "cut-005.wav").size()) / kRateHz;
+    EXPECT_NEAR(found.back().start - 0.35 + length, cut, 0.0006);
+  }
+}
+
+TEST_F(Command, DenoisesInStepWithTheInput) {
+  const Samples room = Load(kRoom);
+  ASSERT_EQ(Run({"denoise", kRoom, "-o", "clean.wav"}).exit_code, 0);
+  const Samples clean = Load(*this / "clean.wav");
+  ASSERT_EQ(clean.size(), room.size());
+  int best_lag = 1000;
+  double best = 0;
+  for (int lag = -400; lag <= 400; ++lag) {
+    double sum = 0;
+    for (int i = 400; i < static_cast<int>(room.size()) - 400; ++i)
+      sum += double{1} * room[i] * clean[i + lag];
+    if (sum > best) best = sum, best_lag = lag;
+  }
+  EXPECT_EQ(best_lag, 0);
+  const std::vector<Utterance> truth = Truth();
+  for (size_t k = 0; k + 1 < truth.size(); ++k) {
+    const double from = truth[k].end + 0.3, to = truth[k + 1].start - 0.2;
+    const double speech_loss =
+        PowerDb(room, truth[k].start, truth[k].end) - PowerDb(clean, truth[k].start, truth[k].end);
+    const double noise_loss = PowerDb(room, from, to) - PowerDb(clean, from, to);
+    EXPECT_GT(noise_loss, speech_loss + 6) << "pause " << k + 1;
+    EXPECT_LT(std::abs(speech_loss), 10) << "sentence " << k + 1;
+  }
+}
+
+TEST_F(Command, DenoisesFilesOfAnyLength) {
+  const Samples room = Load(kRoom);
+  for (const size_t n : {1, 159, 160, 161, 479, 480, 481, 5000}) {
+    for (const size_t zeros : {0, 100, 1000}) {  // leading silence that the engine skips
+      Samples samples(zeros, 0);
+      samples.insert(samples.end(), room.begin(), room.begin() + static_cast<std::ptrdiff_t>(n));
+      Save(*this / "in.wav", samples);
+      ASSERT_EQ(Run({"denoise", "in.wav", "-o", "out.wav"}).exit_code, 0);
+      const Samples out = Load(*this / "out.wav");
+      ASSERT_EQ(out.size(), samples.size());
+      EXPECT_TRUE(std::all_of(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(zeros / 160 * 160),
+                              [](int16_t x) { return x == 0; }));
+    }
+  }
+}
+
+TEST_F(Command, HearsTheSameInOtherFormats) {
+  const Samples room = Load(kRoom);
+  Samples stereo;
+  for (const int16_t x : AtRate(room, 44100)) stereo.insert(stereo.end(), {x, x});
+  Save(*this / "cd.flac", stereo, 44100, 2, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+  Save(*this / "phone.wav", AtRate(room, 8000), 8000);
+  const std::vector<Utterance> found = Detect(kRoom);
+  ASSERT_EQ(found.size(), 5u);
+  ExpectClose(Detect("cd.flac"), found, 0.05);
+  ASSERT_EQ(Run({"denoise", "cd.flac", "-o", "cd.wav"}).exit_code, 0);
+  EXPECT_NEAR(static_cast<double>(Load(*this / "cd.wav").size()), static_cast<double>(room.size()), 1);
+  ExpectClose(Detect("phone.wav"), found, 0.2);  // half of the hiss is missing
+
+  // The mean of x + d and x - d is x again: the same bits as the mono file.
+  Samples mixed;
+  for (size_t i = 0; i < room.size(); ++i) {
+    const auto d = static_cast<int16_t>(i % 1000);
+    mixed.insert(mixed.end(), {static_cast<int16_t>(room[i] + d), static_cast<int16_t>(room[i] - d)});
+  }
+  Save(*this / "mixed.wav", mixed, kRateHz, 2);
+  ASSERT_EQ(Run({"denoise", "mixed.wav", "-o", "a.wav"}).exit_code, 0);
+  ASSERT_EQ(Run({"denoise", kRoom, "-o", "b.wav"}).exit_code, 0);
+  EXPECT_EQ(Content(*this / "a.wav"), Content(*this / "b.wav"));
+}
+
+TEST_F(Command, SaysWhatIsWrong) {
+  fs::create_directory(*this / "folder");
+  std::ofstream(*this / "empty.wav") << "";
+  std::ofstream(*this / "text.wav") << "no sound\n";
+  std::ofstream(*this / "header.wav") << Content(kRoom).substr(0, 44);
+  std::ofstream(*this / "config.Vask") << "Vask_LOUDNESS: 99\n";
+  struct Case {
+    std::vector<std::string> args;
+    int exit_code;
+    std::string error;
+  };
+  for (const Case& c : std::vector<Case>{
+           {{}, 2, "subcommand is required"},
+           {{"detect"}, 2, "FILE is required"},
+           {{"detect", "--loud", kRoom}, 2, "--loud"},
+           {{"detect", "-o", "", kRoom}, 2, "empty"},
+           {{"denoise", kRoom}, 2, "--output is required"},
+           {{"denoise", kRoom, kRoom, "-o", "x.wav"}, 2, "not expected"},
+           {{"--device", "two", "detect", kRoom}, 2, "--device"},
+           {{"--config", "folder", "detect", kRoom}, 2, "holds no config.Vask"},
+           {{"--config", ".", "detect", kRoom}, 1, "99"},
+           {{"detect", "missing\n.wav"}, 1, "vask: missing?.wav: no such file: check the name\n"},
+           {{"detect", "folder"}, 1, "vask: folder: is a directory: "},
+           {{"detect", "empty.wav"}, 1, "vask: empty.wav: is empty: "},
+           {{"detect", "text.wav"}, 1, "vask: text.wav: cannot be read as audio "},
+           {{"detect", "header.wav"}, 1, "vask: header.wav: holds no samples: "},
+           {{"detect", kRoom, "-o", "text.wav"}, 1, "vask: text.wav: cannot be made a folder "},
+           {{"denoise", kRoom, "-o", "folder"}, 1, "vask: folder: cannot be written "},
+           {{"denoise", kRoom, "-o", "no/out.wav"}, 1, "vask: no/out.wav: cannot be written "},
+           {{"denoise", kRoom, "-o", "/dev/full"}, 1, "vask: /dev/full: cannot be written (No space left"}}) {
+    const Outcome outcome = Run(c.args);
+    EXPECT_EQ(outcome.exit_code, c.exit_code) << c.error;
+    EXPECT_EQ(outcome.out, "") << c.error;
+    EXPECT_NE(outcome.err.find(c.error), std::string::npos) << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  }
+  for (const char* option : {"--help", "--version"}) {
+    const Outcome outcome = Run({option});
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_NE(outcome.out.find("vask"), std::string::npos);
+  }
+}
+
+TEST_F(Command, GoesOnAfterAFailedFile) {
+  const Outcome alone = Run({"detect", kRoom}), all = Run({"detect", kRoom, "missing.wav", kRoom});
+  EXPECT_EQ(all.exit_code, 1);
+  EXPECT_NE(alone.out, "");
+  EXPECT_EQ(all.out, alone.out + alone.out);  // nor does a file depend on the one before
+  EXPECT_EQ(all.err, "vask: missing.wav: no such file: check the name\n");
+}
+
+TEST_F(Command, TakesTheDeviceBeforeAndBehindTheSubcommand) {
+  const std::string usual = Run({"detect", kRoom}).out, other = Run({"--device", "1", "detect", kRoom}).out;
+  EXPECT_EQ(Run({"detect", kRoom, "--device", "1"}).out, other);
+  EXPECT_EQ(Run({"detect", kRoom, "--device", "2", "--os", "1"}).out, other);  // has the settings of device 1
+  EXPECT_NE(usual, other);
+}
+
+TEST_F(Command, NeverWritesOverAnotherFileOfTheRun) {
+  for (const char* name : {"a/x.wav", "b/x.wav", "x-001.wav"}) {
+    fs::create_directories((*this / name).parent_path());
+    fs::copy(kRoom, *this / name);
+  }
+  const Outcome outcome = Run({"detect", "-o", ".", "x-001.wav", "a/x.wav", "b/x.wav"});
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(outcome.err.find("vask: ./x-001.wav: is an input of this run: "), 0u) << outcome.err;
+  EXPECT_EQ(Content(*this / "x-001.wav"), Content(kRoom));
+  EXPECT_EQ(Files().size(), 3u + 2 * Truth().size());
+  EXPECT_EQ(Content(*this / "x-001-002.wav"), Content(*this / "x_2-002.wav"));
+}
+
+TEST_F(Command, LeavesNothingHalfWritten) {
+  const Samples room = Load(kRoom);
+  Save(*this / "whole.flac", room, kRateHz, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+  std::ofstream(*this / "cut.flac") << Content(*this / "whole.flac").substr(0, 100000);
+  std::ofstream(*this / "out.wav") << "before";
+  const std::vector<std::string> files = Files();
+
+  EXPECT_EQ(Run({"denoise", "cut.flac", "-o", "out.wav"}).exit_code, 1);
+  const auto small_disk = [] {
+    const struct rlimit limit = {200000, 200000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, SIG_IGN);
+  };
+  EXPECT_EQ(Run({"denoise", kRoom, "-o", "out.wav"}, small_disk).exit_code, 1);
+
+  // Ended by a signal while it waits for more of its input.
+  ASSERT_EQ(mkfifo((*this / "pipe").c_str(), 0600), 0);
+  const pid_t child = Start({"denoise", "pipe", "-o", "out.wav"});
+  std::signal(SIGPIPE, SIG_IGN);
+  {
+    const std::string bytes = Content(kRoom);
+    std::ofstream pipe(*this / "pipe", std::ios::binary);
+    pipe.write(bytes.data(), 100000).flush();
+    while (Files().size() == files.size() && waitpid(child, nullptr, WNOHANG) == 0) usleep(1000);
+    kill(child, SIGTERM);
+    pipe.write(bytes.data() + 100000, static_cast<std::streamsize>(bytes.size()) - 100000);
+  }
+  EXPECT_EQ(Finish(child).exit_code, -SIGTERM);
+
+  EXPECT_EQ(Files(), files);
+  EXPECT_EQ(Content(*this / "out.wav"), "before");
+}
+
+TEST_F(Command, StopsQuietlyWhenNobodyReads) {
+  const Outcome closed = Run({"detect", kRoom}, [] {
+    int ends[2];
+    if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0) _exit(97);
+    close(ends[0]);
+    close(ends[1]);
+  });
+  EXPECT_EQ(closed.exit_code, -SIGPIPE);
+  EXPECT_EQ(closed.err, "");
+  const Outcome full = Run({"detect", kRoom}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  EXPECT_EQ(full.exit_code, 1);
+  EXPECT_EQ(full.err.find("vask: standard output: cannot be written"), 0u) << full.err;
+}
+
+TEST_F(Command, NeedsNoMoreMemoryForALongFile) {
+  const Samples room = Load(kRoom);
+  const auto repeated = [](const Samples& samples) {  // 5 minutes, 9.6 MB and more
+    Samples all;
+    for (int k = 0; k < 15; ++k) all.insert(all.end(), samples.begin(), samples.end());
+    return all;
+  };
+  Save(*this / "long.wav", repeated(room));
+  Save(*this / "long.flac", repeated(AtRate(room, 22050)), 22050, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+  const long usual = Run({"detect", kRoom}).peak_kib;
+  for (const std::vector<std::string>& args : {std::vector<std::string>{"detect", "long.wav", "-o", "."},
+                                               {"denoise", "long.flac", "-o", "out.wav"}}) {
+    const Outcome outcome = Run(args);
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_LT(outcome.peak_kib, usual + 3000) << args[0];
+    if (args[0] == "detect") {
+      EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 15 * 5);
+    }
+  }
+}
+
+}  // namespace
