@@ -1,0 +1,83 @@
+// vask-bench: times the library per frame of 10 ms, beside SpeexDSP in the same run, and fails if a frame
+// allocates. Takes the options of Google Benchmark.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "allocations.h"
+#include "benchmarks.h"
+#include "signals.h"
+
+namespace vask::bench {
+namespace {
+
+// Prints as usual and keeps the mean CPU time of a frame for every benchmark.
+class Report : public benchmark::ConsoleReporter {
+ public:
+  Report() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_Tabular) {}
+
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+      if (run.run_type != Run::RT_Iteration) continue;
+      Time& time = times_[run.run_name.function_name];
+      time.seconds += run.cpu_accumulated_time;
+      time.frames += static_cast<double>(run.iterations);
+    }
+  }
+
+  // The ratios, of those that ran.
+  void PrintRatios() const {
+    for (int mode : kEngineModes) {
+      for (const Material& material : Materials()) {
+        const double ours = SecondsPerFrame(EngineName(mode, material.name));
+        const double reference = SecondsPerFrame(ReferenceName(material.name));
+        if (ours <= 0 || reference <= 0) continue;
+        std::printf("ratio engine mode %d over %s : SpeexDSP = %.2f\n", mode, material.name.c_str(),
+                    ours / reference);
+      }
+    }
+  }
+
+ private:
+  struct Time {
+    double seconds = 0, frames = 0;
+  };
+
+  double SecondsPerFrame(const std::string& name) const {
+    const auto found = times_.find(name);
+    return found == times_.end() || found->second.frames <= 0 ? 0
+                                                              : found->second.seconds / found->second.frames;
+  }
+
+  std::map<std::string, Time> times_;
+};
+
+}  // namespace
+
+}  // namespace vask::bench
+
+int main(int argc, char** argv) try {
+  using namespace vask::bench;
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  const bool counted = AllocationsAreCounted();
+  RegisterStages();
+  RegisterEngine();
+  RegisterReference();
+
+  Report report;
+  benchmark::RunSpecifiedBenchmarks(&report);
+  report.PrintRatios();
+  if (!counted) std::printf("allocations: not counted on this platform\n");
+  if (AnyForbiddenAllocation()) std::printf("allocations: a frame ALLOCATES where none should\n");
+  return AnyForbiddenAllocation() ? 1 : 0;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "vask-bench: %s\n", error.what());
+  return 1;
+}
