@@ -40,7 +40,7 @@ constexpr const char* kFooter =
     "  vask detect meeting.wav                      list the utterances\n"
     "  vask detect -o utterances morning/*.flac     and write each to a file of its own\n"
     "  vask denoise street.wav -o clean.wav         reduce the noise\n"
-    "  vask --device 1 detect meeting.wav           with the settings of another device\n"
+    "  vask --device 48 detect meeting.wav          with the settings of another device\n"
     "Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.";
 
 constexpr const char* kDetectFooter =
