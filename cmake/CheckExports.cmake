@@ -1,6 +1,6 @@
 # Compare what a shared library exports with the list of names.
 #
-#   cmake -DNM=nm -DLIBRARY=libVask.so -DEXPORTS=exports.txt -P CheckExports.cmake
+#   cmake -DNM=nm -DLIBRARY=libVask.so -DEXPORTS=exports.txt [-DJNI_EXPORTS=exports_jni.txt] -P CheckExports.cmake
 
 execute_process(
   COMMAND "${NM}" -D --defined-only "${LIBRARY}"
@@ -15,6 +15,10 @@ foreach(line IN LISTS lines)
   endif()
 endforeach()
 file(STRINGS "${EXPORTS}" listed REGEX "^[^#]")
+if(JNI_EXPORTS)
+  file(STRINGS "${JNI_EXPORTS}" native_methods REGEX "^[^#]")
+  list(APPEND listed ${native_methods})
+endif()
 
 list(LENGTH exported count)
 set(missing ${listed})

@@ -22,8 +22,17 @@ foreach(line IN LISTS lines)
   endif()
 endforeach()
 
+# The native methods come on top, and are no C interface.
+set(VASK_JNI_EXPORTS_FILE "")
+set(jni_names "")
+if(VASK_HAVE_JNI)
+  set(VASK_JNI_EXPORTS_FILE "${CMAKE_CURRENT_LIST_DIR}/exports_jni.txt")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${VASK_JNI_EXPORTS_FILE}")
+  file(STRINGS "${VASK_JNI_EXPORTS_FILE}" jni_names REGEX "^[^#]")
+endif()
+
 set(VASK_VERSION_SCRIPT "${PROJECT_BINARY_DIR}/exports.map")
-string(JOIN ";\n    " names ${VASK_EXPORTED_FUNCTIONS} ${VASK_EXPORTED_VARIABLES})
+string(JOIN ";\n    " names ${VASK_EXPORTED_FUNCTIONS} ${VASK_EXPORTED_VARIABLES} ${jni_names})
 file(CONFIGURE OUTPUT "${VASK_VERSION_SCRIPT}" CONTENT "{\n  global:\n    @names@;\n    vask_*;\n  local: *;\n};\n" @ONLY)
 
 function(vask_limit_exports target)

@@ -25,6 +25,7 @@
 #ifndef VASK_VASK_H_
 #define VASK_VASK_H_
 
+#include <vask/adpcm.h>
 #include <vask/buffers.h>
 #include <vask/dsp.h>
 #include <vask/ecd.h>
@@ -33,6 +34,7 @@
 #include <vask/export.h>
 #include <vask/frontend.h>
 #include <vask/noise.h>
+#include <vask/packets.h>
 #include <vask/settings.h>
 #include <vask/voicing.h>
 

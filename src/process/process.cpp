@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "codec/adpcm.h"
 #include "dsp/message.h"
 #include "dsp/rounding.h"
 #include "ecd/environment.h"
@@ -19,9 +20,11 @@
 #include "epd/profiles.h"
 #include "epd/records.h"
 #include "frontend/framing.h"
+#include "frontend/packets.h"
 #include "kb/paths.h"
 #include "noise/mel_bank.h"
 #include "noise/wiener_state.h"
+#include "process/raw_file.h"
 
 extern "C" {
 
@@ -58,6 +61,8 @@ float* ecdorgLFBE = nullptr;
 int32_t ecdorgFrames = 0;
 int32_t frame_energy[2049] = {};
 int16_t sample_min = 0, sample_max = 0;
+
+adpcm_state enc_state = {}, dec_state = {};
 
 }  // extern "C"
 
@@ -137,6 +142,15 @@ std::span<T> Destination(T* dst, int32_t max) {
 
 }  // namespace
 
+namespace vask {
+
+RawFile& FileOfTheProcess() {
+  static constinit RawFile file;
+  return file;
+}
+
+}  // namespace vask
+
 extern "C" {
 
 // --- front end
@@ -182,6 +196,47 @@ int32_t android_reset_frontend(void) {
 void android_stop_frontend(void) { vask::StopEngine(engine); }
 
 void android_enable_log(int32_t on, const char* dir) { SetPcmLog(on, dir); }
+
+// --- packets
+
+int32_t vask_packet_size(int32_t n, int32_t last) { return vask::PacketSize(front_end.record, n, last != 0); }
+
+int32_t vask_take_packet(int32_t n, uint8_t* out, int32_t size, int32_t last) {
+  const int32_t bytes = vask::PacketSize(front_end.record, n, last != 0);
+  if (out == nullptr || size < bytes) return 0;
+  vask::TakePacket(front_end.record, enc_state, {out, static_cast<size_t>(bytes)});
+  return bytes;
+}
+
+int32_t vask_packet_stream_size(int32_t n, int32_t last) {
+  return vask::StreamSize(front_end.record, n, last != 0);
+}
+
+int32_t vask_take_packet_stream(int32_t n, uint8_t* out, int32_t size, int32_t last) {
+  const int32_t bytes = vask::StreamSize(front_end.record, n, last != 0);
+  if (out == nullptr || size < bytes) return 0;
+  vask::TakeStream(front_end.record, enc_state, n, last != 0, {out, static_cast<size_t>(bytes)});
+  return bytes;
+}
+
+int32_t vask_read_packet_header(const uint8_t* bytes, int32_t size, char* type) {
+  char ignored = 0;
+  if (bytes == nullptr || size < 0) return 0;
+  return vask::ReadPacketHeader({bytes, static_cast<size_t>(size)}, type != nullptr ? *type : ignored);
+}
+
+int32_t short_to_adpcm(const int16_t* in, uint8_t* out, int32_t n) {
+  if ((in == nullptr || out == nullptr) && n > 0) return 0;
+  return vask::EncodeAdpcm(enc_state, {in, static_cast<size_t>(std::max(n, 0))}, out);
+}
+
+int32_t adpcm_to_short(const uint8_t* in, int16_t* out, int32_t m) {
+  const int32_t samples = std::max(m, 0) / 2;
+  if ((in == nullptr || out == nullptr) && samples > 0) return 0;
+  return vask::DecodeAdpcm(dec_state, in, {out, static_cast<size_t>(samples)});
+}
+
+void refersh_adpcm_state(void) { enc_state = dec_state = {}; }
 
 // --- engine
 

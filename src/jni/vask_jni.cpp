@@ -1,0 +1,189 @@
+// The native methods of the Java class com.norv.Brindle.Vask: Java arrays and strings in and out, the C
+// interface beneath.
+//
+// A fault of the caller becomes a Java exception before anything is taken from the queue or read from the
+// file, and nothing is asked of the virtual machine after that.
+#include <jni.h>
+#include <vask/vask.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <span>
+
+#include "dsp/memory.h"
+#include "jni/raw_file_reader.h"
+#include "process/raw_file.h"
+
+namespace vask {
+namespace {
+
+void Throw(JNIEnv* env, const char* type, const char* message) {
+  const jclass found = env->FindClass(type);
+  if (found != nullptr) env->ThrowNew(found, message);  // else that it was not found is thrown already
+}
+
+// False with NullPointerException thrown.
+bool IsThere(JNIEnv* env, jarray array) {
+  if (array != nullptr) return true;
+  Throw(env, "java/lang/NullPointerException", "the array is null");
+  return false;
+}
+
+void ThrowTooShort(JNIEnv* env, int32_t count, int32_t length) {
+  char message[80];
+  std::snprintf(message, sizeof message, "%d elements asked of an array of %d", count, length);
+  Throw(env, "java/lang/ArrayIndexOutOfBoundsException", message);
+}
+
+// False with ArrayIndexOutOfBoundsException thrown.
+bool Holds(JNIEnv* env, jarray array, int32_t count) {
+  const int32_t length = env->GetArrayLength(array);
+  if (count >= 0 && count <= length) return true;
+  ThrowTooShort(env, count, length);
+  return false;
+}
+
+void Copy(JNIEnv* env, std::span<const int16_t> from, jshortArray to) {
+  env->SetShortArrayRegion(to, 0, static_cast<jsize>(from.size()), from.data());
+}
+
+void Copy(JNIEnv* env, std::span<const uint8_t> from, jbyteArray to) {
+  // jbyte is a signed char, which may look at any byte.
+  env->SetByteArrayRegion(to, 0, static_cast<jsize>(from.size()),
+                          reinterpret_cast<const jbyte*>(from.data()));
+}
+
+// `fill` puts `count` elements into a buffer, which go to the front of `out`. Returns how many they were, 0
+// with an exception if `out` is shorter, 0 if there is no memory.
+template <typename T, typename Array, typename Fill>
+jint Deliver(JNIEnv* env, Array out, int32_t count, const Fill& fill) {
+  if (count < 1 || !Holds(env, out, count)) return 0;
+  T* buffer = NewZeroed<T>(count);
+  if (buffer == nullptr) return 0;
+  const int32_t filled = fill(buffer);
+  if (filled > 0) Copy(env, std::span<const T>(buffer, static_cast<size_t>(filled)), out);
+  Release(buffer);
+  return filled;
+}
+
+// Up to n values of the open file to the front of `out`. Whether they fit shows only when they are read: one
+// more than fits is tried, and then the file stands again where it stood, if it can be wound back.
+template <typename T, typename Array>
+jint Read(JNIEnv* env, int32_t n, Array out) {
+  const RawFile& raw = FileOfTheProcess();
+  if (raw.file == nullptr || n < 1 || !IsThere(env, out)) return 0;
+  const int32_t length = env->GetArrayLength(out);
+  const int32_t wanted = n > length ? length + 1 : n;
+  T* buffer = NewZeroed<T>(wanted);
+  if (buffer == nullptr) return 0;
+  const auto start = std::ftell(raw.file);
+  int32_t count = ReadRawFile<T>(raw, {buffer, static_cast<size_t>(wanted)});
+  if (count > length) {
+    if (start >= 0) std::fseek(raw.file, start, SEEK_SET);
+    count = 0;
+    ThrowTooShort(env, n, length);
+  } else if (count > 0) {
+    Copy(env, std::span<const T>(buffer, static_cast<size_t>(count)), out);
+  }
+  Release(buffer);
+  return count;
+}
+
+// The characters of a Java string while it lives; null if there are none to be had.
+class Text {
+ public:
+  Text(JNIEnv* env, jstring string)
+      : env_(env),
+        string_(string),
+        characters_(string != nullptr ? env->GetStringUTFChars(string, nullptr) : nullptr) {}
+  ~Text() {
+    if (characters_ != nullptr) env_->ReleaseStringUTFChars(string_, characters_);
+  }
+  Text(const Text&) = delete;
+  Text& operator=(const Text&) = delete;
+
+  const char* Characters() const { return characters_; }
+
+ private:
+  JNIEnv* env_;
+  jstring string_;
+  const char* characters_;
+};
+
+}  // namespace
+}  // namespace vask
+
+#define VASK_JAVA(result, method) JNIEXPORT result JNICALL Java_com_norv_Brindle_Vask_##method
+
+extern "C" {
+
+VASK_JAVA(jint, Vask_1epd_1init)(JNIEnv* env, jobject, jstring kb_dir, jint mode) {
+  const vask::Text dir(env, kb_dir);
+  return dir.Characters() != nullptr ? android_init_frontend(dir.Characters(), mode) : 0;
+}
+
+VASK_JAVA(jint, Vask_1epd_1set_1option)(JNIEnv*, jobject, jint option, jint value) {
+  Vask_epd_set_option(option, value);
+  return 0;
+}
+
+VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshortArray samples) {
+  if (samples == nullptr || !vask::Holds(env, samples, n)) return 0;
+  jshort* elements = env->GetShortArrayElements(samples, nullptr);
+  if (elements == nullptr) return 0;
+  const jint result = android_process_frame(n, elements);
+  env->ReleaseShortArrayElements(samples, elements, 0);  // 0: what was clipped is copied back
+  return result;
+}
+
+VASK_JAVA(jint, Vask_1epd_1get_1raw_1data)(JNIEnv* env, jobject, jint max, jshortArray out) {
+  if (max < 1) return max;
+  if (!vask::IsThere(env, out)) return 0;
+  const int32_t count = std::min(max, android_get_available_frames());
+  return vask::Deliver<int16_t>(env, out, count, [=](int16_t* to) { return android_get_frames(count, to); });
+}
+
+VASK_JAVA(jint, Vask_1epd_1get_1pkt_1data)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
+  if (n < 1 || !vask::IsThere(env, out)) return 0;
+  const int32_t bytes = vask_packet_size(n, last);
+  return vask::Deliver<uint8_t>(env, out, bytes,
+                                [=](uint8_t* to) { return vask_take_packet(n, to, bytes, last); });
+}
+
+VASK_JAVA(jint, Vask_1epd_1get_1pkt_1stream)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
+  if (n < 1 || !vask::IsThere(env, out)) return 0;
+  const int32_t bytes = vask_packet_stream_size(n, last);
+  return vask::Deliver<uint8_t>(env, out, bytes,
+                                [=](uint8_t* to) { return vask_take_packet_stream(n, to, bytes, last); });
+}
+
+VASK_JAVA(jint, Vask_1epd_1wrapup)(JNIEnv*, jobject) {
+  android_wrapup_frontend();
+  return 1;
+}
+
+VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv*, jobject) {
+  android_reset_frontend();
+  refersh_adpcm_state();
+}
+
+VASK_JAVA(jint, Vask_1epd_1get_1mfc_1data)(JNIEnv*, jobject) { return 0; }
+
+VASK_JAVA(jint, Vask_1fopen)(JNIEnv* env, jobject, jstring path) {
+  const vask::Text name(env, path);
+  vask::RawFile& raw = vask::FileOfTheProcess();
+  return name.Characters() != nullptr ? vask::OpenRawFile(raw, name.Characters()) : raw.Token();
+}
+
+VASK_JAVA(jint, Vask_1fread)(JNIEnv* env, jobject, jint n, jshortArray out) {
+  return vask::Read<int16_t>(env, n, out);
+}
+
+VASK_JAVA(jint, Vask_1fread_1byte)(JNIEnv* env, jobject, jint n, jbyteArray out) {
+  return vask::Read<uint8_t>(env, n, out);
+}
+
+VASK_JAVA(jint, Vask_1fclose)(JNIEnv*, jobject) { return vask::CloseRawFile(vask::FileOfTheProcess()); }
+
+}  // extern "C"
