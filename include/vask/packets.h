@@ -65,6 +65,17 @@ VASK_API int32_t vask_packet_stream_size(int32_t n, int32_t last);
 VASK_API int32_t vask_take_packet_stream(int32_t n, uint8_t *out, int32_t size, int32_t last);
 
 /**
+ * Write the header of a packet that is made otherwise.
+ *
+ * type  'D' or 'E'
+ * n     bytes of codes that follow it
+ * out   out: VASK_PACKET_HEADER characters
+ *
+ * VASK_PACKET_HEADER; 0 with nothing written if n is not 1 to VASK_LARGEST_PACKET or the type is another.
+ */
+VASK_API int32_t vask_write_packet_header(char type, int32_t n, uint8_t *out);
+
+/**
  * Read the header of a packet.
  *
  * bytes  in: the stream, where a packet begins

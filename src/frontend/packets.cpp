@@ -12,18 +12,17 @@ namespace {
 
 constexpr int32_t kBlock = 512;  // samples encoded at a time; even, so that no byte is cut
 
+}  // namespace
+
 bool IsPacketSize(int32_t n) { return n >= 1 && n <= VASK_LARGEST_PACKET; }
 
-// n has at most six digits.
-void WriteHeader(char type, int32_t n, uint8_t* out) {
+void WritePacketHeader(char type, int32_t n, uint8_t* out) {
   std::fill_n(out, VASK_PACKET_HEADER, static_cast<uint8_t>(' '));
   out[0] = static_cast<uint8_t>(type);
   for (uint8_t* digit = out + VASK_PACKET_HEADER - 1; n > 0; n /= 10) {
     *digit-- = static_cast<uint8_t>('0' + n % 10);
   }
 }
-
-}  // namespace
 
 int32_t PacketSize(const frontend& f, int32_t n, bool last) {
   if (!IsPacketSize(n)) return 0;
@@ -53,7 +52,7 @@ int32_t StreamSize(const frontend& f, int32_t n, bool last) {
 void TakeStream(frontend& f, adpcm_state& encoder, int32_t n, bool last, std::span<uint8_t> out) {
   const auto packet = static_cast<size_t>(n + VASK_PACKET_HEADER);
   while (out.size() >= packet) {
-    WriteHeader(last && out.size() == packet ? 'E' : 'D', n, out.data());
+    WritePacketHeader(last && out.size() == packet ? 'E' : 'D', n, out.data());
     TakePacket(f, encoder, out.subspan(VASK_PACKET_HEADER, static_cast<size_t>(n)));
     out = out.subspan(packet);
   }
@@ -67,7 +66,7 @@ int32_t ReadPacketHeader(std::span<const uint8_t> bytes, char& type) {
   }
   // There is one way to write a number: what would be written otherwise is no header.
   uint8_t written[VASK_PACKET_HEADER];
-  WriteHeader(static_cast<char>(bytes[0]), n, written);
+  WritePacketHeader(static_cast<char>(bytes[0]), n, written);
   if (n == 0 || !std::equal(written, written + VASK_PACKET_HEADER, bytes.begin())) return 0;
   type = static_cast<char>(bytes[0]);
   return n;

@@ -20,6 +20,12 @@ void TakePacket(frontend& f, adpcm_state& encoder, std::span<uint8_t> out);
 int32_t StreamSize(const frontend& f, int32_t n, bool last);
 void TakeStream(frontend& f, adpcm_state& encoder, int32_t n, bool last, std::span<uint8_t> out);
 
+// Whether n fits the six columns of a header; bare packets keep to the same sizes.
+bool IsPacketSize(int32_t n);
+
+// VASK_PACKET_HEADER characters.
+void WritePacketHeader(char type, int32_t n, uint8_t* out);
+
 // n and type of the packet that begins here; 0 if none does.
 int32_t ReadPacketHeader(std::span<const uint8_t> bytes, char& type);
 

@@ -17,6 +17,19 @@ namespace {
 
 constexpr size_t kBlockFrames = 4096;
 
+std::string Reason(SNDFILE* file) {
+  std::string text = sf_strerror(file);
+  while (!text.empty() && (text.back() == '.' || text.back() == '\n')) text.pop_back();
+  return text;
+}
+
+int16_t ToSample(double value) {
+  if (std::isnan(value)) return 0;  // a file of floats may hold anything
+  return static_cast<int16_t>(std::clamp(std::floor(value * 32768.0 + 0.5), -32768.0, 32767.0));
+}
+
+}  // namespace
+
 // libsndfile's own words for these cases are "System error" and "Format not recognised".
 void CheckIsReadableFile(const std::string& path) {
   struct stat status;
@@ -32,19 +45,6 @@ void CheckIsReadableFile(const std::string& path) {
     throw FileError(path, std::strerror(errno), "ask its owner for the right to read it");
   }
 }
-
-std::string Reason(SNDFILE* file) {
-  std::string text = sf_strerror(file);
-  while (!text.empty() && (text.back() == '.' || text.back() == '\n')) text.pop_back();
-  return text;
-}
-
-int16_t ToSample(double value) {
-  if (std::isnan(value)) return 0;  // a file of floats may hold anything
-  return static_cast<int16_t>(std::clamp(std::floor(value * 32768.0 + 0.5), -32768.0, 32767.0));
-}
-
-}  // namespace
 
 AudioReader::AudioReader(const std::string& path) : path_(path) {
   CheckIsReadableFile(path);

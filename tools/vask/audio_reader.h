@@ -13,6 +13,9 @@
 
 namespace vask::command {
 
+// Throws FileError if the file is missing, empty, a directory or unreadable.
+void CheckIsReadableFile(const std::string& path);
+
 // Channels are averaged and rates other than 16 kHz resampled; a 16 kHz mono 16-bit file comes through bit
 // for bit. Memory does not grow with the file.
 class AudioReader {

@@ -36,12 +36,8 @@ void PrintUtterance(const std::string& input, int number, int64_t start, int64_t
 // Drives the engine through one file, frame by frame, and puts what it says on the file's time line.
 class Detection {
  public:
-  Detection(EngineSession& engine, const std::string& input, UtteranceNames& names)
-      : engine_(engine),
-        input_(input),
-        names_(names),
-        reader_(input),
-        progress_(input, reader_.ExpectedSamples()) {}
+  Detection(EngineSession& engine, const std::string& input, UtteranceSink& sink)
+      : engine_(engine), sink_(sink), reader_(input), progress_(input, reader_.ExpectedSamples()) {}
 
   void Run() {
     engine_.WrapUp();
@@ -67,7 +63,8 @@ class Detection {
       if (step.answer == EngineSession::Answer::kEnded) {
         End((frame_ - kEndDelay) * kFrameSamples);
       } else {
-        Drop();
+        if (open_) sink_.Drop();
+        open_ = false;
       }
       // The engine starts afresh, with the frame that it decided on: it may be speech again.
       engine_.WrapUp();
@@ -82,42 +79,57 @@ class Detection {
       open_ = true;
       start_ = (frame_ - kStartDelay) * kFrameSamples;
       delivered_ = (frame_ - kDeliveryDelay + 1) * kFrameSamples - n;
-      if (names_.wanted()) wav_.emplace(names_.Name(count_ + 1));
+      sink_.Begin();
     }
     // The silence behind the file is not part of it.
     const int64_t rest = at_end_ ? std::clamp<int64_t>(length_ - delivered_, 0, n) : n;
-    if (wav_) wav_->Write(samples.first(static_cast<size_t>(rest)));
+    sink_.Write(samples.first(static_cast<size_t>(rest)));
     delivered_ += n;
   }
 
   void End(int64_t end) {
     if (!open_) return;
-    ++count_;
-    if (wav_) wav_->Commit();
-    progress_.Hide();
-    PrintUtterance(input_, count_, std::min(start_, length_), std::min(end, length_));
-    Drop();
-  }
-
-  void Drop() {
-    wav_.reset();
     open_ = false;
+    progress_.Hide();
+    sink_.End(std::min(start_, length_), std::min(end, length_));
   }
 
   EngineSession& engine_;
-  const std::string& input_;
-  UtteranceNames& names_;
+  UtteranceSink& sink_;
   AudioReader reader_;
   Progress progress_;
 
   int64_t frame_ = 0;    // number in the file of the frame being fed
   int64_t length_ = 0;   // samples read so far
   bool at_end_ = false;  // length_ is the file's
-  int count_ = 0;        // utterances
 
   bool open_ = false;      // an utterance is being delivered
   int64_t start_ = 0;      // its start, in samples
   int64_t delivered_ = 0;  // place in the file of the next sample that the engine delivers
+};
+
+// A line for each, and a file if wanted.
+class Listing : public UtteranceSink {
+ public:
+  Listing(const std::string& input, const UtteranceNames& names) : input_(input), names_(names) {}
+
+  void Begin() override {
+    if (names_.wanted()) wav_.emplace(names_.Name(count_ + 1));
+  }
+  void Write(std::span<const int16_t> samples) override {
+    if (wav_) wav_->Write(samples);
+  }
+  void End(int64_t start, int64_t end) override {
+    if (wav_) wav_->Commit();
+    wav_.reset();
+    PrintUtterance(input_, ++count_, start, end);
+  }
+  void Drop() override { wav_.reset(); }
+
+ private:
+  const std::string& input_;
+  const UtteranceNames& names_;
+  int count_ = 0;
   std::optional<WavWriter> wav_;
 };
 
@@ -155,9 +167,14 @@ std::string UtteranceNames::Name(int number) const {
   return name;
 }
 
+void FindUtterances(EngineSession& engine, const std::string& input, UtteranceSink& sink) {
+  Detection(engine, input, sink).Run();
+}
+
 void Detect(EngineSession& engine, const std::string& input, UtteranceNames& names) {
   names.StartInput(input);
-  Detection(engine, input, names).Run();
+  Listing listing(input, names);
+  FindUtterances(engine, input, listing);
 }
 
 }  // namespace vask::command

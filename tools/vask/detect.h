@@ -3,6 +3,7 @@
 #define TOOLS_VASK_DETECT_H_
 
 #include <set>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,8 +29,21 @@ class UtteranceNames {
   std::set<std::pair<uint64_t, uint64_t>> inputs_;  // device, inode
 };
 
-// Lists the utterances of `input` on standard output: file, number, start and end in seconds, tabs between.
+// Gets the utterances of a file while they come.
+class UtteranceSink {
+ public:
+  virtual ~UtteranceSink() = default;
+  virtual void Begin() = 0;
+  virtual void Write(std::span<const int16_t> samples) = 0;
+  virtual void End(int64_t start, int64_t end) = 0;  // where it lies in the file, in samples
+  virtual void Drop() = 0;                           // it was none
+};
+
 // Throws FileError for this file, FatalError if no other file can fare better.
+void FindUtterances(EngineSession& engine, const std::string& input, UtteranceSink& sink);
+
+// Lists the utterances of `input` on standard output: file, number, start and end in seconds, tabs between.
+// Throws as FindUtterances().
 void Detect(EngineSession& engine, const std::string& input, UtteranceNames& names);
 
 }  // namespace vask::command

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <vask/export.h>
+#include <vask/packets.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -16,6 +17,7 @@
 #include "detect.h"
 #include "engine_session.h"
 #include "errors.h"
+#include "packets.h"
 #include "signals.h"
 
 namespace vask::command {
@@ -58,6 +60,20 @@ constexpr const char* kDenoiseFooter =
     "Example:\n"
     "  vask denoise street.wav -o clean.wav";
 
+constexpr const char* kPacketsFooter =
+    "OUT holds the utterances one after the other, each a stream of its own: packets \"D\", the last one "
+    "\"E\",\n"
+    "with 8 characters of header before N bytes of IMA ADPCM. It appears only when it is complete.\n"
+    "Example:\n"
+    "  vask packets meeting.wav -o meeting.packets";
+
+constexpr const char* kUnpackFooter =
+    "OUT holds the samples of all utterances, one after the other. If IN is damaged, OUT ends before the "
+    "damage,\n"
+    "the message says at which byte it is, and the exit status is 1.\n"
+    "Example:\n"
+    "  vask unpack meeting.packets -o spoken.wav";
+
 std::string Version() {
   return "vask " + std::to_string(VASK_VERSION_MAJOR) + "." + std::to_string(VASK_VERSION_MINOR) + "." +
          std::to_string(VASK_VERSION_PATCH) + " (" + kCompiler + ")";
@@ -80,6 +96,7 @@ struct Arguments {
   std::vector<std::string> inputs;  // of detect
   std::string input;                // of denoise
   std::string output;               // folder or file
+  PacketOptions packets;
 };
 
 int RunDetect(const Arguments& arguments) {
@@ -100,6 +117,17 @@ int RunDetect(const Arguments& arguments) {
 int RunDenoise(const Arguments& arguments) {
   EngineSession engine(EngineSession::Mode::kEnhance, arguments.engine);
   Denoise(engine, arguments.input, arguments.output);
+  return EXIT_SUCCESS;
+}
+
+int RunPackets(const Arguments& arguments) {
+  EngineSession engine(EngineSession::Mode::kDetect, arguments.engine);
+  Pack(engine, arguments.input, arguments.output, arguments.packets);
+  return EXIT_SUCCESS;
+}
+
+int RunUnpack(const Arguments& arguments) {
+  Unpack(arguments.input, arguments.output);
   return EXIT_SUCCESS;
 }
 
@@ -135,6 +163,26 @@ int Run(int argc, char** argv) {
       ->type_name("OUT")
       ->check(CheckNotEmpty);
 
+  CLI::App* packets = app.add_subcommand("packets", "Write the utterances of a file as ADPCM packets");
+  packets->footer(kPacketsFooter);
+  packets->add_option("IN", arguments.input, "Recording")->required()->type_name("");
+  packets->add_option("-o,--output", arguments.output, "File to write")
+      ->required()
+      ->type_name("OUT")
+      ->check(CheckNotEmpty);
+  packets->add_option("--size", arguments.packets.bytes, "Bytes of a packet without its header (160: 20 ms)")
+      ->type_name("N")
+      ->check(CLI::Range(1, VASK_LARGEST_PACKET));
+  packets->add_flag("--bare", arguments.packets.bare, "No headers: all utterances in one stream of codes");
+
+  CLI::App* unpack = app.add_subcommand("unpack", "Write the sound of such packets");
+  unpack->footer(kUnpackFooter);
+  unpack->add_option("IN", arguments.input, "Packets with headers")->required()->type_name("");
+  unpack->add_option("-o,--output", arguments.output, "WAV file to write")
+      ->required()
+      ->type_name("OUT")
+      ->check(CheckNotEmpty);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -142,7 +190,10 @@ int Run(int argc, char** argv) {
     if (!std::cout.flush()) ThrowOutputError();
     return asked_for ? EXIT_SUCCESS : kExitUsage;
   }
-  return detect->parsed() ? RunDetect(arguments) : RunDenoise(arguments);
+  if (denoise->parsed()) return RunDenoise(arguments);
+  if (packets->parsed()) return RunPackets(arguments);
+  if (unpack->parsed()) return RunUnpack(arguments);
+  return RunDetect(arguments);
 }
 
 }  // namespace
