@@ -203,7 +203,7 @@ int32_t vask_packet_size(int32_t n, int32_t last) { return vask::PacketSize(fron
 
 int32_t vask_take_packet(int32_t n, uint8_t* out, int32_t size, int32_t last) {
   const int32_t bytes = vask::PacketSize(front_end.record, n, last != 0);
-  if (out == nullptr || size < bytes) return 0;
+  if (out == nullptr || bytes == 0 || size < bytes) return 0;
   vask::TakePacket(front_end.record, enc_state, {out, static_cast<size_t>(bytes)});
   return bytes;
 }
@@ -214,7 +214,7 @@ int32_t vask_packet_stream_size(int32_t n, int32_t last) {
 
 int32_t vask_take_packet_stream(int32_t n, uint8_t* out, int32_t size, int32_t last) {
   const int32_t bytes = vask::StreamSize(front_end.record, n, last != 0);
-  if (out == nullptr || size < bytes) return 0;
+  if (out == nullptr || bytes == 0 || size < bytes) return 0;
   vask::TakeStream(front_end.record, enc_state, n, last != 0, {out, static_cast<size_t>(bytes)});
   return bytes;
 }
