@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vask/adpcm.h>
 #include <vask/frontend.h>
 
 #include <algorithm>
@@ -486,6 +487,84 @@ TEST_F(Command, NeedsNoMoreMemoryForALongFile) {
     if (args[0] == "detect") {
       EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 15 * 5);
     }
+  }
+}
+
+TEST_F(Command, PacksEachUtteranceAndUnpacksItAgain) {
+  ASSERT_EQ(Run({"detect", kRoom, "-o", "spoken"}).exit_code, 0);
+  for (const int32_t n : {160, 37, 20000}) {
+    ASSERT_EQ(Run({"packets", kRoom, "-o", "packets", "--size", std::to_string(n)}).exit_code, 0);
+    ASSERT_EQ(Run({"packets", kRoom, "-o", "bare", "--bare", "--size", std::to_string(n)}).exit_code, 0);
+    ASSERT_EQ(Run({"unpack", "packets", "-o", "out.wav"}).exit_code, 0);
+    // By the codec's own functions: every utterance from the zero state, filled up with silence.
+    std::string stream, bare;
+    Samples heard;
+    adpcm_state through = {};
+    for (size_t k = 1; k <= Truth().size(); ++k) {
+      Samples samples = Load(*this / ("spoken/room-00" + std::to_string(k) + ".wav"));
+      const size_t packets = (samples.size() + 2 * static_cast<size_t>(n) - 1) / (2 * static_cast<size_t>(n));
+      samples.resize(2 * packets * static_cast<size_t>(n));
+      const auto count = static_cast<int32_t>(samples.size());
+      std::string codes(samples.size() / 2, 0), joined = codes;
+      adpcm_state encoder = {}, decoder = {};
+      adpcm_coder(samples.data(), reinterpret_cast<uint8_t*>(codes.data()), count, &encoder);
+      adpcm_coder(samples.data(), reinterpret_cast<uint8_t*>(joined.data()), count, &through);
+      adpcm_decoder(reinterpret_cast<uint8_t*>(codes.data()), samples.data(), count, &decoder);
+      for (size_t i = 0; i < packets; ++i) {
+        char header[12];
+        std::snprintf(header, sizeof header, "%s %6d", i + 1 == packets ? "E" : "D", n);
+        stream += header + codes.substr(i * static_cast<size_t>(n), static_cast<size_t>(n));
+      }
+      bare += joined;
+      heard.insert(heard.end(), samples.begin(), samples.end());
+    }
+    EXPECT_TRUE(Content(*this / "packets") == stream) << n;
+    EXPECT_TRUE(Content(*this / "bare") == bare) << n;
+    EXPECT_EQ(Load(*this / "out.wav"), heard) << n;
+  }
+}
+
+TEST_F(Command, KeepsTheWholePacketsOfADamagedStream) {
+  ASSERT_EQ(Run({"packets", kRoom, "-o", "whole", "--size", "100"}).exit_code, 0);  // packets of 108 bytes
+  ASSERT_EQ(Run({"unpack", "whole", "-o", "whole.wav"}).exit_code, 0);
+  const std::string whole = Content(*this / "whole");
+  const Samples sound = Load(*this / "whole.wav");
+  struct Case {
+    std::string stream;
+    size_t packets, byte;
+    std::string error;
+  };
+  for (const Case& c :
+       std::vector<Case>{{whole.substr(0, 5 * 108 + 50), 5, 540, "a packet is cut"},
+                         {whole.substr(0, 5 * 108 + 3), 5, 540, "a packet is cut"},
+                         {whole.substr(0, 5 * 108), 5, 540, "no packet E"},
+                         {whole.substr(0, 5 * 108) + whole.substr(5 * 108 + 1), 5, 540, "no packet begins"},
+                         {whole.substr(0, 7 * 108 - 1) + whole.substr(7 * 108), 7, 756,
+                          "no packet begins"},  // a byte is lost
+                         {whole + "and more text", whole.size() / 108, whole.size(), "no packet begins"},
+                         {"D      0" + whole, 0, 0, "no packet begins"},
+                         {"D 999999" + whole, 0, 0, "a packet is cut"},
+                         {whole.substr(0, 60), 0, 0, "a packet is cut"},
+                         {Content(kRoom), 0, 0, "no packet begins"}}) {
+    std::ofstream(*this / "damaged", std::ios::binary) << c.stream;
+    fs::remove(*this / "out.wav");
+    const Outcome outcome = Run({"unpack", "damaged", "-o", "out.wav"});
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_EQ(outcome.err.find("vask: damaged: byte " + std::to_string(c.byte) + ": "), 0u) << outcome.err;
+    EXPECT_NE(outcome.err.find(c.error), std::string::npos) << outcome.err;
+    ASSERT_EQ(fs::exists(*this / "out.wav"), c.packets > 0) << outcome.err;
+    if (c.packets == 0) continue;
+    const Samples kept = Load(*this / "out.wav");
+    ASSERT_EQ(kept.size(), 200 * c.packets) << outcome.err;
+    // The last one before a byte that is lost has the wrong end.
+    EXPECT_TRUE(std::equal(kept.begin(), kept.end() - 200, sound.begin())) << outcome.err;
+  }
+  for (const std::vector<std::string>& args :
+       std::vector<std::vector<std::string>>{{"packets", kRoom},
+                                             {"packets", kRoom, "-o", "x", "--size", "0"},
+                                             {"packets", kRoom, "-o", "x", "--size", "1000000"},
+                                             {"unpack", "whole"}}) {
+    EXPECT_EQ(Run(args).exit_code, 2) << args.back();
   }
 }
 
