@@ -12,7 +12,8 @@ packages=(g++ make cmake ninja-build pkg-config
   junit4 proguard-cli python3              # those of the Java class and the codec
   libbenchmark-dev libspeexdsp-dev)        # the benchmarks
 if [ "${1:-}" = --ci ]; then
-  packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf qemu-user)
+  packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf qemu-user
+    aapt android-framework-res) # the manifests
 fi
 
 if ! command -v apt-get > /dev/null || ! command -v dpkg-query > /dev/null; then

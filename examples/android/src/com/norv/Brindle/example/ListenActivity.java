@@ -1,0 +1,66 @@
+package com.norv.Brindle.example;
+
+import android.Manifest;
+import android.app.Activity;
+import android.content.pm.PackageManager;
+import android.os.Bundle;
+import android.widget.TextView;
+
+/** Shows how long the last utterance was. Listens while it is on the screen and may use the microphone. */
+public final class ListenActivity extends Activity implements Microphone.Listener {
+  private static final int REQUEST = 1;
+
+  private TextView text;
+  private Microphone microphone;
+
+  @Override
+  protected void onCreate(Bundle state) {
+    super.onCreate(state);
+    text = new TextView(this);
+    setContentView(text);
+    if (!mayRecord()) requestPermissions(new String[] {Manifest.permission.RECORD_AUDIO}, REQUEST);
+  }
+
+  @Override
+  protected void onStart() {
+    super.onStart();
+    listen();
+  }
+
+  @Override
+  protected void onStop() {
+    if (microphone != null) microphone.close();
+    microphone = null;
+    super.onStop();
+  }
+
+  @Override
+  public void onRequestPermissionsResult(int request, String[] permissions, int[] results) {
+    if (mayRecord()) {
+      listen();
+    } else {
+      text.setText("Without the microphone there is nothing to hear.");
+    }
+  }
+
+  private boolean mayRecord() {
+    return checkSelfPermission(Manifest.permission.RECORD_AUDIO) == PackageManager.PERMISSION_GRANTED;
+  }
+
+  private void listen() {
+    if (microphone != null || !mayRecord()) return;
+    microphone = new Microphone(getFilesDir().getPath(), this);
+    microphone.start();
+    text.setText("Say something.");
+  }
+
+  @Override
+  public void onUtterance(final byte[] packets, final int seconds) {
+    runOnUiThread(() -> text.setText(packets.length + " bytes of packets: " + seconds + " s of speech"));
+  }
+
+  @Override
+  public void onFailure(final String reason) {
+    runOnUiThread(() -> text.setText(reason));
+  }
+}
