@@ -50,7 +50,7 @@ int32_t StreamSize(const frontend& f, int32_t n, bool last) {
 }
 
 void TakeStream(frontend& f, adpcm_state& encoder, int32_t n, bool last, std::span<uint8_t> out) {
-  const auto packet = static_cast<size_t>(n + VASK_PACKET_HEADER);
+  const auto packet = static_cast<size_t>(n) + VASK_PACKET_HEADER;
   while (out.size() >= packet) {
     WritePacketHeader(last && out.size() == packet ? 'E' : 'D', n, out.data());
     TakePacket(f, encoder, out.subspan(VASK_PACKET_HEADER, static_cast<size_t>(n)));

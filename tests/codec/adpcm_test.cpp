@@ -25,8 +25,8 @@ TEST(Adpcm, GivesTheBytesOfOtherEncoders) {
     int valprev, index;
   };
   for (const Case& c :
-       {Case{{0, 0}, {0x00}, 0, 0}, Case{{1000}, {0x70}, 11, 8},  // 0 + 7 / 8 + 7 + 7 / 2 + 7 / 4, each cut
-        // audioop.lin2adpcm of Python 3.11
+       {Case{{0, 0}, {0x00}, 0, 0}, Case{{1000}, {0x70}, 11, 8},
+        // 1000: 0 + 7 / 8 + 7 + 7 / 2 + 7 / 4, each cut. The long one: audioop.lin2adpcm of Python 3.11
         Case{{0, 1000, -1000, 32767, -32768, 32767, 32767, 5, -7, 120, 3000, 2900, 2950, -20000, 12, 13},
              {0x07, 0xf7, 0xf7, 0x7c, 0x81, 0x73, 0x0f, 0x88},
              40,
