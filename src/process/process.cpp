@@ -9,6 +9,8 @@
 #include "dsp/message.h"
 #include "dsp/rounding.h"
 #include "ecd/environment.h"
+#include "ecd/report.h"
+#include "ecd/scoring.h"
 #include "engine/lifecycle.h"
 #include "engine/measures.h"
 #include "engine/pcm_log.h"
@@ -304,9 +306,27 @@ int32_t __Vask_epd_ecd_Stop(void) {
   return 1;
 }
 
-int32_t __Vask_epd_ecd_change(void) { return vask::AnalyzeChange(environment, engine.history); }
+int32_t __Vask_epd_ecd_change(void) {
+  const vask::RoundToNearest rounding;
+  return vask::AnalyzeChange(environment, engine.history);
+}
+
+void EnvChangeValue(int32_t* first, int32_t* last, int32_t* count) {
+  const vask::RoundToNearest rounding;
+  const vask::Changes changes =
+      vask::FindChanges(environment.matrices, ecdLFBE, vask::MelRowsOf(engine.history));
+  if (first != nullptr) *first = changes.first;
+  if (last != nullptr) *last = changes.last;
+  if (count != nullptr) *count = changes.count;
+}
+
+int32_t ECVreport(int32_t first, int32_t last, int32_t count) {
+  const vask::RoundToNearest rounding;
+  return vask::ReportChange(environment, engine.history, {first, last, count});
+}
 
 int32_t Vask_epd_ecd(void) {
+  const vask::RoundToNearest rounding;
   const int32_t code =
       __Vask_epd_detect_env_change == 0 ? -1 : vask::AnalyzeChange(environment, engine.history);
   vask::EmptyHistories(engine.history);
