@@ -6,8 +6,8 @@
 set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config
-  libcli11-dev libsndfile1-dev libsoxr-dev # the command
-  libgtest-dev                             # the tests
+  libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev # the command
+  libgtest-dev python3-numpy                # the tests
   libbenchmark-dev libspeexdsp-dev)        # the benchmarks
 if [ "${1:-}" = --ci ]; then
   packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf qemu-user)

@@ -1,4 +1,5 @@
-// The vask command: detects utterances in recordings and reduces their noise.
+// The vask command: detects utterances in recordings, reduces their noise, judges where they were made and
+// computes their cepstra.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,7 +16,10 @@
 #include "denoise.h"
 #include "detect.h"
 #include "engine_session.h"
+#include "environment.h"
 #include "errors.h"
+#include "knowledge_base.h"
+#include "mfcc.h"
 #include "signals.h"
 
 namespace vask::command {
@@ -40,6 +44,8 @@ constexpr const char* kFooter =
     "  vask detect meeting.wav                      list the utterances\n"
     "  vask detect -o utterances morning/*.flac     and write each to a file of its own\n"
     "  vask denoise street.wav -o clean.wav         reduce the noise\n"
+    "  vask env call.wav                            judge where it was recorded\n"
+    "  vask mfcc call.wav -o call.npy               compute its cepstra\n"
     "  vask --device 1 detect meeting.wav           with the settings of another device\n"
     "Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.";
 
@@ -58,6 +64,40 @@ constexpr const char* kDenoiseFooter =
     "Example:\n"
     "  vask denoise street.wav -o clean.wav";
 
+constexpr const char* kEnvFooter =
+    "Output: a line a file, with tabs between its columns, or with --json an object a line:\n"
+    "  FILE  VERDICT  FIRST and LAST change (seconds)  SNR (dB)  lowest and highest SAMPLE  MEANING\n"
+    "with - (null) for what there is not. The verdict:\n"
+    "   0  the speech stands out from the background, and the level rose where it began\n"
+    "   1  it stands out from the background at its end, but the level rose too little\n"
+    "   2  it does not stand out from the background at its end\n"
+    "  -1  the environment did not change twice: no speech, or only speech\n"
+    "The library looks at 20.48 s. Of a longer file the rest is left out, which a note on standard error "
+    "says;\n"
+    "a sound that it rejects as no speech makes it begin again behind that.\n"
+    "Examples:\n"
+    "  vask env call.wav\n"
+    "  vask env --json calls/*.wav | jq -r 'select(.verdict != 0) | .file'";
+
+constexpr const char* kMfccFooter =
+    "OUT: float32, a row for every 10 ms and 13 columns, c0 to c12, as numpy.load() reads them; with "
+    "--deltas\n"
+    "39 columns, the first and second derivatives behind them; with --csv as text, without a line of names. "
+    "It\n"
+    "appears only when it is complete. A row's window is 20 ms long and ends with its 10 ms.\n"
+    "With --kb DIR the cepstral mean in DIR/Vask.db/global_cms is taken off, and what this recording adds "
+    "to\n"
+    "it is stored there (a fifth of the new mean); table files in DIR/Vask.db replace the built-in tables.\n"
+    "Examples:\n"
+    "  vask mfcc call.wav -o call.npy\n"
+    "  vask tables kb && vask mfcc call.wav --deltas --kb kb -o call.npy";
+
+constexpr const char* kTablesFooter =
+    "Writes DIR/Vask.db/ with the nine table files, DIR/config.Vask and an empty DIR/LOG/. Where\n"
+    "DIR/Vask.db/cc1.txt is there, nothing is written.\n"
+    "Example:\n"
+    "  vask tables kb";
+
 std::string Version() {
   return "vask " + std::to_string(VASK_VERSION_MAJOR) + "." + std::to_string(VASK_VERSION_MINOR) + "." +
          std::to_string(VASK_VERSION_PATCH) + " (" + kCompiler + ")";
@@ -73,13 +113,25 @@ std::string CheckConfigDir(const std::string& dir) {
   return readable ? "" : Printable(dir) + " holds no config.Vask to read";
 }
 
+std::string CheckKnowledgeBase(const std::string& dir) {
+  if (dir.size() > EngineSession::kMaxConfigDir) {
+    return Printable(dir) + " is too long: at most " + std::to_string(EngineSession::kMaxConfigDir) +
+           " bytes";
+  }
+  const bool usable = access((dir + "/Vask.db/.").c_str(), W_OK) == 0;
+  return usable ? "" : Printable(dir) + " holds no folder Vask.db to write to: vask tables makes one";
+}
+
 std::string CheckNotEmpty(const std::string& name) { return name.empty() ? "the name is empty" : ""; }
 
 struct Arguments {
   EngineOptions engine;
-  std::vector<std::string> inputs;  // of detect
-  std::string input;                // of denoise
+  std::vector<std::string> inputs;  // of detect and env
+  std::string input;                // of denoise and mfcc
   std::string output;               // folder or file
+  std::string folder;               // of tables
+  MfccOptions mfcc;
+  bool json = false;
 };
 
 int RunDetect(const Arguments& arguments) {
@@ -100,6 +152,35 @@ int RunDetect(const Arguments& arguments) {
 int RunDenoise(const Arguments& arguments) {
   EngineSession engine(EngineSession::Mode::kEnhance, arguments.engine);
   Denoise(engine, arguments.input, arguments.output);
+  return EXIT_SUCCESS;
+}
+
+int RunEnv(const Arguments& arguments) {
+  EngineSession engine(EngineSession::Mode::kEnhance, arguments.engine);
+  int status = EXIT_SUCCESS;
+  for (const std::string& input : arguments.inputs) {
+    try {
+      const Verdict verdict = JudgeEnvironment(engine, input);
+      if (verdict.length > verdict.judged_to + 0.005) {
+        std::fprintf(stderr, "vask: %s: only the first %.2f of %.2f s were judged\n",
+                     Printable(input).c_str(), verdict.judged_to, verdict.length);
+      }
+      std::puts((arguments.json ? JsonOf : LineOf)(input, verdict).c_str());
+      if (std::fflush(stdout) != 0) ThrowOutputError();
+    } catch (const FileError& error) {
+      std::fprintf(stderr, "vask: %s\n", error.what());
+      status = kExitFailed;
+    }
+  }
+  return status;
+}
+
+int RunTables(const Arguments& arguments) {
+  const bool written = WriteKnowledgeBase(arguments.folder);
+  std::printf(written ? "%s: nine tables and config.Vask written\n"
+                      : "%s: nothing written, Vask.db/cc1.txt is there already\n",
+              Printable(arguments.folder).c_str());
+  if (std::fflush(stdout) != 0) ThrowOutputError();
   return EXIT_SUCCESS;
 }
 
@@ -135,6 +216,34 @@ int Run(int argc, char** argv) {
       ->type_name("OUT")
       ->check(CheckNotEmpty);
 
+  CLI::App* env = app.add_subcommand("env", "Judge whether speech stands out from where it was recorded");
+  env->footer(kEnvFooter);
+  env->add_option("FILE", arguments.inputs, "Recordings")->required()->type_name("");
+  env->add_flag("--json", arguments.json, "Print objects of JSON, one a line");
+
+  CLI::App* mfcc = app.add_subcommand("mfcc", "Compute the mel-frequency cepstra of a file");
+  mfcc->footer(kMfccFooter);
+  mfcc->add_option("IN", arguments.input, "Recording")->required()->type_name("");
+  mfcc->add_option("-o,--output", arguments.output, "File to write")
+      ->required()
+      ->type_name("OUT")
+      ->check(CheckNotEmpty);
+  CLI::Option* deltas =
+      mfcc->add_flag("--deltas", arguments.mfcc.deltas, "With first and second derivatives: 39 columns");
+  mfcc->add_flag("--log-energies", arguments.mfcc.log_energies, "Log mel energies instead: 23 columns")
+      ->excludes(deltas);
+  mfcc->add_flag("--csv", arguments.mfcc.csv, "Write text, one row a line with commas, instead of NPY");
+  mfcc->add_option("--kb", arguments.mfcc.knowledge_base, "Knowledge base that keeps the cepstral mean")
+      ->type_name("DIR")
+      ->check(CheckKnowledgeBase);
+
+  CLI::App* tables = app.add_subcommand("tables", "Write a knowledge base: the built-in tables as files");
+  tables->footer(kTablesFooter);
+  tables->add_option("DIR", arguments.folder, "Folder, made if missing")
+      ->required()
+      ->type_name("")
+      ->check(CheckNotEmpty);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -142,7 +251,14 @@ int Run(int argc, char** argv) {
     if (!std::cout.flush()) ThrowOutputError();
     return asked_for ? EXIT_SUCCESS : kExitUsage;
   }
-  return detect->parsed() ? RunDetect(arguments) : RunDenoise(arguments);
+  if (detect->parsed()) return RunDetect(arguments);
+  if (env->parsed()) return RunEnv(arguments);
+  if (tables->parsed()) return RunTables(arguments);
+  if (mfcc->parsed()) {
+    Mfcc(arguments.input, arguments.output, arguments.mfcc);
+    return EXIT_SUCCESS;
+  }
+  return RunDenoise(arguments);
 }
 
 }  // namespace

@@ -5,18 +5,15 @@
 #include <cstdint>
 #include <span>
 #include <string>
-#include <vector>
+
+#include "output_file.h"
 
 namespace vask::command {
 
-// Writes into a hidden file beside the target and renames it in Commit(); without Commit() nothing is left. A
-// target that is no regular file (a device) is written in place. Every failure is a FileError.
+// Without Commit() nothing is left. Every failure is a FileError.
 class WavWriter {
  public:
   explicit WavWriter(const std::string& target);
-  ~WavWriter();
-  WavWriter(const WavWriter&) = delete;
-  WavWriter& operator=(const WavWriter&) = delete;
 
   void Write(std::span<const int16_t> samples);
   void Commit();
@@ -24,16 +21,8 @@ class WavWriter {
   int64_t samples() const { return samples_; }
 
  private:
-  void Flush();
-  void WriteAll(std::span<const uint8_t> bytes);
-  [[noreturn]] void ThrowUnwritable() const;  // by errno
-
-  std::string name_;       // as the user gave it, for messages
-  std::string target_;     // with links resolved, so that a link is not replaced by a file
-  std::string temporary_;  // empty: written in place, or already renamed
-  int fd_ = -1;
+  OutputFile file_;
   int64_t samples_ = 0;
-  std::vector<uint8_t> pending_;  // bytes, little endian
 };
 
 }  // namespace vask::command
