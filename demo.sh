@@ -28,9 +28,9 @@ cat << END
    out/room-denoised.wav   the whole recording without the noise; compare it with samples/room.wav
 
 To go on:
-   $vask detect FILE...                utterances of your own recordings
-   $vask denoise FILE -o CLEAN.wav     one of them without the noise
-   $vask --help                        everything that the command can do
+   $vask detect FILE...               utterances of your own recordings
+   $vask denoise FILE -o CLEAN.wav    one of them without the noise
+   $vask --help                       everything that the command can do
    ./test.sh                                       all tests
    README.md                                       the C interface, with an example
 END

@@ -84,7 +84,7 @@ VASK_API void __Calculate_frame_energy(void);
  * queues are emptied, the log file is closed. Settings, sample extremes and environment histories stay.
  *
  * out    any value
- * count  out: 0
+ * count  out: 0; may be null
  *
  * 1.
  */

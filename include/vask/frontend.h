@@ -41,7 +41,7 @@ VASK_API int32_t android_reset_frontend(void);
  * n        samples, 0 and more: 10 s (160000) at most between two resets
  * samples  in: n samples, 16 bits, 16 kHz
  *          out: those whose frame was processed in this call, clipped to -30000 ... 30000
- *          null: end the utterance
+ *          null: end the utterance, result 1
  *
  * -1  no frame was complete; or the mode is none of 1 to 4; or the library is not initialised, and then
  *     nothing is stored

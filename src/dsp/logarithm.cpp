@@ -26,7 +26,7 @@ constexpr int32_t ToNatural(int64_t log2) { return static_cast<int32_t>((log2 <<
 
 int32_t Log2Q16(int32_t x) {
   if (x < 1) return -1;
-  const int32_t exponent = std::bit_width(static_cast<uint32_t>(x)) - 1;
+  const int32_t exponent = static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(x))) - 1;
   const int32_t mantissa = x - (1 << exponent);
   const int64_t fraction = LookUp(kLog2Q30, mantissa, exponent);  // Q30, 0 .. 1
   return static_cast<int32_t>(fraction >> 14) + exponent * kOneQ16;

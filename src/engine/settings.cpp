@@ -24,7 +24,9 @@ std::string_view SecondWord(std::string_view line) {
   if (gap == line.npos) return {};
   const size_t value = line.find_first_not_of(kBlanks, gap);
   if (value == line.npos) return {};
-  return line.substr(value, line.find_first_of(kBlanks, value) - value);
+  const size_t end = line.find_first_of(kBlanks, value);
+  // Not substr(): it drags in an exception that C programs would have to link.
+  return {line.data() + value, (end == line.npos ? line.size() : end) - value};
 }
 
 bool IsYes(std::string_view word) { return !word.empty() && (word[0] == 'y' || word[0] == 'Y'); }

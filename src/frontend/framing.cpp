@@ -38,25 +38,33 @@ void WriteBack(const frontend& f, int32_t first, std::span<int16_t> samples) {
   for (int32_t i = begin; i < end; ++i) samples[static_cast<size_t>(i - first)] = f.input[i];
 }
 
-// End the utterance for want of room, as the engine's own end would.
-int32_t EndForWantOfRoom(Engine& engine, const char* what) {
-  Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
+struct Outcome {
+  int32_t result;
+  bool is_over;  // the engine has been wrapped up
+};
+
+Outcome End(Engine& engine) {
   WrapUp(engine.state);
-  return kEnded;
+  return {kEnded, true};
 }
 
-// The frame at frame_pos. Returns the engine's result, kEnded also where the utterance is over otherwise.
-int32_t RunFrame(FrontEnd& front_end, Engine& engine) {
+// As the engine's own end, for want of room.
+Outcome EndForWantOfRoom(Engine& engine, const char* what) {
+  Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
+  return End(engine);
+}
+
+// The frame at frame_pos.
+Outcome RunFrame(FrontEnd& front_end, Engine& engine) {
   frontend& f = front_end.record;
   int32_t count = 0;
   const int32_t result = ProcessFrameInMode(engine, f.mode, f.input + f.frame_pos, front_end.emitted, count);
   if (!Queue(f, {front_end.emitted, static_cast<size_t>(count)}))
     return EndForWantOfRoom(engine, "output queue");
-  if (f.mode == kEnhancedSpeech) return result;  // runs on until the caller stops
+  if (f.mode == kEnhancedSpeech || result == kGoOn)
+    return {result, false};  // mode 1 runs on until it is stopped
   if (result == kRestarted) f.read_pos = f.write_pos = 0;
-  if (result == kGoOn) return kGoOn;
-  WrapUp(engine.state);
-  return kEnded;
+  return End(engine);
 }
 
 }  // namespace
@@ -65,17 +73,17 @@ int32_t ProcessSamples(FrontEnd& front_end, Engine& engine, std::span<int16_t> s
   frontend& f = front_end.record;
   if (!IsUp(engine.state)) return kNoFrame;
   const int32_t first = f.input_len;
-  const int32_t taken = Append(f, samples);
-  int32_t result = kNoFrame;
+  const auto taken = static_cast<size_t>(Append(f, samples));
+  Outcome outcome = {kNoFrame, false};
   for (; HasFrame(f); f.frame_pos += kFrame) {
     if (!RunsEngine(f.mode)) continue;
-    result = RunFrame(front_end, engine);
-    WriteBack(f, first, samples.first(static_cast<size_t>(taken)));
+    outcome = RunFrame(front_end, engine);
+    WriteBack(f, first, samples.first(taken));
     // The frame that ended the utterance stays in the input, for the fresh engine or a reset.
-    if (result == kEnded) return kEnded;
+    if (outcome.is_over) break;
   }
-  if (static_cast<size_t>(taken) < samples.size()) return EndForWantOfRoom(engine, "input buffer");
-  return result;
+  if (taken < samples.size()) outcome = EndForWantOfRoom(engine, "input buffer");
+  return outcome.result;
 }
 
 int32_t AvailableEntries(const frontend& f) { return f.write_pos - f.read_pos; }

@@ -62,8 +62,7 @@ bool ReadWord(FILE* file, std::span<char, kLineBytes> word) {
     const size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
     const size_t end = std::min(text.find_first_of(kBlanks, first), text.size());
     if (first == end) continue;
-    text.copy(word.data(), end - first, first);
-    word[end - first] = '\0';
+    *std::copy(line + first, line + end, word.begin()) = '\0';
     return true;
   }
   return false;

@@ -54,9 +54,9 @@ $cc $strict $(pkg-config --cflags vask) "$work/example.c" -o "$work/with_pkg_con
   $(pkg-config --libs vask) -Wl,-rpath,"$prefix/$libdir"
 run pkg_config_shared "$work/with_pkg_config"
 
-# Without the shared library the same flags find the static one.
+# Without the shared library the same flags find the static one, of which no part needs more than C's own libraries.
 rm "$prefix/$libdir"/libVask.so*
 # shellcheck disable=SC2046,SC2086
 $cc $strict $(pkg-config --cflags vask) "$work/example.c" -o "$work/with_pkg_config_static" \
-  $(pkg-config --static --libs vask)
+  -Wl,--whole-archive $(pkg-config --libs vask) -Wl,--no-whole-archive $(pkg-config --libs --static vask)
 run pkg_config_static "$work/with_pkg_config_static"

@@ -46,7 +46,7 @@ constexpr const char* kFooter =
     "  vask denoise street.wav -o clean.wav         reduce the noise\n"
     "  vask env call.wav                            judge where it was recorded\n"
     "  vask mfcc call.wav -o call.npy               compute its cepstra\n"
-    "  vask --device 1 detect meeting.wav           with the settings of another device\n"
+    "  vask --device 48 detect meeting.wav          with the settings of another device\n"
     "Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.";
 
 constexpr const char* kDetectFooter =
