@@ -60,6 +60,7 @@ Verdict JudgeEnvironment(EngineSession& engine, const std::string& input) {
     engine.Feed(frame);
     // The engine hears two frames before it keeps one, and empties its history when it rejects a segment: the
     // extractor gets the frames that the engine kept.
+    if (ecdorgFrames < entries) verdict.restarted = true;
     if (ecdorgFrames != entries + 1) continue;
     if (entries == 0) row_zero = t;
     for (int16_t& sample : frame) sample = std::clamp<int16_t>(sample, -kClip, kClip);

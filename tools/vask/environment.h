@@ -18,6 +18,7 @@ struct Verdict {
   int16_t sample_min = 0, sample_max = 0;
   double judged_from = 0, judged_to = 0;  // s: the part of the file that the library's histories hold
   double length = 0;                      // s
+  bool restarted = false;                 // the engine rejected a sound as no speech and began again
 };
 
 // What a code of Vask_epd_ecd means.

@@ -74,7 +74,7 @@ constexpr const char* kEnvFooter =
     "  -1  the environment did not change twice: no speech, or only speech\n"
     "The library looks at 20.48 s. Of a longer file the rest is left out, which a note on standard error "
     "says;\n"
-    "a sound that it rejects as no speech makes it begin again behind that.\n"
+    "a sound that it rejects as no speech makes it begin again behind that, and a note says so too.\n"
     "Examples:\n"
     "  vask env call.wav\n"
     "  vask env --json calls/*.wav | jq -r 'select(.verdict != 0) | .file'";
@@ -162,8 +162,13 @@ int RunEnv(const Arguments& arguments) {
     try {
       const Verdict verdict = JudgeEnvironment(engine, input);
       if (verdict.length > verdict.judged_to + 0.005) {
-        std::fprintf(stderr, "vask: %s: only the first %.2f of %.2f s were judged\n",
-                     Printable(input).c_str(), verdict.judged_to, verdict.length);
+        std::fprintf(stderr, "vask: %s: %.2f of %.2f s were looked at\n", Printable(input).c_str(),
+                     verdict.judged_to, verdict.length);
+      }
+      if (verdict.restarted) {
+        std::fprintf(stderr,
+                     "vask: %s: judged from %.2f s on, a sound before that was rejected as no speech\n",
+                     Printable(input).c_str(), verdict.judged_from);
       }
       std::puts((arguments.json ? JsonOf : LineOf)(input, verdict).c_str());
       if (std::fflush(stdout) != 0) ThrowOutputError();
