@@ -6,10 +6,10 @@
 set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config
-  libcli11-dev libsndfile1-dev libsoxr-dev # the command
+  libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev # the command
   default-jdk-headless                     # the Java class
   libgtest-dev                             # the tests
-  junit4 proguard-cli python3              # those of the Java class and the codec
+  junit4 proguard-cli python3 python3-numpy # those of the Java class, the codec and the cepstra
   libbenchmark-dev libspeexdsp-dev)        # the benchmarks
 if [ "${1:-}" = --ci ]; then
   packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf qemu-user

@@ -34,6 +34,25 @@ typedef struct pre_emph_filt {
   int32_t prev; /* the previous sample, * 65536 */
 } pre_emph_filt;
 
+/* Regression filter: the slope of a stream of values. */
+typedef struct fir_filt {
+  int32_t *coef; /* len coefficients, Q30 */
+  int32_t *hist; /* the last len inputs, the oldest first; zero at the start */
+  int32_t len;   /* taps */
+  int32_t delay; /* -(len / 2): how far behind the newest input the output stands */
+} fir_filt;
+
+/* High-pass filter of the first order. */
+typedef struct fix32_hp_filt {
+  int32_t *b;      /* 2 coefficients, Q29, of the previous and the present input */
+  int32_t *x_hist; /* 2: previous and present input */
+  int32_t b_len;   /* 2 */
+  int32_t *a;      /* 2 coefficients, Q29: of the previous output; 1.0, unused */
+  int32_t *y_hist; /* 2: previous and present output */
+  int32_t a_len;   /* 2 */
+  int32_t delay;   /* -2, unused */
+} fix32_hp_filt;
+
 /* ---------------------------------------------------------------------------------------------------------
  * Operators. Those with names of the basic operators give the same bits, without the overflow flag; a 16-bit
  * value is carried, sign-extended, in an int32_t.
@@ -302,6 +321,101 @@ VASK_API void PreEmphasis(pre_emph_filt *f, const int16_t *in, int32_t *out, int
  * 1 if the sum of d, kept to 16 bits, exceeds n / 2; else 0. A negative n gives 1, the empty sum being more.
  */
 VASK_API int32_t median_filt(const int16_t *d, int32_t n, void *ignored);
+
+/**
+ * Design a regression filter: coef[j] = (j - K) / sqrt(2 (1^2 + ... + K^2)), K = len / 2, from single
+ * precision; empty history.
+ *
+ * f    out: the record, whatever it held
+ * len  taps, 1 and more; an even filter is one tap short of symmetric, a single tap is 0
+ *
+ * 1, or 0 without storage or taps; then nothing is kept.
+ */
+VASK_API int32_t iinit_filter(fir_filt *f, int32_t len);
+
+/**
+ * The same for an array of filters.
+ *
+ * f      out: count records, from malloc(); on failure the array itself is freed too
+ * count  records; below 1 nothing happens
+ * len    taps of each
+ *
+ * 1, or 0 without storage or taps.
+ */
+VASK_API int32_t init_filter(fir_filt *f, int32_t count, int32_t len);
+
+/**
+ * Push a value and filter: the sum of hist[i] * coef[i].
+ *
+ * x  any scale
+ * f  in, out: the filter
+ *
+ * The slope at the value len / 2 pushes back, times sqrt(2 (1^2 + ... + K^2)); the scale of x. Each product
+ * is cut downward, the sum is kept to the low 32 bits. 0 from a filter that is not open.
+ */
+VASK_API int32_t filter(int32_t x, fir_filt *f);
+
+/**
+ * filter() with an array: one value to each.
+ *
+ * in     count values
+ * out    out: count results
+ * f      in, out: count filters; if one of them is not open, nothing happens
+ * count  filters
+ */
+VASK_API void filtering(const int32_t *in, int32_t *out, fir_filt *f, int32_t count);
+
+/**
+ * Push a value, or one to each of an array, into the history only.
+ *
+ * x, in  value, or count values
+ * f      in, out: the filter, or count filters
+ * count  filters
+ */
+VASK_API void buffer(int32_t x, fir_filt *f);
+VASK_API void buffering(const int32_t *in, fir_filt *f, int32_t count);
+
+/**
+ * Release a filter, or an array of filters and the array itself, from malloc().
+ *
+ * f      in, out: the filter, whose pointers are nulled, or the array
+ * count  filters
+ */
+VASK_API void close_filt(fir_filt *f);
+VASK_API void close_filter(fir_filt *f, int32_t count);
+
+/**
+ * Set up a high-pass filter: y[n] = 0.9658498 (x[n] - x[n-1]) + 0.9316996 y[n-1].
+ *
+ * f  out: the record, whatever it held; zero state
+ *
+ * 1, or 0 without storage; then nothing is kept.
+ */
+VASK_API int32_t fix32_init_hp_filt(fix32_hp_filt *f);
+
+/**
+ * Filter one value.
+ *
+ * x  any scale
+ * f  in, out: the filter
+ *
+ * The scale of x; the sum is kept to the low 32 bits. 0 from a filter that is not open.
+ */
+VASK_API int32_t fix32_hp_filtering(int32_t x, fix32_hp_filt *f);
+
+/**
+ * Set the state to zero.
+ *
+ * f  in, out: the filter
+ */
+VASK_API void fix32_reinit_hp_filt(fix32_hp_filt *f);
+
+/**
+ * Release a high-pass filter; a second call does nothing.
+ *
+ * f  in, out: the filter
+ */
+VASK_API void fix32_close_filt(fix32_hp_filt *f);
 
 VASK_END_DECLS
 

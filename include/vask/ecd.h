@@ -159,6 +159,32 @@ VASK_API int32_t Vask_epd_ecd(void);
 VASK_API int32_t __Vask_epd_ecd_change(void);
 
 /**
+ * Look for changes in the rows of ecdLFBE: a window of 20 rows steps on by 5, and where two diagonal
+ * Gaussians explain its halves better than one explains all of it, the largest step of the newer half is a
+ * change.
+ *
+ * first  out: row of the first change, -1 without one
+ * last   out: row of the last change, -1 with less than two
+ * count  out: changes
+ *
+ * A change that stays in the window may be counted again. Less than 26 rows have no change. The scoring
+ * window must be there: without __Vask_epd_ecd_Init there are no changes. Source: as Vask_epd_ecd.
+ */
+VASK_API void EnvChangeValue(int32_t *first, int32_t *last, int32_t *count);
+
+/**
+ * Judge the histories by change points; keep the SNR for Vask_epd_ecd_snr.
+ *
+ * first  row of the first change
+ * last   row of the last change
+ * count  changes
+ *
+ * The codes of Vask_epd_ecd, or 3 with less than two changes: the SNR is then 0.0. Rows outside the histories
+ * are left out of every mean; a mean of nothing is not a number and fails no test.
+ */
+VASK_API int32_t ECVreport(int32_t first, int32_t last, int32_t count);
+
+/**
  * Read out the sample extremes, which become 0, and the SNR of the last judged recording.
  *
  * min  out: the lowest sample

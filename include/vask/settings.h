@@ -125,6 +125,21 @@ VASK_API int32_t Vask_epd_vad(int32_t threshold);
  */
 VASK_API int32_t Vask_epd_set_trailing_silence(int32_t frames);
 
+/**
+ * Write a knowledge base: the folders dir, dir/Vask.db and dir/LOG, the nine built-in tables as text files in
+ * dir/Vask.db (a decimal integer a line) and a default dir/config.Vask.
+ *
+ * dir  knowledge-base directory, up to 118 bytes; the folder above it must be there
+ *
+ * 1  written
+ * 2  nothing done: dir/Vask.db/cc1.txt is there, and the knowledge base counts as complete
+ * 0  not all could be written; what could is there, each file whole
+ */
+VASK_API int32_t vask_make_coeff_files(const char *dir);
+
+/** The same in /sdcard/kb_embedded. Failures are not reported. */
+VASK_API void android_make_coeff_files(void);
+
 VASK_END_DECLS
 
 #endif /* VASK_SETTINGS_H_ */

@@ -3,7 +3,8 @@
  * and gives back either every cleaned frame or only the spoken utterance.
  *
  * An application needs frontend.h, and settings.h before it starts. engine.h is the same one frame at a time,
- * ecd.h the check of the recording afterwards. The other headers are the stages, for use on their own.
+ * ecd.h the check of the recording afterwards, mfcc.h the cepstra of its frames. The other headers are the
+ * stages, for use on their own.
  *
  * What holds everywhere, and is not said again at each function:
  *   frame         160 samples, 10 ms at 16 kHz.
@@ -33,6 +34,7 @@
 #include <vask/epd.h>
 #include <vask/export.h>
 #include <vask/frontend.h>
+#include <vask/mfcc.h>
 #include <vask/noise.h>
 #include <vask/packets.h>
 #include <vask/settings.h>

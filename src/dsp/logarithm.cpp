@@ -58,6 +58,15 @@ int32_t Log2Q15(int32_t x) {
 
 int32_t NaturalLogOf1024thsQ15(int32_t x) { return ToNatural(Log2Q15(x) - Log2Q15(1024)); }
 
+double NaturalLogWide(double x) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  if (x > 0 && x < kInfinity) return PortableLog(x);
+  if (x == 0) return -kInfinity;
+  return x > 0 ? kInfinity : std::numeric_limits<double>::quiet_NaN();
+}
+
+float NaturalLog(double x) { return static_cast<float>(NaturalLogWide(x)); }
+
 float NaturalLogOfEnergy(int32_t energy) {
   if (energy <= 0) return -std::numeric_limits<float>::infinity();
   return static_cast<float>(PortableLog(static_cast<double>(static_cast<float>(energy))));

@@ -13,6 +13,12 @@ int32_t NaturalLogOfFractionQ26(int32_t x);
 int32_t Log2Q15(int32_t x);                 // integer -> Q15, coarse: 32 intervals; 0 below 1
 int32_t NaturalLogOf1024thsQ15(int32_t x);  // integer / 1024 -> Q15; ln(1/1024) below 1
 
+// The natural logarithm over the whole domain, the same on every machine: minus infinity for 0, not a number
+// below. For single-precision x the rounded one has the bits that a double-precision logarithm of another
+// library rounds to: all of them were tried, one by one.
+double NaturalLogWide(double x);
+float NaturalLog(double x);  // rounded to single precision
+
 // The natural logarithm of a frame energy as the environment check keeps it: single precision, the value
 // nearest to the logarithm, the same on every machine; minus infinity for 0.
 float NaturalLogOfEnergy(int32_t energy);

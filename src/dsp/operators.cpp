@@ -36,9 +36,9 @@ int32_t epd_abs_s(int32_t x) { return vask::Magnitude(x); }
 
 void L_Extract(int32_t x, int32_t* hi, int32_t* lo) {
   if (hi == nullptr || lo == nullptr) return;
-  const int32_t high = vask::HighHalf(x);
-  *lo = vask::LowHalf(vask::MultiplySubtract(x >> 1, high, 16384));  // (x - high * 65536) / 2
-  *hi = high;
+  const vask::Halves halves = vask::SplitHalves(x);
+  *hi = halves.high;
+  *lo = halves.low;
 }
 
 }  // extern "C"

@@ -47,6 +47,16 @@ constexpr int32_t MultiplySubtract(int32_t acc, int32_t a, int32_t b) {
   return sum < kMin32 ? kMin32 : LimitTo32(sum);
 }
 
+// x = high * 65536 + 2 * low, but for the lowest bit.
+struct Halves {
+  int32_t high, low;
+};
+
+constexpr Halves SplitHalves(int32_t x) {
+  const int32_t high = HighHalf(x);
+  return {high, LowHalf(MultiplySubtract(x >> 1, high, 16384))};  // (x - high * 65536) / 2
+}
+
 constexpr int32_t Magnitude(int32_t x) { return x == kMin32 ? kMax32 : (x < 0 ? -x : x); }
 
 // 1/sqrt(x): x integer, result in the standard's scaling; 0x3fffffff for x of 0 or less.

@@ -5,18 +5,17 @@
 #include "dsp/logarithm.h"
 #include "dsp/memory.h"
 #include "ecd/matrix.h"
+#include "ecd/report.h"
+#include "ecd/scoring.h"
 
 namespace vask {
 namespace {
-
-constexpr int16_t kScoredColumns = 23;
-constexpr int32_t kBlockRows = 5, kHalfRows = 10;
 
 int32_t CountOf(int32_t frames) { return std::clamp(frames, 0, kHistoryLimit); }
 
 // Entry i of the log energies then belongs to row i of the mel energies: the rows are the most recent frames.
 void AlignLogEnergies(EnvironmentHistory& history) {
-  const int32_t rows = CountOf(history.mel_frames);
+  const int32_t rows = MelRowsOf(history);
   const int32_t first = std::max(CountOf(history.log_frames) - rows, 0);
   if (history.log_energies != nullptr) {
     std::copy_n(history.log_energies + first, rows, history.log_energies);
@@ -77,6 +76,22 @@ void NoteLogEnergy(EnvironmentHistory& history, int32_t energy) {
   history.log_frames = slot + 1;
 }
 
+bool TakesMelRows(const EnvironmentHistory& history) {
+  return history.enabled != 0 && history.mel_energies != nullptr &&
+         CountOf(history.mel_frames) < kHistoryLimit;
+}
+
+void NoteMelRow(EnvironmentHistory& history, const MelRow& row) {
+  if (!TakesMelRows(history)) return;
+  const int32_t slot = CountOf(history.mel_frames);
+  std::copy(row.begin(), row.end(), history.mel_energies[slot]);
+  history.mel_frames = slot + 1;
+}
+
+int32_t MelRowsOf(const EnvironmentHistory& history) {
+  return history.mel_energies == nullptr ? 0 : CountOf(history.mel_frames);
+}
+
 void EmptyHistories(EnvironmentHistory& history) { history.mel_frames = history.log_frames = 0; }
 
 void ClearExtremes(EnvironmentHistory& history) { history.sample_min = history.sample_max = 0; }
@@ -85,7 +100,9 @@ int32_t AnalyzeChange(EnvironmentDetector& detector, EnvironmentHistory& history
   for (const fmatrix m : {detector.matrices.block, detector.matrices.left, detector.matrices.right})
     ZeroMatrix(m);
   AlignLogEnergies(history);
-  return -1;  // no change points: the scoring is not built yet
+  const Changes changes = FindChanges(detector.matrices, history.mel_energies, MelRowsOf(history));
+  if (changes.last == -1) return -1;
+  return ReportChange(detector, history, changes);
 }
 
 int32_t SetSensitivity(EnvironmentDetector& detector, int32_t level, float rise) {

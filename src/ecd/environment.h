@@ -3,6 +3,7 @@
 
 #include <vask/ecd.h>
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -45,8 +46,16 @@ void NoteSample(EnvironmentHistory& history, int16_t sample);
 void NoteEnergy(EnvironmentHistory& history, int32_t energy);     // into the slot of the next log energy
 void NoteLogEnergy(EnvironmentHistory& history, int32_t energy);  // and on to the next slot
 
+// A row of 23 log mel energies and a log energy, from the extractor, which sees the same frames.
+using MelRow = std::array<float, kMelColumns>;
+bool TakesMelRows(const EnvironmentHistory& history);
+void NoteMelRow(EnvironmentHistory& history, const MelRow& row);
+
 void EmptyHistories(EnvironmentHistory& history);
 void ClearExtremes(EnvironmentHistory& history);
+
+// Rows of mel energies that the analysis may look at: the counter, kept to what exists.
+int32_t MelRowsOf(const EnvironmentHistory& history);
 
 // Line the two histories up and look for changes: -1, or the report's code.
 int32_t AnalyzeChange(EnvironmentDetector& detector, EnvironmentHistory& history);

@@ -7,9 +7,13 @@
 #include <cstdint>
 
 #include "codec/adpcm.h"
+#include "dsp/memory.h"
 #include "dsp/message.h"
 #include "dsp/rounding.h"
 #include "ecd/environment.h"
+#include "ecd/report.h"
+#include "ecd/scoring.h"
+#include "engine/coefficient_export.h"
 #include "engine/lifecycle.h"
 #include "engine/measures.h"
 #include "engine/pcm_log.h"
@@ -22,6 +26,10 @@
 #include "frontend/framing.h"
 #include "frontend/packets.h"
 #include "kb/paths.h"
+#include "mfcc/cepstral_mean.h"
+#include "mfcc/extraction.h"
+#include "mfcc/parameters.h"
+#include "mfcc/tables.h"
 #include "noise/mel_bank.h"
 #include "noise/wiener_state.h"
 #include "process/raw_file.h"
@@ -44,6 +52,19 @@ int32_t ss3_data[120] = {
 const int32_t mel_filt_N = 293;
 int32_t mel_filt_data[293] = {
 #include "dsp/tables/mel_filt.inc"
+};
+const int32_t loChan_N = 256, pre_emph_N = 257, InitDCTMatrix_N = 299, InitFBank_N = 256;
+int32_t loChan_data[256] = {
+#include "dsp/tables/lo_chan.inc"
+};
+int32_t pre_emph_data[257] = {
+#include "dsp/tables/pre_emph.inc"
+};
+int32_t InitDCTMatrix_data[299] = {
+#include "dsp/tables/init_dct_matrix.inc"
+};
+int32_t InitFBank_data[256] = {
+#include "dsp/tables/init_fbank.inc"
 };
 
 int32_t deviceID = 2, osID = 2;
@@ -71,6 +92,8 @@ namespace {
 epd_engine engine_state;
 vask::EnvironmentDetector environment;
 vask::FrontEnd front_end;
+bool mean_loaded = false;  // by the first refresh of an extractor
+int32_t mean_updates = 0;  // since the mean's file was written
 
 vask::Engine engine = {
     .state = engine_state,
@@ -132,6 +155,21 @@ int32_t SetTrailingSilence(int32_t frames) {
     frames = kLeastTrailingSilence;
   }
   return vask::ReportTrailingSilence(frames);
+}
+
+vask::Export ExportTables(const char* root) {
+  const vask::NamedTable tables[] = {
+      {"cc1.txt", cc1_data},
+      {"cc3.txt", cc3_data},
+      {"ss1.txt", ss1_data},
+      {"ss3.txt", ss3_data},
+      {"loChan.txt", loChan_data},
+      {"pre_emph.txt", pre_emph_data},
+      {"InitDCTMatrix.txt", InitDCTMatrix_data},
+      {"InitFBank.txt", InitFBank_data},
+      {"mel_filt.txt", mel_filt_data},
+  };
+  return vask::ExportCoefficients(root, tables);
 }
 
 // Where entries may be copied to: nowhere for a null pointer or a negative count.
@@ -365,9 +403,27 @@ int32_t __Vask_epd_ecd_Stop(void) {
   return 1;
 }
 
-int32_t __Vask_epd_ecd_change(void) { return vask::AnalyzeChange(environment, engine.history); }
+int32_t __Vask_epd_ecd_change(void) {
+  const vask::RoundToNearest rounding;
+  return vask::AnalyzeChange(environment, engine.history);
+}
+
+void EnvChangeValue(int32_t* first, int32_t* last, int32_t* count) {
+  const vask::RoundToNearest rounding;
+  const vask::Changes changes =
+      vask::FindChanges(environment.matrices, ecdLFBE, vask::MelRowsOf(engine.history));
+  if (first != nullptr) *first = changes.first;
+  if (last != nullptr) *last = changes.last;
+  if (count != nullptr) *count = changes.count;
+}
+
+int32_t ECVreport(int32_t first, int32_t last, int32_t count) {
+  const vask::RoundToNearest rounding;
+  return vask::ReportChange(environment, engine.history, {first, last, count});
+}
 
 int32_t Vask_epd_ecd(void) {
+  const vask::RoundToNearest rounding;
   const int32_t code =
       __Vask_epd_detect_env_change == 0 ? -1 : vask::AnalyzeChange(environment, engine.history);
   vask::EmptyHistories(engine.history);
@@ -392,5 +448,72 @@ float __Vask_epd_ecd_get_SNR(void) { return environment.snr; }
 int32_t __Vask_epd_set_seneitivity(int32_t level, float rise) {
   return vask::SetSensitivity(environment, level, rise);
 }
+
+// --- MFCC
+
+int32_t init_mfcc_prm(mfcc_prm* m, int32_t fft_len) {
+  const vask::RoundToNearest rounding;
+  if (m == nullptr || !vask::CreateExtractor(*m, fft_len, Vask_epd_base_dir)) return 0;
+  vask::ReadMean(*m, Vask_epd_base_dir);  // a mean that is missing is no failure
+  return 1;
+}
+
+int32_t vask_init_mfcc_prm(mfcc_prm* m) {
+  const vask::RoundToNearest rounding;
+  return m != nullptr && vask::CreateExtractor(*m, {loChan_data, InitFBank_data, InitDCTMatrix_data}) ? 1 : 0;
+}
+
+void refresh_mfcc_prm(mfcc_prm* m) {
+  if (m == nullptr) return;
+  vask::StartUtterance(*m);
+  if (mean_loaded || !vask::IsUp(*m)) return;
+  mean_loaded = true;
+  vask::ReadMean(*m, Vask_epd_base_dir);
+}
+
+void close_mfcc_prm(mfcc_prm* m) {
+  if (m != nullptr) vask::ReleaseExtractor(*m);
+}
+
+int32_t InitFBank(int32_t fft_len, int32_t /*channels_plus_one*/, int32_t* lo_chan, int32_t* wt) {
+  const std::span<int32_t> channels = Destination(lo_chan, fft_len / 2 + 1);
+  const std::span<int32_t> weights = Destination(wt, fft_len / 2 + 1);
+  if (channels.empty() || weights.empty()) return -1;
+  return vask::ReadChannels(Vask_epd_base_dir, channels.subspan(1), weights.subspan(1)) ? 0 : -1;
+}
+
+int32_t* InitDCTMatrix(int32_t rows, int32_t cols) {
+  const int64_t count = rows < 0 || cols < 0 ? -1 : int64_t{rows} * cols;
+  auto* matrix = vask::NewZeroed<int32_t>(count);
+  if (matrix != nullptr && !vask::ReadCepstrumBasis(Vask_epd_base_dir, {matrix, static_cast<size_t>(count)}))
+    vask::Release(matrix);
+  return matrix;
+}
+
+void mfcc_feat_ex(mfcc_prm* m, int32_t* ready, int32_t /*unused*/, int32_t with_dynamics) {
+  const vask::RoundToNearest rounding;
+  if (m == nullptr || ready == nullptr) return;
+  *ready = vask::IsUp(*m) && vask::ExtractFrame(*m, engine.history, with_dynamics != 0) ? 1 : 0;
+}
+
+void global_cms_update(mfcc_prm* m) {
+  const vask::RoundToNearest rounding;
+  if (m != nullptr && vask::IsUp(*m)) vask::UpdateMean(*m, mean_updates, Vask_epd_base_dir);
+}
+
+int32_t vask_read_global_cms(mfcc_prm* m) {
+  return m != nullptr && vask::IsUp(*m) && vask::ReadMean(*m, Vask_epd_base_dir) ? 1 : 0;
+}
+
+int32_t vask_write_global_cms(const mfcc_prm* m) {
+  if (m == nullptr || !vask::IsUp(*m)) return 0;
+  return vask::WriteMean({m->cms, static_cast<size_t>(vask::kCepstra)}, Vask_epd_base_dir) ? 1 : 0;
+}
+
+// --- knowledge base
+
+int32_t vask_make_coeff_files(const char* root) { return static_cast<int32_t>(ExportTables(root)); }
+
+void android_make_coeff_files(void) { ExportTables("/sdcard/kb_embedded"); }
 
 }  // extern "C"

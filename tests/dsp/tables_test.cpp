@@ -2,6 +2,7 @@
 // double-precision formulas.
 #include <gtest/gtest.h>
 #include <vask/dsp.h>
+#include <vask/mfcc.h>
 #include <vask/noise.h>
 
 #include <algorithm>
@@ -80,6 +81,10 @@ TEST(Tables, HoldTheValuesOfTheirRecipes) {
       {"cc3", ValuesOf(cc3_data), 120, 854741126, 0x30a87e22},
       {"ss3", ValuesOf(ss3_data), 120, 894970266, 0x3ce387dd},
       {"mel_filt", ValuesOf(mel_filt_data), 293, 3221227264, 0x1d7d59b6},
+      {"lower channel", ValuesOf(loChan_data), 256, 4101, 0xf786d6fc},
+      {"channel weight", ValuesOf(InitFBank_data), 256, 1642725640, 0x0b0dded4},
+      {"cepstrum basis", ValuesOf(InitDCTMatrix_data), 299, 3221225512, 0xa6523f85},
+      {"pre-emphasis", ValuesOf(pre_emph_data), 257, 1509313103, 0x816a343f},
       {"hanning", ValuesOf(kHanningQ30), 400, 4294967096, 0x08058af7},
       {"hamming", ValuesOf(kHammingQ30), 320, 365067488, 0x141acbef},
       {"filter window", ValuesOf(kFilterWindowQ30), 24, 4294966874, 0x7fecce73},
@@ -100,6 +105,7 @@ TEST(Tables, HoldTheValuesOfTheirRecipes) {
   }
   for (int32_t count : {cc1_N, ss1_N, cc3_N, ss3_N}) EXPECT_EQ(count, 120);
   EXPECT_EQ(mel_filt_N, 293);
+  EXPECT_EQ(loChan_N + InitFBank_N + InitDCTMatrix_N + pre_emph_N, 256 + 256 + 299 + 257);
 }
 
 // Bounds in units of the last place: half a unit where the value is rounded, one where it is cut, and what
@@ -126,6 +132,13 @@ TEST(Tables, AreCloseToTheFormulasInDoublePrecision) {
        [](double i) { return 0.54 - 0.46 * std::cos(kTwoPi * i / 319); }},
       {"filter window", ValuesOf(kFilterWindowQ30), kOneQ30, 86,
        [](double i) { return 0.5 - 0.5 * std::cos(kTwoPi * (i + 0.5) / 24); }},
+      {"cepstrum basis", ValuesOf(InitDCTMatrix_data), kOneQ30, 1100,  // pi as a float, off by 9e-8, times 12
+       [](double i) {
+         const double row = std::floor(i / 23), column = i - 23 * row;
+         return std::cos(kTwoPi / 2 * row * (column + 0.5) / 23);
+       }},
+      {"pre-emphasis", ValuesOf(pre_emph_data), 1 << 29, 330,  // single-precision steps, up to 4.0
+       [](double k) { return 1 + 0.97 * 0.97 - 2 * 0.97 * std::cos(kTwoPi * k / 512); }},
       {"ear weight", ValuesOf(kEarWeightQ30), kOneQ30, 50, ear},  // entry 0 is given to six digits here
       {"log2", ValuesOf(kLog2Q30), kOneQ30, 0.5001, [](double k) { return std::log2(1 + k / 1024); }},
       {"fraction log2", ValuesOf(kFractionLog2Q26), one_q26, 1,
@@ -161,6 +174,17 @@ TEST(Tables, HanningReadsTheSameFromBothEndsAndHammingDoesNot) {
   for (size_t i = 0; i < 200; ++i) EXPECT_EQ(kHanningQ30[i], kHanningQ30[399 - i]) << i;
   EXPECT_EQ(kHammingQ30[2], 86282536);
   EXPECT_EQ(kHammingQ30[317], 86282528);  // 2 pi as a float is a little too large
+}
+
+// Channel c stands at c / 24 of the mel scale's upper end, bin k at 31.25 (k - 1) Hz.
+TEST(Tables, MelChannelsShareEachBinByItsDistance) {
+  const double top = std::log1p(8000 / 700.0);
+  for (int32_t k = 1; k <= 256; ++k) {
+    const double place = 24 * std::log1p(31.25 * (k - 1) / 700) / top;
+    const double above = loChan_data[k - 1] + 1, share = InitFBank_data[k - 1] / static_cast<double>(kOneQ30);
+    EXPECT_NEAR(above - share, place, 2e-6) << "bin " << k;
+    EXPECT_EQ(loChan_data[k - 1], k == 1 ? 0 : static_cast<int32_t>(std::ceil(place) - 1)) << "bin " << k;
+  }
 }
 
 TEST(Tables, MelBandsAreTrianglesOfSumOne) {

@@ -87,6 +87,30 @@ float CentroidHz(int32_t band) {
   return moment / mass;
 }
 
+// ---- MFCC ----
+
+constexpr int32_t kChannels = 23;
+constexpr int32_t kTopBin = 256;
+
+// Bin k counts from 1: bin 1 is 0 Hz and bin 257 half the sampling rate. The resolution, in units of 700 Hz,
+// is single precision.
+double MelOfBin(int32_t bin) {
+  constexpr float kResolution = static_cast<float>(16000.0 / (512 * 700));
+  return 1127 * std::log(1 + (bin - 1) * static_cast<double>(kResolution));
+}
+
+// The centres of the channels, and the upper end in the place of a channel 24; single precision.
+float CentreMel(int32_t channel) {
+  return Single(channel / static_cast<double>(kChannels + 1) * Single(MelOfBin(kTopBin + 1)));
+}
+
+// The channel whose centre lies below a bin, 0 if none does.
+int32_t LowerChannel(int32_t bin) {
+  int32_t channel = 0;
+  while (CentreMel(channel + 1) < MelOfBin(bin)) ++channel;
+  return channel;
+}
+
 // ---- interpolation tables ----
 
 constexpr int32_t kSteps = 1024;
@@ -177,6 +201,46 @@ Rows MelIdctBasis() {
     }
   }
   return taps;
+}
+
+Rows LowerChannels() {
+  Row table;
+  for (int32_t bin = 1; bin <= kTopBin; ++bin) table.push_back(LowerChannel(bin));
+  return {table};
+}
+
+// The distance to the centre above, over that between the centres; double precision, cut.
+Rows LowerChannelWeights() {
+  Row table;
+  for (int32_t bin = 1; bin <= kTopBin; ++bin) {
+    const double below = CentreMel(LowerChannel(bin)), above = CentreMel(LowerChannel(bin) + 1);
+    table.push_back(CutQ30((above - MelOfBin(bin)) / (above - below)));
+  }
+  return {table};
+}
+
+// cos(pi k (j + 0.5) / 23) with pi in single precision, cut.
+Rows CepstrumBasis() {
+  constexpr double kPiSingle = kTwoPiSingle / 2;
+  Rows basis(13);
+  for (int32_t k = 0; k < 13; ++k) {
+    for (int32_t j = 0; j < kChannels; ++j)
+      basis[k].push_back(CutQ30(std::cos(kPiSingle * k * (j + 0.5) / kChannels)));
+  }
+  return basis;
+}
+
+// Real and imaginary part, their squares and the sum are rounded to single precision; cut.
+Rows PreEmphasisResponses() {
+  constexpr double kOneQ29 = 1 << 29;
+  Row table;
+  for (int32_t bin = 0; bin <= kTopBin; ++bin) {
+    const double angle = std::numbers::pi * bin / kTopBin;
+    const float real = 1 - Single(0.97f * std::cos(angle)), imaginary = Single(0.97f * std::sin(angle));
+    const float power = real * real + imaginary * imaginary;
+    table.push_back(static_cast<int32_t>(power * kOneQ29));
+  }
+  return {table};
 }
 
 // Double precision, to the nearest.

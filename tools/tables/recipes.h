@@ -32,6 +32,12 @@ Rows MelFilters();
 // The basis of the mel inverse cosine transform: one row a tap, one column a band; Q30.
 Rows MelIdctBasis();
 
+// The MFCC extractor, for 512 points at 16 kHz.
+Rows LowerChannels();         // mel channel below each bin 1 ... 256
+Rows LowerChannelWeights();   // share of that channel, Q30
+Rows CepstrumBasis();         // one row a cepstral coefficient, one column a channel; Q30
+Rows PreEmphasisResponses();  // power response of 1 - 0.97 z^-1 at bins 0 ... 256, Q29
+
 // Interpolation tables at k/1024, k = 0 ... 1024.
 Rows Logarithms();          // log2(1 + k/1024), Q30
 Rows FractionLogarithms();  // log2(k/1024), Q26

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "format.h"
+#include "messages.h"
 
 namespace vask::command {
 
@@ -40,13 +41,8 @@ class EngineSession {
   void WrapUp();           // as new for the next utterance
 
  private:
-  // Runs `call` while the engine's messages are caught, and throws FatalError if there was a complaint.
-  template <typename Call>
-  void Quietly(const Call& call);
-  std::string TakeComplaint();
-
   Mode mode_;
-  int catcher_;               // file in memory that stands in for both output streams
+  MessageCatcher messages_;
   std::vector<int16_t> out_;  // as long as the engine asks for
 };
 

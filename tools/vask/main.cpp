@@ -1,4 +1,4 @@
-// The vask command: detects utterances in recordings and reduces their noise.
+// The vask command: its arguments, and which of its jobs they ask for.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,7 +16,11 @@
 #include "denoise.h"
 #include "detect.h"
 #include "engine_session.h"
+#include "environment.h"
 #include "errors.h"
+#include "help.h"
+#include "knowledge_base.h"
+#include "mfcc.h"
 #include "packets.h"
 #include "signals.h"
 
@@ -31,48 +35,6 @@ constexpr const char* kCompiler = __VERSION__;
 #else
 constexpr const char* kCompiler = "GCC " __VERSION__;
 #endif
-
-constexpr const char* kDescription =
-    "Finds the spoken utterances in recordings and reduces their background noise.\n"
-    "Reads what libsndfile reads (WAV, FLAC, Ogg, MP3 and more) at any rate, with any number of channels;\n"
-    "works at, and writes, 16 kHz mono 16-bit.";
-
-constexpr const char* kFooter =
-    "Examples:\n"
-    "  vask detect meeting.wav                      list the utterances\n"
-    "  vask detect -o utterances morning/*.flac     and write each to a file of its own\n"
-    "  vask denoise street.wav -o clean.wav         reduce the noise\n"
-    "  vask --device 48 detect meeting.wav          with the settings of another device\n"
-    "Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.";
-
-constexpr const char* kDetectFooter =
-    "Output: a line an utterance, with tabs between its columns:\n"
-    "  FILE  NUMBER (from 1)  START  END (seconds from the start of the file, three decimals)\n"
-    "With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending.\n"
-    "Its noise is reduced; it begins up to 0.35 s before START and goes on for about a second after END.\n"
-    "Examples:\n"
-    "  vask detect meeting.wav\n"
-    "  vask detect meeting.wav | awk -F'\\t' '{ spoken += $4 - $3 } END { print spoken, \"s\" }'\n"
-    "  vask detect -o utterances monday.flac tuesday.flac";
-
-constexpr const char* kDenoiseFooter =
-    "OUT is as long as IN and in step with it. It appears only when it is complete.\n"
-    "Example:\n"
-    "  vask denoise street.wav -o clean.wav";
-
-constexpr const char* kPacketsFooter =
-    "OUT holds the utterances one after the other, each a stream of its own: packets \"D\", the last one "
-    "\"E\",\n"
-    "with 8 characters of header before N bytes of IMA ADPCM. It appears only when it is complete.\n"
-    "Example:\n"
-    "  vask packets meeting.wav -o meeting.packets";
-
-constexpr const char* kUnpackFooter =
-    "OUT holds the samples of all utterances, one after the other. If IN is damaged, OUT ends before the "
-    "damage,\n"
-    "the message says at which byte it is, and the exit status is 1.\n"
-    "Example:\n"
-    "  vask unpack meeting.packets -o spoken.wav";
 
 std::string Version() {
   return "vask " + std::to_string(VASK_VERSION_MAJOR) + "." + std::to_string(VASK_VERSION_MINOR) + "." +
@@ -89,14 +51,26 @@ std::string CheckConfigDir(const std::string& dir) {
   return readable ? "" : Printable(dir) + " holds no config.Vask to read";
 }
 
+std::string CheckKnowledgeBase(const std::string& dir) {
+  if (dir.size() > EngineSession::kMaxConfigDir) {
+    return Printable(dir) + " is too long: at most " + std::to_string(EngineSession::kMaxConfigDir) +
+           " bytes";
+  }
+  const bool usable = access((dir + "/Vask.db/.").c_str(), W_OK) == 0;
+  return usable ? "" : Printable(dir) + " holds no folder Vask.db to write to: vask tables makes one";
+}
+
 std::string CheckNotEmpty(const std::string& name) { return name.empty() ? "the name is empty" : ""; }
 
 struct Arguments {
   EngineOptions engine;
-  std::vector<std::string> inputs;  // of detect
-  std::string input;                // of denoise
+  std::vector<std::string> inputs;  // of detect and env
+  std::string input;                // of denoise and mfcc
   std::string output;               // folder or file
   PacketOptions packets;
+  std::string folder;  // of tables
+  MfccOptions mfcc;
+  bool json = false;
 };
 
 int RunDetect(const Arguments& arguments) {
@@ -128,6 +102,45 @@ int RunPackets(const Arguments& arguments) {
 
 int RunUnpack(const Arguments& arguments) {
   Unpack(arguments.input, arguments.output);
+  return EXIT_SUCCESS;
+}
+
+int RunEnv(const Arguments& arguments) {
+  EngineSession engine(EngineSession::Mode::kEnhance, arguments.engine);
+  int status = EXIT_SUCCESS;
+  for (const std::string& input : arguments.inputs) {
+    try {
+      const Verdict verdict = JudgeEnvironment(engine, input);
+      if (verdict.length > verdict.judged_to + 0.005) {
+        std::fprintf(stderr, "vask: %s: %.2f of %.2f s were looked at\n", Printable(input).c_str(),
+                     verdict.judged_to, verdict.length);
+      }
+      if (verdict.restarted) {
+        std::fprintf(stderr,
+                     "vask: %s: judged from %.2f s on, a sound before that was rejected as no speech\n",
+                     Printable(input).c_str(), verdict.judged_from);
+      }
+      std::puts((arguments.json ? JsonOf : LineOf)(input, verdict).c_str());
+      if (std::fflush(stdout) != 0) ThrowOutputError();
+    } catch (const FileError& error) {
+      std::fprintf(stderr, "vask: %s\n", error.what());
+      status = kExitFailed;
+    }
+  }
+  return status;
+}
+
+int RunMfcc(const Arguments& arguments) {
+  Mfcc(arguments.input, arguments.output, arguments.mfcc);
+  return EXIT_SUCCESS;
+}
+
+int RunTables(const Arguments& arguments) {
+  const bool written = WriteKnowledgeBase(arguments.folder);
+  std::printf(written ? "%s: nine tables and config.Vask written\n"
+                      : "%s: nothing written, Vask.db/cc1.txt is there already\n",
+              Printable(arguments.folder).c_str());
+  if (std::fflush(stdout) != 0) ThrowOutputError();
   return EXIT_SUCCESS;
 }
 
@@ -183,6 +196,34 @@ int Run(int argc, char** argv) {
       ->type_name("OUT")
       ->check(CheckNotEmpty);
 
+  CLI::App* env = app.add_subcommand("env", "Judge whether speech stands out from where it was recorded");
+  env->footer(kEnvFooter);
+  env->add_option("FILE", arguments.inputs, "Recordings")->required()->type_name("");
+  env->add_flag("--json", arguments.json, "Print objects of JSON, one a line");
+
+  CLI::App* mfcc = app.add_subcommand("mfcc", "Compute the mel-frequency cepstra of a file");
+  mfcc->footer(kMfccFooter);
+  mfcc->add_option("IN", arguments.input, "Recording")->required()->type_name("");
+  mfcc->add_option("-o,--output", arguments.output, "File to write")
+      ->required()
+      ->type_name("OUT")
+      ->check(CheckNotEmpty);
+  CLI::Option* deltas =
+      mfcc->add_flag("--deltas", arguments.mfcc.deltas, "With first and second derivatives: 39 columns");
+  mfcc->add_flag("--log-energies", arguments.mfcc.log_energies, "Log mel energies instead: 23 columns")
+      ->excludes(deltas);
+  mfcc->add_flag("--csv", arguments.mfcc.csv, "Write text, one row a line with commas, instead of NPY");
+  mfcc->add_option("--kb", arguments.mfcc.knowledge_base, "Knowledge base that keeps the cepstral mean")
+      ->type_name("DIR")
+      ->check(CheckKnowledgeBase);
+
+  CLI::App* tables = app.add_subcommand("tables", "Write a knowledge base: the built-in tables as files");
+  tables->footer(kTablesFooter);
+  tables->add_option("DIR", arguments.folder, "Folder, made if missing")
+      ->required()
+      ->type_name("")
+      ->check(CheckNotEmpty);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -193,6 +234,9 @@ int Run(int argc, char** argv) {
   if (denoise->parsed()) return RunDenoise(arguments);
   if (packets->parsed()) return RunPackets(arguments);
   if (unpack->parsed()) return RunUnpack(arguments);
+  if (env->parsed()) return RunEnv(arguments);
+  if (tables->parsed()) return RunTables(arguments);
+  if (mfcc->parsed()) return RunMfcc(arguments);
   return RunDetect(arguments);
 }
 

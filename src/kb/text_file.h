@@ -1,0 +1,29 @@
+// Text files of the knowledge base: opened only if they are files, written whole or not at all.
+#pragma once
+
+#include <cstdio>
+
+namespace vask {
+
+// Open for reading; null if there is no such file, or a directory in its place.
+FILE* OpenText(const char* path);
+
+// A file that replaces the one at `path` at once. What is written goes to "path.new" beside it; a crash or a
+// full disk in between leaves the old file as it was.
+class WholeFile {
+ public:
+  explicit WholeFile(const char* path);
+  ~WholeFile();  // gives up what was not committed
+  WholeFile(const WholeFile&) = delete;
+  WholeFile& operator=(const WholeFile&) = delete;
+
+  FILE* stream() const { return stream_; }  // null if it could not be opened
+  bool Commit();                            // false: nothing has changed
+
+ private:
+  const char* path_;
+  char temporary_[288];
+  FILE* stream_ = nullptr;
+};
+
+}  // namespace vask

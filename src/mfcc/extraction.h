@@ -1,0 +1,21 @@
+// One frame through the extractor.
+#pragma once
+
+#include <vask/mfcc.h>
+
+#include <cstdint>
+#include <span>
+
+#include "ecd/environment.h"
+
+namespace vask {
+
+// From the powers in m.spec to cepstra in m.cep and, with_dynamics, their derivatives. The frame's log
+// energies go to `history` too. True when an output frame is there.
+bool ExtractFrame(mfcc_prm& m, EnvironmentHistory& history, bool with_dynamics);
+
+// y = scale (basis x), one row of the basis for each y. Q16 in, Q30 basis and scale, Q20 out; sums wrap.
+void CosineTransform(std::span<const int32_t> x, std::span<int32_t> y, const int32_t* basis_q30,
+                     int32_t scale_q30);
+
+}  // namespace vask

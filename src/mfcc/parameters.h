@@ -1,0 +1,25 @@
+// The extractor's record: set-up from table files or built-in tables, start of an utterance, release.
+#pragma once
+
+#include <vask/mfcc.h>
+
+#include <cstdint>
+
+#include "mfcc/tables.h"
+
+namespace vask {
+
+// False on failure, which has been reported on the standard output stream; nothing is kept then. The mean is
+// zero. The transform has 512 points.
+bool CreateExtractor(mfcc_prm& m, int32_t points, const char* base_dir);
+bool CreateExtractor(mfcc_prm& m, const MfccTables& tables);
+
+bool IsUp(const mfcc_prm& m);
+
+// Before an utterance: prime the derivatives again, count frames from 0.
+void StartUtterance(mfcc_prm& m);
+
+// Release everything; harmless when done already.
+void ReleaseExtractor(mfcc_prm& m);
+
+}  // namespace vask

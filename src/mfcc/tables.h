@@ -1,0 +1,30 @@
+// The tables of the extractor, from the text files of a knowledge base. What is missing, short or malformed
+// is reported on the standard output stream.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace vask {
+
+inline constexpr int32_t kMfccPoints = 512;  // of the transform that the tables are for
+inline constexpr int32_t kMelChannels = 23;
+inline constexpr int32_t kCepstra = 13;
+
+// The built-in tables as their owner holds them: bins 1 .. 256, and the cepstrum basis row by row.
+struct MfccTables {
+  std::span<const int32_t> lo_chan;      // 0 .. 23
+  std::span<const int32_t> weights_q30;  // of the lower channel
+  std::span<const int32_t> basis_q30;
+};
+
+bool HasPreEmphasisFile(const char* base_dir);
+
+// As many values as the spans hold.
+bool ReadChannels(const char* base_dir, std::span<int32_t> lo_chan, std::span<int32_t> weights_q30);
+bool ReadCepstrumBasis(const char* base_dir, std::span<int32_t> basis_q30);
+
+// Bin `bin`, counted from 1, on the mel scale; `resolution` is a bin's width in units of 700 Hz.
+float MelOfBin(int32_t bin, float resolution);
+
+}  // namespace vask
