@@ -1,0 +1,22 @@
+// Paths and texts that fit whole or not at all.
+#include "kb/paths.h"
+
+#include <gtest/gtest.h>
+
+namespace vask {
+namespace {
+
+TEST(Paths, AreBuiltWholeOrRefused) {
+  char path[10] = "old";
+  EXPECT_FALSE(JoinPath(path, "kb", "seg", ".pcm") || JoinPath(path, nullptr, "b") ||
+               JoinPath(path, "kb", nullptr));
+  EXPECT_STREQ(path, "old");
+  EXPECT_TRUE(JoinPath(path, "k", "seg", ".pcm"));
+  EXPECT_STREQ(path, "k/seg.pcm");
+  EXPECT_FALSE(CopyText(path, "1234567890") || CopyText(path, nullptr));
+  EXPECT_TRUE(CopyText(path, path + 1) && CopyText(path, path));  // onto itself
+  EXPECT_STREQ(path, "/seg.pcm");
+}
+
+}  // namespace
+}  // namespace vask

@@ -1,0 +1,25 @@
+// A folder for the files of a test, which goes with it.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace vask::test {
+
+struct Folder {
+  std::string path = (std::filesystem::temp_directory_path() / "vask-test-XXXXXX").string();
+
+  Folder() {
+    if (mkdtemp(path.data()) == nullptr) std::abort();
+  }
+  ~Folder() { std::filesystem::remove_all(path); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  std::string operator/(const std::string& name) const { return path + "/" + name; }
+  // The same folder by a name of this length.
+  std::string Filled(size_t length) const { return path + std::string(length - path.size(), '/'); }
+};
+
+}  // namespace vask::test
