@@ -1,0 +1,207 @@
+// Where storage is obtained and given back, and how much stack is used: every allocation of a set-up fails
+// once, and frames need none. The library's calls of malloc and calloc come here, by an option of the linker.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
+#include <vask/vask.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#endif
+
+#include "support/capture.h"
+#include "support/scene.h"
+
+namespace {
+
+std::array<void*, 8192> blocks;  // obtained and not known to be given back
+size_t obtained = 0, failing = 0;
+
+template <typename Get>
+void* Obtain(Get get) {
+  if (++obtained == failing) return nullptr;
+  return *std::find(blocks.begin(), blocks.end() - 1, nullptr) = get();
+}
+
+}  // namespace
+
+extern "C" {
+
+void* __real_malloc(size_t size);
+void* __real_calloc(size_t count, size_t size);
+void* __wrap_malloc(size_t size) {
+  return Obtain([&] { return __real_malloc(size); });
+}
+void* __wrap_calloc(size_t count, size_t size) {
+  return Obtain([&] { return __real_calloc(count, size); });
+}
+
+#if !defined(__SANITIZE_ADDRESS__)
+void __libc_free(void* block) noexcept;
+void free(void* block) noexcept {
+  if (block != nullptr) std::replace(blocks.begin(), blocks.end(), block, static_cast<void*>(nullptr));
+  __libc_free(block);
+}
+#endif
+
+}  // extern "C"
+
+namespace vask::test {
+namespace {
+
+// Count anew; the number-th allocation from now on fails.
+void Fail(size_t number) {
+  obtained = 0;
+  failing = number;
+}
+
+template <typename Action>
+size_t CountOf(Action action) {
+  Fail(0);
+  action();
+  return obtained;
+}
+
+size_t Unreleased() {
+#if defined(__SANITIZE_ADDRESS__)  // what has been given back may not be read any more
+  for (void*& block : blocks) block = __asan_address_is_poisoned(block) ? nullptr : block;
+#endif
+  return static_cast<size_t>(
+      std::count_if(blocks.begin(), blocks.end(), [](void* b) { return b != nullptr; }));
+}
+
+// For death tests, which look at what was the standard error; and no search for leaks at the end.
+void FailInChild(size_t number) {
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  close(STDERR_FILENO);
+  on_exit([](int code, void*) { _exit(code); }, nullptr);
+  Fail(number);
+}
+
+TEST(Allocation, EveryFailureWithinAPartIsReportedAndReleased) {
+  static wiener_filt wiener;
+  static energy_epd_prm detector;
+  static mel_band bank;
+  struct Case {
+    const char* name;
+    int32_t (*create)();
+    void (*close)();
+    size_t silent;  // 34 bands and 35 arrays of weights fail without a word
+  };
+  for (const Case& c :
+       {Case{"wiener", [] { return init_wiener_filt(&wiener); }, [] { close_wiener_filt(&wiener); }, 69},
+        Case{"detector", [] { return init_energy_epd_prm(&detector, 160); },
+             [] { close_energy_epd_prm(&detector); }, 0},
+        Case{"bank", [] { return InitMelFB(&bank, 35); }, [] { CloseMelFB(&bank, 35); }, 69}}) {
+    const size_t all = CountOf(c.create);
+    EXPECT_EQ(Unreleased(), all);
+    c.close();
+    for (size_t k = 1; k <= all; ++k) {
+      int32_t result = -1;
+      Fail(k);
+      const Said said = Hear([&] { result = c.create(); });
+      EXPECT_EQ(result, 0) << c.name << ", allocation " << k;
+      EXPECT_EQ(said.out.find("ERROR: ") != std::string::npos, k + c.silent <= all)
+          << c.name << ", allocation " << k;
+      EXPECT_EQ(Unreleased(), 0u) << c.name << ", allocation " << k;
+    }
+    EXPECT_EQ(CountOf(c.create), all);
+    for (int32_t call = 0; call < 2; ++call) c.close();
+    EXPECT_EQ(Unreleased(), 0u) << c.name;
+  }
+}
+
+TEST(AllocationDeathTest, EveryFailureOfAStartIsReportedAndReleased) {
+  const size_t environment = CountOf([] { __Vask_epd_ecd_Init(); });
+  EXPECT_EQ(CountOf([] { __Vask_epd_ecd_Init(); }), environment);  // again: the first is given back
+  EXPECT_EQ(Unreleased(), environment);
+  __Vask_epd_ecd_Stop();
+  const auto init = [] { return android_init_frontend(".", 1); };
+  const size_t all = CountOf(init), engine = all - environment;
+  EXPECT_EQ(CountOf(init), all);  // while it is up
+  EXPECT_EQ(Unreleased(), all);
+  android_stop_frontend();
+  for (size_t k = 1; k <= all; ++k) {
+    if (k > engine && k < all) {  // matrices; their rows in the middle are alike
+      if (k > engine + 40 && k < all - 40 && k % 50 != 0) continue;
+      EXPECT_EXIT((FailInChild(k), init()), testing::ExitedWithCode(0), "^Not enough memory : size = ");
+      continue;
+    }
+    int32_t result = -1;
+    Fail(k);
+    const Said said = Hear([&] { result = init(); });
+    EXPECT_EQ(result, k == all ? 1 : 0) << "allocation " << k;
+    EXPECT_EQ(said.out.find("ERROR: ") != std::string::npos, k < all) << "allocation " << k;
+    EXPECT_EQ(Unreleased(), k == all ? engine : 0u) << "allocation " << k;
+  }
+  EXPECT_EQ(__Vask_epd_detect_env_change, 0);  // all but the histories works
+  for (const int32_t noted : {0, 3}) {
+    Samples scene = Hiss(5, 20, 1);
+    android_reset_frontend();
+    android_wrapup_frontend();
+    EXPECT_EQ(android_process_frame(800, scene.data()), 0);
+    EXPECT_EQ(android_get_available_frames(), 480);
+    EXPECT_EQ(ecdorgFrames, noted);
+    EXPECT_EQ(CountOf(init), all);
+  }
+  for (int32_t call = 0; call < 2; ++call) android_stop_frontend();
+  EXPECT_EQ(Unreleased(), 0u);
+}
+
+TEST(AllocationDeathTest, TheSizeThatIsMissingIsNamed) {
+  const auto zero = testing::ExitedWithCode(0);
+  const std::string handles = std::to_string(4 * sizeof(float*));
+  EXPECT_EXIT((FailInChild(1), ecd_alloc(77)), zero, "size = 77\n");
+  EXPECT_EXIT((FailInChild(1), create_fvector(7)), zero, "size = 32\n");
+  EXPECT_EXIT((FailInChild(1), create_fmatrix(3, 4)), zero, "size = " + handles + "\n");
+  EXPECT_EXIT((FailInChild(4), create_fmatrix(3, 4)), zero, "size = 20\n");  // the last row
+  EXPECT_EXIT((FailInChild(5), create_fmatrix(3, 4)), zero, "size = 16\n");  // the header
+}
+
+// Bursts and utterances in all modes; the allocations between the starts.
+void* ListenInAllModes(void* allocations) {
+  static Samples scene = Join({Burst(), Utterance()}), out(scene.size());
+  for (const int32_t mode : {1, 2, 3, 4}) {
+    if (android_init_frontend(".", mode) != 1) return allocations;
+    *static_cast<size_t*>(allocations) += CountOf([] {
+      android_reset_frontend();
+      android_process_frame(static_cast<int32_t>(scene.size()), scene.data());
+      android_process_frame(0, scene.data());  // behind the restart that ended the first call
+      android_get_frames(1000, out.data());
+      Vask_epd_ecd();
+      android_wrapup_frontend();
+    });
+  }
+  android_stop_frontend();
+  return nullptr;
+}
+
+TEST(Allocation, FramesNeedNoneAndLittleStack) {
+  constexpr uint8_t kPaint = 0xa5;
+  alignas(4096) static std::array<uint8_t, 1 << 20> stack;
+  stack.fill(kPaint);
+  size_t allocations = 0;
+  pthread_attr_t attributes;
+  pthread_t thread;
+  void* failure = nullptr;
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(pthread_attr_setstack(&attributes, stack.data(), stack.size()), 0);
+  ASSERT_EQ(pthread_create(&thread, &attributes, ListenInAllModes, &allocations), 0);
+  ASSERT_EQ(pthread_join(thread, &failure), 0);
+  EXPECT_EQ(failure, nullptr);
+  EXPECT_EQ(allocations, 0u);
+  const auto used =
+      stack.end() - std::find_if(stack.begin(), stack.end(), [](uint8_t b) { return b != kPaint; });
+  EXPECT_LT(used, 64 << 10);
+  EXPECT_GT(used, 512 * 8);  // a spectrum stands on it
+}
+
+}  // namespace
+}  // namespace vask::test
