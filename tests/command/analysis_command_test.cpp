@@ -1,0 +1,263 @@
+// vask env, mfcc and tables from outside, over recordings that are made here.
+#include <gtest/gtest.h>
+#include <sndfile.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <numbers>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+constexpr int kRateHz = 16000;
+const std::string kRoom = std::string(VASK_SAMPLES_DIR) + "/room.wav";
+
+std::string Content(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Save(const fs::path& path, const std::vector<double>& samples) {
+  SF_INFO info = {};
+  info.samplerate = kRateHz;
+  info.channels = 1;
+  info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+  ASSERT_NE(file, nullptr) << path;
+  std::vector<int16_t> rounded;
+  for (const double x : samples) rounded.push_back(static_cast<int16_t>(std::lround(x)));
+  sf_write_short(file, rounded.data(), static_cast<sf_count_t>(rounded.size()));
+  sf_close(file);
+}
+
+// 29 harmonics of 120 Hz under three formants, with syllables; of the given root mean square.
+std::vector<double> Voice(size_t n, double level) {
+  std::vector<double> x(n, 0);
+  double energy = 0;
+  for (size_t i = 0; i < n; ++i) {
+    const double t = static_cast<double>(i) / kRateHz, turn = 2 * std::numbers::pi * t;
+    for (int h = 1; h < 30; ++h) {
+      double formants = 0;
+      for (const auto& [hz, width, height] : {std::tuple{500, 150, 1.0}, {1500, 200, 0.5}, {2500, 250, 0.3}})
+        formants += height / (1 + std::pow((h * 120.0 - hz) / width, 2));
+      x[i] += formants * std::sin(turn * h * 120 + h * h);
+    }
+    x[i] *= 0.9 + 0.1 * std::sin(turn * 4);
+    energy += x[i] * x[i] / static_cast<double>(n);
+  }
+  for (double& value : x) value *= level / std::sqrt(energy);
+  return x;
+}
+
+// A second of room, `voiced` seconds of voice in it, 0.6 s of room. The room hisses above 6 kHz, at a root
+// mean square of `hiss`: low-passed noise with every other sample turned over.
+std::vector<double> Scene(double hiss, double voiced, double level) {
+  std::mt19937 random(5);
+  std::normal_distribution<double> normal;
+  const auto n = static_cast<size_t>((1.6 + voiced) * kRateHz);
+  std::vector<double> white(n + 80), x(n);
+  for (double& w : white) w = normal(random);
+  for (size_t i = 0; i < n; ++i) {
+    double sum = 0;
+    for (int j = -40; j < 40; ++j) {  // up to 2 kHz; its power gain is a quarter
+      const double place = (j + 0.5) * std::numbers::pi / 4,
+                   fade = std::cos((j + 0.5) * std::numbers::pi / 80);
+      sum += 0.25 * std::sin(place) / place * fade * fade * white[i + static_cast<size_t>(j + 40)];
+    }
+    x[i] = hiss * 2 * sum * (i % 2 == 0 ? 1 : -1) + 10 * normal(random);
+  }
+  const std::vector<double> voice = Voice(static_cast<size_t>(voiced * kRateHz), level);
+  for (size_t i = 0; i < voice.size(); ++i) x[kRateHz + i] += voice[i];
+  return x;
+}
+
+class Analysis : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "vask-analysis-XXXXXX").string();
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    dir_ = name;
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  // Runs the command in the test's folder; its exit code. Output and errors: out_, err_.
+  int Run(const std::string& arguments) {
+    const std::string line =
+        "cd '" + dir_.string() + "' && '" VASK_COMMAND "' " + arguments + " > .out 2> .err";
+    const int status = std::system(line.c_str());
+    out_ = Content(dir_ / ".out");
+    err_ = Content(dir_ / ".err");
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  // The columns of the one line that was printed.
+  std::vector<std::string> Columns() const {
+    std::vector<std::string> columns;
+    std::istringstream line(out_.substr(0, out_.find('\n')));
+    for (std::string column; std::getline(line, column, '\t');) columns.push_back(column);
+    columns.resize(8);
+    return columns;
+  }
+
+  // An NPY file of float32 rows.
+  std::vector<float> Array(const std::string& name, size_t rows, size_t columns) {
+    const std::string bytes = Content(dir_ / name);
+    const std::string shape = std::string("(") + std::to_string(rows) + ", " + std::to_string(columns) + ")";
+    EXPECT_EQ(bytes.substr(0, 10), std::string("\x93NUMPY\1\0\x76\0", 10));
+    EXPECT_NE(bytes.substr(10, 118).find("'descr': '<f4', 'fortran_order': False, 'shape': " + shape),
+              std::string::npos)
+        << bytes.substr(10, 118);
+    std::vector<float> values(rows * columns);
+    EXPECT_EQ(bytes.size(), 128 + 4 * values.size());
+    if (bytes.size() == 128 + 4 * values.size())
+      std::memcpy(values.data(), bytes.data() + 128, bytes.size() - 128);
+    return values;
+  }
+
+  fs::path dir_;
+  std::string out_, err_;
+};
+
+TEST_F(Analysis, JudgesTheEnvironment) {
+  // Voice and background together are 2 dB above the background alone: 10^0.2 times its power.
+  const double near = 2000 / std::sqrt(std::pow(10, 0.2) - 1);
+  struct Case {
+    const char* name;
+    double hiss, level;
+    const char* verdict;
+    double snr;  // dB: the background is hiss and a floor of 10
+  };
+  for (const Case& c : {Case{"quiet.wav", 30, 2000, "0", 10 * std::log10(2000.0 * 2000 / (30 * 30 + 100))},
+                        Case{"near.wav", near, 2000, "2", 2}, Case{"noise.wav", 300, 0, "-1", 0}}) {
+    Save(dir_ / c.name, Scene(c.hiss, 1, c.level));
+    EXPECT_EQ(Run(std::string("env ") + c.name), 0);
+    EXPECT_EQ(err_, "");
+    const std::vector<std::string> columns = Columns();
+    EXPECT_EQ(columns[0], c.name);
+    EXPECT_EQ(columns[1], c.verdict) << out_;
+    EXPECT_LT(std::stod(columns[5]), 0);
+    EXPECT_GT(std::stod(columns[6]), 0);
+    if (c.level == 0) {
+      EXPECT_EQ(columns[2] + columns[3] + columns[4], "---") << out_;
+      continue;
+    }
+    EXPECT_NEAR(std::stod(columns[2]), 1.0, 0.15) << c.name;  // the voice begins
+    EXPECT_NEAR(std::stod(columns[3]), 2.0, 0.25) << c.name;  // and ends
+    EXPECT_NEAR(std::stod(columns[4]), c.snr, 0.8) << c.name;
+  }
+  // The same as objects, for several files, of which one is missing.
+  EXPECT_EQ(Run("env --json quiet.wav none.wav noise.wav"), 1);
+  EXPECT_EQ(err_, "vask: none.wav: no such file: check the name\n");
+  EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 2);
+  EXPECT_NE(out_.find("{\"file\":\"quiet.wav\",\"verdict\":0,"), std::string::npos) << out_;
+  EXPECT_NE(out_.find("{\"file\":\"noise.wav\",\"verdict\":-1,"), std::string::npos) << out_;
+  EXPECT_NE(out_.find("\"first_change\":null,\"last_change\":null,\"changes\":0,\"snr_db\":null,"),
+            std::string::npos);
+}
+
+TEST_F(Analysis, SaysWhatItDidNotLookAt) {
+  std::vector<double> noise = Scene(300, 24, 0);
+  Save(dir_ / "long.wav", noise);
+  EXPECT_EQ(Run("env long.wav"), 0);
+  EXPECT_EQ(Columns()[1], "-1");
+  EXPECT_EQ(err_, "vask: long.wav: 20.50 of 25.60 s were looked at\n");
+  Save(dir_ / "silence.wav", std::vector<double>(kRateHz, 0.0));
+  EXPECT_EQ(Run("env silence.wav"), 0);
+  EXPECT_EQ(out_.substr(0, out_.rfind('\t')), "silence.wav\t-1\t-\t-\t-\t0\t0");
+}
+
+TEST_F(Analysis, WritesArraysOfEveryForm) {
+  const size_t rows = 1998;  // 319680 samples
+  ASSERT_EQ(Run("mfcc '" + kRoom + "' -o plain.npy") + Run("mfcc '" + kRoom + "' --deltas -o deltas.npy") +
+                Run("mfcc '" + kRoom + "' --csv -o plain.csv"),
+            0);
+  EXPECT_EQ(out_ + err_, "");
+  const std::vector<float> plain = Array("plain.npy", rows, 13), deltas = Array("deltas.npy", rows, 39);
+  std::istringstream text(Content(dir_ / "plain.csv"));
+  for (size_t i = 0; i < plain.size(); ++i) {
+    ASSERT_EQ(plain[i], deltas[i / 13 * 39 + i % 13]) << "row " << i / 13 << " column " << i % 13;
+    float value = 0;
+    char gap = 0;
+    text >> value;
+    text.get(gap);
+    ASSERT_EQ(value, plain[i]) << "row " << i / 13 << " column " << i % 13;
+    ASSERT_EQ(gap, i % 13 == 12 ? '\n' : ',');
+  }
+  // A last frame that is not whole has its row too.
+  Save(dir_ / "short.wav", std::vector<double>(161, 1000.0));
+  ASSERT_EQ(Run("mfcc short.wav --log-energies -o short.npy"), 0);
+  Array("short.npy", 2, 23);
+}
+
+TEST_F(Analysis, KeepsTheMeanInTheKnowledgeBaseAcrossRuns) {
+  EXPECT_EQ(Run("tables new/kb"), 0);
+  EXPECT_EQ(out_, "new/kb: nine tables and config.Vask written\n");
+  EXPECT_EQ(Run("tables new/kb"), 0);
+  EXPECT_EQ(out_, "new/kb: nothing written, Vask.db/cc1.txt is there already\n");
+  ASSERT_EQ(Run("mfcc '" + kRoom + "' -o plain.npy"), 0);
+  const std::vector<float> plain = Array("plain.npy", 1998, 13);
+  std::vector<double> mean(13, 0), kept(13, 0);
+  for (size_t i = 0; i < plain.size(); ++i) mean[i % 13] += static_cast<double>(plain[i]) / 1998;
+  for (int run = 0; run < 4; ++run) {
+    ASSERT_EQ(Run("mfcc '" + kRoom + "' --kb new/kb -o kept.npy"), 0) << err_;
+    const std::vector<float> array = Array("kept.npy", 1998, 13);
+    std::istringstream stored(Content(dir_ / "new/kb/Vask.db/global_cms"));
+    for (size_t k = 0; k < 13; ++k) {
+      EXPECT_NEAR(array[k], static_cast<double>(plain[k]) - kept[k], 1e-4) << "run " << run << ", " << k;
+      kept[k] = 0.8 * kept[k] + 0.2 * mean[k];
+      double value = 0;
+      stored >> value;
+      EXPECT_NEAR(value / (1 << 20), kept[k], 1e-4) << "run " << run << ", " << k;
+    }
+  }
+  // Without table files the built-in ones serve; the mean is kept all the same.
+  for (const char* name : {"pre_emph", "InitFBank", "loChan", "InitDCTMatrix"})
+    fs::remove(dir_ / "new/kb/Vask.db" / (std::string(name) + ".txt"));
+  EXPECT_EQ(Run("mfcc '" + kRoom + "' --kb new/kb -o kept.npy"), 0) << err_;
+  EXPECT_NEAR(Array("kept.npy", 1998, 13)[0], static_cast<double>(plain[0]) - kept[0], 1e-4);
+}
+
+TEST_F(Analysis, FailsWithOneLineAndLeavesNothing) {
+  ASSERT_EQ(Run("tables kb") + Run("tables bad") + Run("tables mean"), 0);
+  std::ofstream(dir_ / "bad/Vask.db/loChan.txt") << "0\nnought\n";
+  std::ofstream(dir_ / "mean/Vask.db/global_cms") << "1\n2\nthree\n";
+  std::ofstream(dir_ / "file") << "x";
+  struct Case {
+    std::string arguments;
+    int status;
+    const char* message;
+  };
+  const std::string mfcc = "mfcc '" + kRoom + "' -o out.npy ";
+  for (const Case& c :
+       {Case{"env", 2, "FILE is required"}, Case{"env file", 1, "file: cannot be read as audio"},
+        Case{mfcc + "--deltas --log-energies", 2, "excludes"},
+        Case{mfcc + "--kb none", 2, "holds no folder Vask.db"},
+        Case{mfcc + "--kb bad", 1, "loChan.txt, line 2: not a number"},
+        Case{mfcc + "--kb mean", 1, "mean/Vask.db/global_cms: the engine says ERROR: read global_cms"},
+        Case{"mfcc none.wav -o out.npy", 1, "none.wav: no such file"},
+        Case{"mfcc '" + kRoom + "' -o none/out.npy", 1, "none/out.npy: cannot be written"},
+        Case{"mfcc '" + kRoom + "' -o /dev/full", 1, "/dev/full: cannot be written"},
+        Case{"tables file", 1, "file: cannot be made a folder"},
+        Case{"tables /dev/null/x", 1, "cannot be made a folder"}}) {
+    EXPECT_EQ(Run(c.arguments), c.status) << c.arguments;
+    EXPECT_EQ(out_, "") << c.arguments;
+    EXPECT_NE(err_.find(c.message), std::string::npos) << c.arguments << ": " << err_;
+    EXPECT_EQ(std::count(err_.begin(), err_.end(), '\n'), 1) << err_;
+    EXPECT_FALSE(fs::exists(dir_ / "out.npy")) << c.arguments;
+  }
+  EXPECT_EQ(Content(dir_ / "mean/Vask.db/global_cms"), "1\n2\nthree\n");
+}
+
+}  // namespace
