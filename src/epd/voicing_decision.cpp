@@ -11,6 +11,7 @@
 #include "dsp/filters.h"
 #include "dsp/ring.h"
 #include "epd/records.h"
+#include "epd/voicing_lags.h"
 #include "epd/voicing_spectral.h"
 #include "epd/voicing_temporal.h"
 
@@ -76,17 +77,13 @@ void DecideVoicing(std::span<const int16_t> window, std::span<const int32_t> pow
 }
 
 void ExtractVoicingFeatures(std::span<const int16_t> window, std::span<const int32_t> power, uv_prm& uv) {
-  std::array<int32_t, kMaxWindow> shifted;
-  std::transform(window.begin(), window.end(), shifted.begin(), [](int16_t s) { return s * 65536; });
-  const std::span<const int32_t> x(shifted.data(), window.size());
   std::array<int32_t, kEntropyBands> band, weight;
-  constexpr Lags kLags = {kMinLag, kMaxLag};
-
   uv.clip_crossings = CenterClip(window, uv.uv_scratch, ClippingLevel(window));
   uv.zcr = ZeroCrossings(window, uv.uv_scratch);
-  uv.yin_voicing = YinVoicing(x, kLags);
-  uv.amdf_min = AmdfMinimum(x, kLags);
-  uv.peak_valley_ratio = PeakValleyRatio(x, kLags);
+  const LagFeatures lags = MeasureLags(window);
+  uv.yin_voicing = lags.yin_voicing;
+  uv.amdf_min = lags.amdf_min;
+  uv.peak_valley_ratio = lags.peak_valley_ratio;
   uv.tonality = BandTonality(power, kTonalityBands, band.data());
   uv.spectral_entropy = WrapNeg(WeightedBandEntropy(power, kEntropyBands, band.data(), weight.data()));
 }

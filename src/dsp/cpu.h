@@ -1,0 +1,25 @@
+// Run-time choice of instructions on x86-64. A kernel is written once, as a plain loop in an inline body, and
+// compiled twice: for every processor and, with VASK_AVX2, for those with 256-bit integers. Both give the same
+// bits; the caller asks HasAvx2() once a call. 64-bit ARM needs no choice: its vectors are always there.
+#pragma once
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#define VASK_HAS_AVX2_KERNELS 1
+#define VASK_AVX2 __attribute__((target("avx2,bmi,bmi2,lzcnt")))
+#else
+#define VASK_HAS_AVX2_KERNELS 0
+#endif
+
+#define VASK_KERNEL static inline __attribute__((always_inline))
+
+namespace vask {
+
+inline bool HasAvx2() {
+#if VASK_HAS_AVX2_KERNELS
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
+#else
+  return false;
+#endif
+}
+
+}  // namespace vask
