@@ -1,9 +1,10 @@
 // Integer division by the floating-point unit.
 //
-// For whole p, q with |p| < 2^53 and 0 < q < 2^53, cutting the double quotient toward zero gives p / q: both are
-// exact as doubles, and a quotient that is no whole number lies at least 1 / q below the next whole number k in
-// magnitude, while rounding reaches it only from within k / 2^53 <= (|p| + q) / (q * 2^53) < 1 / q. Assumes
-// round-to-nearest. A double division takes a third of the time of a 64-bit one, and four fit a vector.
+// For whole p, q with |p| < 2^53 and 0 < q < 2^53, cutting the double quotient toward zero gives p / q: both
+// are exact as doubles, and a quotient that is no whole number lies at least 1 / q below the next whole
+// number k in magnitude, while rounding reaches it only from within k / 2^53 <= (|p| + q) / (q * 2^53) < 1 /
+// q. Assumes round-to-nearest. A double division takes a third of the time of a 64-bit one, and four fit a
+// vector.
 #pragma once
 
 #include <cstdint>

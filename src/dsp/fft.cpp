@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/fft_512.h"
 #include "dsp/fft_algorithm.h"
 #include "dsp/fft_bounded.h"
 #include "dsp/memory.h"
@@ -42,6 +43,22 @@ void ReleaseSlots(int32_t**& slots, int32_t count) {
   Release(slots);
 }
 
+// The transform in 32 bits, where that holds; false if it does not.
+bool RealFftNarrow(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
+  if (order != kLargestFftOrder) return false;
+  Samples512 samples;
+  int64_t beyond = 0;
+  for (size_t i = 0; i < samples.size(); ++i) {
+    samples[i] = Low32(x[i]);
+    beyond |= x[i] ^ samples[i];
+  }
+  if (beyond != 0 || !IsNarrow(samples)) return false;
+  Packed512 transform;
+  RealFft512(samples, twiddles, transform);
+  std::copy_n(transform.begin(), samples.size(), x.begin());
+  return true;
+}
+
 }  // namespace
 
 void RealFftFull(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
@@ -49,6 +66,7 @@ void RealFftFull(std::span<int64_t> x, int32_t order, const fft_tables& twiddles
 }
 
 void RealFft(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
+  if (RealFftNarrow(x, order, twiddles)) return;  // speed only
   if (IsBounded(x)) {
     RealFftBounded(x, order, twiddles);  // speed only
   } else {

@@ -25,9 +25,9 @@ struct Samples {
 
 // Sums over all pairs of samples one lag apart.
 struct LagSums {
-  std::array<int32_t, kLagCount> squares;      // of differences, from lag 1
-  std::array<int32_t, kLagCount> magnitudes;   // of differences, << 16
-  std::array<int32_t, kLagCount> products;     // of magnitudes
+  std::array<int32_t, kLagCount> squares;     // of differences, from lag 1
+  std::array<int32_t, kLagCount> magnitudes;  // of differences, << 16
+  std::array<int32_t, kLagCount> products;    // of magnitudes
 };
 
 // Running sums: entry i is the sum over samples 0 .. i - 1.
@@ -55,7 +55,8 @@ VASK_KERNEL void SumLagsBody(const Samples& x, const RunningSums& running, int32
     }
     // Beyond the terms `later` is 0 and the difference is the sample itself.
     squares -= running.squares[static_cast<size_t>(read)] - running.squares[static_cast<size_t>(terms)];
-    const uint32_t extra = running.magnitudes[static_cast<size_t>(read)] - running.magnitudes[static_cast<size_t>(terms)];
+    const uint32_t extra =
+        running.magnitudes[static_cast<size_t>(read)] - running.magnitudes[static_cast<size_t>(terms)];
     sums.squares[static_cast<size_t>(lag)] = static_cast<int32_t>(squares);
     sums.magnitudes[static_cast<size_t>(lag)] = static_cast<int32_t>((magnitudes - extra) << 16);
     sums.products[static_cast<size_t>(lag)] = static_cast<int32_t>(products);
@@ -97,7 +98,8 @@ int32_t SmallestRatio(const LagSums& sums) {
       const int32_t quotient = static_cast<int32_t>(sum) / lag;
       const int32_t mean = quotient < 0 ? kMax32 : AtLeastOne(quotient);
       // Below 2^31 * 2^16: exact by the floating-point unit.
-      smallest = std::min(smallest, MaxIfNegative(Low32(DivideBelow2To53(int64_t{difference} * kOneQ16, mean))));
+      smallest =
+          std::min(smallest, MaxIfNegative(Low32(DivideBelow2To53(int64_t{difference} * kOneQ16, mean))));
     }
     sum += static_cast<uint32_t>(difference);
   }
@@ -133,14 +135,14 @@ struct Bounds {
   std::array<double, kLagCount> low, high;
 };
 
-constexpr int32_t kLeastEnergy = 4096;      // for an estimate
-constexpr double kWrapsBelow = -131000;     // a coefficient in Q30 would leave 32 bits
+constexpr int32_t kLeastEnergy = 4096;   // for an estimate
+constexpr double kWrapsBelow = -131000;  // a coefficient in Q30 would leave 32 bits
 
-// A coefficient is products * 65536 / norm, norm = the upper half of a product of two table roots, and at most
-// 65536. From an energy of 4096 on a table root lies below the true one by less than 6e-7 of it (4.8e-7 from the
-// interpolation, the rest from the cut to Q16), and the upper half cuts by less than 1; roots saturate at 2^30.
-// So norm is below root = sqrt(e1 * e2) by less than 1.3e-6 * root + 1, and the quotient is cut by less than 1.
-// Where that does not hold the bounds are infinite.
+// A coefficient is products * 65536 / norm, norm = the upper half of a product of two table roots, and at
+// most 65536. From an energy of 4096 on a table root lies below the true one by less than 6e-7 of it (4.8e-7
+// from the interpolation, the rest from the cut to Q16), and the upper half cuts by less than 1; roots
+// saturate at 2^30. So norm is below root = sqrt(e1 * e2) by less than 1.3e-6 * root + 1, and the quotient is
+// cut by less than 1. Where that does not hold the bounds are infinite.
 VASK_KERNEL void BoundCoefficientsBody(const LagSums& sums, const Energies& energies, Bounds& bounds) {
   for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
     const int32_t e1 = std::min(energies.later[lag], kOneQ30), e2 = std::min(energies.now[lag], kOneQ30);
