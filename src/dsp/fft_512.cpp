@@ -58,6 +58,23 @@ namespace neon {
 }  // namespace neon
 #endif
 
+VASK_KERNEL void PowerBody(const Packed512& transform, int32_t shift, int64_t* x) {
+  const auto square = [&](int32_t i) {
+    const int32_t value = transform[static_cast<size_t>(i)] >> shift;
+    return int64_t{value} * value;
+  };
+  for (int32_t k = kFft512 / 2 + 1; k < kFft512; ++k) x[k] = transform[static_cast<size_t>(k)];
+  x[0] = square(0);
+  for (int32_t k = 1; k < kFft512 / 2; ++k) x[k] = square(k) + square(kFft512 - k);
+  x[kFft512 / 2] = square(kFft512 / 2);
+}
+
+#if VASK_HAS_AVX2_KERNELS
+VASK_AVX2 void PowerAvx2(const Packed512& transform, int32_t shift, int64_t* x) {
+  PowerBody(transform, shift, x);
+}
+#endif
+
 }  // namespace
 
 bool IsNarrow(const Samples512& samples) {
@@ -78,6 +95,17 @@ void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512
 
 void RealFft512Portable(const Samples512& samples, const fft_tables& twiddles, Packed512& x) {
   portable::Transform512(samples.data(), twiddles, x.data());
+}
+
+void PowerOf512(const Packed512& transform, int32_t shift, int64_t* x) {
+#if VASK_HAS_AVX2_KERNELS
+  if (HasAvx2()) return PowerAvx2(transform, shift, x);
+#endif
+  PowerOf512Portable(transform, shift, x);
+}
+
+void PowerOf512Portable(const Packed512& transform, int32_t shift, int64_t* x) {
+  PowerBody(transform, shift, x);
 }
 
 }  // namespace vask

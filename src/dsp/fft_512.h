@@ -23,4 +23,8 @@ bool IsNarrow(const Samples512& samples);
 void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512& x);
 void RealFft512Portable(const Samples512& samples, const fft_tables& twiddles, Packed512& x);
 
+// PowerSpectrum of the transform into 512 values; shifted by 1 or more, two squares fit 64 bits.
+void PowerOf512(const Packed512& transform, int32_t shift, int64_t* x);
+void PowerOf512Portable(const Packed512& transform, int32_t shift, int64_t* x);
+
 }  // namespace vask

@@ -40,13 +40,12 @@ constexpr int64_t kLeastVoicedQ30 = 53687090;  // and 5 % of them voiced, or nea
 
 // Power spectrum of the pre-emphasised window, scaled down like the samples of the energies.
 void TransformWindow(const energy_epd_prm& prm, const fft_tables& twiddles, Spectrum& spectrum) {
-  spectrum = {};
+  Samples512 windowed = {};
   for (int32_t i = 0; i < prm.win_len; ++i) {
     // Samples << 16 times Q30, upper half: samples << 14; then << 10.
-    spectrum[static_cast<size_t>(i)] = High32(int64_t{prm.win_emph[i]} * prm.hamming[i]) >> kWindowShift;
+    windowed[static_cast<size_t>(i)] = High32(int64_t{prm.win_emph[i]} * prm.hamming[i]) >> kWindowShift;
   }
-  RealFft(spectrum, prm.fft_order, twiddles);
-  PowerSpectrum(spectrum, kSpectrumShift);
+  PowerOfWindow(windowed, kSpectrumShift, twiddles, spectrum);
   for (int32_t k = 0; k < kSpectrumBins; ++k)
     spectrum[static_cast<size_t>(k)] >>= 2 * prm.profile.sample_shift;
 }
