@@ -37,4 +37,7 @@ inline bool HasAvx2() {
 #endif
 }
 
+// Rounding a double down is one instruction, in vectors too.
+inline bool HasFloor() { return VASK_HAS_NEON != 0 || HasAvx2(); }
+
 }  // namespace vask

@@ -6,6 +6,7 @@
 #include <bit>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 #include "dsp/table_lookup.h"
 #include "dsp/tables/square_root.h"
 
@@ -16,13 +17,32 @@ namespace {
 constexpr int32_t EvenLength(uint64_t x) { return (static_cast<int32_t>(std::bit_width(x)) + 1) & ~1; }
 
 // sqrt(x) in Q30, 64 bits kept.
-int64_t RootQ30(int64_t x) {
+int64_t RootQ30Plain(int64_t x) {
   if (x == 0) return 0;
   const int64_t value = MaxIfNegative(x);
   const int32_t length = EvenLength(static_cast<uint64_t>(value));
   // From 2^52 on the interpolation product inside wraps.
   return WrapShl(LookUp(kSquareRootQ30, value, length), length / 2);
 }
+
+// The same without a branch below 2^52: with m moved up to 52 bits the remainder of the interpolation has
+// always 42 of them, and its product with a step of the table, 2^20 at most from 1/4 on, fits 64.
+VASK_KERNEL int64_t RootQ30(int64_t x) {
+  if (static_cast<uint64_t>(x) >= uint64_t{1} << 52) return RootQ30Plain(x);
+  const int32_t length = EvenLength(static_cast<uint64_t>(x) | 1);
+  const int64_t m = x << (52 - length);
+  const int32_t* entry = &kSquareRootQ30[static_cast<size_t>(m >> 42)];
+  const int64_t step = entry[1] - entry[0], rest = m & ((int64_t{1} << 42) - 1);
+  return (entry[0] + ((step * rest) >> 42)) << (length / 2);
+}
+
+VASK_KERNEL void RootsBody(std::span<const int64_t> x, int64_t* out) {
+  for (size_t i = 0; i < x.size(); ++i) out[i] = RootQ30(x[i]) >> 30;
+}
+
+#if VASK_HAS_AVX2_KERNELS
+VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) { RootsBody(x, out); }
+#endif
 
 }  // namespace
 
@@ -34,6 +54,13 @@ int32_t RootQ16(int32_t x) {
 
 int64_t Root(int64_t x) { return RootQ30(x) >> 30; }
 int64_t RootQ8(int64_t x) { return RootQ30(x) >> 22; }
+
+void Roots(std::span<const int64_t> x, int64_t* out) {
+#if VASK_HAS_AVX2_KERNELS
+  if (HasAvx2()) return RootsAvx2(x, out);
+#endif
+  RootsBody(x, out);
+}
 
 }  // namespace vask
 

@@ -5,7 +5,10 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
+#include "dsp/rounding.h"
 #include "dsp/square_root.h"
+#include "noise/gain_design_fast.h"
 
 namespace vask {
 namespace {
@@ -17,10 +20,6 @@ static_assert(kSlowKeepQ30 == 1063004405);
 constexpr int64_t kOldSnrQ16 = Q<16>(0.98);
 constexpr int64_t kNewSnrQ16 = kOneQ16 - kOldSnrQ16;
 static_assert(kOldSnrQ16 == 64225 && kNewSnrQ16 == 1311);
-
-void ReplaceByRoots(std::span<int64_t> powers) {
-  for (int64_t& p : powers) p = Root(p);
-}
 
 // Share of the old noise estimate that is kept at frame t >= 1: a plain mean of the first 99 frames, then 1 %
 // new per frame.
@@ -42,7 +41,8 @@ constexpr int32_t WienerGainQ30(int64_t snr_q20) {
   return gain < 0 ? kOneQ30 : Low32(gain);
 }
 
-// One bin: from its amplitudes to its gain.
+}  // namespace
+
 int32_t BinGainQ30(int64_t mean, int64_t noise, int64_t cleaned_before) {
   const int64_t snr = WrapShl(mean, 20) / noise;
   const int64_t before = WrapShl(cleaned_before, 20) / noise;
@@ -54,17 +54,23 @@ int32_t BinGainQ30(int64_t mean, int64_t noise, int64_t cleaned_before) {
   return WienerGainQ30(refined);
 }
 
-}  // namespace
-
 void DesignGain(const GainSpectra& s, const wiener_vad& vad) {
-  ReplaceByRoots(s.current);
-  ReplaceByRoots(s.mean);
   if (vad.vad_flag == 0) TrackNoise(s.noise, s.mean, vad.frame_count);
-  for (size_t k = 0; k < s.gain_q30.size(); ++k) {
-    s.noise[k] = AtLeastOne(s.noise[k]);  // the SNR divides by it
-    s.gain_q30[k] = BinGainQ30(s.mean[k], s.noise[k], s.cleaned[k]);
-    s.cleaned[k] = MulShift<30>(s.current[k], s.gain_q30[k]);
+  for (int64_t& n : s.noise) n = AtLeastOne(n);  // the SNR divides by it
+  const size_t bins = s.gain_q30.size();
+  const bool fast = HasFloor();
+  size_t k = 0;
+  while (k < bins) {
+    if (fast && bins - k >= kGainBlock &&
+        AreModerate(&s.mean[k], &s.noise[k], &s.cleaned[k])) {  // speed only
+      BlockGainsQ30(&s.mean[k], &s.noise[k], &s.cleaned[k], &s.gain_q30[k]);
+      k += kGainBlock;
+    } else {
+      const size_t end = std::min<size_t>(k + kGainBlock, bins);
+      for (; k < end; ++k) s.gain_q30[k] = BinGainQ30(s.mean[k], s.noise[k], s.cleaned[k]);
+    }
   }
+  for (k = 0; k < bins; ++k) s.cleaned[k] = MulShift<30>(s.current[k], s.gain_q30[k]);
 }
 
 }  // namespace vask
@@ -74,5 +80,8 @@ extern "C" void FilterCalc(int64_t* cur, int64_t* noise, int64_t* den, int64_t* 
   if (cur == nullptr || noise == nullptr || den == nullptr || mean == nullptr || gain == nullptr) return;
   if (vad == nullptr || n <= 0) return;
   const auto bins = static_cast<size_t>(n);
+  const vask::RoundToNearest rounding;
+  vask::Roots({cur, bins}, cur);
+  vask::Roots({mean, bins}, mean);
   vask::DesignGain({{cur, bins}, {mean, bins}, {noise, bins}, {den, bins}, {gain, bins}}, *vad);
 }

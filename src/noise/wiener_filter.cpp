@@ -90,7 +90,9 @@ void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& tw
   MeanOfTwoFrames(current, previous, mean, wf.frame_count == kFirstFilteredFrame);
   LimitOverflow(mean);
 
-  std::transform(mean.begin(), mean.end(), amplitude.begin(), Root);
+  Roots(current, current.data());
+  Roots(mean, mean.data());
+  std::copy(mean.begin(), mean.end(), amplitude.begin());
   SumBands(wf.mel_amp, mel_bank, wf.mel_scratch);
   LimitOverflow(amplitude.first(bands));
   DetectSpeech(wf.vad, wf.spectrum, wf.gsap_data, amplitude.first(bands));
