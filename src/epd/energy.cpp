@@ -14,8 +14,16 @@ namespace {
 constexpr int32_t kRobustFirst = 7, kCarFirst = 20, kRobustEnd = 200;
 constexpr int32_t kLowFirst = 9, kUpperFirst = 116;
 
-// Sum of power[k] >> shift over first <= k < end; as soon as the sum turns negative it has overflowed.
+// Sum of power[k] >> shift over first <= k < end; as soon as the sum turns negative it has overflowed. Powers
+// are not negative, so that it is enough to look at the whole sum; a caller's own may be.
 int32_t BandSum(const int32_t* power, int32_t first, int32_t end, int32_t shift) {
+  int64_t whole = 0;
+  int32_t bits = 0;
+  for (int32_t k = first; k < end; ++k) {
+    whole += power[k] >> shift;
+    bits |= power[k];
+  }
+  if (bits >= 0) return LimitTo32(whole);  // speed only
   int32_t sum = 0;
   for (int32_t k = first; k < end; ++k) {
     sum = WrapAdd(sum, power[k] >> shift);
@@ -39,13 +47,12 @@ int32_t UpperMean(const int32_t* power, int32_t bins) { return BandMean(power, k
 }  // namespace
 
 int32_t SquareEnergy(std::span<const int16_t> samples, int32_t shift) {
-  int32_t sum = 0;
+  int64_t sum = 0;
   for (const int16_t sample : samples) {
     const int32_t scaled = sample >> shift;
-    sum = WrapAdd(sum, scaled * scaled);
-    if (sum < 0) return kMax32;
+    sum += scaled * scaled;
   }
-  return sum;
+  return LimitTo32(sum);
 }
 
 int32_t NoiseRobustEnergy(const int32_t* power) { return BandSum(power, kRobustFirst, kRobustEnd, 3); }

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
 #include "dsp/rounding.h"
 #include "dsp/square_root.h"
 #include "noise/gain_design_fast.h"
@@ -21,15 +20,12 @@ constexpr int64_t kOldSnrQ16 = Q<16>(0.98);
 constexpr int64_t kNewSnrQ16 = kOneQ16 - kOldSnrQ16;
 static_assert(kOldSnrQ16 == 64225 && kNewSnrQ16 == 1311);
 
-// Share of the old noise estimate that is kept at frame t >= 1: a plain mean of the first 99 frames, then 1 %
-// new per frame.
-constexpr int32_t KeepQ30(int32_t t) { return t < 100 ? kOneQ30 - kOneQ30 / std::max(t, 1) : kSlowKeepQ30; }
-
-void TrackNoise(std::span<int64_t> noise, std::span<const int64_t> amplitude, int32_t t) {
-  const int32_t keep_q30 = KeepQ30(t);
-  for (size_t k = 0; k < noise.size(); ++k) {
-    noise[k] = WrapAdd(MulShift<30>(noise[k], keep_q30), MulShift<30>(amplitude[k], kOneQ30 - keep_q30));
-  }
+// Share of the old noise estimate that is kept: all of it in speech; else at frame t >= 1 a plain mean of the
+// first 99 frames, then 1 % new per frame.
+constexpr int32_t KeepQ30(const wiener_vad& vad) {
+  if (vad.vad_flag != 0) return kOneQ30;
+  const int32_t t = vad.frame_count;
+  return t < 100 ? kOneQ30 - kOneQ30 / std::max(t, 1) : kSlowKeepQ30;
 }
 
 // At most 2^47 - 1, so that the products below fit; the comparison looks at the upper 32 bits, signed.
@@ -41,8 +37,7 @@ constexpr int32_t WienerGainQ30(int64_t snr_q20) {
   return gain < 0 ? kOneQ30 : Low32(gain);
 }
 
-}  // namespace
-
+// One bin: from its amplitudes to its gain.
 int32_t BinGainQ30(int64_t mean, int64_t noise, int64_t cleaned_before) {
   const int64_t snr = WrapShl(mean, 20) / noise;
   const int64_t before = WrapShl(cleaned_before, 20) / noise;
@@ -54,23 +49,29 @@ int32_t BinGainQ30(int64_t mean, int64_t noise, int64_t cleaned_before) {
   return WienerGainQ30(refined);
 }
 
-void DesignGain(const GainSpectra& s, const wiener_vad& vad) {
-  if (vad.vad_flag == 0) TrackNoise(s.noise, s.mean, vad.frame_count);
-  for (int64_t& n : s.noise) n = AtLeastOne(n);  // the SNR divides by it
-  const size_t bins = s.gain_q30.size();
-  const bool fast = HasFloor();
-  size_t k = 0;
-  while (k < bins) {
-    if (fast && bins - k >= kGainBlock &&
-        AreModerate(&s.mean[k], &s.noise[k], &s.cleaned[k])) {  // speed only
-      BlockGainsQ30(&s.mean[k], &s.noise[k], &s.cleaned[k], &s.gain_q30[k]);
-      k += kGainBlock;
-    } else {
-      const size_t end = std::min<size_t>(k + kGainBlock, bins);
-      for (; k < end; ++k) s.gain_q30[k] = BinGainQ30(s.mean[k], s.noise[k], s.cleaned[k]);
-    }
+// Bins first .. end - 1.
+void DesignBins(const GainSpectra& s, int32_t keep_q30, size_t first, size_t end) {
+  for (size_t k = first; k < end; ++k) {
+    s.noise[k] = WrapAdd(MulShift<30>(s.noise[k], keep_q30), MulShift<30>(s.mean[k], kOneQ30 - keep_q30));
+    s.noise[k] = AtLeastOne(s.noise[k]);  // the SNR divides by it
+    s.gain_q30[k] = BinGainQ30(s.mean[k], s.noise[k], s.cleaned[k]);
+    s.cleaned[k] = MulShift<30>(s.current[k], s.gain_q30[k]);
   }
-  for (k = 0; k < bins; ++k) s.cleaned[k] = MulShift<30>(s.current[k], s.gain_q30[k]);
+}
+
+}  // namespace
+
+void DesignGainPlain(const GainSpectra& s, const wiener_vad& vad) {
+  DesignBins(s, KeepQ30(vad), 0, s.gain_q30.size());
+}
+
+void DesignGain(const GainSpectra& s, const wiener_vad& vad) {
+  const int32_t keep_q30 = KeepQ30(vad);
+  const size_t bins = s.gain_q30.size();
+  for (size_t k = 0; k < bins; k += kGainBlock) {
+    if (DesignModerateBlock(s, keep_q30, k)) continue;  // speed only
+    DesignBins(s, keep_q30, k, std::min(k + kGainBlock, bins));
+  }
 }
 
 }  // namespace vask

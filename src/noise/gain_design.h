@@ -18,8 +18,6 @@ struct GainSpectra {
 };
 
 void DesignGain(const GainSpectra& spectra, const wiener_vad& vad);
-
-// One bin: from its amplitudes to its gain; the plain form.
-int32_t BinGainQ30(int64_t mean, int64_t noise, int64_t cleaned_before);
+void DesignGainPlain(const GainSpectra& spectra, const wiener_vad& vad);
 
 }  // namespace vask

@@ -17,55 +17,66 @@ VASK_KERNEL double WienerGainQ30(double snr_q20) {
   return kTwoTo30 + std::floor(-kTwoTo50 / (snr_q20 + kOneQ20));
 }
 
-VASK_KERNEL void GainsBody(const int64_t* mean, const int64_t* noise, const int64_t* cleaned,
-                           int32_t* gain_q30) {
-  for (int32_t k = 0; k < kGainBlock; ++k) {
-    const double n = static_cast<int32_t>(noise[k]);
-    const double snr = std::floor(static_cast<int32_t>(mean[k]) * kOneQ20 / n);
-    const double before = std::floor(static_cast<int32_t>(cleaned[k]) * kOneQ20 / n);
-    const double above_noise = std::max(snr - kOneQ20, 0.0);
-    const double prior = std::floor(before * kOldSnr) + std::floor(above_noise * kNewSnr);
-    const double first_gain_q16 = std::floor(WienerGainQ30(prior) * 0x1p-14);
-    const double refined = std::max(std::floor(first_gain_q16 * snr * 0x1p-16), kFloorQ20);
-    gain_q30[k] = static_cast<int32_t>(WienerGainQ30(refined));
-  }
+VASK_KERNEL uint64_t ShareOf(int64_t value, int32_t share_q30) {  // both below 2^32
+  return (uint64_t{static_cast<uint32_t>(value)} * static_cast<uint32_t>(share_q30)) >> 30;
 }
 
-VASK_KERNEL bool AreModerateBody(const int64_t* mean, const int64_t* noise, const int64_t* cleaned) {
-  uint64_t bits = 0;
+VASK_KERNEL double GainQ30(double mean, double noise, double cleaned_before) {
+  const double snr = std::floor(mean * kOneQ20 / noise),
+               before = std::floor(cleaned_before * kOneQ20 / noise);
+  const double above_noise = std::max(snr - kOneQ20, 0.0);
+  const double prior = std::floor(before * kOldSnr) + std::floor(above_noise * kNewSnr);
+  const double first_gain_q16 = std::floor(WienerGainQ30(prior) * 0x1p-14);
+  return WienerGainQ30(std::max(std::floor(first_gain_q16 * snr * 0x1p-16), kFloorQ20));
+}
+
+VASK_KERNEL bool DesignBody(const GainSpectra& s, int32_t keep_q30, size_t first) {
+  const int64_t *mean = &s.mean[first], *current = &s.current[first];
+  int64_t *noise = &s.noise[first], *cleaned = &s.cleaned[first];
+  int32_t* gain_q30 = &s.gain_q30[first];
+  int64_t bits = 0;
+  for (size_t k = 0; k < kGainBlock; ++k) bits |= mean[k] | current[k] | noise[k] | cleaned[k];
+  if (static_cast<uint64_t>(bits) >= uint64_t{1} << 31) return false;
+
+  int32_t m[kGainBlock], n[kGainBlock], c[kGainBlock], gain[kGainBlock];
   int64_t room = 0;
-  for (int32_t k = 0; k < kGainBlock; ++k) {
-    bits |= static_cast<uint64_t>(mean[k] | noise[k] | cleaned[k]);
-    const auto most = static_cast<int64_t>(static_cast<uint64_t>(noise[k]) << 13);
-    room |= static_cast<int64_t>(static_cast<uint64_t>(most - 1 - mean[k]) |
-                                 static_cast<uint64_t>(most - 1 - cleaned[k]));
+  for (size_t k = 0; k < kGainBlock; ++k) {
+    const uint64_t tracked = ShareOf(noise[k], keep_q30) + ShareOf(mean[k], kOneQ30 - keep_q30);
+    m[k] = static_cast<int32_t>(mean[k]);
+    c[k] = static_cast<int32_t>(cleaned[k]);
+    n[k] = std::max(static_cast<int32_t>(tracked), 1);  // a mean of the two: below 2^31
+    const int64_t end = int64_t{n[k]} << 13;
+    room |= (end - 1 - mean[k]) | (end - 1 - cleaned[k]);
   }
-  return bits < uint64_t{1} << 31 && room >= 0;
+  if (room < 0) return false;
+
+  for (size_t k = 0; k < kGainBlock; ++k) gain[k] = static_cast<int32_t>(GainQ30(m[k], n[k], c[k]));
+  for (size_t k = 0; k < kGainBlock; ++k) {
+    noise[k] = n[k];
+    gain_q30[k] = gain[k];
+    cleaned[k] = static_cast<int64_t>(ShareOf(current[k], gain[k]));
+  }
+  return true;
 }
 
 #if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void GainsAvx2(const int64_t* mean, const int64_t* noise, const int64_t* cleaned,
-                         int32_t* gain_q30) {
-  GainsBody(mean, noise, cleaned, gain_q30);
+VASK_AVX2 bool DesignAvx2(const GainSpectra& s, int32_t keep_q30, size_t first) {
+  return DesignBody(s, keep_q30, first);
 }
 #endif
 
 }  // namespace
 
-bool AreModerate(const int64_t* mean, const int64_t* noise, const int64_t* cleaned) {
-  return AreModerateBody(mean, noise, cleaned);
-}
-
-void BlockGainsQ30(const int64_t* mean, const int64_t* noise, const int64_t* cleaned, int32_t* gain_q30) {
+bool DesignModerateBlock(const GainSpectra& spectra, int32_t keep_q30, size_t first) {
+  if (first + kGainBlock > spectra.gain_q30.size()) return false;
 #if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return GainsAvx2(mean, noise, cleaned, gain_q30);
+  if (HasAvx2()) return DesignAvx2(spectra, keep_q30, first);
 #endif
-  BlockGainsPortableQ30(mean, noise, cleaned, gain_q30);
+  return HasFloor() && DesignModerateBlockPortable(spectra, keep_q30, first);
 }
 
-void BlockGainsPortableQ30(const int64_t* mean, const int64_t* noise, const int64_t* cleaned,
-                           int32_t* gain_q30) {
-  GainsBody(mean, noise, cleaned, gain_q30);
+bool DesignModerateBlockPortable(const GainSpectra& spectra, int32_t keep_q30, size_t first) {
+  return DesignBody(spectra, keep_q30, first);
 }
 
 }  // namespace vask

@@ -6,18 +6,18 @@
 // 2^20)).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+
+#include "noise/gain_design.h"
 
 namespace vask {
 
-inline constexpr int32_t kGainBlock = 8;  // bins
+inline constexpr size_t kGainBlock = 8;  // bins
 
-// True if these bins are moderate; noise is 1 or more.
-bool AreModerate(const int64_t* mean, const int64_t* noise, const int64_t* cleaned);
-
-// BinGainQ30 of each of them. Assumes round-to-nearest. The second form is for every processor.
-void BlockGainsQ30(const int64_t* mean, const int64_t* noise, const int64_t* cleaned, int32_t* gain_q30);
-void BlockGainsPortableQ30(const int64_t* mean, const int64_t* noise, const int64_t* cleaned,
-                           int32_t* gain_q30);
+// DesignGain of bins first .. first + 7, if there are as many and all are moderate; else nothing is changed
+// and false returned. Assumes round-to-nearest. The second form is for every processor.
+bool DesignModerateBlock(const GainSpectra& spectra, int32_t keep_q30, size_t first);
+bool DesignModerateBlockPortable(const GainSpectra& spectra, int32_t keep_q30, size_t first);
 
 }  // namespace vask
