@@ -17,4 +17,11 @@ inline int64_t DivideBelow2To53(int64_t p, int64_t q) {
   return static_cast<int64_t>(static_cast<double>(p) / static_cast<double>(q));
 }
 
+// p * 2^30 / q for 0 <= p < 2^31, 0 < q < 2^31 and p <= q: the double quotient may be rounded up to the next
+// whole number, never down below one; the remainder tells.
+inline int64_t DivideQ30(int64_t p, int64_t q) {
+  const auto quotient = static_cast<int64_t>(static_cast<double>(p) * 0x1p30 / static_cast<double>(q));
+  return quotient - (p * (int64_t{1} << 30) < quotient * q ? 1 : 0);
+}
+
 }  // namespace vask

@@ -6,7 +6,6 @@
 
 #include "dsp/arith.h"
 #include "dsp/cpu.h"
-#include "dsp/divide.h"
 #include "dsp/square_root.h"
 #include "epd/records.h"
 
@@ -23,11 +22,14 @@ struct Samples {
   alignas(32) int16_t magnitude[kPadded];  // of -32768: -32768
 };
 
+using LagValues = std::array<int32_t, kLagCount>;
+using LagQuotients = std::array<double, kLagCount>;
+
 // Sums over all pairs of samples one lag apart.
 struct LagSums {
-  std::array<int32_t, kLagCount> squares;     // of differences, from lag 1
-  std::array<int32_t, kLagCount> magnitudes;  // of differences, << 16
-  std::array<int32_t, kLagCount> products;    // of magnitudes
+  LagValues squares;     // of differences, from lag 1
+  LagValues magnitudes;  // of differences, << 16
+  LagValues products;    // of magnitudes
 };
 
 // Running sums: entry i is the sum over samples 0 .. i - 1.
@@ -89,35 +91,73 @@ void Load(std::span<const int16_t> window, Samples& x, RunningSums& running) {
 }
 
 // The smallest ratio as the plain form has it: every quotient narrowed to 32 bits before it is compared.
-int32_t SmallestRatio(const LagSums& sums) {
-  uint32_t sum = 0;
+int32_t SmallestRatioNarrowed(const LagValues& difference, const LagValues& sum) {
   int32_t smallest = kMax32;
-  for (int32_t lag = 1; lag <= kMaxLag; ++lag) {
-    const int32_t difference = MaxIfNegative(sums.squares[static_cast<size_t>(lag)]);
-    if (lag >= kMinLag) {
-      const int32_t quotient = static_cast<int32_t>(sum) / lag;
-      const int32_t mean = quotient < 0 ? kMax32 : AtLeastOne(quotient);
-      // Below 2^31 * 2^16: exact by the floating-point unit.
-      smallest =
-          std::min(smallest, MaxIfNegative(Low32(DivideBelow2To53(int64_t{difference} * kOneQ16, mean))));
-    }
-    sum += static_cast<uint32_t>(difference);
+  for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
+    const int32_t quotient = sum[lag] / static_cast<int32_t>(lag);
+    const int32_t mean = quotient < 0 ? kMax32 : AtLeastOne(quotient);
+    smallest = std::min(smallest, MaxIfNegative(Low32(int64_t{difference[lag]} * kOneQ16 / mean)));
   }
   return smallest;
 }
 
-int32_t SmallestMean(const LagSums& sums, int32_t n) {
-  int32_t smallest = kMax32;
-  for (int32_t lag = kMinLag; lag <= std::min(kMaxLag, n - 1); ++lag) {
-    const int32_t sum = sums.magnitudes[static_cast<size_t>(lag)];
-    if (sum >= 0) smallest = std::min(smallest, sum / (n - lag));
+// The quotients of all lags, uncut: sum / lag and difference * 2^16 / mean are quotients of whole numbers
+// below 2^53, so that cutting them is exact, and cutting the smallest of them is enough.
+VASK_KERNEL void RatiosBody(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
+  for (int32_t lag = kMinLag; lag < kLagCount; ++lag) {
+    const auto i = static_cast<size_t>(lag);
+    const auto quotient = static_cast<int32_t>(static_cast<double>(sum[i]) / lag);
+    const int32_t mean = quotient < 0 ? kMax32 : std::max(quotient, 1);
+    ratio[i] = difference[i] * 65536.0 / mean;
   }
-  return smallest;
+}
+
+VASK_KERNEL void MeansBody(const LagValues& sum, int32_t n, LagQuotients& mean) {
+  for (int32_t lag = kMinLag; lag < kLagCount; ++lag) {
+    const auto i = static_cast<size_t>(lag);
+    mean[i] = sum[i] < 0 || lag >= n ? kMax32 : static_cast<double>(sum[i]) / std::max(n - lag, 1);
+  }
+}
+
+void Ratios(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
+  RatiosBody(difference, sum, ratio);
+}
+void Means(const LagValues& sum, int32_t n, LagQuotients& mean) { MeansBody(sum, n, mean); }
+
+#if VASK_HAS_AVX2_KERNELS
+VASK_AVX2 void RatiosAvx2(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
+  RatiosBody(difference, sum, ratio);
+}
+VASK_AVX2 void MeansAvx2(const LagValues& sum, int32_t n, LagQuotients& mean) { MeansBody(sum, n, mean); }
+#endif
+
+struct Extremes {
+  double smallest, largest;
+};
+
+// Of the quotients of all lags, in eight independent chains.
+Extremes ExtremesOf(const LagQuotients& smallest_of, const LagQuotients& largest_of) {
+  constexpr size_t kChains = 8;
+  double low[kChains], high[kChains];
+  std::fill_n(low, kChains, smallest_of[kMinLag]);
+  std::fill_n(high, kChains, largest_of[kMinLag]);
+  size_t lag = kMinLag;
+  for (; lag + kChains <= kLagCount; lag += kChains) {
+    for (size_t c = 0; c < kChains; ++c) {
+      low[c] = smallest_of[lag + c] < low[c] ? smallest_of[lag + c] : low[c];
+      high[c] = largest_of[lag + c] > high[c] ? largest_of[lag + c] : high[c];
+    }
+  }
+  for (; lag < kLagCount; ++lag) {
+    low[0] = std::min(low[0], smallest_of[lag]);
+    high[0] = std::max(high[0], largest_of[lag]);
+  }
+  return {*std::min_element(low, low + kChains), *std::max_element(high, high + kChains)};
 }
 
 // Energies of the two stretches that a lag correlates.
 struct Energies {
-  std::array<int32_t, kLagCount> later, now;
+  LagValues later, now;
 };
 
 void ReadEnergies(const RunningSums& running, int32_t n, Energies& energies) {
@@ -132,7 +172,7 @@ void ReadEnergies(const RunningSums& running, int32_t n, Energies& energies) {
 
 // Bounds of every lag's coefficient in Q16, before it is cut to a whole number and after.
 struct Bounds {
-  std::array<double, kLagCount> low, high;
+  LagQuotients low, high;
 };
 
 constexpr int32_t kLeastEnergy = 4096;   // for an estimate
@@ -147,9 +187,10 @@ VASK_KERNEL void BoundCoefficientsBody(const LagSums& sums, const Energies& ener
   for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
     const int32_t e1 = std::min(energies.later[lag], kOneQ30), e2 = std::min(energies.now[lag], kOneQ30);
     const double root = std::sqrt(static_cast<double>(e1) * static_cast<double>(e2));
-    const double value = std::min(sums.products[lag] * 65536.0 / root, 65536.0);
+    const double over_root = 1 / root;
+    const double value = std::min(sums.products[lag] * 65536.0 * over_root, 65536.0);
     const bool holds = (std::min(e1, e2) >= kLeastEnergy) & (value > kWrapsBelow);
-    const double error = holds ? std::abs(value) * (1.4e-6 + 1.01 / root) + 1.0 : HUGE_VAL;
+    const double error = holds ? std::abs(value) * (1.4e-6 + 1.01 * over_root) + 1.0 : HUGE_VAL;
     bounds.low[lag] = holds ? value - error : -HUGE_VAL;
     bounds.high[lag] = holds ? value + error : HUGE_VAL;
   }
@@ -165,13 +206,37 @@ VASK_AVX2 void BoundCoefficientsAvx2(const LagSums& sums, const Energies& energi
 }
 #endif
 
+struct Kernels {
+  void (*sums)(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums);
+  void (*ratios)(const LagValues& difference, const LagValues& sum, LagQuotients& ratio);
+  void (*means)(const LagValues& sum, int32_t n, LagQuotients& mean);
+  void (*bounds)(const LagSums& sums, const Energies& energies, Bounds& bounds);
+};
+
+int32_t SmallestRatio(const LagSums& sums, const Kernels& kernels) {
+  LagValues difference, before;  // before: the sum over smaller lags
+  LagQuotients ratio;
+  uint32_t sum = 0;
+  for (size_t lag = 1; lag < kLagCount; ++lag) {
+    difference[lag] = MaxIfNegative(sums.squares[lag]);
+    before[lag] = static_cast<int32_t>(sum);
+    sum += static_cast<uint32_t>(difference[lag]);
+  }
+  kernels.ratios(difference, before, ratio);
+  const Extremes extremes = ExtremesOf(ratio, ratio);
+  if (extremes.largest >= 0x1p31) return SmallestRatioNarrowed(difference, before);
+  return static_cast<int32_t>(extremes.smallest);
+}
+
+int32_t SmallestMean(const LagSums& sums, int32_t n, const Kernels& kernels) {
+  LagQuotients mean;
+  kernels.means(sums.magnitudes, n, mean);
+  return static_cast<int32_t>(ExtremesOf(mean, mean).smallest);
+}
+
 // Only the largest and the smallest coefficient matter: those that may be one of them are computed exactly.
 int32_t PeakOverValley(const LagSums& sums, const Energies& energies, const Bounds& bounds) {
-  double peak_low = -HUGE_VAL, valley_high = HUGE_VAL;
-  for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
-    peak_low = std::max(peak_low, bounds.low[lag]);
-    valley_high = std::min(valley_high, bounds.high[lag]);
-  }
+  const auto [valley_high, peak_low] = ExtremesOf(bounds.high, bounds.low);
   int32_t peak = kMin32, valley = kMax32;
   for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
     if (bounds.high[lag] < peak_low && bounds.low[lag] > valley_high) continue;
@@ -182,9 +247,7 @@ int32_t PeakOverValley(const LagSums& sums, const Energies& energies, const Boun
   return PeakValleyRatio(peak, valley);
 }
 
-}  // namespace
-
-LagFeatures MeasureLags(std::span<const int16_t> window) {
+LagFeatures Measure(const Kernels& kernels, std::span<const int16_t> window) {
   const auto n = static_cast<int32_t>(window.size());
   Samples x;
   RunningSums running;
@@ -193,19 +256,24 @@ LagFeatures MeasureLags(std::span<const int16_t> window) {
   Bounds bounds;
   Load(window, x, running);
   ReadEnergies(running, n, energies);
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) {
-    SumLagsAvx2(x, running, n, sums);
-    BoundCoefficientsAvx2(sums, energies, bounds);
-  } else
-#endif
-  {
-    SumLags(x, running, n, sums);
-    BoundCoefficients(sums, energies, bounds);
-  }
-  return {.yin_voicing = std::clamp(WrapSub(kOneQ16, SmallestRatio(sums)), 0, kOneQ16),
-          .amdf_min = SmallestMean(sums, n) >> 3,
+  kernels.sums(x, running, n, sums);
+  kernels.bounds(sums, energies, bounds);
+  return {.yin_voicing = std::clamp(WrapSub(kOneQ16, SmallestRatio(sums, kernels)), 0, kOneQ16),
+          .amdf_min = SmallestMean(sums, n, kernels) >> 3,
           .peak_valley_ratio = PeakOverValley(sums, energies, bounds)};
+}
+
+}  // namespace
+
+LagFeatures MeasureLags(std::span<const int16_t> window) {
+#if VASK_HAS_AVX2_KERNELS
+  if (HasAvx2()) return Measure({SumLagsAvx2, RatiosAvx2, MeansAvx2, BoundCoefficientsAvx2}, window);
+#endif
+  return MeasureLagsPortable(window);
+}
+
+LagFeatures MeasureLagsPortable(std::span<const int16_t> window) {
+  return Measure({SumLags, Ratios, Means, BoundCoefficients}, window);
 }
 
 }  // namespace vask
