@@ -27,6 +27,19 @@
 
 #define VASK_KERNEL static inline __attribute__((always_inline))
 
+// Defines `type name params`, which runs the kernel nameBody with `args`, compiled for the processor at hand.
+#if VASK_HAS_AVX2_KERNELS
+#define VASK_DISPATCH(type, name, params, args)                       \
+  VASK_AVX2 static type name##Avx2 params { return name##Body args; } \
+  type name params {                                                  \
+    if (HasAvx2()) return name##Avx2 args;                            \
+    return name##Body args;                                           \
+  }
+#else
+#define VASK_DISPATCH(type, name, params, args) \
+  type name params { return name##Body args; }
+#endif
+
 namespace vask {
 
 inline bool HasAvx2() {

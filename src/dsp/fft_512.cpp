@@ -58,7 +58,7 @@ namespace neon {
 }  // namespace neon
 #endif
 
-VASK_KERNEL void PowerBody(const Packed512& transform, int32_t shift, int64_t* x) {
+VASK_KERNEL void PowerOf512Body(const Packed512& transform, int32_t shift, int64_t* x) {
   const auto square = [&](int32_t i) {
     const int32_t value = transform[static_cast<size_t>(i)] >> shift;
     return int64_t{value} * value;
@@ -69,20 +69,16 @@ VASK_KERNEL void PowerBody(const Packed512& transform, int32_t shift, int64_t* x
   x[kFft512 / 2] = square(kFft512 / 2);
 }
 
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void PowerAvx2(const Packed512& transform, int32_t shift, int64_t* x) {
-  PowerBody(transform, shift, x);
-}
-#endif
-
-}  // namespace
-
-bool IsNarrow(const Samples512& samples) {
+VASK_KERNEL bool IsNarrowBody(const Samples512& samples) {
   constexpr uint32_t kBound = (1 << 22) - (1 << 10);  // of magnitudes / 512, cut; the sum is 32 bits at most
   uint32_t sum = 0;
   for (const int32_t v : samples) sum += static_cast<uint32_t>(v < 0 ? ~v : v) >> 9;
   return sum < kBound;
 }
+
+}  // namespace
+
+VASK_DISPATCH(bool, IsNarrow, (const Samples512& samples), (samples))
 
 void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512& x) {
 #if VASK_HAS_AVX2_KERNELS
@@ -97,15 +93,11 @@ void RealFft512Portable(const Samples512& samples, const fft_tables& twiddles, P
   portable::Transform512(samples.data(), twiddles, x.data());
 }
 
-void PowerOf512(const Packed512& transform, int32_t shift, int64_t* x) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return PowerAvx2(transform, shift, x);
-#endif
-  PowerOf512Portable(transform, shift, x);
-}
+VASK_DISPATCH(void, PowerOf512, (const Packed512& transform, int32_t shift, int64_t* x),
+              (transform, shift, x))
 
 void PowerOf512Portable(const Packed512& transform, int32_t shift, int64_t* x) {
-  PowerBody(transform, shift, x);
+  PowerOf512Body(transform, shift, x);
 }
 
 }  // namespace vask

@@ -2,6 +2,7 @@
 #include "dsp/filters.h"
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 
 namespace vask {
 namespace {
@@ -10,6 +11,19 @@ constexpr int32_t kDcPoleQ30 = Q<30>(1.0 - 1.0 / 1024);
 static_assert(kDcPoleQ30 == 0x3ff00000);
 constexpr int32_t kPreEmphasisQ30 = Q<30>(0.97);
 static_assert(kPreEmphasisQ30 == 0x3e147ae1);
+
+// From the second sample on. A sample << 16 times the factor >> 30 is the sample times the factor >> 14, in
+// two halves of the factor.
+VASK_KERNEL void EmphasizeRestBody(int32_t coef, std::span<const int16_t> samples, int32_t* out) {
+  const int32_t high = coef >> 16, low = coef & 0xffff;
+  for (size_t i = 1; i < samples.size(); ++i) {
+    const int32_t last = samples[i - 1];
+    out[i] = WrapSub(samples[i] * 65536, WrapAdd(WrapShl(high * last, 2), (low * last) >> 14));
+  }
+}
+
+VASK_DISPATCH(void, EmphasizeRest, (int32_t coef, std::span<const int16_t> samples, int32_t* out),
+              (coef, samples, out))
 
 }  // namespace
 
@@ -32,12 +46,7 @@ void ClearPreEmphasis(pre_emph_filt& f) { f = {.coef = kPreEmphasisQ30, .prev = 
 void Emphasize(pre_emph_filt& f, std::span<const int16_t> samples, int32_t* out) {
   if (samples.empty()) return;
   out[0] = Low32(samples[0] * 65536 - MulShift<30>(f.prev, f.coef));  // opposite full-scale samples wrap
-  // A sample << 16 times the factor >> 30 is the sample times the factor >> 14, in two halves of the factor.
-  const int32_t high = f.coef >> 16, low = f.coef & 0xffff;
-  for (size_t i = 1; i < samples.size(); ++i) {
-    const int32_t last = samples[i - 1];
-    out[i] = WrapSub(samples[i] * 65536, WrapAdd(WrapShl(high * last, 2), (low * last) >> 14));
-  }
+  EmphasizeRest(f.coef, samples, out);
   f.prev = samples.back() * 65536;
 }
 

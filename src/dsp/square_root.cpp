@@ -40,10 +40,6 @@ VASK_KERNEL void RootsBody(std::span<const int64_t> x, int64_t* out) {
   for (size_t i = 0; i < x.size(); ++i) out[i] = RootQ30(x[i]) >> 30;
 }
 
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) { RootsBody(x, out); }
-#endif
-
 }  // namespace
 
 int32_t RootQ16(int32_t x) {
@@ -55,12 +51,7 @@ int32_t RootQ16(int32_t x) {
 int64_t Root(int64_t x) { return RootQ30(x) >> 30; }
 int64_t RootQ8(int64_t x) { return RootQ30(x) >> 22; }
 
-void Roots(std::span<const int64_t> x, int64_t* out) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return RootsAvx2(x, out);
-#endif
-  RootsBody(x, out);
-}
+VASK_DISPATCH(void, Roots, (std::span<const int64_t> x, int64_t* out), (x, out))
 
 }  // namespace vask
 

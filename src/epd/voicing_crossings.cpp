@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t kReach = 3;  // samples that must be without a change
 
-VASK_KERNEL int32_t ClipCrossingsBody(std::span<const int16_t> s, int32_t level) {
+VASK_KERNEL int32_t CountClipCrossingsBody(std::span<const int16_t> s, int32_t level) {
   const size_t n = s.size();
   const int32_t low = WrapNeg(level);
   std::array<int16_t, kMaxWindow> clipped;
@@ -28,7 +28,7 @@ VASK_KERNEL int32_t ClipCrossingsBody(std::span<const int16_t> s, int32_t level)
   return count;
 }
 
-VASK_KERNEL int32_t ZeroCrossingsBody(std::span<const int16_t> s, int16_t* signs) {
+VASK_KERNEL int32_t CountZeroCrossingsBody(std::span<const int16_t> s, int16_t* signs) {
   const size_t n = s.size();
   for (size_t i = 0; i < n; ++i) signs[i] = static_cast<int16_t>((s[i] >> 15) | 1);
   int16_t count = 0;
@@ -36,29 +36,9 @@ VASK_KERNEL int32_t ZeroCrossingsBody(std::span<const int16_t> s, int16_t* signs
   return count;
 }
 
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 int32_t ClipCrossingsAvx2(std::span<const int16_t> s, int32_t level) {
-  return ClipCrossingsBody(s, level);
-}
-VASK_AVX2 int32_t ZeroCrossingsAvx2(std::span<const int16_t> s, int16_t* signs) {
-  return ZeroCrossingsBody(s, signs);
-}
-#endif
-
 }  // namespace
 
-int32_t CountClipCrossings(std::span<const int16_t> s, int32_t level) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return ClipCrossingsAvx2(s, level);
-#endif
-  return ClipCrossingsBody(s, level);
-}
-
-int32_t CountZeroCrossings(std::span<const int16_t> s, int16_t* signs) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return ZeroCrossingsAvx2(s, signs);
-#endif
-  return ZeroCrossingsBody(s, signs);
-}
+VASK_DISPATCH(int32_t, CountClipCrossings, (std::span<const int16_t> s, int32_t level), (s, level))
+VASK_DISPATCH(int32_t, CountZeroCrossings, (std::span<const int16_t> s, int16_t* signs), (s, signs))
 
 }  // namespace vask

@@ -24,32 +24,22 @@ VASK_KERNEL void ConvolveBlock(const int16_t* now, const int32_t* impulse, int16
   for (int32_t i = 0; i < kCount; ++i) out[i] = Low16(sum[i]);
 }
 
-VASK_KERNEL void ConvolveBody(const int16_t* now, const int32_t* impulse, std::span<int16_t> out,
-                              int32_t half) {
+VASK_KERNEL void ConvolveFastBody(const int16_t* now, const int32_t* impulse, std::span<int16_t> out,
+                                  int32_t half) {
   const auto n = static_cast<int32_t>(out.size());
   int32_t i = 0;
   for (; i + kBlock <= n; i += kBlock) ConvolveBlock<kBlock>(now + i, impulse, out.data() + i, half);
   for (; i < n; ++i) ConvolveBlock<1>(now + i, impulse, out.data() + i, half);
 }
 
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void ConvolveAvx2(const int16_t* now, const int32_t* impulse, std::span<int16_t> out,
-                            int32_t half) {
-  ConvolveBody(now, impulse, out, half);
-}
-#endif
-
 }  // namespace
 
-void ConvolveFast(const int16_t* now, const int32_t* impulse, std::span<int16_t> out, int32_t half) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return ConvolveAvx2(now, impulse, out, half);
-#endif
-  ConvolvePortable(now, impulse, out, half);
-}
+VASK_DISPATCH(void, ConvolveFast,
+              (const int16_t* now, const int32_t* impulse, std::span<int16_t> out, int32_t half),
+              (now, impulse, out, half))
 
 void ConvolvePortable(const int16_t* now, const int32_t* impulse, std::span<int16_t> out, int32_t half) {
-  ConvolveBody(now, impulse, out, half);
+  ConvolveFastBody(now, impulse, out, half);
 }
 
 }  // namespace vask

@@ -27,16 +27,9 @@ VASK_KERNEL void SumTapsBody(std::span<const int32_t> gains, int64_t* scratch, c
   }
 }
 
-void SumTaps(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps) {
-  SumTapsBody(gains, scratch, rows, taps);
-}
-
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void SumTapsAvx2(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows,
-                           int32_t taps) {
-  SumTapsBody(gains, scratch, rows, taps);
-}
-#endif
+VASK_DISPATCH(void, SumTaps,
+              (std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps),
+              (gains, scratch, rows, taps))
 
 }  // namespace
 
@@ -47,14 +40,7 @@ void CopyMelIdctBasis(std::span<int32_t* const> rows) {
 }
 
 void MelIdct(std::span<int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) {
-    SumTapsAvx2(gains, scratch, rows, taps);
-  } else
-#endif
-  {
-    SumTaps(gains, scratch, rows, taps);
-  }
+  SumTaps(gains, scratch, rows, taps);
   for (int32_t tap = 0; tap < taps; ++tap) gains.data()[tap] = Low32(scratch[tap]);
 }
 

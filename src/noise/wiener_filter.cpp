@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 #include "dsp/fft.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/rounding.h"
@@ -24,26 +25,26 @@ constexpr int32_t kSpectrumShift = 10;  // takes off what the window's scale of 
 constexpr int32_t kFirstFilteredFrame = 3;
 
 // Sums of two overflowed powers wrap below zero: read them as the largest.
-void LimitOverflow(std::span<int64_t> values) {
+VASK_KERNEL void LimitOverflow(std::span<int64_t> values) {
   for (int64_t& v : values) v = MaxIfNegative(v);
 }
 
 // out[k] = mean of the powers 2k and 2k + 1; the last bin stands alone.
-void SmoothPairs(const int64_t* power, std::span<int64_t> out) {
+VASK_KERNEL void SmoothPairs(const int64_t* power, std::span<int64_t> out) {
   const size_t last = out.size() - 1;
   for (size_t k = 0; k < last; ++k) out[k] = WrapAdd(power[2 * k], power[2 * k + 1]) >> 1;
   out[last] = power[2 * last];
 }
 
-void MeanOfTwoFrames(std::span<const int64_t> current, std::span<int64_t> previous, std::span<int64_t> mean,
-                     bool is_first) {
+VASK_KERNEL void MeanOfTwoFrames(std::span<const int64_t> current, std::span<int64_t> previous,
+                                 std::span<int64_t> mean, bool is_first) {
   for (size_t k = 0; k < mean.size(); ++k) {
     mean[k] = is_first ? current[k] : (current[k] >> 1) + (previous[k] >> 1);
     previous[k] = current[k];
   }
 }
 
-void WeightGains(std::span<int32_t> gain_q30, const int32_t* weight_q30) {
+VASK_KERNEL void WeightGainsBody(std::span<int32_t> gain_q30, const int32_t* weight_q30) {
   for (size_t k = 0; k < gain_q30.size(); ++k) gain_q30[k] = Low32(MulShift<30>(gain_q30[k], weight_q30[k]));
 }
 
@@ -58,7 +59,7 @@ void WindowImpulse(const int32_t* taps, const int32_t* window, int32_t* impulse,
 
 // ApplyWindow in 32 bits: with the window's w = high * 2^16 + low, floor(s * w / 2^20) =
 // floor((s * high + floor(s * low / 2^16)) / 2^4), and a 16-bit sample keeps every part of it in 32 bits.
-void WindowQ10(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
+VASK_KERNEL void WindowQ10Body(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
   const size_t n = std::min(window_q30.size(), out.size());
   for (size_t i = 0; i < n; ++i) {
     const int32_t high = window_q30[i] >> 16, low = window_q30[i] & 0xffff;
@@ -66,6 +67,23 @@ void WindowQ10(const int16_t* samples, std::span<const int32_t> window_q30, Samp
   }
   std::fill(out.begin() + static_cast<std::ptrdiff_t>(n), out.end(), 0);
 }
+
+VASK_KERNEL void SmoothBody(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
+                            std::span<int64_t> mean, bool is_first) {
+  SmoothPairs(power, current);
+  LimitOverflow(current);
+  MeanOfTwoFrames(current, previous, mean, is_first);
+  LimitOverflow(mean);
+}
+
+VASK_DISPATCH(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
+              (samples, window_q30, out))
+VASK_DISPATCH(void, Smooth,
+              (const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
+               std::span<int64_t> mean, bool is_first),
+              (power, current, previous, mean, is_first))
+VASK_DISPATCH(void, WeightGains, (std::span<int32_t> gain_q30, const int32_t* weight_q30),
+              (gain_q30, weight_q30))
 
 }  // namespace
 
@@ -85,11 +103,7 @@ void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& tw
   Samples512 windowed;
   WindowQ10(wf.sig_hist + wf.win_offset, {wf.hann_win, static_cast<size_t>(wf.win_len)}, windowed);
   PowerOfWindow(windowed, kSpectrumShift, twiddles, fft);
-  SmoothPairs(wf.fft_buf, current);
-  LimitOverflow(current);
-  MeanOfTwoFrames(current, previous, mean, wf.frame_count == kFirstFilteredFrame);
-  LimitOverflow(mean);
-
+  Smooth(wf.fft_buf, current, previous, mean, wf.frame_count == kFirstFilteredFrame);
   Roots(current, current.data());
   Roots(mean, mean.data());
   std::copy(mean.begin(), mean.end(), amplitude.begin());
