@@ -32,8 +32,8 @@ VASK_KERNEL double GainQ30(double mean, double noise, double cleaned_before) {
 
 VASK_KERNEL bool DesignBody(const GainSpectra& s, int32_t keep_q30, size_t first) {
   const int64_t *mean = &s.mean[first], *current = &s.current[first];
-  int64_t *noise = &s.noise[first], *cleaned = &s.cleaned[first];
-  int32_t* gain_q30 = &s.gain_q30[first];
+  int64_t* __restrict noise = &s.noise[first], * __restrict cleaned = &s.cleaned[first];
+  int32_t* __restrict gain_q30 = &s.gain_q30[first];
   int64_t bits = 0;
   for (size_t k = 0; k < kGainBlock; ++k) bits |= mean[k] | current[k] | noise[k] | cleaned[k];
   if (static_cast<uint64_t>(bits) >= uint64_t{1} << 31) return false;
