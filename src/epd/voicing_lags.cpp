@@ -9,11 +9,16 @@
 #include "dsp/square_root.h"
 #include "epd/records.h"
 
+#if VASK_HAS_AVX2_KERNELS
+#include <immintrin.h>
+#endif
+
 namespace vask {
 namespace {
 
 constexpr int32_t kVector = 16;  // samples of a 256-bit vector: terms are rounded up to whole ones
-constexpr int32_t kPadded = kMaxWindow + kVector;
+constexpr int32_t kPadded = kMaxWindow + 2 * kVector;
+constexpr int32_t kLagsAtOnce = 3;
 constexpr int32_t kLagCount = kMaxLag + 1;
 
 // The window and its magnitudes, zeros behind them.
@@ -40,38 +45,73 @@ struct RunningSums {
 
 constexpr int32_t WholeVectors(int32_t terms) { return (terms + kVector - 1) & -kVector; }
 
-VASK_KERNEL void SumLagsBody(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
+// `read` terms have been added up, of which those beyond n - lag are too many: there the later sample is 0
+// and the difference is the sample itself.
+void StoreSums(const RunningSums& running, int32_t n, int32_t lag, int32_t read, uint32_t squares,
+               uint32_t magnitudes, uint32_t products, LagSums& sums) {
+  const auto at = static_cast<size_t>(lag), all = static_cast<size_t>(read);
+  const auto terms = static_cast<size_t>(std::max(n - lag, 0));
+  sums.squares[at] = static_cast<int32_t>(squares - (running.squares[all] - running.squares[terms]));
+  const uint32_t extra = running.magnitudes[all] - running.magnitudes[terms];
+  sums.magnitudes[at] = static_cast<int32_t>((magnitudes - extra) << 16);
+  sums.products[at] = static_cast<int32_t>(products);
+}
+
+void SumLags(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
   for (int32_t lag = 1; lag <= kMaxLag; ++lag) {
-    const int32_t terms = std::max(n - lag, 0), read = WholeVectors(terms);
+    const int32_t read = WholeVectors(std::max(n - lag, 0));
     const int16_t *now = x.plain, *later = x.plain + lag, *mag = x.magnitude, *mag_later = x.magnitude + lag;
     uint32_t squares = 0, products = 0;
     uint16_t magnitudes = 0;
-#if defined(__clang__)
-#pragma clang loop vectorize_width(16) interleave(disable)
-#endif
     for (int32_t i = 0; i < read; ++i) {
       const auto d = static_cast<int16_t>(now[i] - later[i]);
       squares += static_cast<uint32_t>(d * d);
       magnitudes = static_cast<uint16_t>(magnitudes + static_cast<uint16_t>(d < 0 ? -d : d));
       products += static_cast<uint32_t>(mag[i] * mag_later[i]);
     }
-    // Beyond the terms `later` is 0 and the difference is the sample itself.
-    squares -= running.squares[static_cast<size_t>(read)] - running.squares[static_cast<size_t>(terms)];
-    const uint32_t extra =
-        running.magnitudes[static_cast<size_t>(read)] - running.magnitudes[static_cast<size_t>(terms)];
-    sums.squares[static_cast<size_t>(lag)] = static_cast<int32_t>(squares);
-    sums.magnitudes[static_cast<size_t>(lag)] = static_cast<int32_t>((magnitudes - extra) << 16);
-    sums.products[static_cast<size_t>(lag)] = static_cast<int32_t>(products);
+    StoreSums(running, n, lag, read, squares, magnitudes, products, sums);
   }
 }
 
-void SumLags(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
-  SumLagsBody(x, running, n, sums);
+#if VASK_HAS_AVX2_KERNELS
+VASK_AVX2 inline __m256i LoadVector(const int16_t* x) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
 }
 
-#if VASK_HAS_AVX2_KERNELS
+// The sums of the eight values of each of three vectors.
+VASK_AVX2 inline void AddUp(const __m256i (&x)[kLagsAtOnce], uint32_t* sums) {
+  const __m256i halves = _mm256_hadd_epi32(_mm256_hadd_epi32(x[0], x[1]), _mm256_hadd_epi32(x[2], x[2]));
+  const __m128i whole = _mm_add_epi32(_mm256_castsi256_si128(halves), _mm256_extracti128_si256(halves, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(sums), whole);
+}
+
+// Several lags at a time, which share what they read of the earlier samples: as many as registers have room
+// for.
 VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
-  SumLagsBody(x, running, n, sums);
+  static_assert(kMaxLag % kLagsAtOnce == 0);
+  for (int32_t lag = 1; lag <= kMaxLag; lag += kLagsAtOnce) {
+    const int32_t read = WholeVectors(std::max(n - lag, 0));
+    __m256i squares[kLagsAtOnce] = {}, magnitudes[kLagsAtOnce] = {}, products[kLagsAtOnce] = {};
+    for (int32_t i = 0; i < read; i += kVector) {
+      const __m256i now = LoadVector(x.plain + i), mag = LoadVector(x.magnitude + i);
+      for (int32_t k = 0; k < kLagsAtOnce; ++k) {
+        const __m256i d = _mm256_sub_epi16(now, LoadVector(x.plain + i + lag + k));
+        squares[k] = _mm256_add_epi32(squares[k], _mm256_madd_epi16(d, d));
+        magnitudes[k] = _mm256_add_epi16(magnitudes[k], _mm256_abs_epi16(d));
+        products[k] =
+            _mm256_add_epi32(products[k], _mm256_madd_epi16(mag, LoadVector(x.magnitude + i + lag + k)));
+      }
+    }
+    uint32_t square[4], magnitude[4], product[4];
+    for (__m256i& m : magnitudes)
+      m = _mm256_madd_epi16(m, _mm256_set1_epi16(1));  // modulo 2^16, which is kept
+    AddUp(squares, square);
+    AddUp(magnitudes, magnitude);
+    AddUp(products, product);
+    for (int32_t k = 0; k < kLagsAtOnce; ++k) {
+      StoreSums(running, n, lag + k, read, square[k], magnitude[k], product[k], sums);
+    }
+  }
 }
 #endif
 

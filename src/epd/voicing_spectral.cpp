@@ -23,41 +23,44 @@ constexpr int32_t kThirdOf32Bits = 715827882;
 
 // Sum of (value >> shift) / divisor, every term divided by itself. A sum that wraps can be taken in any
 // order.
-VASK_KERNEL int32_t SumOfSharesBody(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
+VASK_KERNEL int32_t SumByDivisor(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
   uint32_t sum = 0;
   for (const int32_t v : values) sum += static_cast<uint32_t>((v >> shift) / divisor);
   return static_cast<int32_t>(sum);
 }
 
 // Divisors that are known here, those of the detector's spectrum, need no division.
-int32_t SumOfShares(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
-  switch (divisor) {
-    case 4:
-      return SumOfSharesBody(values, shift, 4);
-    case 8:
-      return SumOfSharesBody(values, shift, 8);
-    case kLowBins:
-      return SumOfSharesBody(values, shift, kLowBins);
-    case kHighBins:
-      return SumOfSharesBody(values, shift, kHighBins);
-    default:
-      return SumOfSharesBody(values, shift, divisor);
-  }
+VASK_KERNEL int32_t SumOfSharesBody(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
+  if (divisor == kLowBins) return SumByDivisor(values, shift, kLowBins);
+  if (divisor == kHighBins) return SumByDivisor(values, shift, kHighBins);
+  return SumByDivisor(values, shift, divisor);
 }
+
+VASK_DISPATCH(int32_t, SumOfShares, (std::span<const int32_t> values, int32_t shift, int32_t divisor),
+              (values, shift, divisor))
 
 std::span<const int32_t> Slice(std::span<const int32_t> values, size_t first, size_t end) {
   end = std::min(end, values.size());
   return first < end ? values.subspan(first, end - first) : std::span<const int32_t>();
 }
 
-// Means of `bands` bands of equal width; the bins left over are not used.
-void BandMeans(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
-  const auto width = static_cast<int32_t>(power.size()) / bands;
+VASK_KERNEL void MeansByWidth(const int32_t* power, int32_t bands, int32_t width, int32_t* mean) {
   for (int32_t b = 0; b < bands; ++b) {
-    const auto first = static_cast<size_t>(b) * static_cast<size_t>(width);
-    mean[b] = width == 0 ? 0 : SumOfShares(power.subspan(first, static_cast<size_t>(width)), 0, width);
+    mean[b] = SumByDivisor({power + b * width, static_cast<size_t>(width)}, 0, width);
   }
 }
+
+// Means of `bands` bands of equal width; the bins left over are not used.
+VASK_KERNEL void BandMeansBody(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
+  const auto width = static_cast<int32_t>(power.size()) / bands;
+  if (width == 4) return MeansByWidth(power.data(), bands, 4, mean);
+  if (width == 8) return MeansByWidth(power.data(), bands, 8, mean);
+  if (width > 0) return MeansByWidth(power.data(), bands, width, mean);
+  std::fill_n(mean, bands, 0);
+}
+
+VASK_DISPATCH(void, BandMeans, (std::span<const int32_t> power, int32_t bands, int32_t* mean),
+              (power, bands, mean))
 
 // -10/60 ln(geometric over arithmetic mean), Q16, not limited. Each value is raised to exponent_q30 =
 // 1/count.
