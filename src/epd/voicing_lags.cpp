@@ -18,7 +18,7 @@ namespace {
 
 constexpr int32_t kVector = 16;  // samples of a 256-bit vector: terms are rounded up to whole ones
 constexpr int32_t kPadded = kMaxWindow + 2 * kVector;
-constexpr int32_t kLagsAtOnce = 3;
+constexpr int32_t kLagsAtOnce = 2;
 constexpr int32_t kLagCount = kMaxLag + 1;
 
 // The window and its magnitudes, zeros behind them.
@@ -78,17 +78,17 @@ VASK_AVX2 inline __m256i LoadVector(const int16_t* x) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
 }
 
-// The sums of the eight values of each of three vectors.
+// The sums of the eight values of either vector.
 VASK_AVX2 inline void AddUp(const __m256i (&x)[kLagsAtOnce], uint32_t* sums) {
-  const __m256i halves = _mm256_hadd_epi32(_mm256_hadd_epi32(x[0], x[1]), _mm256_hadd_epi32(x[2], x[2]));
-  const __m128i whole = _mm_add_epi32(_mm256_castsi256_si128(halves), _mm256_extracti128_si256(halves, 1));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(sums), whole);
+  const __m256i quarters = _mm256_hadd_epi32(x[0], x[1]);
+  const __m128i halves =
+      _mm_add_epi32(_mm256_castsi256_si128(quarters), _mm256_extracti128_si256(quarters, 1));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(sums), _mm_hadd_epi32(halves, halves));
 }
 
 // Several lags at a time, which share what they read of the earlier samples: as many as registers have room
 // for.
 VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
-  static_assert(kMaxLag % kLagsAtOnce == 0);
   for (int32_t lag = 1; lag <= kMaxLag; lag += kLagsAtOnce) {
     const int32_t read = WholeVectors(std::max(n - lag, 0));
     __m256i squares[kLagsAtOnce] = {}, magnitudes[kLagsAtOnce] = {}, products[kLagsAtOnce] = {};
@@ -102,13 +102,13 @@ VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t
             _mm256_add_epi32(products[k], _mm256_madd_epi16(mag, LoadVector(x.magnitude + i + lag + k)));
       }
     }
-    uint32_t square[4], magnitude[4], product[4];
+    uint32_t square[kLagsAtOnce], magnitude[kLagsAtOnce], product[kLagsAtOnce];
     for (__m256i& m : magnitudes)
       m = _mm256_madd_epi16(m, _mm256_set1_epi16(1));  // modulo 2^16, which is kept
     AddUp(squares, square);
     AddUp(magnitudes, magnitude);
     AddUp(products, product);
-    for (int32_t k = 0; k < kLagsAtOnce; ++k) {
+    for (int32_t k = 0; k < kLagsAtOnce && lag + k <= kMaxLag; ++k) {
       StoreSums(running, n, lag + k, read, square[k], magnitude[k], product[k], sums);
     }
   }
