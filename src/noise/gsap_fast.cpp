@@ -12,7 +12,7 @@
 namespace vask {
 namespace {
 
-constexpr size_t kBlock = 8;  // bands
+constexpr size_t kBlock = 36;  // bands: all of the engine's, so that their long chains of divisions overlap
 using Block = std::array<double, kBlock>;
 
 constexpr double kOne = 65536;  // Q16
