@@ -3,7 +3,6 @@
 #include <array>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
 #include "epd/records.h"
 
 namespace vask {
@@ -11,7 +10,9 @@ namespace {
 
 constexpr size_t kReach = 3;  // samples that must be without a change
 
-VASK_KERNEL int32_t CountClipCrossingsBody(std::span<const int16_t> s, int32_t level) {
+}  // namespace
+
+int32_t CountClipCrossings(std::span<const int16_t> s, int32_t level) {
   const size_t n = s.size();
   const int32_t low = WrapNeg(level);
   std::array<int16_t, kMaxWindow> clipped;
@@ -28,17 +29,12 @@ VASK_KERNEL int32_t CountClipCrossingsBody(std::span<const int16_t> s, int32_t l
   return count;
 }
 
-VASK_KERNEL int32_t CountZeroCrossingsBody(std::span<const int16_t> s, int16_t* signs) {
+int32_t CountZeroCrossings(std::span<const int16_t> s, int16_t* signs) {
   const size_t n = s.size();
   for (size_t i = 0; i < n; ++i) signs[i] = static_cast<int16_t>((s[i] >> 15) | 1);
   int16_t count = 0;
   for (size_t i = 1; i < n; ++i) count = static_cast<int16_t>(count + (((s[i] ^ s[i - 1]) >> 15) & 1));
   return count;
 }
-
-}  // namespace
-
-VASK_DISPATCH(int32_t, CountClipCrossings, (std::span<const int16_t> s, int32_t level), (s, level))
-VASK_DISPATCH(int32_t, CountZeroCrossings, (std::span<const int16_t> s, int16_t* signs), (s, signs))
 
 }  // namespace vask
