@@ -8,12 +8,24 @@ namespace vask::bench {
 // Names: stage/<stage>, over speech.
 void RegisterStages();
 
+// Names: FormName of every pair of forms, over speech.
+void RegisterPlain();
+
+// Names: frontend/...
+void RegisterFrontEnd();
+
 // Names: EngineName(mode, material) and ReferenceName(material), for every material.
 void RegisterEngine();
 void RegisterReference();
 
 inline constexpr int kEngineModes[] = {1, 2};  // 1: every frame comes out noise-reduced; 2: the utterances do
 
+inline constexpr const char* kForms[] = {"transform", "gain_design", "likelihood_ratios", "convolution",
+                                         "lags"};
+
+inline std::string FormName(const std::string& name, bool plain) {
+  return "form/" + name + (plain ? "/plain" : "/fast");
+}
 inline std::string EngineName(int mode, const std::string& material) {
   return "engine/mode_" + std::to_string(mode) + '/' + material;
 }

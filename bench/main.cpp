@@ -33,6 +33,11 @@ class Report : public benchmark::ConsoleReporter {
 
   // The ratios, of those that ran.
   void PrintRatios() const {
+    for (const char* form : kForms) {
+      const double plain = SecondsPerFrame(FormName(form, true)),
+                   fast = SecondsPerFrame(FormName(form, false));
+      if (plain > 0 && fast > 0) std::printf("ratio %s plain : fast = %.1f\n", form, plain / fast);
+    }
     for (int mode : kEngineModes) {
       for (const Material& material : Materials()) {
         const double ours = SecondsPerFrame(EngineName(mode, material.name));
@@ -68,6 +73,8 @@ int main(int argc, char** argv) try {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   const bool counted = AllocationsAreCounted();
   RegisterStages();
+  RegisterPlain();
+  RegisterFrontEnd();
   RegisterEngine();
   RegisterReference();
 

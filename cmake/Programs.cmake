@@ -59,9 +59,9 @@ if(VASK_BUILD_BENCH)
     # nothing to build yet
   elseif(benchmark_FOUND AND have_speexdsp AND have_sndfile)
     add_executable(bench ${bench_sources})
-    target_include_directories(bench PRIVATE bench)
+    target_include_directories(bench PRIVATE bench src)
     target_compile_definitions(bench PRIVATE VASK_SAMPLES_DIR="${VASK_SAMPLES_DIR}")
-    target_link_libraries(bench PRIVATE vask_flags vask_shared benchmark::benchmark PkgConfig::speexdsp
+    target_link_libraries(bench PRIVATE vask_flags vask_static benchmark::benchmark PkgConfig::speexdsp
                                         PkgConfig::sndfile)
     set_target_properties(bench PROPERTIES RUNTIME_OUTPUT_NAME vask-bench)
   else()

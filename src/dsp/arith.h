@@ -2,7 +2,7 @@
 //
 // Plain operators in this library mean "cannot overflow". What wraps in two's complement, keeps the low
 // bits or saturates on purpose is written with one of these helpers, so that the undefined-behaviour
-// sanitizer stays silent on purpose only. Nothing here needs a 128-bit integer: 32-bit targets have none.
+// sanitizer stays silent on purpose only. Nothing here needs a 128-bit integer, which 32-bit targets lack.
 #pragma once
 
 #include <cstddef>
@@ -91,14 +91,25 @@ constexpr void CountUp(T& counter) {
   if (counter < std::numeric_limits<T>::max()) counter = static_cast<T>(counter + 1);
 }
 
-// The full product of a 64-bit and a 32-bit value, shifted right arithmetically by Bits and kept to
-// 64 bits. Made of two halves of a: high * b * 2^32 + low * b, and |low * b| stays below 2^63.
+// The full product of a 64-bit and a 32-bit value, shifted right arithmetically by Bits and kept to 64 bits,
+// from two halves of a: high * b * 2^32 + low * b, and |low * b| stays below 2^63. For 32-bit targets.
 template <int Bits>
-constexpr int64_t MulShift(int64_t a, int32_t b) {
+constexpr int64_t MulShiftByHalves(int64_t a, int32_t b) {
   static_assert(Bits >= 0 && Bits <= 32);
   const int64_t high = (a >> 32) * b;
   const int64_t low = static_cast<int64_t>(static_cast<uint32_t>(a)) * b;
   return WrapAdd(WrapShl(high, 32 - Bits), low >> Bits);
+}
+
+// The same, in one multiplication where the machine has a wide one.
+template <int Bits>
+constexpr int64_t MulShift(int64_t a, int32_t b) {
+#if defined(__SIZEOF_INT128__)
+  __extension__ using Wide = __int128;
+  return static_cast<int64_t>((Wide{a} * b) >> Bits);
+#else
+  return MulShiftByHalves<Bits>(a, b);
+#endif
 }
 
 // The same for two 32-bit values, whose product fits 64 bits.

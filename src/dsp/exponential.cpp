@@ -4,6 +4,8 @@
 
 #include <vask/dsp.h>
 
+#include <array>
+
 #include "dsp/arith.h"
 #include "dsp/logarithm.h"
 #include "dsp/portable_math.h"
@@ -25,6 +27,21 @@ SplitExp Split(int32_t x) {
   const int32_t fraction = y & 0xffff;
   return {ExpTaylorQ16(Low32(MulShift<16>(fraction, kLn2Q16))), y >> 16};
 }
+
+constexpr int32_t kMaxExponentQ16 = 10 * kOneQ16;
+
+// exp(i / 64), i = 0 .. 640, by addition, multiplication and division only: every compiler computes the same.
+constexpr auto kExpOf64ths = [] {
+  std::array<double, kMaxExponentQ16 / 1024 + 1> table{};
+  double whole = 1;  // e^(i / 64), the fraction left out
+  for (size_t i = 0; i < table.size(); ++i) {
+    if (i > 0 && i % 64 == 0) whole *= 0x1.5bf0a8b145769p+1;  // e
+    double series = 1;
+    for (int n = 18; n >= 1; --n) series = 1 + series * (static_cast<double>(i % 64) / 64) / n;
+    table[i] = whole * series;
+  }
+  return table;
+}();
 
 }  // namespace
 
@@ -56,6 +73,16 @@ int32_t PowQ6(int32_t x, int32_t y_q30) {
 }
 
 int64_t ExpOfLikelihoodQ16(int64_t q) {
+  if (q < 0 || q > kMaxExponentQ16) return ExpOfLikelihoodPlainQ16(q);
+  const auto step = static_cast<size_t>(q >> 10);
+  const double x =
+      static_cast<double>(q & 1023) * 0x1p-16;  // below 1/64: the first term left out is below 1e-16
+  const double series =
+      1 + x * (1 + x * (1.0 / 2 + x * (1.0 / 6 + x * (1.0 / 24 + x * (1.0 / 120 + x / 720)))));
+  return static_cast<int64_t>(static_cast<double>(static_cast<float>(kExpOf64ths[step] * series)) * kOneQ16);
+}
+
+int64_t ExpOfLikelihoodPlainQ16(int64_t q) {
   if (q < -12 * int64_t{kOneQ16}) return 0;  // e^-12 is below 1 in Q16
   const auto nearest = static_cast<float>(PortableExp(static_cast<double>(q) / kOneQ16));
   return static_cast<int64_t>(static_cast<double>(nearest) * kOneQ16);

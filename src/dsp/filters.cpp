@@ -2,6 +2,7 @@
 #include "dsp/filters.h"
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 
 namespace vask {
 namespace {
@@ -11,28 +12,42 @@ static_assert(kDcPoleQ30 == 0x3ff00000);
 constexpr int32_t kPreEmphasisQ30 = Q<30>(0.97);
 static_assert(kPreEmphasisQ30 == 0x3e147ae1);
 
+// From the second sample on. A sample << 16 times the factor >> 30 is the sample times the factor >> 14, in
+// two halves of the factor.
+VASK_KERNEL void EmphasizeRestBody(int32_t coef, std::span<const int16_t> samples, int32_t* out) {
+  const int32_t high = coef >> 16, low = coef & 0xffff;
+  for (size_t i = 1; i < samples.size(); ++i) {
+    const int32_t last = samples[i - 1];
+    out[i] = WrapSub(samples[i] * 65536, WrapAdd(WrapShl(high * last, 2), (low * last) >> 14));
+  }
+}
+
+VASK_DISPATCH(void, EmphasizeRest, (int32_t coef, std::span<const int16_t> samples, int32_t* out),
+              (coef, samples, out))
+
 }  // namespace
 
 void ClearDcFilter(dc_filt& f) { f = {}; }
 
 void RemoveDc(std::span<int32_t> x, dc_filt& f) {
+  int32_t last_in = f.prev_in, last_out = f.prev_out;
   for (int32_t& value : x) {
-    // A step of more than full scale wraps: the sum keeps 32 bits.
-    const int32_t out = Low32(int64_t{value} - f.prev_in + MulShift<30>(f.prev_out, kDcPoleQ30));
-    f.prev_in = value;
-    f.prev_out = out;
-    value = out;
+    // The pole is 1 - 2^-10, and cutting the product down is taking the share of 2^-10 cut up. A step of more
+    // than full scale wraps: the sum keeps 32 bits.
+    const int64_t rise = int64_t{value} - last_in, kept = last_out;
+    last_in = value;
+    value = last_out = Low32(rise + kept - ((kept + 1023) >> 10));
   }
+  f = {.prev_in = last_in, .prev_out = last_out};
 }
 
 void ClearPreEmphasis(pre_emph_filt& f) { f = {.coef = kPreEmphasisQ30, .prev = 0}; }
 
 void Emphasize(pre_emph_filt& f, std::span<const int16_t> samples, int32_t* out) {
-  for (size_t i = 0; i < samples.size(); ++i) {
-    const int32_t value = samples[i] * 65536;
-    out[i] = Low32(value - MulShift<30>(f.prev, f.coef));  // opposite full-scale samples wrap
-    f.prev = value;
-  }
+  if (samples.empty()) return;
+  out[0] = Low32(samples[0] * 65536 - MulShift<30>(f.prev, f.coef));  // opposite full-scale samples wrap
+  EmphasizeRest(f.coef, samples, out);
+  f.prev = samples.back() * 65536;
 }
 
 int32_t Majority(std::span<const int16_t> decisions) {

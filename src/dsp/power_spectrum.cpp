@@ -1,5 +1,7 @@
 #include "dsp/power_spectrum.h"
 
+#include <algorithm>
+
 #include "dsp/arith.h"
 
 namespace vask {
@@ -13,6 +15,19 @@ void PowerSpectrum(std::span<int64_t> x, int32_t shift) {
   x[0] = MaxIfNegative(square(0));
   for (size_t k = 1; k < n / 2; ++k) x[k] = MaxIfNegative(WrapAdd(square(k), square(n - k)));
   x[n / 2] = MaxIfNegative(square(n / 2));
+}
+
+void PowerOfWindow(const Samples512& samples, int32_t shift, const fft_tables& twiddles,
+                   std::span<int64_t> x) {
+  if (IsNarrow(samples)) {  // speed only
+    Packed512 transform;
+    RealFft512(samples, twiddles, transform);
+    PowerOf512(transform, shift, x.data());
+  } else {
+    std::copy(samples.begin(), samples.end(), x.begin());
+    RealFft(x, kLargestFftOrder, twiddles);
+    PowerSpectrum(x, shift);
+  }
 }
 
 }  // namespace vask

@@ -62,7 +62,12 @@ QueueRead ReadQueue(Queue& q, T* dst, int32_t count, int32_t advance, int32_t wr
   count = std::max(count, 0);
   if (q.data == nullptr || q.capacity <= 0 || q.write_pos < int64_t{q.read_pos} + count)
     return QueueRead::kNotEnough;
-  for (int32_t i = 0; i < count; ++i) dst[i] = convert(q.data[SlotOf(q, int64_t{q.read_pos} + i)]);
+  for (int32_t done = 0; done < count;) {
+    const int32_t slot = SlotOf(q, int64_t{q.read_pos} + done);
+    const int32_t run = std::min(count - done, q.capacity - slot);  // up to the end of the storage
+    std::transform(q.data + slot, q.data + slot + run, dst + done, convert);
+    done += run;
+  }
   q.read_pos = LimitTo32(int64_t{q.read_pos} + std::max(advance, 0));
   if (q.read_pos >= wrap_at) {
     q.read_pos -= q.capacity;

@@ -33,9 +33,12 @@ bool IsUsable(const Ring& ring) {
 template <typename Ring>
 void WriteRing(Ring& ring, std::span<const ElementOf<Ring>> block) {
   if (!IsUsable(ring)) return;
-  for (const auto value : block) {
-    ring.data[ring.index] = value;
-    ring.index = ring.index + 1 == ring.size ? 0 : ring.index + 1;
+  while (!block.empty()) {
+    const size_t count = std::min(block.size(), static_cast<size_t>(ring.size - ring.index));
+    std::copy_n(block.begin(), count, ring.data + ring.index);
+    ring.index += static_cast<int32_t>(count);
+    if (ring.index == ring.size) ring.index = 0;
+    block = block.subspan(count);
   }
 }
 

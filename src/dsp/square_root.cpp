@@ -4,8 +4,12 @@
 #include <vask/dsp.h>
 
 #include <bit>
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 #include "dsp/table_lookup.h"
 #include "dsp/tables/square_root.h"
 
@@ -16,13 +20,62 @@ namespace {
 constexpr int32_t EvenLength(uint64_t x) { return (static_cast<int32_t>(std::bit_width(x)) + 1) & ~1; }
 
 // sqrt(x) in Q30, 64 bits kept.
-int64_t RootQ30(int64_t x) {
+int64_t RootQ30Plain(int64_t x) {
   if (x == 0) return 0;
   const int64_t value = MaxIfNegative(x);
   const int32_t length = EvenLength(static_cast<uint64_t>(value));
   // From 2^52 on the interpolation product inside wraps.
   return WrapShl(LookUp(kSquareRootQ30, value, length), length / 2);
 }
+
+// The same without a branch below 2^52: with m moved up to 52 bits the remainder of the interpolation has
+// always 42 of them, and its product with a step of the table, 2^20 at most from 1/4 on, fits 64.
+int64_t RootQ30(int64_t x) {
+  if (static_cast<uint64_t>(x) >= uint64_t{1} << 52) return RootQ30Plain(x);
+  const int32_t length = EvenLength(static_cast<uint64_t>(x) | 1);
+  const int64_t m = x << (52 - length);
+  const int32_t* entry = &kSquareRootQ30[static_cast<size_t>(m >> 42)];
+  const int64_t step = entry[1] - entry[0], rest = m & ((int64_t{1} << 42) - 1);
+  return (entry[0] + ((step * rest) >> 42)) << (length / 2);
+}
+
+#if VASK_HAS_AVX2_KERNELS
+// Root of 4 values below 2^52. The bit length of a value is its exponent as a double, which 2^52 added and
+// taken off again makes of it; one load brings an entry of the table and the next; the product of step and
+// remainder is formed in two parts of 21 bits.
+VASK_AVX2 inline __m256i RootsOf4(__m256i x) {
+  const __m256d two_to_52 = _mm256_set1_pd(0x1p52);
+  const __m256i one = _mm256_set1_epi64x(1), part = _mm256_set1_epi64x((1 << 21) - 1);
+  const __m256i raised = _mm256_or_si256(_mm256_or_si256(x, one), _mm256_castpd_si256(two_to_52));
+  const __m256i exact = _mm256_castpd_si256(_mm256_sub_pd(_mm256_castsi256_pd(raised), two_to_52));
+  // Half of the length raised to even: (exponent - 1022 + 1) / 2.
+  const __m256i half =
+      _mm256_srli_epi64(_mm256_sub_epi64(_mm256_srli_epi64(exact, 52), _mm256_set1_epi64x(1021)), 1);
+  const __m256i m =
+      _mm256_sllv_epi64(x, _mm256_sub_epi64(_mm256_set1_epi64x(52), _mm256_add_epi64(half, half)));
+  const auto* table = reinterpret_cast<const long long*>(kSquareRootQ30.data());
+  const __m256i pair = _mm256_i64gather_epi64(table, _mm256_srli_epi64(m, 42), sizeof(int32_t));
+  const __m256i root = _mm256_and_si256(pair, _mm256_set1_epi64x(0xffffffff));
+  const __m256i step = _mm256_sub_epi64(_mm256_srli_epi64(pair, 32), root);
+  const __m256i high = _mm256_and_si256(_mm256_srli_epi64(m, 21), part), low = _mm256_and_si256(m, part);
+  const __m256i lower = _mm256_srli_epi64(_mm256_mul_epu32(step, low), 21);
+  const __m256i rise = _mm256_srli_epi64(_mm256_add_epi64(_mm256_mul_epu32(step, high), lower), 21);
+  return _mm256_srlv_epi64(_mm256_add_epi64(root, rise), _mm256_sub_epi64(_mm256_set1_epi64x(30), half));
+}
+
+VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) {
+  size_t i = 0;
+  for (; i + 4 <= x.size(); i += 4) {
+    const __m256i values = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&x[i]));
+    if (_mm256_testz_si256(values, _mm256_set1_epi64x(~((int64_t{1} << 52) - 1))) == 0) {
+      for (size_t k = i; k < i + 4; ++k) out[k] = Root(x[k]);
+    } else {
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), RootsOf4(values));
+    }
+  }
+  for (; i < x.size(); ++i) out[i] = Root(x[i]);
+}
+#endif
 
 }  // namespace
 
@@ -34,6 +87,13 @@ int32_t RootQ16(int32_t x) {
 
 int64_t Root(int64_t x) { return RootQ30(x) >> 30; }
 int64_t RootQ8(int64_t x) { return RootQ30(x) >> 22; }
+
+void Roots(std::span<const int64_t> x, int64_t* out) {
+#if VASK_HAS_AVX2_KERNELS
+  if (HasAvx2()) return RootsAvx2(x, out);
+#endif
+  for (size_t i = 0; i < x.size(); ++i) out[i] = Root(x[i]);
+}
 
 }  // namespace vask
 

@@ -56,12 +56,25 @@ void ReleaseWindow(EnvChangeDetect& window) {
   ReleaseMatrix(window.right);
 }
 
-void NoteSample(EnvironmentHistory& history, int16_t sample) {
-  if (sample > history.sample_max) {
-    history.sample_max = sample;
-  } else if (sample < history.sample_min) {
-    history.sample_min = sample;
+void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples) {
+  // What is above the maximum is not looked at as a minimum: that matters only to extremes out of order.
+  int16_t low = history.sample_min, high = history.sample_max;
+  if (low <= high) {  // speed only
+    for (const int16_t sample : samples) {
+      low = std::min(low, sample);
+      high = std::max(high, sample);
+    }
+  } else {
+    for (const int16_t sample : samples) {
+      if (sample > high) {
+        high = sample;
+      } else if (sample < low) {
+        low = sample;
+      }
+    }
   }
+  history.sample_min = low;
+  history.sample_max = high;
 }
 
 void NoteEnergy(EnvironmentHistory& history, int32_t energy) {

@@ -41,8 +41,8 @@ int32_t InitEnvironment(EnvironmentDetector& detector, EnvironmentHistory& histo
 void StopEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
 void ReleaseWindow(EnvChangeDetect& window);
 
-// Producers, once a sample and once a frame.
-void NoteSample(EnvironmentHistory& history, int16_t sample);
+// Producers, once a frame.
+void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples);
 void NoteEnergy(EnvironmentHistory& history, int32_t energy);     // into the slot of the next log energy
 void NoteLogEnergy(EnvironmentHistory& history, int32_t energy);  // and on to the next slot
 

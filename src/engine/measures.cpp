@@ -26,13 +26,13 @@ int32_t Loudness(int32_t sum_of_magnitudes, int32_t energy) {
 
 void MeasureAndClip(Engine& engine, std::span<int16_t> frame) {
   epd_engine& e = engine.state;
+  NoteSamples(engine.history, frame);
   int32_t magnitudes = 0;
-  for (size_t i = 0; i < frame.size(); ++i) {
-    NoteSample(engine.history, frame[i]);
-    frame[i] = std::clamp<int16_t>(frame[i], -kClipLevel, kClipLevel);
-    magnitudes += std::abs(frame[i]);
-    e.frame_copy[i] = frame[i];
+  for (int16_t& sample : frame) {
+    sample = std::clamp<int16_t>(sample, -kClipLevel, kClipLevel);
+    magnitudes += std::abs(sample);
   }
+  std::copy(frame.begin(), frame.end(), e.frame_copy);
   e.energy = SquareEnergy(frame);
   NoteEnergy(engine.history, e.energy);
   e.loudness = Loudness(magnitudes, e.energy);

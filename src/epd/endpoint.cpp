@@ -8,10 +8,12 @@
 #include <cstdlib>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 #include "dsp/fft.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/queue.h"
 #include "dsp/ring.h"
+#include "dsp/rounding.h"
 #include "epd/endpoint_tracker.h"
 #include "epd/energy.h"
 #include "epd/records.h"
@@ -38,21 +40,33 @@ constexpr int32_t kMargin = 35;       // frames delivered before the detected st
 constexpr int32_t kLeastLength = 10;           // frames of an acceptable segment
 constexpr int64_t kLeastVoicedQ30 = 53687090;  // and 5 % of them voiced, or nearly
 
+VASK_KERNEL void WindowEmphasizedBody(const int32_t* samples, const int32_t* hamming, int32_t n,
+                                      int32_t* out) {
+  // Samples << 16 times Q30, upper half: samples << 14; then << 10.
+  for (int32_t i = 0; i < n; ++i) out[i] = High32(int64_t{samples[i]} * hamming[i]) >> kWindowShift;
+}
+
+VASK_KERNEL void NarrowPowersBody(const int64_t* power, int32_t* narrow) {
+  for (int32_t k = 0; k < kSpectrumBins; ++k) narrow[k] = LimitTo32(power[k]);
+}
+
+VASK_DISPATCH(void, WindowEmphasized,
+              (const int32_t* samples, const int32_t* hamming, int32_t n, int32_t* out),
+              (samples, hamming, n, out))
+VASK_DISPATCH(void, NarrowPowers, (const int64_t* power, int32_t* narrow), (power, narrow))
+
 // Power spectrum of the pre-emphasised window, scaled down like the samples of the energies.
 void TransformWindow(const energy_epd_prm& prm, const fft_tables& twiddles, Spectrum& spectrum) {
-  spectrum = {};
-  for (int32_t i = 0; i < prm.win_len; ++i) {
-    // Samples << 16 times Q30, upper half: samples << 14; then << 10.
-    spectrum[static_cast<size_t>(i)] = High32(int64_t{prm.win_emph[i]} * prm.hamming[i]) >> kWindowShift;
-  }
-  RealFft(spectrum, prm.fft_order, twiddles);
-  PowerSpectrum(spectrum, kSpectrumShift);
-  for (int32_t k = 0; k < kSpectrumBins; ++k)
-    spectrum[static_cast<size_t>(k)] >>= 2 * prm.profile.sample_shift;
+  Samples512 windowed;
+  WindowEmphasized(prm.win_emph, prm.hamming, prm.win_len, windowed.data());
+  std::fill(windowed.begin() + prm.win_len, windowed.end(), 0);
+  PowerOfWindow(windowed, kSpectrumShift, twiddles, spectrum);
+  const int32_t shift = 2 * prm.profile.sample_shift;
+  for (size_t k = 0; shift != 0 && k < kSpectrumBins; ++k) spectrum[k] >>= shift;
 }
 
 void StorePowers(const Spectrum& spectrum, energy_epd_prm& prm) {
-  std::transform(spectrum.begin(), spectrum.begin() + kSpectrumBins, prm.power_spec, LimitTo32);
+  NarrowPowers(spectrum.data(), prm.power_spec);
   const auto strong = std::count_if(prm.power_spec + kStrongFirst, prm.power_spec + kStrongEnd,
                                     [](int32_t power) { return power > kStrongPower; });
   prm.vad.strong_low_bins = prm.vad.strong_low_bins_copy = static_cast<int16_t>(strong);
@@ -152,6 +166,7 @@ void epd_based_on_energy_feature(energy_epd_prm* prm, sin_buff* out_samples, in6
   if (prm == nullptr || out_samples == nullptr || out_spectra == nullptr) return;
   if (cc1 == nullptr || ss1 == nullptr || cc3 == nullptr || ss3 == nullptr) return;
   if (prm->win_samples == nullptr || prm->win_emph == nullptr) return;  // never created, or released
+  const vask::RoundToNearest rounding;
   vask::DetectEndpoint(*prm, *out_samples, *out_spectra, {cc1, ss1, cc3, ss3});
 }
 

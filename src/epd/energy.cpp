@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 #include "dsp/logarithm.h"
 
 namespace vask {
@@ -14,8 +15,37 @@ namespace {
 constexpr int32_t kRobustFirst = 7, kCarFirst = 20, kRobustEnd = 200;
 constexpr int32_t kLowFirst = 9, kUpperFirst = 116;
 
-// Sum of power[k] >> shift over first <= k < end; as soon as the sum turns negative it has overflowed.
+struct Total {
+  int64_t sum;
+  int32_t bits;  // the union of all
+};
+
+VASK_KERNEL Total TotalOfBody(const int32_t* values, int32_t n, int32_t shift) {
+  Total total = {};
+  for (int32_t i = 0; i < n; ++i) {
+    total.sum += values[i] >> shift;
+    total.bits |= values[i];
+  }
+  return total;
+}
+
+VASK_KERNEL int64_t SumOfSquaresBody(std::span<const int16_t> samples, int32_t shift) {
+  int64_t sum = 0;
+  for (const int16_t sample : samples) {
+    const int32_t scaled = sample >> shift;
+    sum += scaled * scaled;
+  }
+  return sum;
+}
+
+VASK_DISPATCH(Total, TotalOf, (const int32_t* values, int32_t n, int32_t shift), (values, n, shift))
+VASK_DISPATCH(int64_t, SumOfSquares, (std::span<const int16_t> samples, int32_t shift), (samples, shift))
+
+// Sum of power[k] >> shift over first <= k < end; as soon as the sum turns negative it has overflowed. Powers
+// are not negative, so that it is enough to look at the whole sum; a caller's own may be.
 int32_t BandSum(const int32_t* power, int32_t first, int32_t end, int32_t shift) {
+  const Total total = TotalOf(power + first, std::max(end - first, 0), shift);
+  if (total.bits >= 0) return LimitTo32(total.sum);  // speed only
   int32_t sum = 0;
   for (int32_t k = first; k < end; ++k) {
     sum = WrapAdd(sum, power[k] >> shift);
@@ -39,13 +69,8 @@ int32_t UpperMean(const int32_t* power, int32_t bins) { return BandMean(power, k
 }  // namespace
 
 int32_t SquareEnergy(std::span<const int16_t> samples, int32_t shift) {
-  int32_t sum = 0;
-  for (const int16_t sample : samples) {
-    const int32_t scaled = sample >> shift;
-    sum = WrapAdd(sum, scaled * scaled);
-    if (sum < 0) return kMax32;
-  }
-  return sum;
+  return LimitTo32(
+      SumOfSquares(samples, shift));  // no term is negative: the sum overflows where a part of it does
 }
 
 int32_t NoiseRobustEnergy(const int32_t* power) { return BandSum(power, kRobustFirst, kRobustEnd, 3); }

@@ -10,7 +10,10 @@
 #include "dsp/arith.h"
 #include "dsp/filters.h"
 #include "dsp/ring.h"
+#include "dsp/rounding.h"
 #include "epd/records.h"
+#include "epd/voicing_crossings.h"
+#include "epd/voicing_lags.h"
 #include "epd/voicing_spectral.h"
 #include "epd/voicing_temporal.h"
 
@@ -76,17 +79,13 @@ void DecideVoicing(std::span<const int16_t> window, std::span<const int32_t> pow
 }
 
 void ExtractVoicingFeatures(std::span<const int16_t> window, std::span<const int32_t> power, uv_prm& uv) {
-  std::array<int32_t, kMaxWindow> shifted;
-  std::transform(window.begin(), window.end(), shifted.begin(), [](int16_t s) { return s * 65536; });
-  const std::span<const int32_t> x(shifted.data(), window.size());
   std::array<int32_t, kEntropyBands> band, weight;
-  constexpr Lags kLags = {kMinLag, kMaxLag};
-
-  uv.clip_crossings = CenterClip(window, uv.uv_scratch, ClippingLevel(window));
-  uv.zcr = ZeroCrossings(window, uv.uv_scratch);
-  uv.yin_voicing = YinVoicing(x, kLags);
-  uv.amdf_min = AmdfMinimum(x, kLags);
-  uv.peak_valley_ratio = PeakValleyRatio(x, kLags);
+  uv.clip_crossings = CountClipCrossings(window, ClippingLevel(window));
+  uv.zcr = CountZeroCrossings(window, uv.uv_scratch);
+  const LagFeatures lags = MeasureLags(window);
+  uv.yin_voicing = lags.yin_voicing;
+  uv.amdf_min = lags.amdf_min;
+  uv.peak_valley_ratio = lags.peak_valley_ratio;
   uv.tonality = BandTonality(power, kTonalityBands, band.data());
   uv.spectral_entropy = WrapNeg(WeightedBandEntropy(power, kEntropyBands, band.data(), weight.data()));
 }
@@ -100,6 +99,7 @@ void uv_detection(const int16_t* s, int32_t n, const int32_t* P, int32_t bins, e
                   const epd_profile* profile) {
   if (s == nullptr || P == nullptr || prm == nullptr || vad == nullptr || profile == nullptr) return;
   if (n < 1 || n > vask::kMaxWindow || bins < 1 || !vask::IsUsable(prm->uv.uv_raw_hist)) return;
+  const vask::RoundToNearest rounding;
   vask::DecideVoicing({s, static_cast<size_t>(n)}, {P, static_cast<size_t>(bins)}, prm->uv, noise, noise_ref,
                       *vad, *profile);
 }
@@ -110,6 +110,7 @@ int32_t uv_decision_based_on_energy(int32_t energy, int32_t reference, int32_t m
 
 void uv_feat_ext(const int16_t* s, int32_t n, const int32_t* P, int32_t bins, uv_prm* prm) {
   if (s == nullptr || P == nullptr || prm == nullptr || n < 1 || n > vask::kMaxWindow || bins < 1) return;
+  const vask::RoundToNearest rounding;
   vask::ExtractVoicingFeatures({s, static_cast<size_t>(n)}, {P, static_cast<size_t>(bins)}, *prm);
 }
 

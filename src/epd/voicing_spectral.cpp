@@ -7,37 +7,60 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
+#include "dsp/divide.h"
 #include "dsp/exponential.h"
 #include "dsp/logarithm.h"
+#include "dsp/rounding.h"
 
 namespace vask {
 namespace {
 
 constexpr int32_t kLowFirst = 9, kHighFirst = 129;  // bins
-constexpr int32_t kLowBins = kHighFirst - kLowFirst;
+constexpr int32_t kLowBins = kHighFirst - kLowFirst, kHighBins = 257 - kHighFirst;
 constexpr int32_t kLeastShareQ30 = 4211;  // 3.9e-6: keeps the logarithm off its lower end
 constexpr int32_t kThirdOf32Bits = 715827882;
 
-// Sum of (value >> shift) / divisor, every term divided by itself.
-int32_t SumOfShares(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
-  int32_t sum = 0;
-  for (const int32_t v : values) sum = WrapAdd(sum, (v >> shift) / divisor);
-  return sum;
+// Sum of (value >> shift) / divisor, every term divided by itself. A sum that wraps can be taken in any
+// order.
+VASK_KERNEL int32_t SumByDivisor(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
+  uint32_t sum = 0;
+  for (const int32_t v : values) sum += static_cast<uint32_t>((v >> shift) / divisor);
+  return static_cast<int32_t>(sum);
 }
+
+// Divisors that are known here, those of the detector's spectrum, need no division.
+VASK_KERNEL int32_t SumOfSharesBody(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
+  if (divisor == kLowBins) return SumByDivisor(values, shift, kLowBins);
+  if (divisor == kHighBins) return SumByDivisor(values, shift, kHighBins);
+  return SumByDivisor(values, shift, divisor);
+}
+
+VASK_DISPATCH(int32_t, SumOfShares, (std::span<const int32_t> values, int32_t shift, int32_t divisor),
+              (values, shift, divisor))
 
 std::span<const int32_t> Slice(std::span<const int32_t> values, size_t first, size_t end) {
   end = std::min(end, values.size());
   return first < end ? values.subspan(first, end - first) : std::span<const int32_t>();
 }
 
-// Means of `bands` bands of equal width; the bins left over are not used.
-void BandMeans(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
-  const auto width = static_cast<int32_t>(power.size()) / bands;
+VASK_KERNEL void MeansByWidth(const int32_t* power, int32_t bands, int32_t width, int32_t* mean) {
   for (int32_t b = 0; b < bands; ++b) {
-    const auto first = static_cast<size_t>(b) * static_cast<size_t>(width);
-    mean[b] = width == 0 ? 0 : SumOfShares(power.subspan(first, static_cast<size_t>(width)), 0, width);
+    mean[b] = SumByDivisor({power + b * width, static_cast<size_t>(width)}, 0, width);
   }
 }
+
+// Means of `bands` bands of equal width; the bins left over are not used.
+VASK_KERNEL void BandMeansBody(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
+  const auto width = static_cast<int32_t>(power.size()) / bands;
+  if (width == 4) return MeansByWidth(power.data(), bands, 4, mean);
+  if (width == 8) return MeansByWidth(power.data(), bands, 8, mean);
+  if (width > 0) return MeansByWidth(power.data(), bands, width, mean);
+  std::fill_n(mean, bands, 0);
+}
+
+VASK_DISPATCH(void, BandMeans, (std::span<const int32_t> power, int32_t bands, int32_t* mean),
+              (power, bands, mean))
 
 // -10/60 ln(geometric over arithmetic mean), Q16, not limited. Each value is raised to exponent_q30 =
 // 1/count.
@@ -72,7 +95,9 @@ int32_t WeightedEntropy(std::span<int32_t> p, const int32_t* weight) {
   const int32_t total = sum < 0 ? kMax32 : AtLeastOne(sum);
   int32_t entropy = 0;
   for (size_t b = 0; b < p.size(); ++b) {
-    p[b] = std::max(Low32(int64_t{p[b]} * kOneQ30 / total), kLeastShareQ30);
+    const bool is_share = p[b] >= 0 && p[b] <= total;  // unless a sum has wrapped
+    const int64_t share = is_share ? DivideQ30(p[b], total) : int64_t{p[b]} * kOneQ30 / total;
+    p[b] = std::max(Low32(share), kLeastShareQ30);
     const int64_t p_log_p = MulShift<32>(p[b], NaturalLogOfFractionQ26(p[b])) >> 8;  // Q30 * Q26 >> 40 = Q16
     entropy = WrapAdd(entropy, Low32((p_log_p * weight[b]) >> 16));
   }
@@ -99,9 +124,15 @@ int32_t WeightedBandEntropy(std::span<const int32_t> power, int32_t bands, int32
   for (int32_t b = 0; b < bands; ++b) band[b] = band[b] < 0 ? kMax32 : AtLeastOne(band[b]);
   const int64_t smallest = *std::min_element(band, band + bands);
   const auto ratio = [&](int32_t b) {  // Q16; the outermost bands stand for their missing neighbours
-    return static_cast<int32_t>(smallest * kOneQ16 / band[std::clamp(b, 0, bands - 1)]);
+    return static_cast<int32_t>(DivideBelow2To53(smallest * kOneQ16, band[std::min(b, bands - 1)]));
   };
-  for (int32_t b = 0; b < bands; ++b) weight[b] = Variance(ratio(b - 1), ratio(b), ratio(b + 1));
+  int32_t before = ratio(0), here = before;
+  for (int32_t b = 0; b < bands; ++b) {
+    const int32_t after = ratio(b + 1);
+    weight[b] = Variance(before, here, after);
+    before = here;
+    here = after;
+  }
   return WeightedEntropy({band, static_cast<size_t>(bands)}, weight);
 }
 
@@ -134,11 +165,13 @@ int32_t tonality_es(const int32_t* P, int32_t n) {
 int32_t WeightedBandPartitioningSpectralEntropyEst(const int32_t* P, int32_t n, int32_t bands, int32_t* band,
                                                    int32_t* weight) {
   if (P == nullptr || band == nullptr || weight == nullptr || n < 1 || bands < 1) return 0;
+  const vask::RoundToNearest rounding;
   return vask::WeightedBandEntropy({P, static_cast<size_t>(n)}, bands, band, weight);
 }
 
 int32_t WeightedSpectralEntropyEst(int32_t* p, int32_t n, const int32_t* weight) {
   if (p == nullptr || weight == nullptr || n < 1) return 0;
+  const vask::RoundToNearest rounding;
   return vask::WeightedEntropy({p, static_cast<size_t>(n)}, weight);
 }
 

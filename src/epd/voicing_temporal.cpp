@@ -53,20 +53,14 @@ int32_t MagnitudeDifference(std::span<const int32_t> x, int32_t lag) {
 // Correlation of a with itself `lag` samples later, as a share of the two energies: Q30.
 int32_t Coefficient(std::span<const int32_t> a, int32_t lag) {
   const auto terms = static_cast<int32_t>(a.size()) - lag;
-  int32_t correlation = 0, energy_lag = 0, energy = 0;
+  int32_t products = 0, energy_lag = 0, energy = 0;
   for (int32_t i = 0; i < terms; ++i) {
     const int32_t now = a.data()[i], later = a.data()[i + lag];
-    correlation = WrapAdd(correlation, UpperProduct(later, now));
+    products = WrapAdd(products, UpperProduct(later, now));
     energy_lag = WrapAdd(energy_lag, UpperProduct(later, later));
     energy = WrapAdd(energy, UpperProduct(now, now));
   }
-  int32_t norm = UpperProduct(RootQ16(MaxIfNegative(energy_lag)), RootQ16(MaxIfNegative(energy)));
-  if (norm < correlation) {
-    norm = correlation;  // a coefficient is at most 1
-  } else if (norm <= 0) {
-    return 0;
-  }
-  return Low32(int64_t{correlation} * kOneQ16 / norm * 16384);  // Q16 << 14 = Q30
+  return CorrelationCoefficient(products, MaxIfNegative(energy_lag), MaxIfNegative(energy));
 }
 
 }  // namespace
@@ -130,6 +124,16 @@ int32_t AmdfMinimum(std::span<const int32_t> x, Lags lags) {
   return smallest >> 3;
 }
 
+int32_t CorrelationCoefficient(int32_t products, int32_t energy_lag, int32_t energy) {
+  int32_t norm = UpperProduct(RootQ16(energy_lag), RootQ16(energy));
+  if (norm < products) {
+    norm = products;  // a coefficient is at most 1
+  } else if (norm <= 0) {
+    return 0;
+  }
+  return Low32(int64_t{products} * kOneQ16 / norm * 16384);  // Q16 << 14 = Q30
+}
+
 void NormalizedAutocorrelation(std::span<const int32_t> a, int32_t* r, Lags lags) {
   for (int32_t lag = std::max(lags.first, 0); lag <= lags.last; ++lag) r[lag] = Coefficient(a, lag);
 }
@@ -141,7 +145,11 @@ int32_t PeakValleyRatio(std::span<const int32_t> x, Lags lags) {
   std::transform(x.begin(), x.end(), magnitude.begin(), Magnitude32);
   NormalizedAutocorrelation({magnitude.data(), x.size()}, r.data(), range);
   const auto [valley, peak] = std::minmax_element(r.begin() + range.first, r.begin() + range.last + 1);
-  return Low32(int64_t{*peak} * kOneQ16 / (*valley >= 1 ? *valley : kOneQ30));
+  return PeakValleyRatio(*peak, *valley);
+}
+
+int32_t PeakValleyRatio(int32_t peak, int32_t valley) {
+  return Low32(int64_t{peak} * kOneQ16 / (valley >= 1 ? valley : kOneQ30));
 }
 
 }  // namespace vask

@@ -33,7 +33,11 @@ int32_t AmdfMinimum(std::span<const int32_t> x, Lags lags);
 // Correlation coefficient of every lag, r[lag] in Q30, of magnitudes a.
 void NormalizedAutocorrelation(std::span<const int32_t> a, int32_t* r, Lags lags);
 
+// One coefficient from its sums: Q30.
+int32_t CorrelationCoefficient(int32_t products, int32_t energy_lag, int32_t energy);
+
 // Largest over smallest coefficient of |x|: Q16.
 int32_t PeakValleyRatio(std::span<const int32_t> x, Lags lags);
+int32_t PeakValleyRatio(int32_t peak, int32_t valley);
 
 }  // namespace vask

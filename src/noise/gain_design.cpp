@@ -5,7 +5,9 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/rounding.h"
 #include "dsp/square_root.h"
+#include "noise/gain_design_fast.h"
 
 namespace vask {
 namespace {
@@ -18,19 +20,12 @@ constexpr int64_t kOldSnrQ16 = Q<16>(0.98);
 constexpr int64_t kNewSnrQ16 = kOneQ16 - kOldSnrQ16;
 static_assert(kOldSnrQ16 == 64225 && kNewSnrQ16 == 1311);
 
-void ReplaceByRoots(std::span<int64_t> powers) {
-  for (int64_t& p : powers) p = Root(p);
-}
-
-// Share of the old noise estimate that is kept at frame t >= 1: a plain mean of the first 99 frames, then 1 %
-// new per frame.
-constexpr int32_t KeepQ30(int32_t t) { return t < 100 ? kOneQ30 - kOneQ30 / std::max(t, 1) : kSlowKeepQ30; }
-
-void TrackNoise(std::span<int64_t> noise, std::span<const int64_t> amplitude, int32_t t) {
-  const int32_t keep_q30 = KeepQ30(t);
-  for (size_t k = 0; k < noise.size(); ++k) {
-    noise[k] = WrapAdd(MulShift<30>(noise[k], keep_q30), MulShift<30>(amplitude[k], kOneQ30 - keep_q30));
-  }
+// Share of the old noise estimate that is kept: all of it in speech; else at frame t >= 1 a plain mean of the
+// first 99 frames, then 1 % new per frame.
+constexpr int32_t KeepQ30(const wiener_vad& vad) {
+  if (vad.vad_flag != 0) return kOneQ30;
+  const int32_t t = vad.frame_count;
+  return t < 100 ? kOneQ30 - kOneQ30 / std::max(t, 1) : kSlowKeepQ30;
 }
 
 // At most 2^47 - 1, so that the products below fit; the comparison looks at the upper 32 bits, signed.
@@ -54,16 +49,28 @@ int32_t BinGainQ30(int64_t mean, int64_t noise, int64_t cleaned_before) {
   return WienerGainQ30(refined);
 }
 
-}  // namespace
-
-void DesignGain(const GainSpectra& s, const wiener_vad& vad) {
-  ReplaceByRoots(s.current);
-  ReplaceByRoots(s.mean);
-  if (vad.vad_flag == 0) TrackNoise(s.noise, s.mean, vad.frame_count);
-  for (size_t k = 0; k < s.gain_q30.size(); ++k) {
+// Bins first .. end - 1.
+void DesignBins(const GainSpectra& s, int32_t keep_q30, size_t first, size_t end) {
+  for (size_t k = first; k < end; ++k) {
+    s.noise[k] = WrapAdd(MulShift<30>(s.noise[k], keep_q30), MulShift<30>(s.mean[k], kOneQ30 - keep_q30));
     s.noise[k] = AtLeastOne(s.noise[k]);  // the SNR divides by it
     s.gain_q30[k] = BinGainQ30(s.mean[k], s.noise[k], s.cleaned[k]);
     s.cleaned[k] = MulShift<30>(s.current[k], s.gain_q30[k]);
+  }
+}
+
+}  // namespace
+
+void DesignGainPlain(const GainSpectra& s, const wiener_vad& vad) {
+  DesignBins(s, KeepQ30(vad), 0, s.gain_q30.size());
+}
+
+void DesignGain(const GainSpectra& s, const wiener_vad& vad) {
+  const int32_t keep_q30 = KeepQ30(vad);
+  const size_t bins = s.gain_q30.size();
+  for (size_t k = 0; k < bins; k += kGainBlock) {
+    if (DesignModerateBlock(s, keep_q30, k)) continue;  // speed only
+    DesignBins(s, keep_q30, k, std::min(k + kGainBlock, bins));
   }
 }
 
@@ -74,5 +81,8 @@ extern "C" void FilterCalc(int64_t* cur, int64_t* noise, int64_t* den, int64_t* 
   if (cur == nullptr || noise == nullptr || den == nullptr || mean == nullptr || gain == nullptr) return;
   if (vad == nullptr || n <= 0) return;
   const auto bins = static_cast<size_t>(n);
+  const vask::RoundToNearest rounding;
+  vask::Roots({cur, bins}, cur);
+  vask::Roots({mean, bins}, mean);
   vask::DesignGain({{cur, bins}, {mean, bins}, {noise, bins}, {den, bins}, {gain, bins}}, *vad);
 }

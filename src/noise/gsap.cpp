@@ -10,6 +10,7 @@
 #include "dsp/exponential.h"
 #include "dsp/ring.h"
 #include "dsp/rounding.h"
+#include "noise/gsap_fast.h"
 
 namespace vask {
 namespace {
@@ -57,23 +58,6 @@ void UpdateSignal(wiener_spectrum& spectrum, std::span<const int64_t> amplitude,
   }
 }
 
-// The likelihood ratio of speech in one band, Q16, 1 to 131072. Updates the band's cleaned amplitude.
-int64_t LikelihoodRatio(int64_t& noise, int64_t signal, int64_t& clean) {
-  noise = AtLeastOne(noise);
-  const int64_t posterior = WrapShl(signal, 16) / noise;
-  const int64_t posterior_up = std::max<int64_t>(posterior, 0);
-  const int64_t before = WrapShl(clean, 16) / noise;
-  const int64_t prior = WrapAdd(MulShift<30>(posterior_up, kNewSnrQ30), MulShift<30>(before, kOldSnrQ30));
-  const int64_t gain = OverOnePlus(prior, prior);
-  const int64_t v = std::max<int64_t>(MulShiftWide<16>(gain, posterior), 0);
-  clean = WrapMul(OverOnePlus(v, v), signal) >> 16;
-  // Wraps, also below zero, when speech is loud and the noise faint.
-  const int64_t weighted = WrapMul(posterior_up, v) >> 16;
-  const int64_t e = ExpOfLikelihoodQ16(std::min(OverOnePlus(weighted, v), kMaxExponentQ16));
-  const int64_t ratio = WrapMul(kOneQ32 / AtLeastOne(WrapAdd(v, kOne)), e) >> 16;
-  return std::clamp<int64_t>(ratio, 1, kMaxRatioQ16);
-}
-
 // 1 / (1 + product of the ratios), Q16. A product that has wrapped below zero means speech for certain.
 int32_t SpeechAbsence(std::span<const int64_t> ratio) {
   int64_t product = ratio[0];
@@ -113,6 +97,22 @@ void LearnNoise(wiener_spectrum& spectrum, std::span<const int64_t> amplitude, i
 
 }  // namespace
 
+int64_t LikelihoodRatio(int64_t& noise, int64_t signal, int64_t& clean) {
+  noise = AtLeastOne(noise);
+  const int64_t posterior = WrapShl(signal, 16) / noise;
+  const int64_t posterior_up = std::max<int64_t>(posterior, 0);
+  const int64_t before = WrapShl(clean, 16) / noise;
+  const int64_t prior = WrapAdd(MulShift<30>(posterior_up, kNewSnrQ30), MulShift<30>(before, kOldSnrQ30));
+  const int64_t gain = OverOnePlus(prior, prior);
+  const int64_t v = std::max<int64_t>(MulShiftWide<16>(gain, posterior), 0);
+  clean = WrapMul(OverOnePlus(v, v), signal) >> 16;
+  // Wraps, also below zero, when speech is loud and the noise faint.
+  const int64_t weighted = WrapMul(posterior_up, v) >> 16;
+  const int64_t e = ExpOfLikelihoodQ16(std::min(OverOnePlus(weighted, v), kMaxExponentQ16));
+  const int64_t ratio = WrapMul(kOneQ32 / AtLeastOne(WrapAdd(v, kOne)), e) >> 16;
+  return std::clamp<int64_t>(ratio, 1, kMaxRatioQ16);
+}
+
 void DetectSpeech(wiener_vad& vad, wiener_spectrum& spectrum, wiener_gsap_data& data,
                   std::span<const int64_t> amplitude) {
   CountUp(vad.frame_count);
@@ -123,9 +123,9 @@ void DetectSpeech(wiener_vad& vad, wiener_spectrum& spectrum, wiener_gsap_data& 
   }
   if (t <= kStartUpFrames) LearnAtStart(spectrum, amplitude, std::max(t, 1));
   UpdateSignal(spectrum, amplitude, t);
-  for (size_t b = 0; b < amplitude.size(); ++b) {
-    data.lratio[b] = LikelihoodRatio(spectrum.noise_band[b], spectrum.sig_band[b], spectrum.clean_band[b]);
-  }
+  const size_t bands = amplitude.size();
+  LikelihoodRatios({spectrum.noise_band, bands}, {spectrum.sig_band, bands}, spectrum.clean_band,
+                   data.lratio);
   data.gsap = SpeechAbsence({data.lratio, amplitude.size()});
   if (t > kStartUpFrames) {
     Decide(vad, data.gsap);

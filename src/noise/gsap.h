@@ -12,4 +12,8 @@ namespace vask {
 void DetectSpeech(wiener_vad& vad, wiener_spectrum& spectrum, wiener_gsap_data& data,
                   std::span<const int64_t> amplitude);
 
+// The likelihood ratio of speech in one band, Q16, 1 to 131072, from its noise, signal and cleaned amplitude,
+// of which the last is brought up to date; the plain form.
+int64_t LikelihoodRatio(int64_t& noise, int64_t signal, int64_t& clean);
+
 }  // namespace vask

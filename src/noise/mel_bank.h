@@ -30,10 +30,10 @@ template <typename T>
 void SumBands(T* x, const mel_band& first, int64_t* sums) {
   size_t bands = 0;
   for (const mel_band* band = &first; band != nullptr; band = band->next, ++bands) {
-    sums[bands] = 0;
-    for (int32_t i = 0; i < band->count; ++i) {
-      sums[bands] = WrapAdd(sums[bands], MulShift<30>(x[band->start + i], band->weights[i]));
-    }
+    const T* values = x + band->start;
+    int64_t sum = 0;
+    for (int32_t i = 0; i < band->count; ++i) sum = WrapAdd(sum, MulShift<30>(values[i], band->weights[i]));
+    sums[bands] = sum;
   }
   for (size_t b = 0; b < bands; ++b) x[b] = static_cast<T>(sums[b]);
 }

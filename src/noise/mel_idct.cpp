@@ -5,9 +5,33 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 #include "dsp/tables/mel_idct.h"
 
 namespace vask {
+namespace {
+
+constexpr uint64_t kBias = uint64_t{1} << 62;
+
+// Every product is shifted by itself. With 2^62 added it is positive, so that the shift, which then adds
+// 2^32, is a logical one, which vectors have. At most 35 terms below 2^32 each: no overflow in 64 bits.
+VASK_KERNEL void SumTapsBody(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows,
+                             int32_t taps) {
+  for (int32_t tap = 0; tap < taps; ++tap) {
+    const int32_t* row = rows[tap];
+    uint64_t sum = 0;
+    for (size_t band = 0; band < gains.size(); ++band) {
+      sum += (static_cast<uint64_t>(int64_t{row[band]} * gains[band]) + kBias) >> 30;
+    }
+    scratch[tap] = static_cast<int64_t>(sum - (uint64_t{gains.size()} << 32));
+  }
+}
+
+VASK_DISPATCH(void, SumTaps,
+              (std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps),
+              (gains, scratch, rows, taps))
+
+}  // namespace
 
 void CopyMelIdctBasis(std::span<int32_t* const> rows) {
   for (size_t tap = 0; tap < rows.size(); ++tap) {
@@ -16,12 +40,7 @@ void CopyMelIdctBasis(std::span<int32_t* const> rows) {
 }
 
 void MelIdct(std::span<int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps) {
-  for (int32_t tap = 0; tap < taps; ++tap) {
-    scratch[tap] = 0;
-    // At most 35 terms below 2^32 each: no overflow in 64 bits.
-    for (size_t band = 0; band < gains.size(); ++band)
-      scratch[tap] += MulShift<30>(rows[tap][band], gains[band]);
-  }
+  SumTaps(gains, scratch, rows, taps);
   for (int32_t tap = 0; tap < taps; ++tap) gains.data()[tap] = Low32(scratch[tap]);
 }
 

@@ -6,10 +6,13 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/cpu.h"
 #include "dsp/fft.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/rounding.h"
 #include "dsp/square_root.h"
+#include "noise/convolution.h"
+#include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
 #include "noise/gsap.h"
 #include "noise/mel_bank.h"
@@ -22,26 +25,26 @@ constexpr int32_t kSpectrumShift = 10;  // takes off what the window's scale of 
 constexpr int32_t kFirstFilteredFrame = 3;
 
 // Sums of two overflowed powers wrap below zero: read them as the largest.
-void LimitOverflow(std::span<int64_t> values) {
+VASK_KERNEL void LimitOverflow(std::span<int64_t> values) {
   for (int64_t& v : values) v = MaxIfNegative(v);
 }
 
 // out[k] = mean of the powers 2k and 2k + 1; the last bin stands alone.
-void SmoothPairs(const int64_t* power, std::span<int64_t> out) {
+VASK_KERNEL void SmoothPairs(const int64_t* power, std::span<int64_t> out) {
   const size_t last = out.size() - 1;
   for (size_t k = 0; k < last; ++k) out[k] = WrapAdd(power[2 * k], power[2 * k + 1]) >> 1;
   out[last] = power[2 * last];
 }
 
-void MeanOfTwoFrames(std::span<const int64_t> current, std::span<int64_t> previous, std::span<int64_t> mean,
-                     bool is_first) {
+VASK_KERNEL void MeanOfTwoFrames(std::span<const int64_t> current, std::span<int64_t> previous,
+                                 std::span<int64_t> mean, bool is_first) {
   for (size_t k = 0; k < mean.size(); ++k) {
     mean[k] = is_first ? current[k] : (current[k] >> 1) + (previous[k] >> 1);
     previous[k] = current[k];
   }
 }
 
-void WeightGains(std::span<int32_t> gain_q30, const int32_t* weight_q30) {
+VASK_KERNEL void WeightGainsBody(std::span<int32_t> gain_q30, const int32_t* weight_q30) {
   for (size_t k = 0; k < gain_q30.size(); ++k) gain_q30[k] = Low32(MulShift<30>(gain_q30[k], weight_q30[k]));
 }
 
@@ -54,21 +57,33 @@ void WindowImpulse(const int32_t* taps, const int32_t* window, int32_t* impulse,
   }
 }
 
-// Convolution with 2 * half + 1 taps. Sample j < 0 is past[n + j]. No saturation: the low 16 bits are the
-// sample.
-void Convolve(const int16_t* now, const int16_t* past, const int32_t* impulse, std::span<int16_t> out,
-              int32_t half) {
-  const auto n = static_cast<int32_t>(out.size());
-  for (int32_t i = 0; i < n; ++i) {
-    int32_t sum = 0;
-    for (int32_t t = -half; t <= half; ++t) {
-      const int32_t at = i - t;
-      const int32_t sample = at >= 0 ? now[at] : past[n + at];
-      sum = WrapAdd(sum, Low32(MulShift<30>(impulse[half + t], sample)));
-    }
-    out[static_cast<size_t>(i)] = Low16(sum);
+// ApplyWindow in 32 bits: with the window's w = high * 2^16 + low, floor(s * w / 2^20) =
+// floor((s * high + floor(s * low / 2^16)) / 2^4), and a 16-bit sample keeps every part of it in 32 bits.
+VASK_KERNEL void WindowQ10Body(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
+  const size_t n = std::min(window_q30.size(), out.size());
+  for (size_t i = 0; i < n; ++i) {
+    const int32_t high = window_q30[i] >> 16, low = window_q30[i] & 0xffff;
+    out[i] = (samples[i] * high + ((samples[i] * low) >> 16)) >> 4;
   }
+  std::fill(out.begin() + static_cast<std::ptrdiff_t>(n), out.end(), 0);
 }
+
+VASK_KERNEL void SmoothBody(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
+                            std::span<int64_t> mean, bool is_first) {
+  SmoothPairs(power, current);
+  LimitOverflow(current);
+  MeanOfTwoFrames(current, previous, mean, is_first);
+  LimitOverflow(mean);
+}
+
+VASK_DISPATCH(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
+              (samples, window_q30, out))
+VASK_DISPATCH(void, Smooth,
+              (const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
+               std::span<int64_t> mean, bool is_first),
+              (power, current, previous, mean, is_first))
+VASK_DISPATCH(void, WeightGains, (std::span<int32_t> gain_q30, const int32_t* weight_q30),
+              (gain_q30, weight_q30))
 
 }  // namespace
 
@@ -85,15 +100,13 @@ void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& tw
   const std::span<int64_t> amplitude(wf.mel_amp, bins);
   const std::span<int32_t> gain(wf.gain, bins);
 
-  ApplyWindow(wf.sig_hist + wf.win_offset, {wf.hann_win, static_cast<size_t>(wf.win_len)}, fft);
-  RealFft(fft, wf.fft_order, twiddles);
-  PowerSpectrum(fft, kSpectrumShift);
-  SmoothPairs(wf.fft_buf, current);
-  LimitOverflow(current);
-  MeanOfTwoFrames(current, previous, mean, wf.frame_count == kFirstFilteredFrame);
-  LimitOverflow(mean);
-
-  std::transform(mean.begin(), mean.end(), amplitude.begin(), Root);
+  Samples512 windowed;
+  WindowQ10(wf.sig_hist + wf.win_offset, {wf.hann_win, static_cast<size_t>(wf.win_len)}, windowed);
+  PowerOfWindow(windowed, kSpectrumShift, twiddles, fft);
+  Smooth(wf.fft_buf, current, previous, mean, wf.frame_count == kFirstFilteredFrame);
+  Roots(current, current.data());
+  Roots(mean, mean.data());
+  std::copy(mean.begin(), mean.end(), amplitude.begin());
   SumBands(wf.mel_amp, mel_bank, wf.mel_scratch);
   LimitOverflow(amplitude.first(bands));
   DetectSpeech(wf.vad, wf.spectrum, wf.gsap_data, amplitude.first(bands));
@@ -104,8 +117,12 @@ void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& tw
   for (int32_t& g : gain.first(bands)) g = g < 0 ? kOneQ30 : g;
   MelIdct(gain.first(bands), wf.mel_scratch, wf.idct_basis, wf.num_bands);
   WindowImpulse(wf.gain, wf.filt_win, wf.impulse, wf.filt_len);
-  Convolve(wf.frame_now, wf.frame_past, wf.impulse, {wf.out_frame, static_cast<size_t>(wf.frame_len)},
-           wf.filt_len / 2);
+  const std::span<int16_t> out(wf.out_frame, static_cast<size_t>(wf.frame_len));
+  if (wf.frame_past + wf.frame_len == wf.frame_now) {  // speed only
+    ConvolveFast(wf.frame_now, wf.impulse, out, wf.filt_len / 2);
+  } else {
+    Convolve(wf.frame_now, wf.frame_past, wf.impulse, out, wf.filt_len / 2);
+  }
 }
 
 }  // namespace vask

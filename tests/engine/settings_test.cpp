@@ -3,6 +3,7 @@
 #include "engine/settings.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <vask/engine.h>
 #include <vask/settings.h>
 
@@ -75,8 +76,10 @@ TEST(Config, EveryKeyAndValue) {
   }
 }
 
-TEST(Config, TheFileIsOptionalAndPathsAreNeverCut) {
+TEST(Config, TheFileIsOptionalClosedAgainAndNoPathIsCut) {
   const Folder folder;
+  const int free_number = dup(STDIN_FILENO);
+  close(free_number);
   std::filesystem::create_directories(folder / "folder/config.Vask");
   std::ofstream(folder / "config.Vask") << "Vask_SENSITIVITY: y\n";
   const std::string most = folder.Filled(243), refusal = "ERROR: directory of config.Vask is too long\n";
@@ -88,6 +91,9 @@ TEST(Config, TheFileIsOptionalAndPathsAreNeverCut) {
     EXPECT_EQ(Hear([&] { result = __check_Vask_Config__(dir.c_str()); }).out, out);
     EXPECT_EQ(result, 0);
   }
+  const int still_free = dup(STDIN_FILENO);
+  EXPECT_EQ(still_free, free_number);
+  close(still_free);
   EXPECT_EQ(___epd_sensitivity, 1);
   EXPECT_EQ(Hear([] { __check_Vask_Config__(nullptr); }).out, "ERROR: directory of config.Vask is missing\n");
   for (const auto& [dir, fits] :

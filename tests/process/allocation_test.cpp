@@ -157,10 +157,9 @@ TEST(AllocationDeathTest, EveryFailureOfAStartIsReportedAndReleased) {
 
 TEST(AllocationDeathTest, TheSizeThatIsMissingIsNamed) {
   const auto zero = testing::ExitedWithCode(0);
-  const std::string handles = std::to_string(4 * sizeof(float*));
   EXPECT_EXIT((FailInChild(1), ecd_alloc(77)), zero, "size = 77\n");
-  EXPECT_EXIT((FailInChild(1), create_fvector(7)), zero, "size = 32\n");
-  EXPECT_EXIT((FailInChild(1), create_fmatrix(3, 4)), zero, "size = " + handles + "\n");
+  EXPECT_EXIT((FailInChild(1), create_fmatrix(3, 4)), zero,
+              sizeof(float*) == 8 ? "size = 32\n" : "size = 16\n");
   EXPECT_EXIT((FailInChild(4), create_fmatrix(3, 4)), zero, "size = 20\n");  // the last row
   EXPECT_EXIT((FailInChild(5), create_fmatrix(3, 4)), zero, "size = 16\n");  // the header
 }

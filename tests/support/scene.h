@@ -5,14 +5,11 @@
 #include <cstdint>
 #include <fstream>
 #include <initializer_list>
-#include <numbers>
-#include <random>
 #include <string>
-#include <vector>
+
+#include "support/inputs.h"
 
 namespace vask::test {
-
-using Samples = std::vector<int16_t>;
 
 inline Samples Join(std::initializer_list<Samples> parts) {
   Samples all;
@@ -20,22 +17,14 @@ inline Samples Join(std::initializer_list<Samples> parts) {
   return all;
 }
 
-// White noise, equally distributed over -peak ... peak.
-inline Samples Hiss(size_t frames, int32_t peak, uint32_t seed) {
-  std::mt19937 random(seed);
-  Samples samples(160 * frames);
-  for (int16_t& s : samples)
-    s = static_cast<int16_t>(static_cast<int32_t>(random() % static_cast<uint32_t>(2 * peak + 1)) - peak);
-  return samples;
-}
+inline Samples Hiss(size_t frames, int32_t peak, uint32_t seed) { return Noise(160 * frames, peak, seed); }
 
 // Ten harmonics of 125 Hz, falling by 6 dB an octave, over a faint hiss.
 inline Samples Vowel(size_t frames, double level) {
   Samples samples = Hiss(frames, 20, 1);
   for (size_t i = 0; i < samples.size(); ++i) {
     double sum = 0;
-    for (int k = 1; k <= 10; ++k)
-      sum += std::sin(std::numbers::pi * k * static_cast<double>(i % 128) / 64) / k;
+    for (int k = 1; k <= 10; ++k) sum += std::sin(kTwoPi * k * static_cast<double>(i % 128) / 128) / k;
     samples[i] = static_cast<int16_t>(samples[i] + std::lround(level * sum));
   }
   return samples;

@@ -1,0 +1,103 @@
+#include "dsp/fft_512.h"
+
+#include <algorithm>
+
+#include "dsp/arith.h"
+#include "dsp/cpu.h"
+
+#if VASK_HAS_AVX2_KERNELS
+#include <immintrin.h>
+#elif VASK_HAS_NEON
+#include <arm_neon.h>
+#endif
+
+namespace vask {
+namespace {
+
+constexpr std::array<int32_t, 32> kReversed5 = [] {
+  std::array<int32_t, 32> reversed{};
+  for (int32_t i = 0; i < 32; ++i) {
+    for (int32_t bit = 0; bit < 5; ++bit) reversed[static_cast<size_t>(i)] |= ((i >> bit) & 1) << (4 - bit);
+  }
+  return reversed;
+}();
+
+// -1 for the columns whose 32 points are a group of the stage of 32, else 0.
+constexpr std::array<int32_t, 16> kIsOneGroup = [] {
+  std::array<int32_t, 16> mask{};
+  for (size_t column = 0; column < mask.size(); ++column) {
+    for (int32_t start = 0, step = 64; start < kFft512; start = 2 * step - 32, step *= 4) {
+      if (16 * kReversed5[column] >= start && (16 * kReversed5[column] - start) % step == 0)
+        mask[column] = -1;
+    }
+  }
+  return mask;
+}();
+
+namespace portable {
+#include "dsp/lanes.h"
+//
+#include "dsp/fft_512_kernel.h"
+}  // namespace portable
+
+#if VASK_HAS_AVX2_KERNELS
+namespace avx2 {
+VASK_BEGIN_AVX2
+#define VASK_LANES_AVX2
+#include "dsp/lanes.h"
+//
+#include "dsp/fft_512_kernel.h"
+VASK_END_AVX2
+}  // namespace avx2
+#elif VASK_HAS_NEON
+namespace neon {
+#define VASK_LANES_NEON
+#include "dsp/lanes.h"
+//
+#include "dsp/fft_512_kernel.h"
+}  // namespace neon
+#endif
+
+VASK_KERNEL void PowerOf512Body(const Packed512& transform, int32_t shift, int64_t* x) {
+  const auto square = [&](int32_t i) {
+    const int32_t value = transform[static_cast<size_t>(i)] >> shift;
+    return int64_t{value} * value;
+  };
+  for (int32_t k = kFft512 / 2 + 1; k < kFft512; ++k) x[k] = transform[static_cast<size_t>(k)];
+  x[0] = square(0);
+  for (int32_t k = 1; k < kFft512 / 2; ++k) x[k] = square(k) + square(kFft512 - k);
+  x[kFft512 / 2] = square(kFft512 / 2);
+}
+
+VASK_KERNEL bool IsNarrowBody(const Samples512& samples) {
+  constexpr uint32_t kBound = (1 << 22) - (1 << 10);  // of magnitudes / 512, cut; the sum is 32 bits at most
+  uint32_t sum = 0;
+  for (const int32_t v : samples) sum += static_cast<uint32_t>(v < 0 ? ~v : v) >> 9;
+  return sum < kBound;
+}
+
+}  // namespace
+
+VASK_DISPATCH(bool, IsNarrow, (const Samples512& samples), (samples))
+
+void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512& x) {
+#if VASK_HAS_AVX2_KERNELS
+  if (HasAvx2()) return avx2::Transform512(samples.data(), twiddles, x.data());
+#elif VASK_HAS_NEON
+  return neon::Transform512(samples.data(), twiddles, x.data());
+#endif
+  RealFft512Portable(samples, twiddles, x);
+}
+
+void RealFft512Portable(const Samples512& samples, const fft_tables& twiddles, Packed512& x) {
+  portable::Transform512(samples.data(), twiddles, x.data());
+}
+
+VASK_DISPATCH(void, PowerOf512, (const Packed512& transform, int32_t shift, int64_t* x),
+              (transform, shift, x))
+
+void PowerOf512Portable(const Packed512& transform, int32_t shift, int64_t* x) {
+  PowerOf512Body(transform, shift, x);
+}
+
+}  // namespace vask

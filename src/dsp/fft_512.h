@@ -1,0 +1,30 @@
+// The 512-point transform of input whose sums fit 32 bits, which is nearly all that the engine transforms.
+//
+// Every intermediate value is a sum of the input with factors of magnitude 1 and less, so it is bounded by
+// the sum of the input's magnitudes and a few units of rounding a stage. Where that sum stays 2^18 below 2^31
+// nothing leaves 32 bits, and eight values fit a 256-bit vector.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "dsp/fft.h"
+
+namespace vask {
+
+inline constexpr int32_t kFft512 = 512;
+using Samples512 = std::array<int32_t, kFft512>;
+using Packed512 = std::array<int32_t, kFft512 + 8>;  // the last 8 are scratch
+
+bool IsNarrow(const Samples512& samples);
+
+// Needs IsNarrow. `x` packed as by RealFft. The second form is for every processor.
+void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512& x);
+void RealFft512Portable(const Samples512& samples, const fft_tables& twiddles, Packed512& x);
+
+// PowerSpectrum of the transform into 512 values; shifted by 1 or more, two squares fit 64 bits.
+void PowerOf512(const Packed512& transform, int32_t shift, int64_t* x);
+void PowerOf512Portable(const Packed512& transform, int32_t shift, int64_t* x);
+
+}  // namespace vask

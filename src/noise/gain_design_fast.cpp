@@ -1,0 +1,82 @@
+#include "noise/gain_design_fast.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "dsp/arith.h"
+#include "dsp/cpu.h"
+
+namespace vask {
+namespace {
+
+constexpr double kOneQ20 = 1 << 20, kTwoTo30 = 1 << 30, kTwoTo50 = kOneQ20 * kTwoTo30;
+constexpr double kFloorQ20 = 83291;
+constexpr double kOldSnr = 64225 / 65536.0, kNewSnr = 1311 / 65536.0;
+
+VASK_KERNEL double WienerGainQ30(double snr_q20) {
+  return kTwoTo30 + std::floor(-kTwoTo50 / (snr_q20 + kOneQ20));
+}
+
+VASK_KERNEL uint64_t ShareOf(int64_t value, int32_t share_q30) {  // both below 2^32
+  return (uint64_t{static_cast<uint32_t>(value)} * static_cast<uint32_t>(share_q30)) >> 30;
+}
+
+VASK_KERNEL double GainQ30(double mean, double noise, double cleaned_before) {
+  const double snr = std::floor(mean * kOneQ20 / noise),
+               before = std::floor(cleaned_before * kOneQ20 / noise);
+  const double above_noise = std::max(snr - kOneQ20, 0.0);
+  const double prior = std::floor(before * kOldSnr) + std::floor(above_noise * kNewSnr);
+  const double first_gain_q16 = std::floor(WienerGainQ30(prior) * 0x1p-14);
+  return WienerGainQ30(std::max(std::floor(first_gain_q16 * snr * 0x1p-16), kFloorQ20));
+}
+
+VASK_KERNEL bool DesignBody(const GainSpectra& s, int32_t keep_q30, size_t first) {
+  const int64_t *mean = &s.mean[first], *current = &s.current[first];
+  int64_t* __restrict noise = &s.noise[first], * __restrict cleaned = &s.cleaned[first];
+  int32_t* __restrict gain_q30 = &s.gain_q30[first];
+  int64_t bits = 0;
+  for (size_t k = 0; k < kGainBlock; ++k) bits |= mean[k] | current[k] | noise[k] | cleaned[k];
+  if (static_cast<uint64_t>(bits) >= uint64_t{1} << 31) return false;
+
+  int32_t m[kGainBlock], n[kGainBlock], c[kGainBlock], gain[kGainBlock];
+  int64_t room = 0;
+  for (size_t k = 0; k < kGainBlock; ++k) {
+    const uint64_t tracked = ShareOf(noise[k], keep_q30) + ShareOf(mean[k], kOneQ30 - keep_q30);
+    m[k] = static_cast<int32_t>(mean[k]);
+    c[k] = static_cast<int32_t>(cleaned[k]);
+    n[k] = std::max(static_cast<int32_t>(tracked), 1);  // a mean of the two: below 2^31
+    const int64_t end = int64_t{n[k]} << 13;
+    room |= (end - 1 - mean[k]) | (end - 1 - cleaned[k]);
+  }
+  if (room < 0) return false;
+
+  for (size_t k = 0; k < kGainBlock; ++k) gain[k] = static_cast<int32_t>(GainQ30(m[k], n[k], c[k]));
+  for (size_t k = 0; k < kGainBlock; ++k) {
+    noise[k] = n[k];
+    gain_q30[k] = gain[k];
+    cleaned[k] = static_cast<int64_t>(ShareOf(current[k], gain[k]));
+  }
+  return true;
+}
+
+#if VASK_HAS_AVX2_KERNELS
+VASK_AVX2 bool DesignAvx2(const GainSpectra& s, int32_t keep_q30, size_t first) {
+  return DesignBody(s, keep_q30, first);
+}
+#endif
+
+}  // namespace
+
+bool DesignModerateBlock(const GainSpectra& spectra, int32_t keep_q30, size_t first) {
+  if (first + kGainBlock > spectra.gain_q30.size()) return false;
+#if VASK_HAS_AVX2_KERNELS
+  if (HasAvx2()) return DesignAvx2(spectra, keep_q30, first);
+#endif
+  return HasFloor() && DesignModerateBlockPortable(spectra, keep_q30, first);
+}
+
+bool DesignModerateBlockPortable(const GainSpectra& spectra, int32_t keep_q30, size_t first) {
+  return DesignBody(spectra, keep_q30, first);
+}
+
+}  // namespace vask
