@@ -78,8 +78,6 @@ TEST(Config, EveryKeyAndValue) {
 
 TEST(Config, TheFileIsOptionalClosedAgainAndNoPathIsCut) {
   const Folder folder;
-  const int free_number = dup(STDIN_FILENO);
-  close(free_number);
   std::filesystem::create_directories(folder / "folder/config.Vask");
   std::ofstream(folder / "config.Vask") << "Vask_SENSITIVITY: y\n";
   const std::string most = folder.Filled(243), refusal = "ERROR: directory of config.Vask is too long\n";
@@ -91,9 +89,12 @@ TEST(Config, TheFileIsOptionalClosedAgainAndNoPathIsCut) {
     EXPECT_EQ(Hear([&] { result = __check_Vask_Config__(dir.c_str()); }).out, out);
     EXPECT_EQ(result, 0);
   }
+  const int free_number = dup(STDIN_FILENO);
+  close(free_number);
+  __check_Vask_Config__(folder.path.c_str());
   const int still_free = dup(STDIN_FILENO);
-  EXPECT_EQ(still_free, free_number);
   close(still_free);
+  EXPECT_EQ(still_free, free_number);
   EXPECT_EQ(___epd_sensitivity, 1);
   EXPECT_EQ(Hear([] { __check_Vask_Config__(nullptr); }).out, "ERROR: directory of config.Vask is missing\n");
   for (const auto& [dir, fits] :

@@ -39,8 +39,7 @@ class Endpoint : public testing::Test {
     energy_epd_setting(&prm_), sin_buff_setting(&speech_), in64_buff_setting(&spectra_);
     input_ = test::Noise(400 * 160, 3, 24);
     std::copy_n(loud.begin(), (fall - rise) * 160, input_.begin() + rise * 160);
-    for (int t = 1; t < 400 && !prm_.end_found && !prm_.reset_request; ++t)
-      Frame(&input_[static_cast<size_t>(t) * 160]);
+    for (int t = 1; t < 400 && !prm_.end_found && !prm_.reset_request; ++t) Frame(&input_[t * 160]);
   }
 
   energy_epd_prm prm_ = {};
@@ -58,13 +57,12 @@ TEST_F(Endpoint, MeasuresTheWindow) {
     std::vector<double> windowed;
     for (size_t i = 0; i < 320; ++i) {
       energy = std::min(energy + (samples[i] >> 1) * (samples[i] >> 1), 2147483647.0);  // sample_shift is 1
-      windowed.push_back(prm_.win_emph[i] / 65536.0 *
-                         (0.54 - 0.46 * std::cos(test::kTwoPi * static_cast<double>(i) / 319)));
+      windowed.push_back(prm_.win_emph[i] / 65536.0 * (0.54 - 0.46 * std::cos(test::kTwoPi * i / 319)));
     }
     EXPECT_EQ(prm_.win_energy, energy) << name;
     const auto x = test::Dft(windowed, 512);
     for (size_t k = 0; k < 257; ++k) {
-      const auto power = static_cast<double>(prm_.spectrum_hist.data[257 + k]);
+      const auto power = prm_.spectrum_hist.data[257 + k];
       EXPECT_NEAR(std::sqrt(power), std::abs(x[k]) / 2, 2) << name << ", bin " << k;
       EXPECT_EQ(prm_.power_spec[k], std::min(power, 2147483647.0)) << name << ", bin " << k;
       band = std::min(band + (k >= 7 && k < 200 ? prm_.power_spec[k] / 8 : 0), 2147483647.0);
@@ -98,8 +96,7 @@ TEST_F(Endpoint, QueuesVoiceFromItsMarginOnAndAcceptsIt) {
         (Values{speech_.write_pos, spectra_.write_pos, prm_.uv.voiced_frames + prm_.uv.unvoiced_frames}),
         (Values{count * 160, count * 257, count}));
     const int from = first == 0 ? 160 : 0;
-    EXPECT_TRUE(std::equal(speech_.data + from, speech_.data + count * 160,
-                           &input_[static_cast<size_t>(first * 160 + from)]));
+    EXPECT_TRUE(std::equal(speech_.data + from, speech_.data + count * 160, &input_[(first * 160 + from)]));
     EXPECT_NEAR(prm_.uv.voiced_frames, 60, 4) << rise;
     EXPECT_EQ(prm_.vad.peak_amplitude, 2498) << rise;                    // 4996 >> 1
     const int64_t* spectrum = spectra_.data + (rise - first) * 257 + 6;  // 200 Hz is bin 6.4
@@ -215,7 +212,7 @@ TEST(Profiles, AreChosenByDeviceAndSystem) {
                                                              {0, 'B', 'A'}}) {
     for (int32_t os : {1, 2}) {
       const epd_profile p = DeviceProfile(device, os);
-      const auto& row = rows[static_cast<size_t>((os == 1 ? with_os_1 : otherwise) - 'A')];
+      const auto& row = rows[((os == 1 ? with_os_1 : otherwise) - 'A')];
       EXPECT_EQ(
           (std::array<int32_t, 8>{p.long_speech_frames, p.max_unvoiced_run, p.vad_threshold, p.sample_shift,
                                   p.energy_shift, p.h2l_ratio_max, p.uv_vote_min, p.uv_energy_offset}),

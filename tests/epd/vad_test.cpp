@@ -18,7 +18,7 @@ TEST(Energy, SumsItsBandsSaturatesAndIsQuantized) {
   const int32_t one = 256 * 107 * 141;  // 107 lower bins, 141 upper ones
   for (int32_t k = 0; k < 257; ++k) {
     Values p(257);
-    p[static_cast<size_t>(k)] = one;
+    p[k] = one;
     const Values expected = {k >= 7 && k < 200 ? one / 8 : 0, k >= 20 && k < 200 ? one / 8 : 0,
                              k >= 9 && k < 116 ? 141 : 0, k >= 116 ? 107 : 0};
     EXPECT_EQ(
@@ -123,8 +123,7 @@ TEST_F(Vad, DelaysTheRiseByNineFramesAndTheFallByTheHangover) {
                                              {{0, 4, 40}, {9, 30, 5}}};
   const auto flags = [](const Values& runs) {
     std::string text;
-    for (size_t i = 0; i < runs.size(); ++i)
-      text.append(static_cast<size_t>(runs[i]), i % 2 == 0 ? '0' : '1');
+    for (size_t i = 0; i < runs.size(); ++i) text.append(runs[i], i % 2 == 0 ? '0' : '1');
     return text;
   };
   for (const auto& [in, out] : cases) {

@@ -37,9 +37,8 @@ TEST(VoicingFeatures, OfTheSamplesFollowTheirDefinitions) {
       yin = std::min(yin, LargestIfNegative(Low32(difference * 65536 / std::max<int64_t>(mean, 1))));
       amdf = std::min(amdf, LargestIfNegative(Low32(magnitudes * 65536) / terms));
       // Energies are limited to 2^30, a coefficient to 1; Q30 in 32 bits.
-      const double e = static_cast<double>(std::min<int64_t>(LargestIfNegative(Low32(energy)), 1 << 30));
-      const double e_lag =
-          static_cast<double>(std::min<int64_t>(LargestIfNegative(Low32(energy_lag)), 1 << 30));
+      const double e = (std::min<int64_t>(LargestIfNegative(Low32(energy)), 1 << 30));
+      const double e_lag = (std::min<int64_t>(LargestIfNegative(Low32(energy_lag)), 1 << 30));
       const double norm = std::sqrt(e * e_lag), r_lag = norm < Low32(product) ? 1
                                                         : norm == 0           ? 0
                                                                               : Low32(product) / norm;
@@ -166,8 +165,7 @@ TEST_F(Vote, CountsEveryFeatureBetweenItsBounds) {
                                                      {99, 3, 4},
                                                      {100, 3, 3},
                                                      {11, 25, 5}}) {
-    for (int32_t i = 0; i < 320; ++i)
-      samples_[static_cast<size_t>(i)] = std::min(i / step, changes) % 2 == 0 ? 1000 : -1000;
+    for (int32_t i = 0; i < 320; ++i) samples_[i] = std::min(i / step, changes) % 2 == 0 ? 1000 : -1000;
     EXPECT_EQ(Votes(&P::yin_min, 65536), votes) << changes << " changes";
   }
   const uv_prm uv = prm_.uv;
