@@ -60,8 +60,9 @@ TEST(Elementary, RootsStayWithinTheirErrorsAndWrapFromTwoToThe52On) {
         kBelow30, -1026, 1, [](double x) { return std::sqrt(x) * kQ16; });  // 4.8e-7
   for (int64_t x : test::Operands<int64_t>(20000)) {
     x = (x & INT64_MAX) % (int64_t{1} << 52);
-    const double root = std::sqrt(x);
-    ASSERT_NEAR(sqrt_fQ8(x) / 256, root * (1 - 2.4e-7) - 0.002, root * 2.42e-7 + 0.002) << x;
+    const double root = std::sqrt(static_cast<double>(x));
+    ASSERT_NEAR(static_cast<double>(sqrt_fQ8(x)) / 256, root * (1 - 2.4e-7) - 0.002, root * 2.42e-7 + 0.002)
+        << x;
     ASSERT_EQ(sqrt_f(x), sqrt_fQ8(x) >> 8) << x;
   }
   EXPECT_EQ(sqrt_f(-1), sqrt_f(INT64_MAX));
@@ -108,7 +109,7 @@ TEST(Elementary, TheEnergysLogarithmIsTheNearestFloat) {
   std::mt19937 random(6);
   for (int32_t i = 1 << 23; i < (1 << 24) + 500000; ++i) {  // an octave, then any length
     const int32_t energy = i < 1 << 24 ? i : static_cast<int32_t>(random() >> 1 >> (random() % 31));
-    const double rounded = (static_cast<float>(energy));
+    const double rounded = static_cast<double>(static_cast<float>(energy));
     ASSERT_EQ(NaturalLogOfEnergy(energy), static_cast<float>(std::log(rounded))) << energy;
   }
 }
@@ -118,8 +119,8 @@ TEST(Elementary, PortableFunctionsAreWithinTwoUnitsOfTheLastPlace) {
                         double high) {
     std::mt19937_64 random(7);
     for (int i = 0; i < 50000; ++i) {
-      const double x = low + (high - low) * random() >> 11 * 0x1p-53;
-      const double nearest = std::abs(exact(x));
+      const double x = low + (high - low) * static_cast<double>(random() >> 11) * 0x1p-53;
+      const double nearest = std::abs(static_cast<double>(exact(x)));
       const double unit = std::nextafter(nearest, INFINITY) - nearest;
       ASSERT_LE(std::abs(function(x) - exact(x)), 2 * unit) << x << ", seed 7";
     }

@@ -23,14 +23,14 @@ TEST(Fft, IsTheTransformByItsDefinitionAtAllSizes) {
     for (const auto& [name, samples] : test::Signals(n)) {
       Points x(samples.begin(), samples.end());
       double total = 0;
-      for (int64_t& value : x) total += (std::abs(value *= 512));  // sums stay below 2^33
+      for (int64_t& value : x) total += static_cast<double>(std::abs(value *= 512));  // sums stay below 2^33
       const auto expected = test::Dft(x, n);
       const Points spectrum = Transform(x);
       // Products are rounded down, by half a unit each; twiddles are up to 150 units of 2^-30 off.
-      const double bound = 2 + n / 4 + total * 50e-9;
+      const double bound = 2 + static_cast<double>(n) / 4 + total * 50e-9;
       for (size_t k = 0; k <= n / 2; ++k) {
         const int64_t imaginary = k == 0 || k == n / 2 ? 0 : spectrum[n - k];
-        const std::complex<double> found(spectrum[k], imaginary);
+        const std::complex<double> found(static_cast<double>(spectrum[k]), static_cast<double>(imaginary));
         ASSERT_LE(std::abs(found - expected[k]), bound) << name << ", " << n << " points, bin " << k;
       }
     }

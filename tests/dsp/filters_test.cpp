@@ -72,7 +72,7 @@ TEST(Windows, AreTheirTablesOrOfAnyLength) {
     init_filter_wind(window.data(), n), init_filter_wind(nullptr, n), init_filter_wind(window.data(), 0);
     for (int32_t i = 0; i < n; ++i) {  // single precision
       const double exact = 0.5 - 0.5 * std::cos((i + 0.5) * vask::test::kTwoPi / n);
-      ASSERT_NEAR(window[i], exact * (1 << 30), 170) << i << " of " << n;
+      ASSERT_NEAR(window[static_cast<size_t>(i)], exact * (1 << 30), 170) << i << " of " << n;
     }
   }
 }

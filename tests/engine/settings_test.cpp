@@ -86,7 +86,7 @@ TEST(Config, TheFileIsOptionalClosedAgainAndNoPathIsCut) {
                                  {most, kHead + most + "/config.Vask\n" + kHigh},
                                  {folder.Filled(244), refusal}}) {
     int32_t result = -1;
-    EXPECT_EQ(Hear([&] { result = __check_Vask_Config__(dir.c_str()); }).out, out);
+    EXPECT_EQ(Hear([&, name = dir.c_str()] { result = __check_Vask_Config__(name); }).out, out);
     EXPECT_EQ(result, 0);
   }
   const int free_number = dup(STDIN_FILENO);
@@ -100,7 +100,7 @@ TEST(Config, TheFileIsOptionalClosedAgainAndNoPathIsCut) {
   for (const auto& [dir, fits] :
        {std::pair(std::string(118, 'd'), true), {std::string(119, 'd'), false}, {"", true}}) {
     const std::string before = Vask_epd_base_dir, wanted = dir + "/Vask.db/";
-    const Said said = Hear([&] { Vask_epd_set_base_dir(dir.c_str()); });
+    const Said said = Hear([name = dir.c_str()] { Vask_epd_set_base_dir(name); });
     EXPECT_EQ(Vask_epd_base_dir, fits ? wanted : before);
     EXPECT_EQ(said.err, fits ? "Vask epd KB directory: " + wanted + "\n" : "");
     EXPECT_EQ(said.out, fits ? "" : "ERROR: knowledge-base directory is too long\n");

@@ -39,7 +39,8 @@ class Endpoint : public testing::Test {
     energy_epd_setting(&prm_), sin_buff_setting(&speech_), in64_buff_setting(&spectra_);
     input_ = test::Noise(400 * 160, 3, 24);
     std::copy_n(loud.begin(), (fall - rise) * 160, input_.begin() + rise * 160);
-    for (int t = 1; t < 400 && !prm_.end_found && !prm_.reset_request; ++t) Frame(&input_[t * 160]);
+    for (int t = 1; t < 400 && !prm_.end_found && !prm_.reset_request; ++t)
+      Frame(&input_[static_cast<size_t>(t) * 160]);
   }
 
   energy_epd_prm prm_ = {};
@@ -57,12 +58,13 @@ TEST_F(Endpoint, MeasuresTheWindow) {
     std::vector<double> windowed;
     for (size_t i = 0; i < 320; ++i) {
       energy = std::min(energy + (samples[i] >> 1) * (samples[i] >> 1), 2147483647.0);  // sample_shift is 1
-      windowed.push_back(prm_.win_emph[i] / 65536.0 * (0.54 - 0.46 * std::cos(test::kTwoPi * i / 319)));
+      windowed.push_back(prm_.win_emph[i] / 65536.0 *
+                         (0.54 - 0.46 * std::cos(test::kTwoPi * static_cast<double>(i) / 319)));
     }
     EXPECT_EQ(prm_.win_energy, energy) << name;
     const auto x = test::Dft(windowed, 512);
     for (size_t k = 0; k < 257; ++k) {
-      const auto power = prm_.spectrum_hist.data[257 + k];
+      const auto power = static_cast<double>(prm_.spectrum_hist.data[257 + k]);
       EXPECT_NEAR(std::sqrt(power), std::abs(x[k]) / 2, 2) << name << ", bin " << k;
       EXPECT_EQ(prm_.power_spec[k], std::min(power, 2147483647.0)) << name << ", bin " << k;
       band = std::min(band + (k >= 7 && k < 200 ? prm_.power_spec[k] / 8 : 0), 2147483647.0);
@@ -96,7 +98,8 @@ TEST_F(Endpoint, QueuesVoiceFromItsMarginOnAndAcceptsIt) {
         (Values{speech_.write_pos, spectra_.write_pos, prm_.uv.voiced_frames + prm_.uv.unvoiced_frames}),
         (Values{count * 160, count * 257, count}));
     const int from = first == 0 ? 160 : 0;
-    EXPECT_TRUE(std::equal(speech_.data + from, speech_.data + count * 160, &input_[(first * 160 + from)]));
+    EXPECT_TRUE(std::equal(speech_.data + from, speech_.data + count * 160,
+                           &input_[static_cast<size_t>(first * 160 + from)]));
     EXPECT_NEAR(prm_.uv.voiced_frames, 60, 4) << rise;
     EXPECT_EQ(prm_.vad.peak_amplitude, 2498) << rise;                    // 4996 >> 1
     const int64_t* spectrum = spectra_.data + (rise - first) * 257 + 6;  // 200 Hz is bin 6.4
@@ -122,7 +125,7 @@ TEST_F(Endpoint, RejectsNoiseAndForgetsTheSegmentOnlyOrEverything) {
   EXPECT_EQ((Values{prm_.frame_index, prm_.engine_frames, prm_.vad.noise_level, prm_.vad.vad_frames}),
             (Values{frames, frames, noise, frames}));
   EXPECT_TRUE(prm_.sample_hist.index != 0 && prm_.vad.energy_hist.data[0] != 0 && prm_.win_samples[0] != 0);
-  prm_.speech_on = prm_.vad.speech_run = 1, prm_.start_frame = 9;
+  prm_.speech_on = prm_.vad.speech_run = 1, prm_.start_frame = prm_.prev_vad = 9;
   energy_epd_setting(&prm_);
   EXPECT_TRUE(is_clear());
   EXPECT_EQ(prm_.frame_index | prm_.engine_frames | prm_.vad.noise_level | prm_.vad.vad_frames |
@@ -173,6 +176,9 @@ TEST(DetectorRecord, HasItsSizesAndReleasesTwice) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "ERROR: initializing energy EPD parameters\nERROR: memory allocation, init_uv_prm(...)\n");
   ASSERT_EQ(init_energy_epd_prm(&prm, 160), 1);
+  EXPECT_EQ(
+      (Values{prm.uv.min_lag, prm.uv.max_lag, prm.vad.silence_run, prm.backfill_pending, prm.start_frame}),
+      (Values{32, 267, 1, 1, -1}));
   EXPECT_EQ((Values{prm.win_len, prm.sample_hist.size, prm.spectrum_hist.size, prm.vad.vad_threshold}),
             (Values{320, 11200, 17990, 45}));
   for (int round = 0; round < 2; ++round) close_energy_epd_prm(&prm);
@@ -180,12 +186,21 @@ TEST(DetectorRecord, HasItsSizesAndReleasesTwice) {
               !prm.uv.uv_hist.data && !prm.vad.energy_hist.data);
   epd_based_on_energy_feature(&prm, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
       energy_epd_setting(&prm);
+  short_vad_prm counters = {9, 9, 9, 9, {}};
+  vad_prm_setting(&counters), vad_prm_setting(nullptr), epd_prm_setting(nullptr);
+  EXPECT_EQ(
+      (Values{counters.silence_run, counters.speech_run, counters.onset_count, counters.hangover_count}),
+      (Values{1, 0, 0, 0}));
   testing::internal::CaptureStderr();
   EXPECT_EQ(set_energy_hangover(40), 0);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "  Vask EPD trailing silence (1) = 400 (ms)\n");
 }
 
 TEST(Profiles, AreChosenByDeviceAndSystem) {
+  const epd_profile& r = kReferenceProfile;
+  EXPECT_EQ((Values{r.hangover_frames, r.long_speech_frames, r.max_unvoiced_run, r.vad_threshold,
+                    r.sample_shift, r.energy_shift, r.uv_energy_offset, r.uv_vote_min}),
+            (Values{80, 130, 150, 40, 3, 1, 35, 751619276}));
   // Profiles A to H: long speech, unvoiced run, threshold, shifts, tilt, votes, offset.
   const Cases<8> rows = {
       {180, 190, 45, 1, 0, 49807, 644245094, 20}, {150, 170, 50, 3, 3, 62914, 644245094, 25},
@@ -212,7 +227,7 @@ TEST(Profiles, AreChosenByDeviceAndSystem) {
                                                              {0, 'B', 'A'}}) {
     for (int32_t os : {1, 2}) {
       const epd_profile p = DeviceProfile(device, os);
-      const auto& row = rows[((os == 1 ? with_os_1 : otherwise) - 'A')];
+      const auto& row = rows[static_cast<size_t>((os == 1 ? with_os_1 : otherwise) - 'A')];
       EXPECT_EQ(
           (std::array<int32_t, 8>{p.long_speech_frames, p.max_unvoiced_run, p.vad_threshold, p.sample_shift,
                                   p.energy_shift, p.h2l_ratio_max, p.uv_vote_min, p.uv_energy_offset}),

@@ -18,7 +18,7 @@ TEST(Energy, SumsItsBandsSaturatesAndIsQuantized) {
   const int32_t one = 256 * 107 * 141;  // 107 lower bins, 141 upper ones
   for (int32_t k = 0; k < 257; ++k) {
     Values p(257);
-    p[k] = one;
+    p[static_cast<size_t>(k)] = one;
     const Values expected = {k >= 7 && k < 200 ? one / 8 : 0, k >= 20 && k < 200 ? one / 8 : 0,
                              k >= 9 && k < 116 ? 141 : 0, k >= 116 ? 107 : 0};
     EXPECT_EQ(
@@ -64,6 +64,7 @@ TEST_F(Vad, LearnsTheMeanOfTenFramesThenFallsFastAndRisesSlowly) {
   // Up by 1 %, 6553.6 for 10 units, and not by more than 15; down by 1.8, in Q30 a little more, cut; 120 at
   // least.
   for (const auto& [noise, energy, after] : Cases<3>{{200, 210 * kUnit, 200 * kUnit + 6553},
+                                                     {200, 200 * kUnit + 983000, 200 * kUnit + 9830},
                                                      {200, 215 * kUnit, 200 * kUnit + 9830},
                                                      {200, 215 * kUnit + 1, 200 * kUnit},
                                                      {200, 190 * kUnit, 182 * kUnit - 1},
@@ -123,7 +124,8 @@ TEST_F(Vad, DelaysTheRiseByNineFramesAndTheFallByTheHangover) {
                                              {{0, 4, 40}, {9, 30, 5}}};
   const auto flags = [](const Values& runs) {
     std::string text;
-    for (size_t i = 0; i < runs.size(); ++i) text.append(runs[i], i % 2 == 0 ? '0' : '1');
+    for (size_t i = 0; i < runs.size(); ++i)
+      text.append(static_cast<size_t>(runs[i]), i % 2 == 0 ? '0' : '1');
     return text;
   };
   for (const auto& [in, out] : cases) {

@@ -37,8 +37,9 @@ TEST(VoicingFeatures, OfTheSamplesFollowTheirDefinitions) {
       yin = std::min(yin, LargestIfNegative(Low32(difference * 65536 / std::max<int64_t>(mean, 1))));
       amdf = std::min(amdf, LargestIfNegative(Low32(magnitudes * 65536) / terms));
       // Energies are limited to 2^30, a coefficient to 1; Q30 in 32 bits.
-      const double e = (std::min<int64_t>(LargestIfNegative(Low32(energy)), 1 << 30));
-      const double e_lag = (std::min<int64_t>(LargestIfNegative(Low32(energy_lag)), 1 << 30));
+      const double e = static_cast<double>(std::min<int64_t>(LargestIfNegative(Low32(energy)), 1 << 30));
+      const double e_lag =
+          static_cast<double>(std::min<int64_t>(LargestIfNegative(Low32(energy_lag)), 1 << 30));
       const double norm = std::sqrt(e * e_lag), r_lag = norm < Low32(product) ? 1
                                                         : norm == 0           ? 0
                                                                               : Low32(product) / norm;
@@ -51,7 +52,12 @@ TEST(VoicingFeatures, OfTheSamplesFollowTheirDefinitions) {
               Low32(*high * int64_t{65536} / (*low < 1 ? 1 << 30 : *low)))
         << name;
   }
-  EXPECT_EQ(AMDF_MinimumEst(Values(9).data(), 9, 5, 4), 268435455);
+  Values periodic;  // of 7, the last lag
+  for (int32_t i = 0; i < 50; ++i) periodic.push_back((i * i % 7) << 26);
+  EXPECT_EQ((Values{VoicingProEst_YIN(periodic.data(), 2, 7, 50), AMDF_MinimumEst(periodic.data(), 50, 7, 7),
+                    AMDF_MinimumEst(periodic.data(), 50, 5, 7)}),
+            (Values{65536, 0, 0}));
+  EXPECT_EQ(AMDF_MinimumEst(periodic.data(), 50, 5, 4), 268435455);
   const int16_t s[] = {0, 10, 0, -9};  // lags 1 and 2: 10/3 + 10/3 + 9/3, 0/2 + 19/2
   EXPECT_EQ(AMDF_MINIMUM(s, 4, 1, 2) + AMDF_MINIMUM(s, 4, 2, 2), 9 + 9);
 }
@@ -117,6 +123,16 @@ TEST(VoicingFeatures, OfTheSpectrumFollowTheirDefinitions) {
     }
     EXPECT_NEAR(entropy, expected * 65536, 70) << "round " << round << ", seed 22";
   }
+  // Equal powers of 1024: factors of 79 (2^(10/32) in Q6) and of 65 (2^(10/257)), the product cut at every
+  // step.
+  power.assign(257, 1024);
+  const auto figure = [](int32_t factor, int32_t count, double mean) {
+    int32_t product = factor;
+    for (int32_t b = 1; b < count; ++b) product = (product * factor) >> 6;
+    return -10 / 60.0 * std::log(product / 64.0 / mean) * 65536;
+  };
+  EXPECT_NEAR(BP_TonalityEst(power.data(), 257, 32, band.data()), figure(79, 32, 1024), 15);
+  EXPECT_NEAR(tonality_es(power.data(), 257), figure(65, 257, 3 * 257), 15);  // 1024 / 257 is 3
   // A total that overflows counts as the largest: shares 1.0 and the least; 3.9e-6 * -20 ln 2 is -3.6 in Q16.
   EXPECT_EQ(WeightedSpectralEntropyEst(Values{INT32_MAX, 1}.data(), 2, Values{65536, 65536}.data()), -4);
   EXPECT_EQ((Values{VarianceEst(5, 5, 5), VarianceEst(0, 0, 196608), VarianceEst(INT32_MAX, INT32_MIN, 0)}),
@@ -165,10 +181,15 @@ TEST_F(Vote, CountsEveryFeatureBetweenItsBounds) {
                                                      {99, 3, 4},
                                                      {100, 3, 3},
                                                      {11, 25, 5}}) {
-    for (int32_t i = 0; i < 320; ++i) samples_[i] = std::min(i / step, changes) % 2 == 0 ? 1000 : -1000;
+    for (int32_t i = 0; i < 320; ++i)
+      samples_[static_cast<size_t>(i)] = std::min(i / step, changes) % 2 == 0 ? 1000 : -1000;
     EXPECT_EQ(Votes(&P::yin_min, 65536), votes) << changes << " changes";
   }
   const uv_prm uv = prm_.uv;
+  Values band(64), weight(64);
+  EXPECT_EQ(uv.spectral_entropy,
+            -WeightedBandPartitioningSpectralEntropyEst(power_.data(), 257, 64, band.data(), weight.data()));
+  EXPECT_GT(uv.spectral_entropy, 0);
   EXPECT_EQ((Values{Votes(&P::yin_min, uv.yin_voicing), Votes(&P::yin_min, uv.yin_voicing - 1)}),
             (Values{5, 6}));
   EXPECT_EQ((Values{Votes(&P::tonality_min, uv.tonality), Votes(&P::tonality_min, uv.tonality - 1)}),

@@ -53,8 +53,8 @@ TEST(GainDesign, FollowsTheDecisionDirectedFormula) {
                   noise = 1000 + (random() >> 12);
     const int64_t cleaned = random() >> 12 >> (random() % 10);
     Bin bin = {current, mean, noise, cleaned};
-    const double snr = mean / noise;
-    const double before = bin.cleaned / noise;
+    const double snr = static_cast<double>(mean) / static_cast<double>(noise);
+    const double before = static_cast<double>(bin.cleaned) / static_cast<double>(noise);
     const double prior = 0.98 * before + 0.02 * std::max(snr - 1, 0.0);
     const double refined = std::max(prior / (1 + prior) * snr, std::pow(10, -22 / 20.0));
     bin.Design(1, 1);

@@ -22,7 +22,7 @@ class Detector {
 
   // One frame of equal bands, which is also the frame before, so that it is the mean of both.
   void Frame(int64_t signal) {
-    const Bands x(n_, signal);
+    const Bands x(static_cast<size_t>(n_), signal);
     for (int32_t b = 0; b < n_; ++b) write_int64_rbuf(&spectrum.ring_short[b], signal);
     VAD_BasedOnGSAP(&vad, &spectrum, &data, x.data(), n_);
     VAD_BasedOnGSAP(&vad, &spectrum, &data, x.data(), 0),
@@ -56,15 +56,15 @@ TEST(Gsap, FollowsTheGaussianLikelihoodRatio) {
     Detector d(1, n);
     d.spectrum.clean_band[0] = c;
     d.Frame(s);
-    const double signal = s, posterior = signal / n;
-    const double prior = 0.02 * posterior + 0.98 * c / n;
+    const double signal = static_cast<double>(s), posterior = signal / static_cast<double>(n);
+    const double prior = 0.02 * posterior + 0.98 * static_cast<double>(c) / static_cast<double>(n);
     const double v = prior / (1 + prior) * posterior;
     const double ratio = std::exp(std::min(posterior * v / (1 + v), 10.0)) / (1 + v);
     const double bound = 3e-5 * (1 + ratio * (1 + posterior + posterior * posterior)),
                  clean = v / (1 + v) * signal;
-    ASSERT_NEAR(d.data.lratio[0] / 65536, std::clamp(ratio, 1 / 65536.0, 2.0), bound)
+    ASSERT_NEAR(static_cast<double>(d.data.lratio[0]) / 65536, std::clamp(ratio, 1 / 65536.0, 2.0), bound)
         << posterior << ", " << prior << ", seed 15";
-    ASSERT_NEAR(d.spectrum.clean_band[0], clean, signal * 5e-5 * (1 + posterior) + 1)
+    ASSERT_NEAR(static_cast<double>(d.spectrum.clean_band[0]), clean, signal * 5e-5 * (1 + posterior) + 1)
         << posterior << ", " << prior;
   }
 }
@@ -111,7 +111,7 @@ TEST(Gsap, DecidesWithRunAndHangover) {
                             {0, 0, 1, 1, 0, 0}}) {
     Detector d(35);
     d.vad = {.frame_count = 20,
-             .vad_flag = 1,
+             .vad_flag = static_cast<uint16_t>(1 - flag),
              .hangover = static_cast<int16_t>(hangover),
              .speech_run = static_cast<uint16_t>(run)};
     d.Frame(is_speech ? 2000000 : 100000);
@@ -129,17 +129,18 @@ TEST(Gsap, LearnsTheNoiseOfTheFirstTwentyFramesWithoutDeciding) {
     const int64_t x = random() >> 6;  // as loud as speech
     sum += x;
     VAD_BasedOnGSAP(&d.vad, &d.spectrum, &d.data, Bands{x, 0}.data(), 2);
-    ASSERT_NEAR(d.spectrum.noise_band[0], (sum / t), 2 * t) << "frame " << t << ", seed 16";
+    ASSERT_NEAR(static_cast<double>(d.spectrum.noise_band[0]), static_cast<double>(sum / t), 2 * t)
+        << "frame " << t << ", seed 16";
     ASSERT_EQ((Bands{d.spectrum.noise_band[1], d.spectrum.sig_band[0], d.spectrum.ring_long[0].data[t - 1]}),
               (Bands{1, t == 1 ? x : x / 2 + before / 2, x}))
         << "frame " << t << ", seed 16";
     ASSERT_EQ(d.vad.vad_flag + d.vad.speech_run + d.data.vad_flag, 0) << "frame " << t;
     before = x;
   }
-  const auto learned = d.spectrum.noise_band[0];
+  const auto learned = static_cast<double>(d.spectrum.noise_band[0]);
   d.Frame(0);  // a probability above 0.35: the noise sinks by a few percent
   const double keep = 0.9 + 0.1 / (1 + d.data.gsap / 65536.0);
-  EXPECT_NEAR(d.spectrum.noise_band[0], learned * keep, learned * 2e-5);
+  EXPECT_NEAR(static_cast<double>(d.spectrum.noise_band[0]), learned * keep, learned * 2e-5);
 }
 
 }  // namespace

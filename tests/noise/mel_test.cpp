@@ -30,13 +30,14 @@ TEST(MelBank, ChainsTheTablesBandsAndSumsWeightedBins) {
     double gain = 0, amplitude = 0;
     for (int32_t i = 0; i < band->count; ++i) {
       const double weight = numbers.emplace_back(band->weights[i]) / kOneQ30;
-      gain += gains_in[(band->start + i)] * weight;
-      amplitude += amplitudes_in[(band->start + i)] * weight;
+      gain += gains_in[static_cast<size_t>(band->start + i)] * weight;
+      amplitude += static_cast<double>(amplitudes_in[static_cast<size_t>(band->start + i)]) * weight;
     }
-    const auto b = (std::count(sums.begin(), sums.end(), INT64_MIN));
+    const auto b = static_cast<size_t>(std::count(sums.begin(), sums.end(), INT64_MIN));
     sums[b] = INT64_MIN;  // done
     EXPECT_NEAR(gains[b], gain - band->count / 2.0, band->count / 2.0 + 0.01) << "band " << b << ", seed 11";
-    EXPECT_NEAR(amplitudes[b], amplitude, amplitude * 1e-15 + 20) << "band " << b << ", seed 11";
+    EXPECT_NEAR(static_cast<double>(amplitudes[b]), amplitude, amplitude * 1e-15 + 20)
+        << "band " << b << ", seed 11";
   }
   EXPECT_EQ(numbers, Values(mel_filt_data, mel_filt_data + mel_filt_N));
   EXPECT_EQ(gains[35], gains_in[35]);
@@ -91,8 +92,8 @@ TEST(MelIdct, WeighsTheGainsWithTheBasis) {
   DoMelIDCT(taps.data(), sums.data(), rows.data(), 35, 34);
   for (size_t n = 0; n < 34; ++n) {
     double sum = -17.5;  // every product is rounded down
-    for (size_t k = 0; k < 35; ++k) sum += gains[k] * basis[n][k] / kOneQ30;
-    EXPECT_NEAR(sums[n], sum, 17.6) << "tap " << n << ", seed 12";
+    for (size_t k = 0; k < 35; ++k) sum += static_cast<double>(gains[k]) * basis[n][k] / kOneQ30;
+    EXPECT_NEAR(static_cast<double>(sums[n]), sum, 17.6) << "tap " << n << ", seed 12";
     EXPECT_EQ(taps[n], static_cast<int32_t>(sums[n])) << "tap " << n;
   }
   EXPECT_EQ(taps[34], gains[34]);
@@ -105,7 +106,7 @@ TEST(EarModel, IsTheOuterAndMiddleEarsResponse) {
     OuterAndMiddleEarModel(out.data(), 129, rate), OuterAndMiddleEarModel(out.data(), 1, rate);
     EXPECT_NEAR(out[0], std::sqrt(0.00179198), 1e-8);
     for (size_t i = 1; i < 129; ++i) {
-      const double f = i * rate / 256000, e = std::exp(-0.6 * (f - 3.3) * (f - 3.3));
+      const double f = static_cast<double>(i) * rate / 256000, e = std::exp(-0.6 * (f - 3.3) * (f - 3.3));
       const double decibels = -2.184 * std::pow(f, -0.8) + 6.5 * e - std::pow(f, 3.6) / 1000;
       EXPECT_NEAR(out[i], std::pow(10, decibels / 40), 1e-7) << "bin " << i << " at " << rate;
     }

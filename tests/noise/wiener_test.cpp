@@ -46,14 +46,14 @@ TEST_F(Wiener, MeasuresSmoothedSpectraOfThisFrameAndTheMeanOfTwo) {
       for (size_t k = 0; t > 1 && k < 129; ++k) {
         power.push_back(k == 128 ? std::norm(x[256]) : (std::norm(x[2 * k]) + std::norm(x[2 * k + 1])) / 2);
         const double mean = t == 2 ? power[k] : (power[k] + before[k]) / 2;
-        EXPECT_NEAR(wf_.psd_cur[k], std::sqrt(power[k]), 2.5) << name << ", bin " << k;
-        EXPECT_NEAR(wf_.psd_mean[k], std::sqrt(mean), 2.5) << name << ", bin " << k;
+        EXPECT_NEAR(static_cast<double>(wf_.psd_cur[k]), std::sqrt(power[k]), 2.5) << name << ", bin " << k;
+        EXPECT_NEAR(static_cast<double>(wf_.psd_mean[k]), std::sqrt(mean), 2.5) << name << ", bin " << k;
       }
       before = power;
     }
     // The detector saw the mean's amplitudes in mel bands: band 11 is bins 13 to 15.
-    const auto triangle = (wf_.psd_mean[13] + 2 * wf_.psd_mean[14] + wf_.psd_mean[15]) / 4;
-    EXPECT_NEAR(wf_.spectrum.ring_long[11].data[2], triangle, 4) << name;
+    const auto triangle = static_cast<double>(wf_.psd_mean[13] + 2 * wf_.psd_mean[14] + wf_.psd_mean[15]) / 4;
+    EXPECT_NEAR(static_cast<double>(wf_.spectrum.ring_long[11].data[2]), triangle, 4) << name;
   }
 }
 
@@ -79,7 +79,8 @@ TEST_F(Wiener, StartsWithTheFloorsImpulseResponse) {
   EXPECT_EQ(wf_.impulse[0] | wf_.impulse[24], 0);
   for (int i = 0; i < 160; ++i) {
     double sum = -11.5;  // every product is rounded down
-    for (int t = 1; t < 24 && t <= i + 12; ++t) sum += wf_.impulse[t] / kOneQ30 * samples[(i + 12 - t)];
+    for (int t = 1; t < 24 && t <= i + 12; ++t)
+      sum += wf_.impulse[t] / kOneQ30 * samples[static_cast<size_t>(i + 12 - t)];
     EXPECT_NEAR(wf_.out_frame[i], sum, 12) << "sample " << i << ", seed 17";
   }
 }
@@ -159,6 +160,9 @@ TEST(WienerRecord, KnowsOneRateAndReleasesTwice) {
             "allocation\n\nERROR: WIENER_GSAP_PARAM initialization\n");
   ASSERT_EQ(init_wiener_filt(&wf), 1);
   EXPECT_EQ(wf.frame_now - wf.sig_hist, 160);
+  EXPECT_EQ((Values{wf.frame_len, wf.fft_size, wf.win_offset, wf.win_len, wf.filt_len, wf.num_bands,
+                    wf.num_psd_bins}),
+            (Values{160, 512, 120, 400, 24, 35, 129}));
   for (int round = 0; round < 2; ++round) close_wiener_filt(&wf);
   EXPECT_TRUE(!wf.fft_buf && !wf.idct_basis && !wf.frame_now && !wf.spectrum.ring_long &&
               !wf.gsap_data.lratio && !wf.mel_fb.next);
