@@ -112,6 +112,24 @@ TEST_F(Change, PlacesAStepBehindWhereItIsByTheMirroredRow) {
   EXPECT_EQ(Look(), (Found{40, 50, 2}));
 }
 
+// Steps of the same size to frames 47 and 51. The window that ends with 49 has the first between rows 6 and
+// 7; the one that ends with 54 has them at rows 2 and 6.
+TEST_F(Change, TakesTheEarliestOfEqualSteps) {
+  Fill(56, [](int t, int) { return t < 47 ? 4 : t < 51 ? 8 : 12; });
+  EXPECT_EQ(Look(), (Found{42, 52, 2}));
+}
+
+TEST_F(Change, LinesTheLastEntriesOfTheEngineUpWithTheRows) {
+  for (const auto& [entries, first] :
+       {std::pair{100, 60}, {40, 0}, {39, 0}, {0, 0}, {2048, 2008}, {INT32_MAX, 2008}}) {
+    Fill(40, [](int, int) { return 5; });
+    for (int t = 0; t < 2048; ++t) ecdorgLFBE[t] = static_cast<float>(t);
+    ecdorgFrames = entries;
+    EXPECT_EQ(__Vask_epd_ecd_change(), -1);
+    for (int t = 0; t < 60; ++t) EXPECT_EQ(ecdorgLFBE[t], t < 40 ? first + t : t) << entries << " entries";
+  }
+}
+
 TEST_F(Change, StartsWithTheTwentySixthRowAndLeavesTheLastOneOut) {
   const auto step = [](int t, int k) { return (t < 20 ? 1.0 : 5.0) + 0.01 * ((t * 7 + k * 3) % 5); };
   for (const int frames : {-5, 0, 1, 2, 24, 25}) {
@@ -195,11 +213,13 @@ TEST_F(Report, AveragesEnergiesNotLogarithmsOverTheFramesNamed) {
 }
 
 TEST_F(Report, FailsNoTestByALevelThatIsNotANumber) {
-  Levels(3, 8, 5, 4);  // nothing above the background
+  Levels(0, 8, 0, 0);  // nothing above the background, which is ln(1) exactly
   EXPECT_EQ(ECVreport(40, 140, 2), 0);
   EXPECT_TRUE(std::isnan(__Vask_epd_ecd_get_SNR()));
   EXPECT_EQ(ECVreport(40, 46, 2), 0);  // nothing between the changes
-  Levels(3, 3.5, -INFINITY, 6);        // a background of digital silence
+  Levels(0, 0, 0, 3);                  // nothing above the level before
+  EXPECT_EQ(ECVreport(40, 140, 2), 0);
+  Levels(3, 3.5, -INFINITY, 6);  // a background of digital silence
   EXPECT_EQ(ECVreport(40, 140, 2), 1);
   EXPECT_EQ(__Vask_epd_ecd_get_SNR(), INFINITY);
   for (const int32_t row : {INT32_MIN, -1, 0, 5000, INT32_MAX})

@@ -27,6 +27,27 @@ bool IsEmpty(const mfcc_prm& m) {
          !m.cms_utt;
 }
 
+// The first test of the file: the process has not refreshed before.
+TEST(MfccFiles, TheFirstRefreshOfTheProcessReadsTheMeanAndNoLaterOne) {
+  const KnowledgeBase kb;
+  mfcc_prm m;
+  ASSERT_EQ(vask_init_mfcc_prm(&m), 1);
+  EXPECT_EQ(m.klo, 2);
+  EXPECT_EQ(m.khi, 256);
+  for (const char* text : {kMean, "", "1\n"}) {
+    kb.Write("global_cms", text);
+    m.frames = 7;
+    m.delta_state = m.accel_state = 0;
+    m.cms_sum_hi[3] = 33;
+    EXPECT_EQ(Printed([&] { refresh_mfcc_prm(&m); }), "");
+    for (int k = 0; k < 13; ++k) EXPECT_EQ(m.cms[k], 13 - k);
+    EXPECT_EQ(m.frames, 0);
+    EXPECT_EQ(m.delta_state + m.accel_state, -4);
+    EXPECT_EQ(m.cms_sum_hi[3], 33);
+  }
+  close_mfcc_prm(&m);
+}
+
 TEST(MfccFiles, MalformedTablesAreNamedAndNothingIsKept) {
   const KnowledgeBase kb;
   const std::string dir = kb.Table("").string();  // with a slash at its end
