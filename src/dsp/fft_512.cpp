@@ -35,26 +35,26 @@ constexpr std::array<int32_t, 16> kIsOneGroup = [] {
 }();
 
 namespace portable {
-#include "dsp/lanes.h"
+#include "dsp/lanes.inc"
 //
-#include "dsp/fft_512_kernel.h"
+#include "dsp/fft_512_kernel.inc"
 }  // namespace portable
 
 #if VASK_HAS_AVX2_KERNELS
 namespace avx2 {
 VASK_BEGIN_AVX2
 #define VASK_LANES_AVX2
-#include "dsp/lanes.h"
+#include "dsp/lanes.inc"
 //
-#include "dsp/fft_512_kernel.h"
+#include "dsp/fft_512_kernel.inc"
 VASK_END_AVX2
 }  // namespace avx2
 #elif VASK_HAS_NEON
 namespace neon {
 #define VASK_LANES_NEON
-#include "dsp/lanes.h"
+#include "dsp/lanes.inc"
 //
-#include "dsp/fft_512_kernel.h"
+#include "dsp/fft_512_kernel.inc"
 }  // namespace neon
 #endif
 
