@@ -100,7 +100,8 @@ extern VASK_API int32_t mel_filt_data[293];
  *
  * wf  out: the record; what it held before is forgotten, not released
  *
- * 1, or 0 with an "ERROR: " line and everything released again.
+ * 1, or 0 with everything released again; each part but the filter bank reports its failure in an "ERROR: "
+ * line.
  */
 VASK_API int32_t init_wiener_filt(wiener_filt *wf);
 
