@@ -11,9 +11,8 @@ namespace vask {
 inline constexpr int32_t kLargestFftOrder = 9;  // 512 points: as far as the twiddle tables reach
 inline constexpr int32_t kRootOfTwoQ30 = 1518500249;
 
-// In-place real FFT of samples.size() = 2^order points; packed afterwards as Re X(0 .. n/2), Im X(n/2-1 ..
-// 1).
-void RealFft(std::span<int64_t> samples, int32_t order, const fft_tables& twiddles);
+// In-place real FFT of x.size() = 2^order points; x packed afterwards as Re X(0 .. n/2), Im X(n/2-1 .. 1).
+void RealFft(std::span<int64_t> x, int32_t order, const fft_tables& twiddles);
 void RealFftFull(std::span<int64_t> x, int32_t order, const fft_tables& twiddles);  // the plain form
 
 // The four flat tables of 120 values from which the slots of every stage are cut.
