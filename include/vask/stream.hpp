@@ -1,0 +1,80 @@
+// Streams for C++20: the handle of stream.h as an object. Nothing here throws.
+#ifndef VASK_STREAM_HPP_
+#define VASK_STREAM_HPP_
+
+#include <vask/stream.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace vask {
+
+// vask_stream_options that start as the defaults.
+struct StreamOptions : vask_stream_options {
+  StreamOptions() : vask_stream_options() { vask_stream_defaults(this); }
+  StreamOptions& Robust() {
+    vask_stream_robust(this);
+    return *this;
+  }
+  StreamOptions& Device(int32_t device, int32_t os) {
+    vask_stream_profile(device, os, &profile);
+    return *this;
+  }
+  const char* Complaint() const { return vask_stream_complaint(this); }  // null: nothing is wrong
+};
+
+// One stream, closed with the object. If it could not be opened it is false, and every call gives nothing or
+// an error.
+class Stream {
+ public:
+  explicit Stream(const vask_stream_options& options = StreamOptions()) : stream_(vask_stream_open(&options)) {}
+
+  explicit operator bool() const { return stream_ != nullptr; }
+
+  // Samples taken, fewer than given when the queue has reached its bound; or an error, below 0.
+  int32_t Write(std::span<const int16_t> samples) {
+    return vask_stream_write(stream_.get(), samples.data(), Length(samples.size()));
+  }
+  int32_t Flush() { return vask_stream_flush(stream_.get()); }
+
+  std::optional<vask_stream_event> Next() {
+    vask_stream_event event;
+    if (vask_stream_next(stream_.get(), &event) != 1) return std::nullopt;
+    return event;
+  }
+
+  // The part of `room` that was filled.
+  std::span<int16_t> Read(std::span<int16_t> room) {
+    const int32_t count = vask_stream_read(stream_.get(), room.data(), Length(room.size()));
+    return room.first(static_cast<size_t>(std::max(count, int32_t{0})));
+  }
+  int32_t Available() const { return vask_stream_available(stream_.get()); }
+
+  vask_stream_measures Measures() const {
+    vask_stream_measures measures = {};
+    vask_stream_measure(stream_.get(), &measures);
+    return measures;
+  }
+
+  void Reset() { vask_stream_reset(stream_.get()); }
+
+ private:
+  struct Close {
+    void operator()(vask_stream* stream) const { vask_stream_close(stream); }
+  };
+
+  static int32_t Length(size_t size) {
+    constexpr size_t kMost = std::numeric_limits<int32_t>::max();
+    return static_cast<int32_t>(std::min(size, kMost));
+  }
+
+  std::unique_ptr<vask_stream, Close> stream_;
+};
+
+}  // namespace vask
+
+#endif  // VASK_STREAM_HPP_
