@@ -9,12 +9,17 @@ class TextListing : public Listing {
  public:
   std::string Add(const Recording& recording, const Segment& segment) override {
     std::string line = Printable(recording.file);
-    line += "\t" + (segment.rejected ? "-" : std::to_string(segment.number));
+    line += '\t';
+    line += segment.rejected ? "-" : std::to_string(segment.number);
     for (const double time : {segment.start, segment.end, segment.span_start, segment.span_end}) {
-      line += "\t" + Decimal(time, 3);
+      line += '\t';
+      line += Decimal(time, 3);
     }
-    line += "\t" + Decimal(segment.voiced, 2);
-    return line + "\t" + (segment.rejected ? "rejected " + segment.reason : segment.ended) + "\n";
+    line += '\t';
+    line += Decimal(segment.voiced, 2);
+    line += segment.rejected ? "\trejected " + segment.reason : "\t" + segment.ended;
+    line += '\n';
+    return line;
   }
 };
 
