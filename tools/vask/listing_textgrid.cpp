@@ -13,7 +13,7 @@ class TextGridListing : public IntervalListing {
   std::string EndingOfOne() const override { return ".TextGrid"; }
 
   std::string Close(const Recording& recording) override {
-    // Praat takes no object without a length.
+    // An interval has a length, even in a recording that has none.
     const int64_t length = std::max<int64_t>({Milliseconds(recording.seconds), end_, 1});
     if (end_ < length) Append(length, "");
     const std::string limits = "xmin = 0\nxmax = " + Seconds(length) + "\n";
