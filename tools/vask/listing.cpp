@@ -8,12 +8,18 @@ namespace {
 
 struct Form {
   const char* name;
-  std::unique_ptr<Listing> (*make)();
+  std::unique_ptr<Listing> (*make)(ListingEdges);
 };
 
 constexpr Form kForms[] = {
-    {"text", MakeTextListing},
-    {"jsonl", MakeJsonListing},
+    {"text", [](ListingEdges) { return MakeTextListing(); }},
+    {"jsonl", [](ListingEdges) { return MakeJsonListing(); }},
+    {"csv", [](ListingEdges) { return MakeCsvListing(); }},
+    {"labels", MakeLabelListing},
+    {"webvtt", MakeWebvttListing},
+    {"textgrid", MakeTextGridListing},
+    {"rttm", MakeRttmListing},
+    {"kaldi", MakeKaldiListing},
 };
 
 }  // namespace
@@ -24,9 +30,9 @@ std::vector<std::string> ListingNames() {
   return names;
 }
 
-std::unique_ptr<Listing> MakeListing(const std::string& name) {
+std::unique_ptr<Listing> MakeListing(const std::string& name, ListingEdges edges) {
   for (const Form& form : kForms) {
-    if (name == form.name) return form.make();
+    if (name == form.name) return form.make(edges);
   }
   return nullptr;
 }

@@ -49,9 +49,15 @@ class Listing {
   virtual std::string EndingOfOne() const { return ""; }
 };
 
+// Which edge of the span stands for an utterance in the forms that show one interval each: that whose padding
+// was asked for. The other is as detected: unasked, a span goes on for a second of silence.
+struct ListingEdges {
+  bool padded_start = false, padded_end = false;
+};
+
 // The names that -f takes, and the listing of a name.
 std::vector<std::string> ListingNames();
-std::unique_ptr<Listing> MakeListing(const std::string& name);
+std::unique_ptr<Listing> MakeListing(const std::string& name, ListingEdges edges = {});
 
 // What the renderers share: a number with so many decimals and a full stop, whatever the locale.
 std::string Decimal(double value, int decimals);
@@ -59,6 +65,12 @@ std::string Decimal(double value, int decimals);
 // One a form; MakeListing() picks among them.
 std::unique_ptr<Listing> MakeTextListing();
 std::unique_ptr<Listing> MakeJsonListing();
+std::unique_ptr<Listing> MakeCsvListing();
+std::unique_ptr<Listing> MakeLabelListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeWebvttListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeTextGridListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeRttmListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeKaldiListing(ListingEdges edges);
 
 }  // namespace vask::command
 
