@@ -34,8 +34,9 @@ struct Run {
   const DetectArguments& arguments;
   vask_stream_options options;
   OrderedListing& ordered;
-  UtteranceFiles* files;     // null without -o
-  Journal* journal;          // the same
+  UtteranceFiles* files;  // null without -o
+  Journal* journal;       // the same
+  ListingEdges edges;
   bool listing_per_input;    // in files beside the utterances, not on standard output
   std::atomic<double> done;  // inputs, those in work in part
 };
@@ -45,7 +46,7 @@ class Output {
  public:
   Output(Run& run, size_t input, const std::string& base) : run_(run), input_(input) {
     if (!run.listing_per_input) return;
-    listing_ = MakeListing(run.arguments.format);
+    listing_ = MakeListing(run.arguments.format, run.edges);
     file_.emplace(run.files->ListingOf(base, listing_->EndingOfOne()));
   }
 
@@ -260,11 +261,12 @@ int DetectAll(const DetectArguments& arguments, const vask_stream_options& optio
     files.emplace(arguments.output, arguments.flac, arguments.inputs);
     journal.emplace(arguments.output, Fingerprint(arguments, options), arguments.resume);
   }
-  const std::unique_ptr<Listing> listing = MakeListing(arguments.format);
+  const ListingEdges edges = {options.pad_start >= 0, options.pad_end >= 0};
+  const std::unique_ptr<Listing> listing = MakeListing(arguments.format, edges);
   const bool listing_per_input = files && !listing->EndingOfOne().empty();
   OrderedListing ordered(listing_per_input ? nullptr : listing.get());
-  Run run = {arguments,         options, ordered, files ? &*files : nullptr, journal ? &*journal : nullptr,
-             listing_per_input, 0};
+  Run run = {arguments, options,           ordered, files ? &*files : nullptr, journal ? &*journal : nullptr,
+             edges,     listing_per_input, 0};
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());

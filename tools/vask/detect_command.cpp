@@ -15,12 +15,6 @@
 namespace vask::command {
 namespace {
 
-std::string Named(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
-}
-
 void CheckTogether(const DetectArguments& arguments) {
   const std::vector<std::string>& inputs = arguments.inputs;
   if (inputs.empty() && arguments.files_from.empty()) throw UsageError("FILE is required");
@@ -45,7 +39,7 @@ CLI::App* AddDetect(CLI::App& app, DetectArguments& arguments) {
   detect->add_option("--files-from", arguments.files_from, "And those that this file names, one a line")
       ->type_name("LIST");
   detect->add_flag("-0,--null", arguments.null, "The names in LIST end with zero bytes");
-  detect->add_option("-f,--format", arguments.format, Named(ListingNames()) + " (text)")
+  detect->add_option("-f,--format", arguments.format, "Form of the list (text)")
       ->type_name("NAME")
       ->check(CLI::IsMember(ListingNames()));
   detect->add_flag("--verbose", arguments.verbose, "List what was rejected too, with the reason");
