@@ -33,8 +33,11 @@ if(VASK_BUILD_COMMAND)
     vask_find_package(soxr ON found)
     add_executable(vask ${command_sources})
     target_include_directories(vask PRIVATE tools/vask)
-    target_compile_definitions(vask PRIVATE VASK_VERSION="${PROJECT_VERSION}")
-    target_link_libraries(vask PRIVATE vask_flags vask_shared CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr)
+    target_compile_definitions(vask PRIVATE VASK_VERSION="${PROJECT_VERSION}"
+                                            VASK_JNI_BUILT=$<BOOL:${VASK_HAVE_JNI}>)
+    find_package(Threads REQUIRED)
+    target_link_libraries(vask PRIVATE vask_flags vask_shared CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
+                                       Threads::Threads)
     # The installed command finds the library beside it, wherever the two are moved.
     file(RELATIVE_PATH to_library "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
     set_target_properties(vask PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
