@@ -85,19 +85,21 @@ class Detection : public SegmentSink {
  public:
   Detection(Run& run, Stream& stream, const std::string& input, const std::string& base, Output& output)
       : run_(run), stream_(stream), base_(base), output_(output), reader_(input) {
-    result_.recording = {input, reader_.rate(), reader_.channels(), 0};
+    recording_ = {input, reader_.rate(), reader_.channels(), 0};
     const size_t inputs = run.arguments.inputs.size();
     show_progress_ = inputs > 1 || IsLong(reader_.ExpectedSamples());
   }
   ~Detection() override { run_.done += 1 - share_; }
 
-  Finished Find() {
-    output_.Open(result_.recording);
+  void Find() {
+    output_.Open(recording_);
     FindSegments(reader_, stream_, *this);
-    result_.recording.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
-    output_.Close(result_.recording);
-    return std::move(result_);
+    recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
+    output_.Close(recording_);
   }
+
+  const Recording& recording() const { return recording_; }
+  const SegmentNotes& notes() const { return notes_; }
 
   void Started() override {
     if (run_.files != nullptr) writer_ = run_.files->Make(base_, utterances_ + 1);
@@ -131,14 +133,14 @@ class Detection : public SegmentSink {
     writer_.reset();
     Segment segment = SegmentOf(event, reader_);
     segment.number = segment.rejected ? 0 : utterances_;
-    output_.Add(result_.recording, segment);
-    if (run_.journal != nullptr) result_.segments.push_back(segment);
+    output_.Add(recording_, segment);
+    if (run_.journal != nullptr) notes_.Add(segment);
   }
 
   std::string ProgressLine() const {
     const auto total = static_cast<double>(run_.arguments.inputs.size());
     const std::string bar = Bar(run_.done / total) + "  ";
-    if (total == 1) return bar + Printable(result_.recording.file);
+    if (total == 1) return bar + Printable(recording_.file);
     return bar + Decimal(std::floor(run_.done), 0) + " of " + Decimal(total, 0) + " files";
   }
 
@@ -147,7 +149,8 @@ class Detection : public SegmentSink {
   const std::string& base_;
   Output& output_;
   AudioReader reader_;
-  Finished result_;
+  Recording recording_;
+  SegmentNotes notes_;  // with -o
   int utterances_ = 0;
   std::unique_ptr<SoundWriter> writer_;
   double share_ = 0;  // of the input, that is done
@@ -173,14 +176,12 @@ bool ListFinished(Run& run, const InputState& state, Output& output) {
 void DetectInput(Run& run, Stream& stream, size_t number, const std::string& base) {
   const std::string& input = run.arguments.inputs[number];
   Output output(run, number, base);
-  if (run.journal == nullptr) {
-    Detection(run, stream, input, base, output).Find();
-    return;
-  }
-  const std::optional<InputState> state = StateOf(input, base);
+  std::optional<InputState> state;
+  if (run.journal != nullptr) state = StateOf(input, base);
   if (state && ListFinished(run, *state, output)) return;
-  const Finished finished = Detection(run, stream, input, base, output).Find();
-  if (state) run.journal->Add(*state, finished);
+  Detection detection(run, stream, input, base, output);
+  detection.Find();
+  if (state) run.journal->Add(*state, detection.recording(), detection.notes());
 }
 
 // The threads take the inputs one after another.

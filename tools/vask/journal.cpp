@@ -31,11 +31,6 @@ std::string Coded(const std::string& name) {
   return text;
 }
 
-Json ToJson(const Segment& s) {
-  return {s.number, s.rejected, s.start,  s.end,   s.span_start, s.span_end,
-          s.first,  s.last,     s.voiced, s.ended, s.reason};
-}
-
 Segment ToSegment(const Json& json) {
   Segment s;
   json.at(0).get_to(s.number);
@@ -53,6 +48,13 @@ Segment ToSegment(const Json& json) {
 }
 
 }  // namespace
+
+void SegmentNotes::Add(const Segment& s) {
+  const Json json = {s.number, s.rejected, s.start,  s.end,   s.span_start, s.span_end,
+                     s.first,  s.last,     s.voiced, s.ended, s.reason};
+  if (!text_.empty()) text_ += ',';
+  text_ += json.dump();
+}
 
 std::optional<InputState> StateOf(const std::string& file, const std::string& base) {
   struct stat status;
@@ -114,16 +116,14 @@ std::optional<Finished> Journal::Find(const InputState& input) {
   }
 }
 
-void Journal::Add(const InputState& input, const Finished& finished) {
-  Json segments = Json::array();
-  for (const Segment& segment : finished.segments) segments.push_back(ToJson(segment));
-  const Json line = {{"input", Json::parse(Key(input))},
-                     {"result",
-                      {{"rate", finished.recording.rate},
-                       {"channels", finished.recording.channels},
-                       {"seconds", finished.recording.seconds},
-                       {"segments", segments}}}};
-  const std::string text = line.dump() + "\n";
+void Journal::Add(const InputState& input, const Recording& recording, const SegmentNotes& segments) {
+  const Json head = {
+      {"rate", recording.rate}, {"channels", recording.channels}, {"seconds", recording.seconds}};
+  std::string text = "{\"input\":" + Key(input) + ",\"result\":" + head.dump();
+  text.back() = ',';
+  text += "\"segments\":[";
+  text += segments.text();
+  text += "]}}\n";
   const std::lock_guard lock(mutex_);
   if (write(fd_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
     throw FileError(name_, std::string("cannot be written (") + std::strerror(errno) + ")",

@@ -29,6 +29,16 @@ struct Finished {
   std::vector<Segment> segments;  // the rejected ones too
 };
 
+// The segments of an input as they are kept: as text, which is small where a recording is long.
+class SegmentNotes {
+ public:
+  void Add(const Segment& segment);
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
 // A hidden file in DIR with a line an input, each written at once when all that belongs to the input is
 // whole. Safe to call from any thread.
 class Journal {
@@ -40,7 +50,7 @@ class Journal {
   Journal& operator=(const Journal&) = delete;
 
   std::optional<Finished> Find(const InputState& input);
-  void Add(const InputState& input, const Finished& finished);
+  void Add(const InputState& input, const Recording& recording, const SegmentNotes& segments);
 
  private:
   std::string Key(const InputState& input) const;

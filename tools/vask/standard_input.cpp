@@ -48,7 +48,7 @@ class StandardInput : public SoundSource {
   StandardInput() {
     std::array<uint8_t, 4> first;
     pending_.assign(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(ReadAll(first)));
-    if (pending_.size() < 2) throw FileError(kName, "holds no samples", "send some into it");
+    if (pending_.size() < 2 && !SignalNoted()) ThrowNoSamples();
     if (pending_.size() == first.size()) LookAt(first);
     rate_ = form_.rate;
     channels_ = form_.channels;
@@ -70,12 +70,18 @@ class StandardInput : public SoundSource {
     }
     const size_t samples = std::min(pending_.size(), most) / frame * channels;
     if (samples == 0) SkipRest();
+    if (samples == 0 && !any_ && !SignalNoted()) ThrowNoSamples();
+    any_ = true;
     for (size_t i = 0; i < samples; ++i) interleaved[i] = WavSample(form_, &pending_[i * bytes]);
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(samples * bytes));
     return samples / channels;
   }
 
  private:
+  [[noreturn]] static void ThrowNoSamples() {
+    throw FileError(kName, "holds no samples", "send some into it");
+  }
+
   void LookAt(const std::array<uint8_t, 4>& first) {
     const std::string_view tag(reinterpret_cast<const char*>(first.data()), first.size());
     if (tag == "RIFF") {
@@ -96,6 +102,7 @@ class StandardInput : public SoundSource {
 
   WavForm form_ = kRaw;           // data_bytes: those that are still to be read
   std::vector<uint8_t> pending_;  // read, and not given yet
+  bool any_ = false;              // samples have been given
 };
 
 }  // namespace
