@@ -22,6 +22,7 @@
 #include "knowledge_base.h"
 #include "mfcc.h"
 #include "packets.h"
+#include "report/report.h"
 #include "signals.h"
 
 namespace vask::command {
@@ -70,6 +71,7 @@ struct Arguments {
   PacketOptions packets;
   std::string folder;  // of tables
   MfccOptions mfcc;
+  ReportOptions report;
   bool json = false;
 };
 
@@ -132,6 +134,12 @@ int RunEnv(const Arguments& arguments) {
 
 int RunMfcc(const Arguments& arguments) {
   Mfcc(arguments.input, arguments.output, arguments.mfcc);
+  return EXIT_SUCCESS;
+}
+
+int RunReport(Arguments& arguments) {
+  arguments.report.detector.Device(arguments.engine.device, arguments.engine.os);
+  Report(arguments.input, arguments.output, arguments.report);
   return EXIT_SUCCESS;
 }
 
@@ -217,6 +225,17 @@ int Run(int argc, char** argv) {
       ->type_name("DIR")
       ->check(CheckKnowledgeBase);
 
+  CLI::App* report = app.add_subcommand("report", "Draw what was found in a file, as a page for a browser");
+  report->footer(kReportFooter);
+  report->add_option("FILE", arguments.input, "Recording")->required()->type_name("");
+  report->add_option("-o,--output", arguments.output, "Page to write (HTML)")
+      ->required()
+      ->type_name("OUT")
+      ->check(CheckNotEmpty);
+  report->add_option("--title", arguments.report.title, "Heading of the page instead of the file's name")
+      ->type_name("TEXT");
+  report->add_flag("--no-audio", arguments.report.no_audio, "Leave the sound out: a smaller page, made faster");
+
   CLI::App* tables = app.add_subcommand("tables", "Write a knowledge base: the built-in tables as files");
   tables->footer(kTablesFooter);
   tables->add_option("DIR", arguments.folder, "Folder, made if missing")
@@ -235,6 +254,7 @@ int Run(int argc, char** argv) {
   if (packets->parsed()) return RunPackets(arguments);
   if (unpack->parsed()) return RunUnpack(arguments);
   if (env->parsed()) return RunEnv(arguments);
+  if (report->parsed()) return RunReport(arguments);
   if (tables->parsed()) return RunTables(arguments);
   if (mfcc->parsed()) return RunMfcc(arguments);
   return RunDetect(arguments);
