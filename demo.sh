@@ -6,7 +6,7 @@ cd "$(dirname "$0")"
 say() { printf '\n== %s\n' "$*"; }
 
 say "Installing what is missing"
-scripts/install-deps.sh
+scripts/install-deps.sh --build
 
 say "Building the command (build/release)"
 cmake --preset release > /dev/null

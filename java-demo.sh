@@ -9,7 +9,7 @@ cd "$(dirname "$0")"
 say() { printf '\n== %s\n' "$*"; }
 
 say "Installing what is missing"
-scripts/install-deps.sh
+scripts/install-deps.sh --build
 
 say "Building the library, the class and the sample (build/release)"
 cmake --preset release > /dev/null

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Install the packages that building and testing need and that are not there yet, with apt-get.
 #
-#   scripts/install-deps.sh        what ./demo.sh and ./test.sh need
-#   scripts/install-deps.sh --ci   also clang and its tools, the cross compilers and the emulator
+#   scripts/install-deps.sh --build   what building needs
+#   scripts/install-deps.sh           also what the tests run
+#   scripts/install-deps.sh --ci      also clang and its tools, the cross compilers and the emulator
 set -euo pipefail
+cd "$(dirname "$0")/.."
 
 packages=(g++ make cmake ninja-build pkg-config
   libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev # the command
@@ -11,6 +13,13 @@ packages=(g++ make cmake ninja-build pkg-config
   libgtest-dev                             # the tests
   junit4 proguard-cli python3 python3-numpy # those of the Java class, the codec and the cepstra
   libbenchmark-dev libspeexdsp-dev)        # the benchmarks
+if [ "${1:-}" != --build ]; then
+  packages+=(praat sctk sox locales # the formats of vask detect, by their own readers
+    mandoc man-db groff-base zsh)                    # the manual and the completions
+  # The user's own Node may come from elsewhere.
+  command -v node > /dev/null || packages+=(nodejs)
+  command -v npm > /dev/null || packages+=(npm)
+fi
 if [ "${1:-}" = --ci ]; then
   packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf qemu-user
     aapt android-framework-res) # the manifests
@@ -22,12 +31,22 @@ if ! command -v apt-get > /dev/null || ! command -v dpkg-query > /dev/null; then
   exit 0
 fi
 
+# The packages of npm, where their list has changed since the last time.
+node_packages() {
+  local installed=tests/web/node_modules/.installed.json
+  cmp -s tests/web/package-lock.json "$installed" && return
+  echo "Installing with npm: tests/web"
+  npm --prefix tests/web ci --silent
+  cp tests/web/package-lock.json "$installed"
+}
+
 missing=()
 for package in "${packages[@]}"; do
   state=$(dpkg-query -W -f='${db:Status-Status}\n' "$package" 2> /dev/null || true)
   grep -qx installed <<< "$state" || missing+=("$package")
 done
 if [ ${#missing[@]} -eq 0 ]; then
+  [ "${1:-}" = --build ] || node_packages
   echo "All needed packages are installed."
   exit 0
 fi
@@ -52,4 +71,5 @@ for step in update "install -y --no-install-recommends ${missing[*]}"; do
     exit 1
   fi
 done
+[ "${1:-}" = --build ] || node_packages
 echo "Installed."
