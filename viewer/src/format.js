@@ -10,3 +10,7 @@ export function clock(seconds, decimals = 3) {
   const h = Math.floor(whole / 3600);
   return h > 0 ? `${h}:${String(m).padStart(2, '0')}:${s}${fraction}` : `${m}:${s}${fraction}`;
 }
+
+export function decimal(value) {
+  return value.toFixed(1).replace('-', '\u2212');
+}

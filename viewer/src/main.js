@@ -3,7 +3,7 @@ import 'uplot/dist/uPlot.min.css';
 import './style.css';
 
 import {Decision} from './decision.js';
-import {clock} from './format.js';
+import {clock, decimal} from './format.js';
 import {listenToKeys} from './keyboard.js';
 import {Player} from './player.js';
 import {Pointer} from './pointer.js';
@@ -14,6 +14,9 @@ import {Theme} from './theme.js';
 import {decibels, Ruler, Traces} from './traces.js';
 import {View} from './view.js';
 import {addSegments, drawWaveform, recolourWaveform} from './waveform.js';
+
+const kPlay = 'M4 2v12l10-6z';
+const kPause = 'M3 2h4v12H3zM9 2h4v12H9z';
 
 const $ = (id) => document.getElementById(id);
 
@@ -39,12 +42,13 @@ function makeTracks(report) {
   const level = decibels(values['trace-level'], report.trace_steps_per_db, report.level_lowest);
   const energy = decibels(values['trace-energy'], report.trace_steps_per_db);
   const noise = decibels(values['trace-noise'], report.trace_steps_per_db);
+  const lowest = level.reduce((least, value) => Math.min(least, value ?? 0), -10);
   const highest = energy.reduce((most, value) => Math.max(most, value ?? 0), 10);
   return {
     level, energy, noise,
     plots: [
       new Ruler($('ruler'), report.seconds),
-      new Traces($('level'), 84, step, [{values: level, name: 'energy'}], [report.level_lowest, 0]),
+      new Traces($('level'), 84, step, [{values: level, name: 'energy'}], [Math.floor(lowest / 10) * 10, 0]),
       new Traces($('detector'), 110, step, [{values: energy, name: 'energy'}, {values: noise, name: 'noise'}],
         [0, Math.ceil(highest / 10) * 10]),
     ],
@@ -59,7 +63,7 @@ function makeTracks(report) {
 function valuesAt(report, tracks, time) {
   const t = Math.floor(time / report.trace_step);
   const flags = report.values['trace-flags'][t] ?? 0;
-  const number = (name, value, unit) => value == null ? [] : [`${name} ${value.toFixed(1)} ${unit}`];
+  const number = (name, value, unit) => value == null ? [] : [`${name} ${decimal(value)} ${unit}`];
   return [
     ...number('level', tracks.level[t], 'dBFS'),
     ...number('energy', tracks.energy[t], 'dB'),
@@ -86,7 +90,7 @@ async function main() {
     line.hidden = x < 0 || x > view.width;
     line.style.left = `${$('waveform').offsetLeft + x}px`;
     $('position').textContent = clock(player.time);
-    $('play').textContent = player.playing ? '\u23F8\uFE0E' : '\u25B6\uFE0E';
+    $('play').querySelector('path').setAttribute('d', player.playing ? kPause : kPlay);
     $('play').setAttribute('aria-label', player.playing ? 'Pause' : 'Play');
   };
   const follow = () => {
@@ -136,6 +140,11 @@ async function main() {
     if (index >= 0) playSegment(report.segments[index]);
   });
 
+  // What the reader listens to stays in view.
+  const zoom = (factor) => {
+    const x = view.xOf(player.time);
+    view.zoom(factor, x >= 0 && x <= view.width ? x : undefined);
+  };
   const help = $('help');
   const step = (direction) => list.step(direction, player.time);
   const deeds = {
@@ -147,9 +156,9 @@ async function main() {
     'Enter': playSelected,
     'i': () => listenTo('input'),
     'o': () => listenTo('output'),
-    '+': () => view.zoom(2),
-    '=': () => view.zoom(2),
-    '-': () => view.zoom(0.5),
+    '+': () => zoom(2),
+    '=': () => zoom(2),
+    '-': () => zoom(0.5),
     '0': () => view.fit(),
     't': () => theme.toggle(),
     '?': () => help.showModal(),

@@ -1,11 +1,9 @@
 // The data that the command wrote into the page.
 
-function textOf(id) {
-  return document.getElementById(id)?.textContent ?? '';
-}
+const elementOf = (name) => document.getElementById(`data-${name}`);
 
-function bytesOf(id) {
-  const text = textOf(id);
+function bytesOf(name) {
+  const text = elementOf(name).textContent;
   if (Uint8Array.fromBase64) return Uint8Array.fromBase64(text);
   const characters = atob(text);
   const bytes = new Uint8Array(characters.length);
@@ -13,8 +11,8 @@ function bytesOf(id) {
   return bytes;
 }
 
-async function valuesOf(id) {
-  const inflated = new Blob([bytesOf(id)]).stream().pipeThrough(new DecompressionStream('deflate'));
+async function valuesOf(name) {
+  const inflated = new Blob([bytesOf(name)]).stream().pipeThrough(new DecompressionStream('deflate'));
   return new Uint8Array(await new Response(inflated).arrayBuffer());
 }
 
@@ -27,19 +25,19 @@ function undoDifferences(columns) {
 }
 
 export async function readReport() {
-  const report = JSON.parse(textOf('report'));
-  const ids = ['envelope-input', 'envelope-output', 'spectrogram-input', 'spectrogram-output', 'trace-level',
+  const report = JSON.parse(elementOf('report').textContent);
+  const names = ['envelope-input', 'envelope-output', 'spectrogram-input', 'spectrogram-output', 'trace-level',
     'trace-energy', 'trace-noise', 'trace-flags'];
-  const values = Object.fromEntries(await Promise.all(ids.map(async (id) => [id, await valuesOf(id)])));
-  for (const id of ['spectrogram-input', 'spectrogram-output']) undoDifferences(values[id]);
+  const values = Object.fromEntries(await Promise.all(names.map(async (name) => [name, await valuesOf(name)])));
+  for (const side of ['input', 'output']) undoDifferences(values[`spectrogram-${side}`]);
   return {...report, values};
 }
 
 // The sound of 'input' or 'output' as an address that a player takes. Decoding an hour takes a moment, so it is
 // done when somebody wants to listen.
-export function soundUrl(report, name) {
-  const id = `sound-${name}`;
-  const url = URL.createObjectURL(new Blob([bytesOf(id)], {type: report.sound}));
-  document.getElementById(id).remove();
+export function soundUrl(report, side) {
+  const name = `sound-${side}`;
+  const url = URL.createObjectURL(new Blob([bytesOf(name)], {type: report.sound}));
+  elementOf(name).remove();
   return url;
 }

@@ -24,9 +24,13 @@ function timeLabels(_, splits) {
 const kDistances = [0.001, 0.002, 0.005, 0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900,
   1800, 3600, 7200];
 
-function timeAxis() {
+function axis() {
   return {stroke: () => colour('quiet'), grid: {stroke: () => colour('line'), width: 1}, ticks: {show: false},
-    font: '11px system-ui, sans-serif', incrs: kDistances, space: 80};
+    font: '11px system-ui, sans-serif'};
+}
+
+function timeAxis() {
+  return {...axis(), incrs: kDistances, space: 80};
 }
 
 class Plot {
@@ -34,7 +38,7 @@ class Plot {
     this.container = container;
     this.plot = new uPlot({
       width: 100,
-      padding: [0, 0, 0, 0],
+      padding: [6, 0, 6, 0],
       legend: {show: false},
       cursor: {show: false},
       ...options,
@@ -61,8 +65,7 @@ export class Traces extends Plot {
       scales: {x: {time: false, auto: false}, y: {range: () => range}},
       axes: [
         {...timeAxis(), size: 0, values: () => []},
-        {stroke: () => colour('quiet'), grid: {stroke: () => colour('line'), width: 1}, ticks: {show: false},
-          font: '11px system-ui, sans-serif', size: () => gutter(), gap: 4, space: 26},
+        {...axis(), size: gutter, gap: 4, space: 26},
       ],
       series: [{}, ...lines.map(({name}) => ({stroke: () => colour(name), width: 1.25, points: {show: false}}))],
     }, [times, ...lines.map(({values}) => values)]);
@@ -72,9 +75,11 @@ export class Traces extends Plot {
 export class Ruler extends Plot {
   constructor(container, seconds) {
     super(container, {
-      height: 26,
+      height: 22,
+      padding: [0, 0, 0, 0],
       scales: {x: {time: false, auto: false}, y: {range: () => [0, 1]}},
-      axes: [{...timeAxis(), side: 0, size: 22, gap: 2, grid: {show: false}, values: timeLabels}, {show: false}],
+      axes: [{...timeAxis(), side: 0, size: 22, gap: 2, grid: {show: false}, values: timeLabels},
+        {...axis(), size: gutter, grid: {show: false}, values: () => []}],
       series: [{}, {show: false}],
     }, [[0, seconds], [null, null]]);
   }

@@ -32,7 +32,7 @@ Page::Page(const std::string& target) : file_(target) {
   Append(page.substr(0, page.find(kDataGoesHere)));
 }
 
-void Page::AddJson(std::string_view id, const nlohmann::json& value) {
+void Page::AddJson(std::string_view name, const nlohmann::json& value) {
   constexpr bool kAscii = true;
   const std::string text = value.dump(-1, ' ', kAscii, nlohmann::json::error_handler_t::replace);
   std::string safe;  // "</script>" in a file's name would end the element
@@ -43,20 +43,20 @@ void Page::AddJson(std::string_view id, const nlohmann::json& value) {
       safe += c;
     }
   }
-  AddElement(id, "application/json", safe);
+  AddElement(name, "application/json", safe);
 }
 
-void Page::AddFile(std::string_view id, std::span<const uint8_t> bytes) {
-  AddElement(id, "text/plain", Base64(bytes));
+void Page::AddFile(std::string_view name, std::span<const uint8_t> bytes) {
+  AddElement(name, "text/plain", Base64(bytes));
 }
 
-void Page::AddValues(std::string_view id, std::span<const uint8_t> bytes) {
+void Page::AddValues(std::string_view name, std::span<const uint8_t> bytes) {
   uLongf size = compressBound(bytes.size());
   std::vector<uint8_t> deflated(size);
   if (compress2(deflated.data(), &size, bytes.data(), bytes.size(), Z_DEFAULT_COMPRESSION) != Z_OK) {
     throw FatalError("the report cannot be compressed: report this as a bug");
   }
-  AddFile(id, std::span(deflated).first(size));
+  AddFile(name, std::span(deflated).first(size));
 }
 
 void Page::Commit() {
@@ -69,9 +69,9 @@ void Page::Append(std::string_view text) {
   file_.Append({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
-void Page::AddElement(std::string_view id, std::string_view type, std::string_view text) {
-  Append("<script id=\"");
-  Append(id);
+void Page::AddElement(std::string_view name, std::string_view type, std::string_view text) {
+  Append("<script id=\"data-");
+  Append(name);
   Append("\" type=\"");
   Append(type);
   Append("\">");

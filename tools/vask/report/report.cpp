@@ -74,8 +74,7 @@ class Heard {
   }
 
   void Finish() {
-    stream_.Flush();
-    traces_.Add(stream_.Measures());
+    stream_.Flush();  // with silence that is not part of the recording: it is not measured
     TakeEvents();
     picture_.Finish();
   }
