@@ -8,12 +8,13 @@ import {listenToKeys} from './keyboard.js';
 import {Player} from './player.js';
 import {Pointer} from './pointer.js';
 import {readReport} from './report.js';
+import {addRegions} from './regions.js';
 import {SegmentList} from './segments.js';
 import {brightest, Spectrogram} from './spectrogram.js';
 import {Theme} from './theme.js';
 import {decibels, Ruler, Traces} from './traces.js';
 import {View} from './view.js';
-import {addSegments, drawWaveform, recolourWaveform} from './waveform.js';
+import {drawWaveform, recolourWaveform} from './waveform.js';
 
 const kPlay = 'M4 2v12l10-6z';
 const kPause = 'M3 2h4v12H3zM9 2h4v12H9z';
@@ -77,12 +78,12 @@ async function main() {
   const report = await readReport();
   showFacts(report);
   const theme = new Theme($('theme'));
-  const {surfer, regions} = await drawWaveform($('waveform'), report);
+  const surfer = await drawWaveform($('waveform'), report);
   const view = new View(surfer, report.seconds);
   const tracks = makeTracks(report);
   const player = new Player(report);
   const list = new SegmentList($('segments'), report.segments, player.hasSound);
-  addSegments(regions, report.segments);
+  addRegions(surfer.getWrapper(), report.segments, report.seconds);
 
   const showPlayer = () => {
     const x = view.xOf(player.time);
@@ -118,8 +119,12 @@ async function main() {
   const playSelected = () => list.current && playSegment(list.current);
   list.onAction(async (segment, action) => {
     player.seek(segment.start);
-    view.reveal(segment.span_start, segment.span_end);
-    if (action === 'show') $('tracks').scrollIntoView({block: 'nearest'});
+    if (action === 'show') {
+      view.frame(segment.span_start, segment.span_end);
+      $('tracks').scrollIntoView();
+    } else {
+      view.reveal(segment.span_start, segment.span_end);
+    }
     if (action !== 'input' && action !== 'output') return;
     await listenTo(action);
     await playSegment(segment);

@@ -10,7 +10,7 @@ export class Pointer {
     this.#letPush();
   }
 
-  // A click outside the waveform's scroll bar, with its time.
+  // A click, with the time of its place.
   on(event, listener) {
     this.tracks.addEventListener(event, (e) => {
       const x = this.#xOf(e);
@@ -33,7 +33,7 @@ export class Pointer {
 
   #leave() {
     this.line.hidden = true;
-    this.readout.textContent = '\u00a0';
+    this.readout.textContent = '';
   }
 
   #wheel(event) {

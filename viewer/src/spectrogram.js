@@ -38,6 +38,7 @@ export class Spectrogram {
   }
 
   draw(view) {
+    const {columns} = this;
     const {width, height} = this.track.clear();
     const first = Math.min(Math.floor(view.start / this.step), this.count);
     const last = Math.min(Math.ceil(view.end / this.step), this.count);
@@ -52,9 +53,11 @@ export class Spectrogram {
     for (let x = 0; x < across; ++x) {
       const from = first + Math.floor(x * (last - first) / across);
       const to = first + Math.floor((x + 1) * (last - first) / across);
-      loudest.set(this.columns.subarray(from * kBands, (from + 1) * kBands));
-      for (let i = (from + 1) * kBands; i < to * kBands; ++i) {
-        if (this.columns[i] > loudest[i % kBands]) loudest[i % kBands] = this.columns[i];
+      loudest.fill(0);
+      for (let i = from * kBands; i < to * kBands; i += kBands) {
+        for (let b = 0; b < kBands; ++b) {
+          if (columns[i + b] > loudest[b]) loudest[b] = columns[i + b];
+        }
       }
       for (let b = 0; b < kBands; ++b) pixels[(kBands - 1 - b) * across + x] = this.colours[loudest[b]];
     }

@@ -15,10 +15,11 @@ function gutter() {
 }
 
 // Labels of the time axis need as many decimals as their distance has.
-function timeLabels(_, splits) {
+function timeLabels(plot, splits) {
   const distance = splits.length > 1 ? splits[1] - splits[0] : 1;
   const decimals = [0, 1, 2].find((n) => Math.abs(distance * 10 ** n - Math.round(distance * 10 ** n)) < 1e-6) ?? 3;
-  return splits.map((time) => clock(time, decimals));
+  const room = plot.bbox.width / devicePixelRatio - 22;  // the label of the right edge would be cut
+  return splits.map((time) => plot.valToPos(time, 'x') > room ? '' : clock(time, decimals));
 }
 
 const kDistances = [0.001, 0.002, 0.005, 0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900,

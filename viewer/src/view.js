@@ -54,6 +54,13 @@ export class View {
     this.surfer.setScroll(this.surfer.getScroll() + pixels);
   }
 
+  // Zooms so that the span takes the middle.
+  frame(start, end) {
+    this.zoom(0.6 * this.width / (end - start) / this.scale);
+    this.surfer.setScroll(((start + end) / 2) * this.scale - this.width / 2);
+    this.#changed();
+  }
+
   // Scrolls, and zooms out if need be, until the span can be seen.
   reveal(start, end) {
     const margin = 0.1 * this.width / this.scale;
