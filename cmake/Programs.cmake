@@ -35,10 +35,11 @@ if(VASK_BUILD_COMMAND)
     vask_find_package(zlib ON found)
     add_executable(vask ${command_sources})
     target_include_directories(vask PRIVATE tools/vask)
-    target_compile_definitions(vask PRIVATE VASK_VERSION="${PROJECT_VERSION}")
-    target_link_libraries(vask PRIVATE vask_flags vask_shared CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr)
+    target_compile_definitions(vask PRIVATE VASK_VERSION="${PROJECT_VERSION}"
+                                            VASK_JNI_BUILT=$<BOOL:${VASK_HAVE_JNI}>)
     find_package(Threads REQUIRED)
-    target_link_libraries(vask PRIVATE PkgConfig::zlib Threads::Threads)
+    target_link_libraries(vask PRIVATE vask_flags vask_shared CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
+                                       Threads::Threads PkgConfig::zlib)
     set(report_template "${PROJECT_SOURCE_DIR}/tools/vask/report/template.html")
     set_source_files_properties(
       tools/vask/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"

@@ -1,6 +1,9 @@
 #include "denoise.h"
 
 #include <algorithm>
+#include <array>
+#include <new>
+#include <vask/stream.hpp>
 
 #include "audio_reader.h"
 #include "errors.h"
@@ -8,48 +11,34 @@
 #include "wav_writer.h"
 
 namespace vask::command {
-namespace {
 
-// The engine gives a frame when it has heard two more.
-constexpr int kDelayFrames = 2;
-
-bool IsSilent(const Frame& frame) {
-  return std::all_of(frame.begin(), frame.end(), [](int16_t x) { return x == 0; });
-}
-
-}  // namespace
-
-void Denoise(EngineSession& engine, const std::string& input, const std::string& output) {
+void Denoise(const std::string& input, const std::string& output) {
   AudioReader reader(input);
   WavWriter writer(output);
   Progress progress(input, reader.ExpectedSamples());
-  engine.WrapUp();
+  StreamOptions options;
+  options.mode = VASK_STREAM_CONTINUOUS;
+  Stream stream(options);
+  if (!stream) throw std::bad_alloc();
 
-  int64_t length = 0;  // samples read so far
-  const auto write = [&](std::span<const int16_t> samples) {
-    // The last frame of the file is filled up with zeros, which are not written.
-    const auto rest = static_cast<size_t>(length - writer.samples());
-    writer.Write(samples.first(std::min(samples.size(), rest)));
-  };
-
-  Frame frame;
-  bool started = false;
-  for (size_t n = kFrameSamples; n == kFrameSamples;) {
-    n = reader.Read(frame);
-    if (n == 0) break;
-    std::fill(frame.begin() + static_cast<std::ptrdiff_t>(n), frame.end(), int16_t{0});
-    length += static_cast<int64_t>(n);
-    started = started || !IsSilent(frame);
-    if (started) {
-      write(engine.Feed(frame).samples);
-    } else {
-      write(frame);  // the engine skips silence of all zeros before its first frame
+  std::array<int16_t, 4096> block, room;
+  const auto write = [&] {
+    for (;;) {
+      const std::span<const int16_t> samples = stream.Read(room);
+      if (samples.empty()) return;
+      writer.Write(samples);
     }
+  };
+  int64_t length = 0;
+  for (size_t n = 0; (n = reader.ReadSome(block)) > 0;) {
+    if (stream.Write(std::span(block).first(n)) != static_cast<int32_t>(n)) throw std::bad_alloc();
+    length += static_cast<int64_t>(n);
+    write();
     progress.Update(length);
   }
-  frame.fill(0);
-  for (int t = 0; started && t < kDelayFrames; ++t) write(engine.Feed(frame).samples);
-  if (writer.samples() != length) throw FatalError("the engine left out samples: report this as a bug");
+  if (stream.Flush() != 0) throw std::bad_alloc();
+  write();
+  if (writer.samples() != length) throw FatalError("the stream left out samples: report this as a bug");
   writer.Commit();
 }
 

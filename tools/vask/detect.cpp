@@ -1,180 +1,281 @@
 #include "detect.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cstdio>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cmath>
+#include <exception>
 #include <filesystem>
+#include <memory>
+#include <mutex>
+#include <new>
 #include <optional>
+#include <thread>
+#include <vask/stream.hpp>
 
-#include "audio_reader.h"
 #include "errors.h"
+#include "journal.h"
+#include "meter.h"
+#include "ordered_listing.h"
+#include "output_file.h"
 #include "progress.h"
-#include "wav_writer.h"
+#include "segments.h"
+#include "signals.h"
+#include "utterance_files.h"
 
 namespace vask::command {
 namespace {
 
-// How far what the engine says lies behind the frame just fed, in frames.
-constexpr int64_t kNoiseDelay = 2;  // the noise reduction hears two frames ahead
-constexpr int64_t kMedianDelay = 3;
-constexpr int64_t kDeliveryDelay = kNoiseDelay + 3;              // speech is handed on
-constexpr int64_t kStartDelay = kNoiseDelay + 9 + kMedianDelay;  // a start is noticed: 9 frames of onset
-constexpr int64_t kEndDelay = kNoiseDelay + 100 + kMedianDelay;  // an end: 1 s of hangover, on every device
+constexpr int kExitFailed = 1;  // at least one input
 
-// Silence behind the file in which an open utterance runs out: hangover and delays, with room to spare.
-constexpr int kMaxFlushFrames = 300;
-// The same if none is open yet: long enough for the onset of a word that ends with the file.
-constexpr int kMinFlushFrames = 40;
+// What all threads of a run work with.
+struct Run {
+  const DetectArguments& arguments;
+  vask_stream_options options;
+  OrderedListing& ordered;
+  UtteranceFiles* files;  // null without -o
+  Journal* journal;       // the same
+  ListingEdges edges;
+  bool listing_per_input;    // in files beside the utterances, not on standard output
+  std::atomic<double> done;  // inputs, those in work in part
+};
 
-void PrintUtterance(const std::string& input, int number, int64_t start, int64_t end) {
-  std::printf("%s\t%d\t%.3f\t%.3f\n", Printable(input).c_str(), number, static_cast<double>(start) / kRateHz,
-              static_cast<double>(end) / kRateHz);
-  if (std::fflush(stdout) != 0) ThrowOutputError();
+// Where the segments of one input go: a file of its own, or the common listing.
+class Output {
+ public:
+  Output(Run& run, size_t input, const std::string& base) : run_(run), input_(input) {
+    if (!run.listing_per_input) return;
+    listing_ = MakeListing(run.arguments.format, run.edges);
+    file_.emplace(run.files->ListingOf(base, listing_->EndingOfOne()));
+  }
+
+  void Open(const Recording& recording) {
+    if (!listing_) return run_.ordered.Open(input_, recording);
+    Append(listing_->Begin());
+    Append(listing_->Open(recording));
+  }
+  void Add(const Recording& recording, const Segment& segment) {
+    if (segment.rejected && !run_.arguments.verbose) return;
+    if (!listing_) return run_.ordered.Add(input_, segment);
+    Append(listing_->Add(recording, segment));
+  }
+  void Close(const Recording& recording) {
+    if (listing_) {
+      Append(listing_->Close(recording));
+      Append(listing_->End());
+      file_->Commit();
+    }
+    run_.ordered.Close(input_, recording);
+  }
+
+ private:
+  void Append(const std::string& text) {
+    file_->Append(std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
+  }
+
+  Run& run_;
+  size_t input_;
+  std::unique_ptr<Listing> listing_;
+  std::optional<OutputFile> file_;
+};
+
+// One input's way through a stream.
+class Detection : public SegmentSink {
+ public:
+  Detection(Run& run, Stream& stream, const std::string& input, const std::string& base, Output& output)
+      : run_(run), stream_(stream), base_(base), output_(output), reader_(input) {
+    recording_ = {input, reader_.rate(), reader_.channels(), 0};
+    const size_t inputs = run.arguments.inputs.size();
+    show_progress_ = inputs > 1 || IsLong(reader_.ExpectedSamples());
+  }
+  ~Detection() override { run_.done += 1 - share_; }
+
+  void Find() {
+    output_.Open(recording_);
+    FindSegments(reader_, stream_, *this);
+    recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
+    output_.Close(recording_);
+  }
+
+  const Recording& recording() const { return recording_; }
+  const SegmentNotes& notes() const { return notes_; }
+
+  void Started() override {
+    if (run_.files != nullptr) writer_ = run_.files->Make(base_, utterances_ + 1);
+  }
+  void Audio(std::span<const int16_t> samples) override {
+    if (writer_) writer_->Write(samples);
+  }
+  void Ended(const vask_stream_event& event) override {
+    if (writer_) writer_->Commit();
+    ++utterances_;
+    Keep(event);
+  }
+  void Rejected(const vask_stream_event& event) override { Keep(event); }
+
+  void Heard(int64_t samples) override {
+    run_.ordered.ThrowIfStopped();
+    if (const int64_t expected = reader_.ExpectedSamples(); expected > 0) {
+      const double share = std::min(1.0, static_cast<double>(samples) / static_cast<double>(expected));
+      run_.done += share - share_;
+      share_ = share;
+    }
+    if (run_.arguments.meter) {
+      run_.ordered.Show([&] { return MeterLine(stream_.Measures()); });
+    } else if (show_progress_) {
+      run_.ordered.Show([&] { return ProgressLine(); });
+    }
+  }
+
+ private:
+  void Keep(const vask_stream_event& event) {
+    writer_.reset();
+    Segment segment = SegmentOf(event, reader_);
+    segment.number = segment.rejected ? 0 : utterances_;
+    output_.Add(recording_, segment);
+    if (run_.journal != nullptr) notes_.Add(segment);
+  }
+
+  std::string ProgressLine() const {
+    const auto total = static_cast<double>(run_.arguments.inputs.size());
+    const std::string bar = Bar(run_.done / total) + "  ";
+    if (total == 1) return bar + Printable(recording_.file);
+    return bar + Decimal(std::floor(run_.done), 0) + " of " + Decimal(total, 0) + " files";
+  }
+
+  Run& run_;
+  Stream& stream_;
+  const std::string& base_;
+  Output& output_;
+  AudioReader reader_;
+  Recording recording_;
+  SegmentNotes notes_;  // with -o
+  int utterances_ = 0;
+  std::unique_ptr<SoundWriter> writer_;
+  double share_ = 0;  // of the input, that is done
+  bool show_progress_ = false;
+};
+
+// Whether an earlier run has finished the input, and all that it wrote is still there; then it is listed.
+bool ListFinished(Run& run, const InputState& state, Output& output) {
+  const std::optional<Finished> finished = run.journal->Find(state);
+  if (!finished) return false;
+  for (const Segment& segment : finished->segments) {
+    if (!segment.rejected && !std::filesystem::exists(run.files->NameOf(state.base, segment.number))) {
+      return false;
+    }
+  }
+  output.Open(finished->recording);
+  for (const Segment& segment : finished->segments) output.Add(finished->recording, segment);
+  output.Close(finished->recording);
+  run.done += 1;
+  return true;
 }
 
-// Drives the engine through one file, frame by frame, and puts what it says on the file's time line.
-class Detection {
- public:
-  Detection(EngineSession& engine, const std::string& input, UtteranceSink& sink)
-      : engine_(engine), sink_(sink), reader_(input), progress_(input, reader_.ExpectedSamples()) {}
+void DetectInput(Run& run, Stream& stream, size_t number, const std::string& base) {
+  const std::string& input = run.arguments.inputs[number];
+  Output output(run, number, base);
+  std::optional<InputState> state;
+  if (run.journal != nullptr) state = StateOf(input, base);
+  if (state && ListFinished(run, *state, output)) return;
+  Detection detection(run, stream, input, base, output);
+  detection.Find();
+  if (state) run.journal->Add(*state, detection.recording(), detection.notes());
+}
 
-  void Run() {
-    engine_.WrapUp();
-    Frame frame;
-    for (size_t n = kFrameSamples; n == kFrameSamples;) {
-      n = reader_.Read(frame);
-      std::fill(frame.begin() + static_cast<std::ptrdiff_t>(n), frame.end(), int16_t{0});
-      length_ += static_cast<int64_t>(n);
-      if (n > 0) Feed(frame);
-      progress_.Update(length_);
-    }
-    at_end_ = true;
-    frame.fill(0);
-    for (int t = 0; t < (open_ ? kMaxFlushFrames : kMinFlushFrames); ++t) Feed(frame);
-    if (open_) End(length_);
+// The threads take the inputs one after another.
+class Workers {
+ public:
+  explicit Workers(Run& run) : run_(run) {}
+
+  int Work(size_t count) {
+    std::vector<std::thread> threads;
+    for (size_t k = 1; k < count; ++k) threads.emplace_back([this] { Loop(); });
+    Loop();
+    for (std::thread& thread : threads) thread.join();
+    if (failure_) std::rethrow_exception(failure_);
+    return failed_ ? kExitFailed : EXIT_SUCCESS;
   }
 
  private:
-  void Feed(const Frame& frame) {
-    const EngineSession::Step step = engine_.Feed(frame);
-    if (!step.samples.empty()) Collect(step.samples);
-    if (step.answer != EngineSession::Answer::kGoOn) {
-      if (step.answer == EngineSession::Answer::kEnded) {
-        End((frame_ - kEndDelay) * kFrameSamples);
-      } else {
-        if (open_) sink_.Drop();
-        open_ = false;
+  void Loop() {
+    try {
+      Stream stream(run_.options);
+      if (!stream) throw std::bad_alloc();
+      size_t number = 0;
+      for (std::string base; Next(number, base);) {
+        run_.ordered.ThrowIfStopped();
+        CheckSignals();
+        try {
+          DetectInput(run_, stream, number, base);
+        } catch (const FileError& error) {
+          failed_ = true;
+          run_.ordered.Fail(number, run_.arguments.inputs[number], error);
+        }
       }
-      // The engine starts afresh, with the frame that it decided on: it may be speech again.
-      engine_.WrapUp();
-      engine_.Feed(frame);
+    } catch (const OrderedListing::Stopped&) {
+      // another thread has told why
+    } catch (...) {
+      {
+        const std::lock_guard lock(mutex_);
+        if (!failure_) failure_ = std::current_exception();
+      }
+      run_.ordered.Stop();
     }
-    ++frame_;
   }
 
-  void Collect(std::span<const int16_t> samples) {
-    const auto n = static_cast<int64_t>(samples.size());
-    if (!open_) {
-      open_ = true;
-      start_ = (frame_ - kStartDelay) * kFrameSamples;
-      delivered_ = (frame_ - kDeliveryDelay + 1) * kFrameSamples - n;
-      sink_.Begin();
-    }
-    // The silence behind the file is not part of it.
-    const int64_t rest = at_end_ ? std::clamp<int64_t>(length_ - delivered_, 0, n) : n;
-    sink_.Write(samples.first(static_cast<size_t>(rest)));
-    delivered_ += n;
+  bool Next(size_t& number, std::string& base) {
+    const std::lock_guard lock(mutex_);
+    if (next_ == run_.arguments.inputs.size()) return false;
+    number = next_++;
+    if (run_.files != nullptr) base = run_.files->NextBase(run_.arguments.inputs[number]);
+    return true;
   }
 
-  void End(int64_t end) {
-    if (!open_) return;
-    open_ = false;
-    progress_.Hide();
-    sink_.End(std::min(start_, length_), std::min(end, length_));
-  }
-
-  EngineSession& engine_;
-  UtteranceSink& sink_;
-  AudioReader reader_;
-  Progress progress_;
-
-  int64_t frame_ = 0;    // number in the file of the frame being fed
-  int64_t length_ = 0;   // samples read so far
-  bool at_end_ = false;  // length_ is the file's
-
-  bool open_ = false;      // an utterance is being delivered
-  int64_t start_ = 0;      // its start, in samples
-  int64_t delivered_ = 0;  // place in the file of the next sample that the engine delivers
+  Run& run_;
+  std::mutex mutex_;
+  size_t next_ = 0;
+  std::atomic<bool> failed_ = false;
+  std::exception_ptr failure_;
 };
 
-// A line for each, and a file if wanted.
-class Listing : public UtteranceSink {
- public:
-  Listing(const std::string& input, const UtteranceNames& names) : input_(input), names_(names) {}
-
-  void Begin() override {
-    if (names_.wanted()) wav_.emplace(names_.Name(count_ + 1));
+// All that changes what is found or written, as text.
+std::string Fingerprint(const DetectArguments& arguments, const vask_stream_options& options) {
+  std::string text = VASK_VERSION;
+  text += arguments.flac ? " flac" : " wav";
+  static_assert(std::has_unique_object_representations_v<vask_stream_options>);
+  for (const int32_t value :
+       std::bit_cast<std::array<int32_t, sizeof(vask_stream_options) / sizeof(int32_t)>>(options)) {
+    text += ' ';
+    text += std::to_string(value);
   }
-  void Write(std::span<const int16_t> samples) override {
-    if (wav_) wav_->Write(samples);
-  }
-  void End(int64_t start, int64_t end) override {
-    if (wav_) wav_->Commit();
-    wav_.reset();
-    PrintUtterance(input_, ++count_, start, end);
-  }
-  void Drop() override { wav_.reset(); }
-
- private:
-  const std::string& input_;
-  const UtteranceNames& names_;
-  int count_ = 0;
-  std::optional<WavWriter> wav_;
-};
+  return text;
+}
 
 }  // namespace
 
-UtteranceNames::UtteranceNames(std::string folder, const std::vector<std::string>& inputs)
-    : folder_(std::move(folder)) {
-  if (folder_.empty()) return;
-  std::error_code error;
-  std::filesystem::create_directories(folder_, error);
-  if (error || !std::filesystem::is_directory(folder_, error)) {
-    throw FatalError(Printable(folder_) + ": cannot be made a folder (" +
-                     (error ? error.message() : "a file has this name") + "): choose another");
+int DetectAll(const DetectArguments& arguments, const vask_stream_options& options) {
+  std::optional<UtteranceFiles> files;
+  std::optional<Journal> journal;
+  if (!arguments.output.empty()) {
+    files.emplace(arguments.output, arguments.flac, arguments.inputs);
+    journal.emplace(arguments.output, Fingerprint(arguments, options), arguments.resume);
   }
-  for (const std::string& input : inputs) {
-    struct stat status;
-    if (stat(input.c_str(), &status) == 0) inputs_.emplace(status.st_dev, status.st_ino);
-  }
-}
+  const ListingEdges edges = {options.pad_start >= 0, options.pad_end >= 0};
+  const std::unique_ptr<Listing> listing = MakeListing(arguments.format, edges);
+  const bool listing_per_input = files && !listing->EndingOfOne().empty();
+  OrderedListing ordered(listing_per_input ? nullptr : listing.get());
+  Run run = {arguments, options,           ordered, files ? &*files : nullptr, journal ? &*journal : nullptr,
+             edges,     listing_per_input, 0};
 
-void UtteranceNames::StartInput(const std::string& input) {
-  const std::string stem = std::filesystem::path(input).stem().string();
-  base_ = stem;
-  for (int k = 2; !taken_bases_.insert(base_).second; ++k) base_ = stem + "_" + std::to_string(k);
-}
-
-std::string UtteranceNames::Name(int number) const {
-  char digits[16];
-  std::snprintf(digits, sizeof digits, "-%03d.wav", number);
-  std::string name = (std::filesystem::path(folder_) / (base_ + digits)).string();
-  struct stat status;
-  if (stat(name.c_str(), &status) == 0 && inputs_.count({status.st_dev, status.st_ino}) != 0) {
-    throw FileError(name, "is an input of this run", "choose another folder");
-  }
-  return name;
-}
-
-void FindUtterances(EngineSession& engine, const std::string& input, UtteranceSink& sink) {
-  Detection(engine, input, sink).Run();
-}
-
-void Detect(EngineSession& engine, const std::string& input, UtteranceNames& names) {
-  names.StartInput(input);
-  Listing listing(input, names);
-  FindUtterances(engine, input, listing);
+  size_t jobs = static_cast<size_t>(arguments.jobs);
+  if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());
+  if (arguments.meter) jobs = 1;  // of one level at a time
+  ordered.Begin();
+  const int status = Workers(run).Work(std::min(jobs, arguments.inputs.size()));
+  ordered.End();
+  return status;
 }
 
 }  // namespace vask::command

@@ -25,6 +25,12 @@ class FileError : public std::runtime_error {
       : std::runtime_error(Printable(file + ": " + wrong + ": " + remedy)) {}
 };
 
+// The arguments do not go together.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 // Nothing can go on: the engine does not start, standard output cannot be written.
 class FatalError : public std::runtime_error {
  public:

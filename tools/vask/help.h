@@ -7,12 +7,14 @@ namespace vask::command {
 inline constexpr const char* kDescription =
     "Finds the spoken utterances in recordings and reduces their background noise.\n"
     "Reads what libsndfile reads (WAV, FLAC, Ogg, MP3 and more) at any rate, with any number of channels;\n"
-    "works at, and writes, 16 kHz mono 16-bit.";
+    "the name - is standard input, WAV or raw 16 kHz mono 16-bit samples, as it arrives. Works at, and\n"
+    "writes, 16 kHz mono 16-bit.";
 
 inline constexpr const char* kFooter =
     "Examples:\n"
     "  vask detect meeting.wav                      list the utterances\n"
     "  vask detect -o utterances morning/*.flac     and write each to a file of its own\n"
+    "  arecord -f S16_LE -r 16000 | vask detect -   and live\n"
     "  vask denoise street.wav -o clean.wav         reduce the noise\n"
     "  vask env call.wav                            judge where it was recorded\n"
     "  vask mfcc call.wav -o call.npy               compute its cepstra\n"
@@ -22,19 +24,35 @@ inline constexpr const char* kFooter =
     "Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.";
 
 inline constexpr const char* kDetectFooter =
-    "Output: a line an utterance, with tabs between its columns:\n"
-    "  FILE  NUMBER (from 1)  START  END (seconds from the start of the file, three decimals)\n"
-    "With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending.\n"
-    "Its noise is reduced; it begins up to 0.35 s before START and goes on for about a second after END.\n"
+    "Output: a line an utterance, in the order of the recordings, with tabs between its columns:\n"
+    "  FILE  NUMBER (from 1)  START  END  SPAN_START  SPAN_END  VOICED  ENDED\n"
+    "START and END are the detected ones, the span is what is put out around them, all in seconds from the\n"
+    "start of the recording; VOICED is the share of voiced frames; ENDED is how it ended: silence, "
+    "long-noise,\n"
+    "input-end or split. With --verbose also what was rejected, NUMBER being - and ENDED the reason: "
+    "too-short,\n"
+    "too-little-voice or tones.\n"
+    "With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending, "
+    "and\n"
+    "a form that holds one recording (labels, webvtt, textgrid) to DIR/NAME.EXT. Each is there whole or not\n"
+    "at all. A hidden file in DIR remembers what is finished, for --resume.\n"
+    "By itself a span begins 0.35 s before START and goes on for the hangover after END, about a second; an\n"
+    "option counts more than the profile, and that more than the preset. A file for --profile holds lines\n"
+    "\"vad_threshold 40\" or an object of JSON.\n"
+    "With - as FILE each utterance is listed as soon as it ends; Ctrl-C ends the input.\n"
     "Examples:\n"
-    "  vask detect meeting.wav\n"
     "  vask detect meeting.wav | awk -F'\\t' '{ spoken += $4 - $3 } END { print spoken, \"s\" }'\n"
-    "  vask detect -o utterances monday.flac tuesday.flac";
+    "  vask detect -o utterances --flac --pad-start 0.1 --pad-end 0.2 monday.flac tuesday.flac\n"
+    "  vask detect --preset robust --threshold 35 -f jsonl street.wav | jq .start\n"
+    "  find . -name '*.wav' -print0 | vask detect -0 --files-from - -o out --resume > list.txt\n"
+    "  arecord -f S16_LE -r 16000 | vask detect --meter -\n"
+    "  vask detect -f webvtt --max-segment 10 talk.mp3 > talk.vtt";
 
 inline constexpr const char* kDenoiseFooter =
     "OUT is as long as IN and in step with it. It appears only when it is complete.\n"
-    "Example:\n"
-    "  vask denoise street.wav -o clean.wav";
+    "Examples:\n"
+    "  vask denoise street.wav -o clean.wav\n"
+    "  arecord -f S16_LE -r 16000 | vask denoise - -o clean.wav";
 
 inline constexpr const char* kPacketsFooter =
     "OUT holds the utterances one after the other, each a stream of its own: packets \"D\", the last one "

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <unistd.h>
-#include <vask/export.h>
 #include <vask/packets.h>
 
 #include <CLI/CLI.hpp>
@@ -11,6 +10,7 @@
 #include <iostream>
 #include <new>
 #include <string>
+#include <vask/stream.hpp>
 #include <vector>
 
 #include "denoise.h"
@@ -24,23 +24,13 @@
 #include "packets.h"
 #include "report/report.h"
 #include "signals.h"
+#include "version.h"
 
 namespace vask::command {
 namespace {
 
 constexpr int kExitFailed = 1;  // at least one file
 constexpr int kExitUsage = 2;
-
-#if defined(__clang__)
-constexpr const char* kCompiler = __VERSION__;
-#else
-constexpr const char* kCompiler = "GCC " __VERSION__;
-#endif
-
-std::string Version() {
-  return "vask " + std::to_string(VASK_VERSION_MAJOR) + "." + std::to_string(VASK_VERSION_MINOR) + "." +
-         std::to_string(VASK_VERSION_PATCH) + " (" + kCompiler + ")";
-}
 
 // An empty text means "good", as CLI11 wants it.
 std::string CheckConfigDir(const std::string& dir) {
@@ -65,40 +55,38 @@ std::string CheckNotEmpty(const std::string& name) { return name.empty() ? "the 
 
 struct Arguments {
   EngineOptions engine;
-  std::vector<std::string> inputs;  // of detect and env
-  std::string input;                // of denoise and mfcc
-  std::string output;               // folder or file
+  DetectArguments detect;
+  std::vector<std::string> inputs;  // of env
+  std::string input;                // of denoise, packets, unpack and mfcc
+  std::string output;               // file
   PacketOptions packets;
   std::string folder;  // of tables
   MfccOptions mfcc;
-  ReportOptions report;
+  ReportArguments report;
   bool json = false;
 };
 
+// Streams have no settings file: it is read to tell what is wrong with it.
+void CheckConfig(const EngineOptions& options) {
+  if (!options.config_dir.empty()) EngineSession engine(options);
+}
+
 int RunDetect(const Arguments& arguments) {
-  UtteranceNames names(arguments.output, arguments.inputs);
-  EngineSession engine(EngineSession::Mode::kDetect, arguments.engine);
-  int status = EXIT_SUCCESS;
-  for (const std::string& input : arguments.inputs) {
-    try {
-      Detect(engine, input, names);
-    } catch (const FileError& error) {
-      std::fprintf(stderr, "vask: %s\n", error.what());
-      status = kExitFailed;
-    }
-  }
-  return status;
+  CheckConfig(arguments.engine);
+  return Detect(arguments.detect, arguments.engine.device, arguments.engine.os);
 }
 
 int RunDenoise(const Arguments& arguments) {
-  EngineSession engine(EngineSession::Mode::kEnhance, arguments.engine);
-  Denoise(engine, arguments.input, arguments.output);
+  CheckConfig(arguments.engine);
+  Denoise(arguments.input, arguments.output);
   return EXIT_SUCCESS;
 }
 
 int RunPackets(const Arguments& arguments) {
-  EngineSession engine(EngineSession::Mode::kDetect, arguments.engine);
-  Pack(engine, arguments.input, arguments.output, arguments.packets);
+  CheckConfig(arguments.engine);
+  StreamOptions options;
+  options.Device(arguments.engine.device, arguments.engine.os);
+  Pack(options, arguments.input, arguments.output, arguments.packets);
   return EXIT_SUCCESS;
 }
 
@@ -108,7 +96,7 @@ int RunUnpack(const Arguments& arguments) {
 }
 
 int RunEnv(const Arguments& arguments) {
-  EngineSession engine(EngineSession::Mode::kEnhance, arguments.engine);
+  EngineSession engine(arguments.engine);
   int status = EXIT_SUCCESS;
   for (const std::string& input : arguments.inputs) {
     try {
@@ -137,9 +125,9 @@ int RunMfcc(const Arguments& arguments) {
   return EXIT_SUCCESS;
 }
 
-int RunReport(Arguments& arguments) {
-  arguments.report.detector.Device(arguments.engine.device, arguments.engine.os);
-  Report(arguments.input, arguments.output, arguments.report);
+int RunReport(const Arguments& arguments) {
+  CheckConfig(arguments.engine);
+  Report(arguments.report, arguments.engine.device, arguments.engine.os);
   return EXIT_SUCCESS;
 }
 
@@ -155,7 +143,7 @@ int RunTables(const Arguments& arguments) {
 int Run(int argc, char** argv) {
   Arguments arguments;
   CLI::App app(kDescription, "vask");
-  app.set_version_flag("--version", Version(), "Print the version and the compiler, then exit");
+  app.set_version_flag("--version", Version(), "Print the version and the features, then exit");
   app.set_help_flag("-h,--help", "Print this help, then exit");
   app.footer(kFooter);
   app.require_subcommand(1);
@@ -169,12 +157,7 @@ int Run(int argc, char** argv) {
       ->type_name("DIR")
       ->check(CheckConfigDir);
 
-  CLI::App* detect = app.add_subcommand("detect", "List the utterances in files");
-  detect->footer(kDetectFooter);
-  detect->add_option("FILE", arguments.inputs, "Recordings")->required()->type_name("");
-  detect->add_option("-o,--output", arguments.output, "Write the utterances to this folder, made if missing")
-      ->type_name("DIR")
-      ->check(CheckNotEmpty);
+  CLI::App* detect = AddDetect(app, arguments.detect);
 
   CLI::App* denoise = app.add_subcommand("denoise", "Reduce the noise of a file");
   denoise->footer(kDenoiseFooter);
@@ -225,16 +208,7 @@ int Run(int argc, char** argv) {
       ->type_name("DIR")
       ->check(CheckKnowledgeBase);
 
-  CLI::App* report = app.add_subcommand("report", "Draw what was found in a file, as a page for a browser");
-  report->footer(kReportFooter);
-  report->add_option("FILE", arguments.input, "Recording")->required()->type_name("");
-  report->add_option("-o,--output", arguments.output, "Page to write (HTML)")
-      ->required()
-      ->type_name("OUT")
-      ->check(CheckNotEmpty);
-  report->add_option("--title", arguments.report.title, "Heading of the page instead of the file's name")
-      ->type_name("TEXT");
-  report->add_flag("--no-audio", arguments.report.no_audio, "Leave the sound out: a smaller page, made faster");
+  CLI::App* report = AddReport(app, arguments.report);
 
   CLI::App* tables = app.add_subcommand("tables", "Write a knowledge base: the built-in tables as files");
   tables->footer(kTablesFooter);
@@ -257,7 +231,8 @@ int Run(int argc, char** argv) {
   if (report->parsed()) return RunReport(arguments);
   if (tables->parsed()) return RunTables(arguments);
   if (mfcc->parsed()) return RunMfcc(arguments);
-  return RunDetect(arguments);
+  if (detect->parsed()) return RunDetect(arguments);
+  return kExitUsage;  // not reached: a subcommand is required
 }
 
 }  // namespace
@@ -269,9 +244,14 @@ int main(int argc, char** argv) {
   for (int fd = 0; fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
   CatchSignals();
   try {
-    return Run(argc, argv);
+    const int status = Run(argc, argv);
+    CheckSignals();  // one that has ended standard input
+    return status;
   } catch (const Interruption& interruption) {
     EndBySignal(interruption.signal);
+  } catch (const UsageError& error) {
+    std::fprintf(stderr, "vask: %s: see vask detect --help\n", Printable(error.what()).c_str());
+    return kExitUsage;
   } catch (const std::bad_alloc&) {
     std::fputs("vask: out of memory: end other programs or use a larger machine\n", stderr);
   } catch (const std::exception& error) {

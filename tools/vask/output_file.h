@@ -23,11 +23,13 @@ class OutputFile {
   void Commit();
 
   const std::string& name() const { return name_; }
+  int fd() const { return fd_; }  // for a library that writes by itself, instead of Append()
+  [[noreturn]] void ThrowUnwritable(int error) const;  // an errno
 
  private:
+  void MakeTemporary();
   void Flush();
   void WriteAll(std::span<const uint8_t> bytes);
-  [[noreturn]] void ThrowUnwritable() const;  // by errno
 
   std::string name_;       // as the user gave it, for messages
   std::string target_;     // with links resolved, so that a link is not replaced by a file
@@ -35,6 +37,10 @@ class OutputFile {
   int fd_ = -1;
   std::vector<uint8_t> pending_;
 };
+
+// Removes from `folder` what OutputFiles of runs that were killed have left. Those of a run that is still
+// going on stay.
+void RemoveLeftovers(const std::string& folder);
 
 }  // namespace vask::command
 

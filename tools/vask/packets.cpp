@@ -6,13 +6,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <optional>
+#include <vask/stream.hpp>
 #include <vector>
 
 #include "audio_reader.h"
-#include "detect.h"
 #include "errors.h"
 #include "output_file.h"
+#include "progress.h"
+#include "segments.h"
 #include "signals.h"
 #include "wav_writer.h"
 
@@ -21,31 +24,35 @@ namespace {
 
 // Packs each utterance as it comes. Its packets wait for its end, since it may be none, and the samples for
 // those that follow, since the last packet is of another type.
-class Packer : public UtteranceSink {
+class Packer : public SegmentSink {
  public:
-  Packer(const std::string& output, const PacketOptions& options)
-      : options_(options), packet_samples_(2 * static_cast<size_t>(options.bytes)), file_(output) {}
+  Packer(const std::string& output, const PacketOptions& options, Progress& progress)
+      : options_(options),
+        packet_samples_(2 * static_cast<size_t>(options.bytes)),
+        file_(output),
+        progress_(progress) {}
 
-  void Begin() override {
+  void Started() override {
     before_ = state_;
     if (!options_.bare) state_ = {};
   }
-  void Write(std::span<const int16_t> samples) override {
+  void Audio(std::span<const int16_t> samples) override {
     samples_.insert(samples_.end(), samples.begin(), samples.end());
     size_t packed = 0;
     for (; samples_.size() - packed > packet_samples_; packed += packet_samples_) AddPacket('D', packed);
     samples_.erase(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(packed));
   }
-  void End(int64_t, int64_t) override {
+  void Ended(const vask_stream_event&) override {
     samples_.resize(packet_samples_);  // the rest is silence
     AddPacket('E', 0);
     file_.Append(packets_);
     Clear();
   }
-  void Drop() override {
+  void Rejected(const vask_stream_event&) override {
     state_ = before_;
     Clear();
   }
+  void Heard(int64_t samples) override { progress_.Update(samples); }
 
   void Commit() { file_.Commit(); }
 
@@ -69,6 +76,7 @@ class Packer : public UtteranceSink {
   PacketOptions options_;
   size_t packet_samples_;
   OutputFile file_;
+  Progress& progress_;
   adpcm_state state_ = {}, before_ = {};
   std::vector<int16_t> samples_;  // not packed yet
   std::vector<uint8_t> packets_;  // of this utterance
@@ -125,10 +133,14 @@ class Unpacker {
 
 }  // namespace
 
-void Pack(EngineSession& engine, const std::string& input, const std::string& output,
+void Pack(const vask_stream_options& stream_options, const std::string& input, const std::string& output,
           const PacketOptions& options) {
-  Packer packer(output, options);
-  FindUtterances(engine, input, packer);
+  AudioReader reader(input);
+  Progress progress(input, reader.ExpectedSamples());
+  Packer packer(output, options, progress);
+  Stream stream(stream_options);
+  if (!stream) throw std::bad_alloc();
+  FindSegments(reader, stream, packer);
   packer.Commit();
 }
 

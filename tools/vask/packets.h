@@ -2,10 +2,10 @@
 #ifndef TOOLS_VASK_PACKETS_H_
 #define TOOLS_VASK_PACKETS_H_
 
+#include <vask/stream.h>
+
 #include <cstdint>
 #include <string>
-
-#include "engine_session.h"
 
 namespace vask::command {
 
@@ -14,8 +14,8 @@ struct PacketOptions {
   bool bare = false;    // without headers, all utterances one stream of codes
 };
 
-// Writes the utterances of `input` to `output`. Throws FileError, FatalError.
-void Pack(EngineSession& engine, const std::string& input, const std::string& output,
+// Writes the utterances of `input` to `output`, cleaned. Throws FileError, FatalError.
+void Pack(const vask_stream_options& stream_options, const std::string& input, const std::string& output,
           const PacketOptions& options);
 
 // Writes the samples of a headed stream to the WAV file `output`. What is wrong with the stream is a

@@ -5,25 +5,24 @@
 #include <cstdint>
 #include <string>
 
+#include "terminal_line.h"
+
 namespace vask::command {
+
+// Whether a file of so many samples at 16 kHz takes long enough for a person to wonder; 0 if unknown.
+bool IsLong(int64_t samples);
 
 class Progress {
  public:
-  // `samples` at 16 kHz, 0 if unknown. Shown only for more than a minute, on a standard error that is a
-  // terminal.
+  // `samples` at 16 kHz, 0 if unknown. Shown only for more than a minute.
   Progress(const std::string& file, int64_t samples);
-  ~Progress() { Hide(); }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
 
   void Update(int64_t samples_done);
-  void Hide();  // before anything else is written to the terminal
 
  private:
   std::string file_;
   int64_t samples_ = 0;
-  int shown_percent_ = -1;
-  bool visible_ = false;
+  TerminalLine line_;
 };
 
 }  // namespace vask::command

@@ -27,6 +27,8 @@ void CatchSignals() {
   std::signal(SIGPIPE, SIG_IGN);
 }
 
+bool SignalNoted() { return noted_signal != 0; }
+
 void CheckSignals() {
   if (noted_signal != 0) throw Interruption{noted_signal};
 }

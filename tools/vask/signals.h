@@ -8,6 +8,9 @@ namespace vask::command {
 // to a closed pipe is an error code instead of a signal.
 void CatchSignals();
 
+// Whether one has been noted.
+bool SignalNoted();
+
 // Throws Interruption if a signal has been noted.
 void CheckSignals();
 

@@ -58,4 +58,8 @@ void WavWriter::Commit() {
   file_.Commit();
 }
 
+std::unique_ptr<SoundWriter> MakeWavWriter(const std::string& target) {
+  return std::make_unique<WavWriter>(target);
+}
+
 }  // namespace vask::command

@@ -1,4 +1,4 @@
-// A 16 kHz mono 16-bit WAV file that is there whole or not at all.
+// A sound file as WAV.
 #ifndef TOOLS_VASK_WAV_WRITER_H_
 #define TOOLS_VASK_WAV_WRITER_H_
 
@@ -7,16 +7,16 @@
 #include <string>
 
 #include "output_file.h"
+#include "sound_writer.h"
 
 namespace vask::command {
 
-// Without Commit() nothing is left. Every failure is a FileError.
-class WavWriter {
+class WavWriter : public SoundWriter {
  public:
   explicit WavWriter(const std::string& target);
 
-  void Write(std::span<const int16_t> samples);
-  void Commit();
+  void Write(std::span<const int16_t> samples) override;
+  void Commit() override;
 
   int64_t samples() const { return samples_; }
 

@@ -14,3 +14,5 @@ export function clock(seconds, decimals = 3) {
 export function decimal(value) {
   return value.toFixed(1).replace('-', '\u2212');
 }
+
+export const inWords = (reason) => reason.replaceAll('-', ' ');

@@ -1,5 +1,7 @@
 // The segments on the waveform. They lie in its scrolled element at shares of its width, so scrolling and zooming
 // move them without a line of script, however many there are.
+import {inWords} from './format.js';
+
 // Edges and labels of those too narrow for them are left out.
 const kStyle = `
   div { position: absolute; top: 0; bottom: 0; overflow: hidden; container-type: inline-size; }
@@ -34,7 +36,8 @@ export function addRegions(parent, segments, seconds) {
   shadow.append(style);
   for (const {number, start, end, span_start, span_end, rejected} of segments) {
     if (rejected === null) shadow.append(region('span', span_start, span_end, '', seconds));
-    shadow.append(region(rejected === null ? 'utterance' : 'rejected', start, end, rejected ?? number, seconds));
+    shadow.append(region(rejected === null ? 'utterance' : 'rejected', start, end, rejected === null ? number : inWords(rejected),
+      seconds));
   }
   parent.append(root);
 }

@@ -1,5 +1,5 @@
 // The list of segments, and which of them is selected.
-import {clock, decimal} from './format.js';
+import {clock, decimal, inWords} from './format.js';
 
 function cell(row, text, name = '') {
   const td = row.insertCell();
@@ -36,7 +36,7 @@ export class SegmentList {
       cell(row, `${clock(segment.span_start)}\u2009\u2013\u2009${clock(segment.span_end)}`, 'put out');
       cell(row, `${Math.round(100 * segment.voiced)} %`, 'voiced');
       cell(row, `${decimal(segment.level)} dB`);
-      cell(row, segment.rejected ?? segment.ended);
+      cell(row, inWords(segment.rejected ?? segment.ended));
       const listen = cell(row, '');
       if (hasSound) listen.append(button('Output', 'output', `Play the output of ${name}`));
       if (hasSound) listen.append(button('Input', 'input', `Play the input of ${name}`));

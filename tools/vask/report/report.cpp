@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <future>
+#include <new>
 #include <nlohmann/json.hpp>
+#include <vask/stream.hpp>
 #include <vector>
 
 #include "audio_reader.h"
@@ -12,6 +14,7 @@
 #include "report/page.h"
 #include "report/picture.h"
 #include "report/traces.h"
+#include "segments.h"
 
 namespace vask::command {
 namespace {
@@ -23,44 +26,23 @@ constexpr int64_t kLongestExact = int64_t{4} * 60 * kRateHz;  // longer sound is
 
 double Seconds(int64_t samples) { return static_cast<double>(samples) / kRateHz; }
 
-std::string ReasonOf(int32_t reason) {
-  switch (reason) {
-    case VASK_STREAM_BY_SILENCE:
-      return "silence";
-    case VASK_STREAM_BY_LONG_NOISE:
-      return "long noise";
-    case VASK_STREAM_BY_INPUT_END:
-      return "end of the recording";
-    case VASK_STREAM_BY_SPLIT:
-      return "split";
-    case VASK_STREAM_TOO_SHORT:
-      return "too short";
-    case VASK_STREAM_TOO_LITTLE_VOICE:
-      return "too little voice";
-    case VASK_STREAM_TONES:
-      return "tones";
-    default:
-      return "unknown";
-  }
-}
-
-[[noreturn]] void ThrowNoStream(const vask_stream_options& options) {
-  const char* complaint = vask_stream_complaint(&options);
-  if (complaint == nullptr) throw std::bad_alloc();
-  throw FatalError(complaint);
-}
-
-Stream Open(const vask_stream_options& options) {
+Stream Open(vask_stream_options options, int32_t mode, int32_t audio) {
+  options.mode = mode;
+  options.audio = audio;
   Stream stream(options);
-  if (!stream) ThrowNoStream(options);
+  if (!stream) throw std::bad_alloc();
   return stream;
 }
 
 // The recording as it came in, and what the detector makes of it.
 class Heard {
  public:
-  Heard(StreamOptions options, const Fineness& fineness, std::optional<Sound::Type> sound)
-      : stream_(Open(EventsOnly(options))), picture_(fineness, sound), traces_(fineness.trace_frames) {}
+  Heard(const AudioReader& reader, const vask_stream_options& options, const Fineness& fineness,
+        std::optional<Sound::Type> sound)
+      : reader_(reader),
+        stream_(Open(options, VASK_STREAM_UTTERANCES, VASK_STREAM_NO_AUDIO)),
+        picture_(fineness, sound),
+        traces_(fineness.trace_frames) {}
 
   void Add(std::span<const int16_t> samples) {
     picture_.Add(samples);
@@ -90,28 +72,23 @@ class Heard {
   const json& segments() const { return segments_; }
 
  private:
-  static StreamOptions EventsOnly(StreamOptions options) {
-    options.mode = VASK_STREAM_UTTERANCES;
-    options.audio = VASK_STREAM_NO_AUDIO;
-    return options;
-  }
-
   void TakeEvents() {
     while (const auto event = stream_.Next()) {
       if (event->kind == VASK_STREAM_STARTED) continue;
-      const bool rejected = event->kind == VASK_STREAM_REJECTED;
-      segments_.push_back({{"number", rejected ? json() : json(++utterances_)},
-                           {"start", Seconds(event->start)},
-                           {"end", Seconds(event->end)},
-                           {"span_start", Seconds(event->span_start)},
-                           {"span_end", Seconds(event->span_end)},
-                           {"voiced", event->voiced},
+      const Segment segment = SegmentOf(*event, reader_);
+      segments_.push_back({{"number", segment.rejected ? json() : json(++utterances_)},
+                           {"start", segment.start},
+                           {"end", segment.end},
+                           {"span_start", segment.span_start},
+                           {"span_end", segment.span_end},
+                           {"voiced", segment.voiced},
                            {"level", event->level_db},
-                           {"ended", rejected ? json() : json(ReasonOf(event->reason))},
-                           {"rejected", rejected ? json(ReasonOf(event->reason)) : json()}});
+                           {"ended", segment.rejected ? json() : json(segment.ended)},
+                           {"rejected", segment.rejected ? json(segment.reason) : json()}});
     }
   }
 
+  const AudioReader& reader_;  // its clock
   Stream stream_;
   Picture picture_;
   Traces traces_;
@@ -122,8 +99,10 @@ class Heard {
 // The recording without its noise, in step with the input.
 class Cleaned {
  public:
-  Cleaned(StreamOptions options, const Fineness& fineness, std::optional<Sound::Type> sound)
-      : stream_(Open(Continuous(options))), picture_(fineness, sound), samples_(kBlock) {}
+  Cleaned(const vask_stream_options& options, const Fineness& fineness, std::optional<Sound::Type> sound)
+      : stream_(Open(options, VASK_STREAM_CONTINUOUS, VASK_STREAM_CLEAN)),
+        picture_(fineness, sound),
+        samples_(kBlock) {}
 
   void Add(std::span<const int16_t> samples) {
     while (!samples.empty()) {
@@ -143,12 +122,6 @@ class Cleaned {
   void WriteTo(Page& page) const { picture_.WriteTo(page, "output"); }
 
  private:
-  static StreamOptions Continuous(StreamOptions options) {
-    options.mode = VASK_STREAM_CONTINUOUS;
-    options.audio = VASK_STREAM_CLEAN;
-    return options;
-  }
-
   void Take() {
     for (auto got = stream_.Read(samples_); !got.empty(); got = stream_.Read(samples_)) picture_.Add(got);
   }
@@ -160,22 +133,22 @@ class Cleaned {
 
 }  // namespace
 
-void Report(const std::string& input, const std::string& output, const ReportOptions& options) {
-  AudioReader reader(input);
-  Page page(output);
+void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
+  const vask_stream_options options = StreamOptionsOf(arguments.options, device, os);
+  AudioReader reader(arguments.input);
+  Page page(arguments.output);
   const int64_t expected = reader.ExpectedSamples();
   const bool exact = expected > 0 && expected <= kLongestExact;
   std::optional<Sound::Type> sound;
-  if (!options.no_audio) sound = exact ? Sound::Type::kWav : Sound::Type::kOpus;
+  if (!arguments.no_audio) sound = exact ? Sound::Type::kWav : Sound::Type::kOpus;
   const Fineness fineness = Fineness::For(expected);
-  Heard heard(options.detector, fineness, sound);
-  Cleaned cleaned(options.detector, fineness, sound);
+  Heard heard(reader, options, fineness, sound);
+  Cleaned cleaned(options, fineness, sound);
 
-  Progress progress(input, expected);
+  Progress progress(arguments.input, expected);
   std::vector<int16_t> block(kBlock);
   int64_t length = 0;
-  for (size_t n = kBlock; n == kBlock;) {
-    n = reader.Read(block);
+  for (size_t n = 0; (n = reader.Read(block)) > 0;) {
     const auto samples = std::span(block).first(n);
     auto other = std::async(std::launch::async, [&] { cleaned.Add(samples); });
     heard.Add(samples);
@@ -186,8 +159,9 @@ void Report(const std::string& input, const std::string& output, const ReportOpt
   heard.Finish();
   cleaned.Finish();
 
-  page.AddJson("report", {{"file", std::filesystem::path(input).filename().string()},
-                          {"title", options.title},
+  const std::string name = std::filesystem::path(arguments.input).filename().string();
+  page.AddJson("report", {{"file", arguments.input == "-" ? "standard input" : name},
+                          {"title", arguments.title},
                           {"seconds", Seconds(length)},
                           {"segments", heard.segments()},
                           {"sound", !sound ? json() : json(exact ? "audio/wav" : "audio/ogg; codecs=opus")},

@@ -2,20 +2,24 @@
 #ifndef TOOLS_VASK_REPORT_REPORT_H_
 #define TOOLS_VASK_REPORT_REPORT_H_
 
-#include <vask/stream.hpp>
-
+#include <cstdint>
 #include <string>
+
+#include "detect_options.h"
 
 namespace vask::command {
 
-struct ReportOptions {
-  StreamOptions detector;
+struct ReportArguments {
+  DetectOptions options;
+  std::string input, output;
   std::string title;  // empty: the file's name
   bool no_audio = false;
 };
 
-// Throws FileError, FatalError.
-void Report(const std::string& input, const std::string& output, const ReportOptions& options);
+CLI::App* AddReport(CLI::App& app, ReportArguments& arguments);
+
+// Throws UsageError, FileError, FatalError, Interruption.
+void Report(const ReportArguments& arguments, int32_t device, int32_t os);
 
 }  // namespace vask::command
 
