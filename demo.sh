@@ -23,7 +23,7 @@ rm -f out/room-denoised.wav
 
 say "Done: $(wc -l < out/utterances.txt) utterances found"
 cat << END
-   out/utterances.txt      file, number, start and end in seconds of each utterance
+   out/utterances.txt      file, number, start and end in seconds of each utterance, and more
    out/utterances/         each utterance as a recording of its own
    out/room-denoised.wav   the whole recording without the noise; compare it with samples/room.wav
 

@@ -7,11 +7,13 @@
 
 #include "errors.h"
 #include "format.h"
+#include "listing.h"
 #include "profile_file.h"
 
 namespace vask::command {
 namespace {
 
+constexpr double kLeastSegment = 1.5;  // s: the margins, and something between them
 constexpr int32_t kFramesASecond = kRateHz / kFrameSamples;
 constexpr int32_t kFramesAnHour = 3600 * kFramesASecond;
 
@@ -30,23 +32,15 @@ void ApplyProfile(const std::string& profile, int32_t os, vask_stream_options& s
   }
 }
 
-// The library's complaint, which begins with the name of a field, in the words of the command.
-std::string InOptions(std::string complaint) {
-  for (const auto& [field, option] :
-       {std::pair("hangover_frames", "--hangover"), {"max_samples", "--max-segment"}}) {
-    if (complaint.rfind(field, 0) == 0) return option + complaint.substr(std::string(field).size());
-  }
-  return "--profile: " + complaint;
-}
-
 }  // namespace
 
 void AddDetectOptions(CLI::App& command, DetectOptions& options) {
-  const auto seconds = [&](const char* name, std::optional<double>& value, double most, const char* help) {
-    command.add_option(name, value, help)->type_name("S")->check([name, most](const std::string& text) {
+  const auto seconds = [&](const char* name, std::optional<double>& value, double least, int most,
+                           const char* help) {
+    command.add_option(name, value, help)->type_name("S")->check([least, most](const std::string& text) {
       double number = -1;
-      const bool good = CLI::detail::lexical_cast(text, number) && number >= 0 && number <= most;
-      return good ? std::string() : text + " is not 0 to " + std::to_string(static_cast<int>(most)) + " s";
+      if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) return std::string();
+      return text + " is not " + (least > 0 ? Decimal(least, 1) : "0") + " to " + std::to_string(most) + " s";
     });
   };
   command.add_option("--preset", options.preset, "robust: for rooms with much noise")
@@ -57,11 +51,12 @@ void AddDetectOptions(CLI::App& command, DetectOptions& options) {
                   "The detector's values: general, a device's number, or a file with some of them")
       ->type_name("NAME|FILE")
       ->check([](const std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); });
-  seconds("--pad-start", options.pad_start, 1000, "Put out from so long before the start (up to 0.35)");
-  seconds("--pad-end", options.pad_end, 1000, "And until so long after the end (up to the hangover)");
-  seconds("--min-speech", options.min_speech, 3600, "Reject what is shorter from start to end");
-  seconds("--max-segment", options.max_segment, 36000, "Split what is longer where it is quietest");
-  seconds("--hangover", options.hangover, 30, "Silence that ends an utterance (1)");
+  seconds("--pad-start", options.pad_start, 0, 1000, "Put out from so long before the start (up to 0.35)");
+  seconds("--pad-end", options.pad_end, 0, 1000, "And until so long after the end (up to the hangover)");
+  seconds("--min-speech", options.min_speech, 0, 3600, "Reject what is shorter from start to end");
+  seconds("--max-segment", options.max_segment, kLeastSegment, 36000,
+          "Split what is longer where it is quietest");
+  seconds("--hangover", options.hangover, 0, 30, "Silence that ends an utterance (1)");
   command.add_option("--min-voiced", options.min_voiced, "Reject what has fewer voiced frames of 10 ms")
       ->type_name("FRAMES")
       ->check(CLI::Range(0, kFramesAnHour));
@@ -90,7 +85,8 @@ vask_stream_options StreamOptionsOf(const DetectOptions& options, int32_t device
   stream.min_voiced_frames = options.min_voiced.value_or(stream.min_voiced_frames);
   stream.max_tone_percent = options.max_tones.value_or(stream.max_tone_percent);
   stream.profile.vad_threshold = options.threshold.value_or(stream.profile.vad_threshold);
-  if (const char* complaint = stream.Complaint()) throw UsageError(InOptions(complaint));
+  // The other options have been looked at one by one.
+  if (const char* complaint = stream.Complaint()) throw UsageError(std::string("--profile: ") + complaint);
   return stream;
 }
 

@@ -1,0 +1,393 @@
+// vask detect: its options, live input, many recordings at a time, runs that are killed, and the terminal.
+#include <pty.h>
+
+#include <sys/ioctl.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "command/command.h"
+
+namespace vask::test {
+namespace {
+
+std::string Number(uint32_t value, int bytes) {
+  std::string text;
+  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i));
+  return text;
+}
+
+// A WAV header with a chunk that nobody knows in front of the samples.
+std::string Header(uint32_t tag, uint32_t channels, uint32_t rate, uint32_t bits, uint32_t data_bytes) {
+  const uint32_t frame = channels * bits / 8;
+  std::string fmt = Number(tag, 2) + Number(channels, 2) + Number(rate, 4) + Number(rate * frame, 4) +
+                    Number(frame, 2) + Number(bits, 2);
+  if (tag == 0xFFFE)
+    fmt += Number(22, 2) + Number(bits, 2) + Number(0, 4) + Number(1, 2) + std::string(14, 'x');
+  return std::string("RIFF") + Number(0, 4) + "WAVEjunk" + Number(3, 4) + "abc " + "fmt " +
+         Number(static_cast<uint32_t>(fmt.size()), 4) + fmt + "data" + Number(data_bytes, 4);
+}
+
+class DetectCommand : public Command {
+ protected:
+  void SetUp() override {
+    Command::SetUp();
+    std::signal(SIGPIPE, SIG_IGN);
+    room_ = Content(kRoom).substr(44);
+  }
+
+  Outcome Pipe(const std::string& bytes, std::vector<std::string> args = {"detect", "-"}) {
+    std::ofstream(*this / "in", std::ios::binary) << bytes;
+    return Run(std::move(args), [] { dup2(open("in", O_RDONLY), STDIN_FILENO); });
+  }
+
+  // Files of 5 s from all over the sample, two of them no audio.
+  std::vector<std::string> Many(int count) {
+    std::vector<std::string> names;
+    const Samples room = Load(kRoom);
+    for (int k = 0; k < count; ++k) {
+      names.push_back(std::string("f") + std::to_string(k) + ".wav");
+      const auto from = room.begin() + 6000 * (k % 40);
+      Save(*this / names.back(), Samples(from, from + 5 * kRateHz));
+    }
+    for (const size_t k : {size_t{3}, names.size() - 1}) std::ofstream(*this / names[k]) << "no sound";
+    return names;
+  }
+
+  static std::vector<std::string> With(std::vector<std::string> args, const std::vector<std::string>& more) {
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
+  }
+
+  std::string room_;  // the sample's bytes without the header
+};
+
+TEST_F(DetectCommand, PadsFromTheDetectedEdges) {
+  const std::vector<Utterance> plain = Detect(kRoom);
+  ASSERT_EQ(plain.size(), 5u);
+  for (const auto& [start, end] : {std::pair(0.1, 0.25), {0.0, 0.0}, {0.35, 1.0}}) {
+    const std::vector<Utterance> found =
+        Detect(kRoom, {"--pad-start", std::to_string(start), "--pad-end", std::to_string(end), "-o", "out"});
+    ASSERT_EQ(found.size(), 5u);
+    for (size_t k = 0; k < 5; ++k) {
+      EXPECT_EQ(found[k].start, plain[k].start);
+      EXPECT_EQ(found[k].end, plain[k].end);
+      EXPECT_NEAR(found[k].span_start, plain[k].start - start, 0.0005);
+      EXPECT_NEAR(found[k].span_end, plain[k].end + end, 0.0005);
+      const Samples samples = Load(*this / (std::string("out/room-00") + std::to_string(k + 1) + ".wav"));
+      EXPECT_EQ(std::lround((found[k].span_end - found[k].span_start) * kRateHz),
+                static_cast<long>(samples.size()));
+    }
+  }
+}
+
+TEST_F(DetectCommand, RejectsAndSplitsAsAsked) {
+  const std::vector<Utterance> plain = Detect(kRoom);
+  const auto longer = std::count_if(plain.begin(), plain.end(), [](auto& u) { return u.end - u.start >= 2; });
+  ASSERT_TRUE(longer > 0 && longer < 5);
+  EXPECT_EQ(Detect(kRoom, {"--min-speech", "2"}).size(), static_cast<size_t>(longer));
+  EXPECT_EQ(Detect(kRoom, {"--min-voiced", "1000"}).size(), 0u);
+  const std::string all = Run({"detect", kRoom, "--verbose", "--min-speech", "2"}).out;
+  EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 5);
+  EXPECT_NE(all.find("\t-\t12.970\t14.090\t"), std::string::npos) << all;
+  EXPECT_NE(all.find("\trejected too-short\n"), std::string::npos) << all;
+  EXPECT_NE(Run({"detect", kRoom, "--verbose", "--min-voiced", "1000"}).out.find("too-little-voice"),
+            std::string::npos);
+
+  const std::vector<Utterance> split = Detect(kRoom, {"--max-segment", "2.5"});
+  EXPECT_GT(split.size(), plain.size());
+  for (size_t k = 0; k < split.size(); ++k) {
+    EXPECT_LE(split[k].span_end - split[k].span_start, 2.5005);
+    const double next = split[k].ended == "split" ? split.at(k + 1).span_start : split[k].span_end;
+    EXPECT_EQ(split[k].span_end, next) << k;
+  }
+  const std::vector<Utterance> quick = Detect(kRoom, {"--hangover", "0.6"});
+  ASSERT_GE(quick.size(), 5u);
+  EXPECT_NEAR(quick[0].span_end, quick[0].end + 0.6, 0.0005);
+}
+
+TEST_F(DetectCommand, TakesProfilesFromTheirNamesAndFiles) {
+  const auto out = [&](const std::vector<std::string>& more) {
+    return Run(With({"detect", kRoom}, more)).out;
+  };
+  EXPECT_EQ(out({"--profile", "general"}), out({}));
+  EXPECT_EQ(out({"--profile", "32"}), out({"--device", "32"}));
+  const std::string lower = out({"--threshold", "25", "--hangover", "0.8"});
+  EXPECT_NE(lower, out({}));
+  std::ofstream(*this / "text") << "# mine\nvad_threshold = 25\n\nhangover_frames: 80 # 0.8 s\n";
+  std::ofstream(*this / "json") << "{\"hangover_frames\": 80, \"vad_threshold\": 25}";
+  EXPECT_EQ(out({"--profile", "text"}), lower);
+  EXPECT_EQ(out({"--profile", "json"}), lower);
+  EXPECT_EQ(out({"--profile", "json", "--threshold", "45", "--hangover", "1"}), out({}));
+
+  // The preset is what the library makes of it, and what is asked for counts more.
+  const std::vector<Utterance> robust = Detect(kRoom, {"--preset", "robust"});
+  ASSERT_EQ(robust.size(), 5u);
+  EXPECT_NEAR(robust[0].span_start, robust[0].start - 0.1, 0.0005);
+  EXPECT_EQ(out({"--preset", "robust", "--profile", "general", "--min-voiced", "0", "--min-speech", "0",
+                 "--max-tones", "100", "--pad-start", "0.35", "--pad-end", "1"}),
+            out({}));
+}
+
+TEST_F(DetectCommand, WritesRawAndFlacOfTheSameSpan) {
+  const std::vector<Utterance> found = Detect(kRoom, {"-o", "raw", "--audio", "raw", "--flac"});
+  ASSERT_EQ(Run({"detect", kRoom, "-o", "clean"}).exit_code, 0);
+  const Samples room = Load(kRoom);
+  for (size_t k = 0; k < found.size(); ++k) {
+    const std::string name = std::string("room-00") + std::to_string(k + 1);
+    const Samples raw = Load(*this / ("raw/" + name + ".flac"));
+    const auto first = room.begin() + std::lround(found[k].span_start * kRateHz);
+    EXPECT_TRUE(std::equal(raw.begin(), raw.end(), first)) << name;
+    const Samples clean = Load(*this / ("clean/" + name + ".wav"));
+    EXPECT_EQ(clean.size(), raw.size());
+    EXPECT_NE(clean, raw);
+  }
+  EXPECT_EQ(Content(*this / "raw/room-001.flac").substr(0, 4), "fLaC");
+}
+
+TEST_F(DetectCommand, SaysWhatDoesNotGoTogether) {
+  std::ofstream(*this / "unknown") << "hangover_frames 80\nhangover 3\n";
+  std::ofstream(*this / "half") << "hangover_frames\n";
+  std::ofstream(*this / "text.json") << "{\"yin_min\": 0.5}";
+  std::ofstream(*this / "deep") << "{\"sample_shift\": 40}";
+  struct Case {
+    std::vector<std::string> args;
+    int exit_code;
+    std::string error;
+  };
+  for (const Case& c :
+       std::vector<Case>{{{"--pad-start", "-1"}, 2, "--pad-start: -1 is not 0 to"},
+                         {{"--pad-end", "nan"}, 2, "--pad-end: nan is not 0 to"},
+                         {{"--hangover", "31"}, 2, "--hangover: 31 is not 0 to 30 s"},
+                         {{"--max-tones", "101"}, 2, "--max-tones"},
+                         {{"--max-segment", "1.4"}, 2, "--max-segment: 1.4 is not 1.5 to 36000 s"},
+                         {{"--preset", "loud"}, 2, "--preset"},
+                         {{"--format", "xml"}, 2, "--format"},
+                         {{"--resume"}, 2, "--output"},
+                         {{"--flac"}, 2, "--output"},
+                         {{"--jobs", "0"}, 2, "--jobs"},
+                         {{"-", "-"}, 2, "standard input (-) can be read once only"},
+                         {{"-", "--files-from", "-"}, 2, "once only"},
+                         {{kRoom, "-f", "webvtt"}, 2, "webvtt holds one recording"},
+                         {{"--profile", "none"}, 1, "none: no such file"},
+                         {{"--profile", "unknown"}, 1, "unknown: line 2: there is no value \"hangover\""},
+                         {{"--profile", "half"}, 1, "half: line 1: is no name and number"},
+                         {{"--profile", "text.json"}, 1, "yin_min is no whole number"},
+                         {{"--profile", "deep"}, 2, "--profile: sample_shift is not 0 to 15"},
+                         {{"--files-from", "none"}, 1, "none: no such file"}}) {
+    const Outcome outcome = Run(With({"detect", kRoom}, c.args));
+    EXPECT_EQ(outcome.exit_code, c.exit_code) << c.error;
+    EXPECT_EQ(outcome.out, "") << c.error;
+    EXPECT_NE(outcome.err.find(c.error), std::string::npos) << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  }
+}
+
+TEST_F(DetectCommand, HearsStandardInputInEveryForm) {
+  std::string wanted = Run({"detect", kRoom}).out;
+  for (size_t at = 0; (at = wanted.find(kRoom)) != std::string::npos;) wanted.replace(at, kRoom.size(), "-");
+  std::string three, four, floats, stereo;  // the same samples
+  for (size_t i = 0; i < room_.size(); i += 2) {
+    const std::string sample = room_.substr(i, 2);
+    int16_t value = 0;
+    std::memcpy(&value, sample.data(), 2);
+    const float scaled = static_cast<float>(value) / 32768;
+    three += std::string(1, '\0') + sample;
+    four += std::string(2, '\0') + sample;
+    floats.append(reinterpret_cast<const char*>(&scaled), 4);
+    stereo += sample + sample;
+  }
+  const auto bytes = static_cast<uint32_t>(room_.size());
+  for (const std::string& input :
+       {room_, Header(1, 1, 16000, 16, bytes) + room_ + "LIST....", Header(1, 1, 16000, 16, 0) + room_,
+        Header(1, 1, 16000, 16, 0xFFFFFFFF) + room_, Header(1, 1, 16000, 24, 0) + three,
+        Header(0xFFFE, 1, 16000, 32, 0x7FFFFFFF) + four, Header(3, 1, 16000, 32, 0) + floats,
+        Header(1, 2, 16000, 16, 0) + stereo}) {
+    const Outcome outcome = Pipe(input);
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, wanted) << input.substr(0, 60);
+  }
+  Samples slow = AtRate(Load(kRoom), 8000);
+  const std::string slow_bytes(reinterpret_cast<const char*>(slow.data()), 2 * slow.size());
+  const std::string heard = Pipe(Header(1, 1, 8000, 16, 0) + slow_bytes).out;
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), '\n'), 5) << heard;
+
+  for (const auto& [input, error] : {std::pair<std::string, std::string>{"", "holds no samples"},
+                                     {Header(1, 1, 16000, 16, 0), "holds no samples"},
+                                     {Header(1, 1, 16000, 16, 0).substr(0, 50), "ends within the WAV header"},
+                                     {Header(7, 1, 16000, 8, 0), "WAV of format 7 with 8 bits"},
+                                     {Header(1, 0, 16000, 16, 0), "header is damaged"},
+                                     {"RIFF1234AVI ", "is RIFF, but no WAV"},
+                                     {"fLaC....", "neither WAV nor raw samples"}}) {
+    const Outcome outcome = Pipe(input);
+    EXPECT_EQ(outcome.exit_code, 1) << error;
+    EXPECT_NE(outcome.err.find("vask: standard input: "), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find(error), std::string::npos) << outcome.err;
+  }
+}
+
+TEST_F(DetectCommand, ListsAnUtteranceAsSoonAsItEnds) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const pid_t child = Start({"detect", "-", "-o", "."}, [&] {
+    dup2(ends[0], STDIN_FILENO);
+    close(ends[1]);
+  });
+  close(ends[0]);
+  // To where the first sentence has ended: 3.48 s, a second of hangover, what the detector lies behind.
+  const size_t sent = 160 * 2 * 455, second = 160 * 2 * 620;
+  ASSERT_EQ(write(ends[1], room_.data(), sent), static_cast<ssize_t>(sent));
+  const auto heard = [&] { return Content(dir_.string() + ".out"); };
+  for (int k = 0; k < 5000 && heard().empty(); ++k) usleep(1000);
+  EXPECT_EQ(heard(), "-\t1\t1.020\t3.480\t0.670\t4.480\t0.49\tsilence\n");
+  EXPECT_EQ(Files(), std::vector<std::string>{"stdin-001.wav"});
+  // Ctrl-C in the middle of the second one: it is decided and listed.
+  ASSERT_EQ(write(ends[1], room_.data() + sent, second - sent), static_cast<ssize_t>(second - sent));
+  for (int left = 1; left > 0; usleep(1000)) ioctl(ends[1], FIONREAD, &left);
+  usleep(50000);
+  kill(child, SIGINT);
+  const Outcome outcome = Finish(child);
+  close(ends[1]);
+  EXPECT_EQ(outcome.exit_code, -SIGINT);
+  EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 2) << outcome.out;
+  EXPECT_NE(outcome.out.find("\tinput-end\n"), std::string::npos) << outcome.out;
+  EXPECT_EQ(Files().size(), 2u);
+}
+
+TEST_F(DetectCommand, GivesTheSameForAnyNumberOfJobs) {
+  const std::vector<std::string> files = Many(60);
+  std::string list;
+  for (const std::string& file : files) list += file + "\n";
+  for (const char* format : {"text", "jsonl"}) {
+    const Outcome one = Run(With({"detect", "-f", format, "-j1"}, files));
+    EXPECT_EQ(one.exit_code, 1);
+    EXPECT_EQ(std::count(one.err.begin(), one.err.end(), '\n'), 2) << one.err;
+    EXPECT_GT(std::count(one.out.begin(), one.out.end(), '\n'), 50);
+    for (const char* jobs : {"2", "7"}) {
+      const Outcome more = Run(With({"detect", "-f", format, "--jobs", jobs}, files));
+      EXPECT_EQ(more.out, one.out) << jobs;
+      EXPECT_EQ(more.err, one.err) << jobs;
+    }
+    EXPECT_EQ(Pipe(list, {"detect", "-f", format, "--files-from", "-"}).out, one.out);
+    std::replace(list.begin(), list.end(), '\n', '\0');
+    EXPECT_EQ(Pipe(list, {"detect", "-f", format, "-0", "--files-from", "in"}).out, one.out);
+    std::replace(list.begin(), list.end(), '\0', '\n');
+  }
+  const std::string json = Run({"detect", "-f", "jsonl", "a\xFF\"b"}).out;
+  EXPECT_EQ(json, "{\"file\":\"a\xEF\xBF\xBD\\\"b\",\"error\":\"no such file: check the name\"}\n");
+}
+
+TEST_F(DetectCommand, GoesOnAfterAKilledRun) {
+  const std::vector<std::string> files = Many(40);
+  ASSERT_EQ(Run(With({"detect", "-o", "whole"}, files)).exit_code, 1);
+  const std::string wanted = Run(With({"detect"}, files)).out;
+  const auto run = With({"detect", "-o", "killed", "--resume", "-j2"}, files);
+  for (const size_t enough : {2, 9, 20}) {  // files written
+    const pid_t child = Start(run);
+    while (waitpid(child, nullptr, WNOHANG) == 0) {
+      std::error_code ignored;
+      const auto written = std::distance(fs::directory_iterator(*this / "killed", ignored), {});
+      if (written > static_cast<long>(enough)) kill(child, SIGKILL);
+    }
+  }
+  const std::string half = Content(*this / "killed/.vask-detect.jsonl");
+  EXPECT_GT(half.size(), 0u);
+  std::ofstream(*this / "killed/.vask-detect.jsonl", std::ios::app) << "{\"input\":[\"cut sho";
+  std::ofstream(*this / "killed/.vask-abcdef") << "left by a run that was killed";
+  EXPECT_EQ(Run(run).out, wanted);
+  const std::string journal = Content(*this / "killed/.vask-detect.jsonl");
+  EXPECT_EQ(journal.compare(0, half.size(), half), 0);
+  EXPECT_EQ(Run(run).out, wanted);  // and again, from the journal alone
+  EXPECT_EQ(Content(*this / "killed/.vask-detect.jsonl"), journal);
+  EXPECT_FALSE(fs::exists(*this / "killed/.vask-abcdef"));
+  for (const auto& entry : fs::directory_iterator(*this / "whole")) {
+    if (entry.path().extension() != ".wav") continue;
+    EXPECT_EQ(Content(entry.path()), Content(*this / ("killed/" + entry.path().filename().string())));
+  }
+  // What is no longer what it was is done again: an input, an output, an option.
+  const auto lines = [&] {
+    const std::string text = Content(*this / "killed/.vask-detect.jsonl");
+    return std::count(text.begin(), text.end(), '\n');
+  };
+  const auto before = lines();
+  fs::last_write_time(*this / files[5], fs::file_time_type::clock::now() + std::chrono::seconds(5));
+  fs::remove(*this / "killed/f0-001.wav");
+  EXPECT_EQ(Run(run).out, wanted);
+  EXPECT_EQ(lines(), before + 2);
+  EXPECT_TRUE(fs::exists(*this / "killed/f0-001.wav"));
+  EXPECT_NE(Run(With(run, {"--pad-end", "0.1"})).out, wanted);
+  EXPECT_EQ(lines(), before + 2 + 38);
+}
+
+TEST_F(DetectCommand, LeavesTheFilesOfARunThatGoesOnAlone) {
+  ASSERT_EQ(mkfifo((*this / "pipe").c_str(), 0600), 0);
+  fs::create_directory(*this / "out");
+  const pid_t child = Start({"detect", "pipe", "-o", "out"});
+  {
+    const std::string bytes = Content(kRoom);
+    std::ofstream pipe(*this / "pipe", std::ios::binary);
+    pipe.write(bytes.data(), 100000).flush();  // the first utterance is open
+    while (Files().empty() && waitpid(child, nullptr, WNOHANG) == 0) usleep(1000);
+    const std::string dir = dir_.string();
+    EXPECT_EQ(std::system((std::string(VASK_COMMAND) + " detect '" + kRoom + "' -o '" + dir + "/out' > '" +
+                           dir + "/log'")
+                              .c_str()),
+              0);
+    pipe.write(bytes.data() + 100000, static_cast<std::streamsize>(bytes.size()) - 100000);
+  }
+  EXPECT_EQ(Finish(child).exit_code, 0);
+  EXPECT_EQ(Content(*this / "out/pipe-001.wav"), Content(*this / "out/room-001.wav"));
+}
+
+TEST_F(DetectCommand, WritesAListingOfEachRecordingBesideTheUtterances) {
+  fs::copy(kRoom, *this / "b.wav");
+  EXPECT_EQ(Run({"detect", kRoom, "b.wav", "missing.wav", "-f", "labels", "-o", "out"}).out, "");
+  const std::string labels = Content(*this / "out/room.txt");
+  EXPECT_EQ(std::count(labels.begin(), labels.end(), '\n'), 5);
+  EXPECT_EQ(Content(*this / "out/b.txt"), labels);
+  EXPECT_EQ(Run({"detect", kRoom, "-f", "labels"}).out, labels);
+  EXPECT_FALSE(fs::exists(*this / "out/missing.txt"));
+}
+
+TEST_F(DetectCommand, ShowsItsLineOnATerminalOnly) {
+  const Samples room = Load(kRoom);
+  Samples all;
+  for (int k = 0; k < 8; ++k) all.insert(all.end(), room.begin(), room.end());
+  Save(*this / "long.wav", all);
+  const std::string wanted = Run({"detect", "long.wav"}).out;
+  const auto on_terminal = [&](std::vector<std::string> args) {
+    int terminal = -1, process_side = -1;
+    EXPECT_EQ(openpty(&terminal, &process_side, nullptr, nullptr, nullptr), 0);
+    std::string shown;
+    std::thread reader([&] {
+      char text[512];
+      for (ssize_t n; (n = read(terminal, text, sizeof text)) > 0;)
+        shown.append(text, static_cast<size_t>(n));
+    });
+    const pid_t child = Start(std::move(args), [&] { dup2(process_side, STDERR_FILENO); });
+    close(process_side);
+    EXPECT_EQ(Finish(child).out, wanted);
+    reader.join();
+    close(terminal);
+    return shown;
+  };
+  EXPECT_NE(on_terminal({"detect", "long.wav"}).find(" %  long.wav"), std::string::npos);
+  const std::string meter = on_terminal({"detect", "--meter", "long.wav"});
+  EXPECT_NE(meter.find(" dB  [#"), std::string::npos) << meter;
+  EXPECT_EQ(meter.substr(meter.size() - 4), "\r\033[K");  // gone at the end
+  EXPECT_EQ(Run({"detect", "--meter", kRoom}).err,
+            "vask: --meter: standard error is no terminal: nothing is shown\n");
+}
+
+TEST_F(DetectCommand, NeedsNoMoreMemoryForALongFileNorForManyFiles) {
+  const std::vector<std::string> few = Many(20);
+  std::vector<std::string> many;
+  for (int k = 0; k < 20; ++k) many = With(many, few);
+  const long usual = Run(With({"detect", "-j2", "-o", "a"}, few)).peak_kib;
+  EXPECT_LT(Run(With({"detect", "-j2", "-o", "b"}, many)).peak_kib, usual + 2000);
+}
+
+}  // namespace
+}  // namespace vask::test
