@@ -6,6 +6,7 @@ import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {after, before} from 'node:test';
 import {pathToFileURL} from 'node:url';
+import {inflateSync} from 'node:zlib';
 
 import {chromium} from 'playwright-core';
 
@@ -50,6 +51,10 @@ export async function open(file, options = {}) {
 
 // What the command wrote into the page.
 export const dataOf = (page) => page.evaluate(() => JSON.parse(document.getElementById('data-report').textContent));
+
+export async function valuesOf(page, name) {
+  return inflateSync(Buffer.from(await page.textContent(`#data-${name}`), 'base64'));
+}
 
 // The drawn regions as times, by their places on the screen.
 export const regionsOf = (page, seconds) => page.evaluate((length) => {

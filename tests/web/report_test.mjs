@@ -5,7 +5,7 @@ import {copyFileSync, readdirSync} from 'node:fs';
 import {join} from 'node:path';
 import test from 'node:test';
 
-import {dataOf, folder, open, regionsOf, report, vask, waitFor} from './browser.mjs';
+import {dataOf, folder, open, regionsOf, report, valuesOf, vask, waitFor} from './browser.mjs';
 import {kRate, loadWav, saveWav, wavSamples} from './wav.mjs';
 
 const kRoom = join(process.env.VASK_SAMPLES_DIR, 'room.wav');
@@ -91,6 +91,11 @@ test('shows levels and frequencies in their places, and why a segment was reject
   });
   near(rows.kilohertz, 2, 0.07, 'frequency');
   assert.ok(rows.on > 2 * rows.off, JSON.stringify(rows));
+  // The frame in which the tone begins, in what is measured at once and in what comes later.
+  for (const name of ['trace-level', 'trace-energy']) {
+    const values = await valuesOf(page, name);
+    near(values.findIndex((value, t) => t > 100 && value > values[t - 10] + 40), 200, 1, name);
+  }
   const rejected = (await regionsOf(page, seconds)).filter(({kind}) => kind === 'rejected');
   assert.equal(rejected.length, 1);
   assert.equal(rejected[0].label, 'too short');

@@ -36,6 +36,12 @@ function showFacts(report) {
   ].join('  \u00b7  ');
 }
 
+function showWhatThereIs(segments) {
+  $('none').hidden = segments.length > 0;
+  $('list').hidden = segments.length === 0;
+  $('rejected-toggle').hidden = segments.every((segment) => segment.rejected === null);
+}
+
 function makeTracks(report) {
   const {values} = report;
   const step = report.trace_step;
@@ -77,6 +83,7 @@ function valuesAt(report, tracks, time) {
 async function main() {
   const report = await readReport();
   showFacts(report);
+  showWhatThereIs(report.segments);
   const theme = new Theme($('theme'));
   const surfer = await drawWaveform($('waveform'), report);
   const view = new View(surfer, report.seconds);
