@@ -21,6 +21,11 @@ file(GLOB manual_pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/man/*.1")
 if(TARGET vask AND manual_pages)
   install(FILES ${manual_pages} DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 endif()
+if(TARGET vask)
+  install(FILES "${PROJECT_SOURCE_DIR}/completions/vask.bash"
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME vask)
+  install(FILES "${PROJECT_SOURCE_DIR}/completions/_vask" DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+endif()
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Vask")
 install(

@@ -8,7 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(g++ make cmake ninja-build pkg-config
-  libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev # the command
+  libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev zlib1g-dev # the command
   default-jdk-headless                     # the Java class
   libgtest-dev                             # the tests
   junit4 proguard-cli python3 python3-numpy # those of the Java class, the codec and the cepstra
@@ -16,6 +16,7 @@ packages=(g++ make cmake ninja-build pkg-config
 if [ "${1:-}" != --build ]; then
   packages+=(praat sctk sox locales # the formats of vask detect, by their own readers
     mandoc man-db groff-base zsh)                    # the manual and the completions
+  packages+=(chromium fonts-dejavu-core) # the report
   # The user's own Node may come from elsewhere.
   command -v node > /dev/null || packages+=(nodejs)
   command -v npm > /dev/null || packages+=(npm)
@@ -33,11 +34,14 @@ fi
 
 # The packages of npm, where their list has changed since the last time.
 node_packages() {
-  local installed=tests/web/node_modules/.installed.json
-  cmp -s tests/web/package-lock.json "$installed" && return
-  echo "Installing with npm: tests/web"
-  npm --prefix tests/web ci --silent
-  cp tests/web/package-lock.json "$installed"
+  local folder installed
+  for folder in tests/web viewer; do
+    installed=$folder/node_modules/.installed.json
+    cmp -s $folder/package-lock.json "$installed" && continue
+    echo "Installing with npm: $folder"
+    npm --prefix $folder ci --silent --ignore-scripts
+    cp $folder/package-lock.json "$installed"
+  done
 }
 
 missing=()

@@ -19,6 +19,7 @@ inline constexpr const char* kFooter =
     "  vask env call.wav                            judge where it was recorded\n"
     "  vask mfcc call.wav -o call.npy               compute its cepstra\n"
     "  vask packets call.wav -o call.packets        pack its utterances as ADPCM\n"
+    "  vask report call.wav -o call.html            draw what was found, as a page\n"
     "  vask --device 48 detect meeting.wav          with the settings of another device\n"
     "Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.";
 
@@ -31,6 +32,9 @@ inline constexpr const char* kDetectFooter =
     "input-end or split. With --verbose also what was rejected, NUMBER being - and ENDED the reason: "
     "too-short,\n"
     "too-little-voice or tones.\n"
+    "labels, webvtt, textgrid, rttm and kaldi show one interval each: START to END, or with --pad-start,\n"
+    "--pad-end or a preset that edge of the span; none begins before the end of the one before.\n"
+    "rttm and kaldi name a recording NAME, with _ for white space; kaldi sorts by bytes when all is done.\n"
     "With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending, "
     "and\n"
     "a form that holds one recording (labels, webvtt, textgrid) to DIR/NAME.EXT. Each is there whole or not\n"
@@ -94,6 +98,13 @@ inline constexpr const char* kMfccFooter =
     "Examples:\n"
     "  vask mfcc call.wav -o call.npy\n"
     "  vask tables kb && vask mfcc call.wav --deltas --kb kb -o call.npy";
+
+inline constexpr const char* kReportFooter =
+    "OUT is one page that needs no network: waveform and spectrogram before and after the noise reduction,\n"
+    "the utterances and what was rejected, what the detector measured, and the sound of it all, as WAV up to\n"
+    "4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). It appears only when it is complete.\n"
+    "Example:\n"
+    "  vask report meeting.wav -o meeting.html && xdg-open meeting.html";
 
 inline constexpr const char* kTablesFooter =
     "Writes DIR/Vask.db/ with the nine table files, DIR/config.Vask and an empty DIR/LOG/. Where\n"

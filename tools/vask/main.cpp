@@ -22,6 +22,7 @@
 #include "knowledge_base.h"
 #include "mfcc.h"
 #include "packets.h"
+#include "report/report.h"
 #include "signals.h"
 #include "version.h"
 
@@ -61,6 +62,7 @@ struct Arguments {
   PacketOptions packets;
   std::string folder;  // of tables
   MfccOptions mfcc;
+  ReportArguments report;
   bool json = false;
 };
 
@@ -120,6 +122,12 @@ int RunEnv(const Arguments& arguments) {
 
 int RunMfcc(const Arguments& arguments) {
   Mfcc(arguments.input, arguments.output, arguments.mfcc);
+  return EXIT_SUCCESS;
+}
+
+int RunReport(const Arguments& arguments) {
+  CheckConfig(arguments.engine);
+  Report(arguments.report, arguments.engine.device, arguments.engine.os);
   return EXIT_SUCCESS;
 }
 
@@ -200,6 +208,8 @@ int Run(int argc, char** argv) {
       ->type_name("DIR")
       ->check(CheckKnowledgeBase);
 
+  CLI::App* report = AddReport(app, arguments.report);
+
   CLI::App* tables = app.add_subcommand("tables", "Write a knowledge base: the built-in tables as files");
   tables->footer(kTablesFooter);
   tables->add_option("DIR", arguments.folder, "Folder, made if missing")
@@ -218,6 +228,7 @@ int Run(int argc, char** argv) {
   if (packets->parsed()) return RunPackets(arguments);
   if (unpack->parsed()) return RunUnpack(arguments);
   if (env->parsed()) return RunEnv(arguments);
+  if (report->parsed()) return RunReport(arguments);
   if (tables->parsed()) return RunTables(arguments);
   if (mfcc->parsed()) return RunMfcc(arguments);
   if (detect->parsed()) return RunDetect(arguments);

@@ -1,0 +1,61 @@
+# Completion of vask for bash.
+
+# How a detector listens.
+_vask_listening="--preset --profile --pad-start --pad-end --min-speech --max-segment --hangover --min-voiced --max-tones
+  --threshold"
+# The subcommands and, for each, its options.
+declare -gA _vask_options=(
+  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --jobs --meter $_vask_listening"
+  [report]="--output --title --no-audio $_vask_listening"
+  [denoise]="--output"
+  [packets]="--output --size --bare"
+  [unpack]="--output"
+  [env]="--json"
+  [mfcc]="--output --deltas --log-energies --csv --kb"
+  [tables]=""
+)
+
+_vask() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} subcommand="" i
+  # "--format=csv" comes as three words.
+  if [[ $word == "=" ]]; then
+    word=""
+  elif [[ $before == "=" ]]; then
+    before=${COMP_WORDS[COMP_CWORD - 2]}
+  fi
+  for ((i = 1; i < COMP_CWORD; ++i)); do
+    [[ ${COMP_WORDS[i]} && ${_vask_options[${COMP_WORDS[i]}]+known} ]] && subcommand=${COMP_WORDS[i]} && break
+  done
+
+  local words="" kind=""
+  case $before in
+    --format | -f) words="text jsonl csv labels webvtt textgrid rttm kaldi" ;;
+    --audio) words="clean raw" ;;
+    --preset) words="robust" ;;
+    --profile) words="general" kind=file ;;
+    --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
+    --config | --kb) kind=directory ;;
+    --files-from) kind=file ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold) return ;;
+    *)
+      if [[ $word == -* ]]; then
+        words="--help --device --os --config ${_vask_options[${subcommand:-tables}]}"
+        [[ $subcommand ]] || words+=" --version"
+      elif [[ ! $subcommand ]]; then
+        words="${!_vask_options[*]}"
+      elif [[ $subcommand == tables ]]; then
+        kind=directory
+      else
+        kind=file
+      fi
+      ;;
+  esac
+
+  local names=()
+  [[ $words ]] && mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word") || COMPREPLY=()
+  [[ $kind ]] && compopt -o filenames 2> /dev/null
+  [[ $kind == file ]] && mapfile -t names < <(compgen -f -- "$word")
+  [[ $kind == directory ]] && mapfile -t names < <(compgen -d -- "$word")
+  COMPREPLY+=("${names[@]}")
+}
+complete -F _vask vask

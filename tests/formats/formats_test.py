@@ -1,0 +1,290 @@
+#!/usr/bin/env python3
+"""Each form of `vask detect -f`, and the audio of -o, read by its own reader and compared with jsonl.
+
+    formats_test.py VASK ROOM.wav WEB_DIR [test...]
+"""
+import csv
+import functools
+import io
+import json
+import os
+import re
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+import wave
+
+VASK, ROOM, WEB = (os.path.abspath(path) for path in sys.argv[1:4])
+HERE = os.path.dirname(os.path.abspath(__file__))
+RTTM_VALIDATOR = '/usr/lib/sctk/bin/rttmValidator.pl'
+MD_EVAL = '/usr/lib/sctk/bin/md-eval.pl'
+FORMATS = ['text', 'jsonl', 'csv', 'labels', 'webvtt', 'textgrid', 'rttm', 'kaldi']
+OF_ONE = {'labels': '.txt', 'webvtt': '.vtt', 'textgrid': '.TextGrid'}
+# Options, and whether they pad the start and the end.
+CASES = {
+    'plain': ([], False, False),
+    'split': (['--max-segment', '1.5'], False, False),
+    'rejecting': (['--min-speech', '1.6', '--verbose'], False, False),
+    'padded': (['--pad-start', '0.2', '--pad-end', '0.3'], True, True),
+    'padded end': (['--pad-end', '0.9'], False, True),
+    'robust': (['--preset', 'robust'], True, True),
+}
+
+
+def run(*command, status=0, **options):
+    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
+    if status is not None and done.returncode != status:
+        raise AssertionError(f'{command}: status {done.returncode}\n{done.stdout}\n{done.stderr}')
+    return done.stdout
+
+
+def detect(form, inputs, *options, **more):
+    return run(VASK, 'detect', '-f', form, *options, '--', *inputs, **more)
+
+
+@functools.cache
+def reference(inputs, *options):
+    """What jsonl says, a list a file, by name as jsonl has it."""
+    found = {}
+    for line in detect('jsonl', inputs, *options).decode().splitlines():
+        segment = json.loads(line)
+        found.setdefault(segment['file'], []).append(segment)
+    return found
+
+
+def intervals(segments, case, rejected=False):
+    """The intervals in whole milliseconds that the forms of intervals show, with their text."""
+    _, pad_start, pad_end = CASES[case]
+    shown, before = [], 0
+    for s in segments:
+        if s['rejected'] and not rejected:
+            continue
+        start = s['span_start'] if pad_start and not s['rejected'] else s['start']
+        end = s['span_end'] if pad_end and not s['rejected'] else s['end']
+        start, end = max(ms(start), before), ms(end)
+        shown.append((start, end, f"rejected {s['rejected']}" if s['rejected'] else str(s['number'])))
+        before = end
+    return shown
+
+
+def ms(seconds):
+    return int(float(seconds) * 1000 + 0.5)
+
+
+def text_of(name):
+    return name.decode('utf-8', 'replace')
+
+
+def token(name):
+    return re.sub(r'\s', '_', os.path.splitext(os.path.basename(text_of(name)))[0])
+
+
+class Formats(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        for tool, package in (('praat', 'praat'), ('node', 'nodejs'), ('sox', 'sox'), ('perl', 'perl'),
+                              (RTTM_VALIDATOR, 'sctk'), ('localedef', 'locales')):
+            if not shutil.which(tool):
+                raise AssertionError(f'{tool} is missing: scripts/install-deps.sh installs it (package {package})')
+        if not os.path.isdir(os.path.join(WEB, 'node_modules', 'webvtt-parser')):
+            raise AssertionError('webvtt-parser is missing: scripts/install-deps.sh installs it with npm')
+        cls.folder = tempfile.TemporaryDirectory()
+        os.chdir(cls.folder.name)
+        os.environ['HOME'] = cls.folder.name  # Praat writes its settings there
+        with wave.open(ROOM) as room:
+            frames = room.readframes(room.getnframes())
+        cls.inputs = []
+        # Names that break lines, columns, quotes and encodings; each from another place in the recording on.
+        for k, name in enumerate((b'room.wav', b'a b.wav', b'q"u\'o,te.wav', b'tab\tline\nend.wav', b'caf\xc3\xa9.wav',
+                                  b'caf\xe9 \xff.wav', b'-o.wav', b'wide\xe3\x80\x80space.wav', b'x.y.wav')):
+            with open(name, 'wb') as file, wave.open(file) as copy:
+                copy.setparams((1, 2, 16000, 0, 'NONE', ''))
+                copy.writeframes(frames[32000 * k:])
+            cls.inputs.append(name)
+        run('sox', ROOM, '-r', '44100', '-c', '2', 'other rate.flac')
+        run('sox', '-n', '-r', '16000', '-b', '16', 'silence.wav', 'trim', '0', '3.14159')
+        cls.inputs = (*cls.inputs, b'other rate.flac', b'silence.wav')
+
+    @classmethod
+    def tearDownClass(cls):
+        os.chdir('/')
+        cls.folder.cleanup()
+
+    def each_case(self):
+        for case, (options, _, _) in CASES.items():
+            with self.subTest(case):
+                found = reference(self.inputs, *options)
+                self.assertGreaterEqual(sum(map(len, found.values())), 20)
+                yield case, options, found
+
+    def each_file(self, form, read):
+        """Each recording's listing, as read(paths) gives it: case, name, segments, what was read."""
+        for case, options, found in self.each_case():
+            shutil.rmtree('listings', ignore_errors=True)
+            detect(form, self.inputs, '-o', 'listings', *options)
+            paths = []
+            for k, name in enumerate(self.inputs):  # not all readers take all names
+                paths.append(f'listings/{k}')
+                os.rename(b'listings/' + os.path.splitext(name)[0] + OF_ONE[form].encode(), paths[-1])
+            with open(paths[0], 'rb') as file:
+                self.assertEqual(detect(form, self.inputs[:1], *options), file.read())
+            for name, listing in zip(self.inputs, read(paths), strict=True):
+                yield case, name, found.get(text_of(name), []), listing
+
+    def test_the_cases_show_what_they_are_for(self):
+        for case, _, found in self.each_case():
+            segments = [s for one in found.values() for s in one]
+            self.assertEqual(any(s['ended'] == 'split' for s in segments), case == 'split')
+            self.assertEqual(any(s['rejected'] for s in segments), case == 'rejecting')
+
+    def test_csv(self):
+        for _, options, found in self.each_case():
+            listing = detect('csv', self.inputs, *options).decode('utf-8', 'surrogateescape')
+            rows = list(csv.DictReader(io.StringIO(listing, newline=''), strict=True))
+            segments = [(name, s) for name in self.inputs for s in found.get(text_of(name), [])]
+            self.assertEqual(len(rows), len(segments))
+            for row, (name, s) in zip(rows, segments):
+                self.assertEqual(row['file'].encode('utf-8', 'surrogateescape'), name)
+                for key in ('start', 'end', 'span_start', 'span_end', 'voiced'):
+                    self.assertEqual(float(row[key]), s[key], (name, key))
+                self.assertEqual([int(row['first']), int(row['last'])], s['samples'])
+                for key in ('number', 'ended', 'rejected'):
+                    self.assertEqual(row[key], '' if s[key] is None else str(s[key]))
+
+    def test_text(self):
+        for _, options, found in self.each_case():
+            lines = [line.split('\t') for line in detect('text', self.inputs, *options).decode('latin-1').splitlines()]
+            segments = [s for name in self.inputs for s in found.get(text_of(name), [])]
+            for line, s in zip(lines, segments, strict=True):
+                self.assertEqual(line[1], '-' if s['rejected'] else str(s['number']))
+                for text, key in zip(line[2:6], ('start', 'end', 'span_start', 'span_end')):
+                    self.assertEqual(ms(text), ms(s[key]))
+
+    def test_labels(self):
+        def read(paths):
+            for path in paths:
+                with open(path) as file:
+                    yield file.read()
+        for case, name, segments, listing in self.each_file('labels', read):
+            lines = re.findall(r'(\d+\.\d+)\t(\d+\.\d+)\t([^\t\n]+)\n', listing)
+            self.assertEqual(''.join('\t'.join(line) + '\n' for line in lines), listing)
+            self.assertEqual([(ms(a), ms(b), text) for a, b, text in lines], intervals(segments, case, True), name)
+
+    def test_webvtt(self):
+        def read(paths):
+            return json.loads(run('node', WEB + '/read_webvtt.mjs', *paths))
+        for case, name, segments, file in self.each_file('webvtt', read):
+            self.assertEqual(file['errors'], [], name)
+            cues = [(ms(start), ms(end), number) for number, start, end in file['cues']]
+            self.assertEqual(cues, intervals(segments, case), name)
+
+    def test_textgrid(self):
+        def read(paths):
+            listed = run('praat', '--run', HERE + '/read_textgrids.praat', os.path.abspath('listings'), str(len(paths)))
+            return listed.decode().split('file\n')[1:]
+        for case, name, segments, listing in self.each_file('textgrid', read):
+            length, *lines = listing.splitlines()
+            rows = [(ms(start), ms(end), text) for start, end, text in (line.split('\t') for line in lines)]
+            self.assertEqual([row for row in rows if row[2]], intervals(segments, case), name)
+            self.assertEqual([start for start, _, _ in rows] + [ms(length)], [0] + [end for _, end, _ in rows], name)
+            self.assertTrue(all(start < end for start, end, _ in rows), name)
+            shutil.copy(name, 'same')
+            self.assertAlmostEqual(float(length), float(run('soxi', '-D', 'same')), delta=0.0006)
+
+    def test_rttm(self):
+        for case, options, found in self.each_case():
+            listing = detect('rttm', self.inputs, *options)
+            with open('all.rttm', 'wb') as file:
+                file.write(listing)
+            said = run('perl', RTTM_VALIDATOR, '-f', '-i', 'all.rttm')
+            self.assertNotIn(b'ERROR', said)
+            expected, seconds = [], 0
+            for name in self.inputs:
+                for start, end, _ in intervals(found.get(text_of(name), []), case):
+                    expected.append((token(name), start, end - start))
+                    seconds += end - start
+            rows = [line.split() for line in listing.decode().splitlines()]
+            self.assertEqual([(row[1], ms(row[3]), ms(row[4])) for row in rows if row[0] == 'SPEAKER'], expected)
+            self.assertEqual([row[1] for row in rows if row[0] == 'SPKR-INFO'], [token(n) for n in self.inputs])
+            scored = run('perl', MD_EVAL, '-r', 'all.rttm', '-s', 'all.rttm').decode()
+            self.assertAlmostEqual(float(re.search(r'SCORED SPEAKER TIME =\s*([\d.]+)', scored)[1]), seconds / 1000,
+                                   delta=0.01)
+
+    def test_kaldi(self):
+        os.makedirs('again', exist_ok=True)
+        shutil.copy('room.wav', 'again/a b.wav')  # the same name once more
+        shutil.copy('room.wav', 'again/a_b.wav')
+        for case, options, _ in self.each_case():
+            inputs = (*self.inputs, b'again/a b.wav', b'again/a_b.wav')
+            found = reference(inputs, *options)
+            listing = detect('kaldi', inputs, *options)
+            run('sort', '-c', input=listing, env=dict(os.environ, LC_ALL='C'))
+            rows = [line.split(' ') for line in listing.decode().splitlines()]
+            self.assertEqual(len({row[0] for row in rows}), len(rows))
+            names = {b'again/a b.wav': 'a_b_2', b'again/a_b.wav': 'a_b_3'}
+            expected = {(names.get(name, token(name)), start, end) for name in inputs
+                        for start, end, _ in intervals(found.get(text_of(name), []), case)}
+            self.assertEqual({(name, ms(start), ms(end)) for _, name, start, end in rows}, expected)
+            for utterance, name, _, _ in rows:
+                self.assertRegex(utterance, '^' + re.escape(name) + r'-\d{6}$')
+
+    def test_audio(self):
+        for flags, ending, coding in ([], '.wav', 'Signed Integer PCM'), (['--flac'], '.flac', 'FLAC'):
+            for _, options, found in self.each_case():
+                shutil.rmtree('utterances', ignore_errors=True)
+                detect('jsonl', [b'room.wav', b'other rate.flac'], '-o', 'utterances', *flags, *options)
+                utterances = [(s['samples'], rate, f"utterances/{stem}-{s['number']:03d}{ending}")
+                              for stem, form, rate in (('room', '.wav', 16000), ('other rate', '.flac', 44100))
+                              for s in found[stem + form] if not s['rejected']]
+                paths = [path for _, _, path in utterances]
+                self.assertEqual(sorted('utterances/' + name for name in os.listdir('utterances') if name[0] != '.'),
+                                 sorted(paths))
+                for flag, expected in ('-r', '16000'), ('-c', '1'), ('-b', '16'), ('-e', coding):
+                    self.assertEqual(set(run('soxi', flag, *paths).decode().splitlines()), {expected})
+                counts = map(int, run('soxi', '-s', *paths).split())
+                for ((first, last), rate, path), count in zip(utterances, counts, strict=True):
+                    self.assertAlmostEqual(count, (last - first) * 16000 / rate, msg=path,
+                                           delta=0 if rate == 16000 else 1)
+                run('sox', *paths, '-n', 'stat')  # they decode to their ends
+
+    def test_webvtt_beyond_an_hour(self):
+        hour = 3600 * 16000 * 2
+        with open('room.wav', 'rb') as room, open('hour.wav', 'wb') as long:
+            head, sound = room.read(44), room.read()
+            size = hour + len(sound)
+            long.write(head[:4] + struct.pack('<I', size + 36) + head[8:40] + struct.pack('<I', size))
+            long.seek(44 + hour)
+            long.write(sound)
+        early, late = (re.findall(r'0(\d)(:\S+)', detect('webvtt', [name]).decode())
+                       for name in ('room.wav', 'hour.wav'))
+        self.assertEqual([('1', rest) for _, rest in early], late)
+        self.assertGreater(len(late), 4)
+
+    def test_numbers_have_a_full_stop_in_every_locale(self):
+        os.makedirs('locales', exist_ok=True)
+        run('localedef', '-i', 'de_DE', '-f', 'UTF-8', './locales/de_DE.UTF-8')
+        german = dict(os.environ, LOCPATH=os.path.abspath('locales'), LC_ALL='de_DE.UTF-8')
+        self.assertEqual(run('bash', '-c', 'printf %.1f 1,5', env=german), b'1,5')  # the locale is in force
+        for form in FORMATS:
+            one = self.inputs[:1]
+            self.assertEqual(detect(form, one, '--pad-end', '0.25', env=german),
+                             detect(form, one, '--pad-end', '0.25'))
+
+    def test_a_recording_that_fails_leaves_the_others(self):
+        for form in 'text', 'csv', 'rttm', 'kaldi':
+            with_it = detect(form, [b'room.wav', b'none.wav', b'a b.wav'], status=1)
+            self.assertEqual(with_it, detect(form, [b'room.wav', b'a b.wav']))
+
+    def test_forms_of_one_recording_want_a_folder_for_more(self):
+        for form in OF_ONE:
+            self.assertEqual(detect(form, [b'room.wav', b'a b.wav'], status=None), b'')
+            run('bash', '-c', '! "$@"', '-', VASK, 'detect', '-f', form, 'room.wav', 'a b.wav')
+
+
+if __name__ == '__main__':
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])

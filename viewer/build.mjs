@@ -1,0 +1,51 @@
+// Builds the page that the command fills in: one file, minified, the libraries and their licences in it.
+//   node build.mjs          writes tools/vask/report/template.html
+//   node build.mjs --check  fails if that file is not what would be written
+import {build} from 'esbuild';
+import {readFile, writeFile} from 'node:fs/promises';
+import {fileURLToPath} from 'node:url';
+
+const here = (name) => fileURLToPath(new URL(name, import.meta.url));
+const kTarget = here('../tools/vask/report/template.html');
+const kLibraries = ['wavesurfer.js', 'uplot'];
+
+async function licence(library) {
+  const {name, version} = JSON.parse(await readFile(here(`node_modules/${library}/package.json`), 'utf8'));
+  const text = await readFile(here(`node_modules/${library}/LICENSE`), 'utf8');
+  return `${name} ${version}\n\n${text.trim()}`;
+}
+
+async function bundle() {
+  const result = await build({
+    entryPoints: [here('src/main.js')],
+    absWorkingDir: here('.'),
+    bundle: true,
+    minify: true,
+    write: false,
+    outdir: here('out'),
+    format: 'iife',
+    target: ['chrome110', 'firefox115', 'safari16.4'],
+    charset: 'ascii',
+    legalComments: 'none',
+  });
+  const textOf = (ending) => result.outputFiles.find(({path}) => path.endsWith(ending)).text.trim();
+  return {script: textOf('.js'), style: textOf('.css')};
+}
+
+async function page() {
+  const {script, style} = await bundle();
+  const licences = (await Promise.all(kLibraries.map(licence))).join('\n\n');
+  const html = await readFile(here('index.html'), 'utf8');
+  // As functions: a "$" in the text means nothing then. "</script" ends a script wherever it stands.
+  return html.replace('/*style*/', () => style)
+    .replace('/*script*/', () => script.replaceAll('</script', '<\\/script'))
+    .replace('<!doctype html>', () => `<!doctype html>\n<!--\nWith these libraries:\n\n${licences}\n-->`);
+}
+
+const built = await page();
+if (!process.argv.includes('--check')) {
+  await writeFile(kTarget, built);
+} else if (built !== await readFile(kTarget, 'utf8')) {
+  console.error('tools/vask/report/template.html is not what viewer/ builds: run npm run build there');
+  process.exitCode = 1;
+}

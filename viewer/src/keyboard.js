@@ -1,0 +1,16 @@
+// One key, one deed.
+export function listenToKeys(deeds) {
+  document.addEventListener('keydown', (event) => {
+    if (event.ctrlKey || event.metaKey || event.altKey || document.querySelector('dialog[open]')) return;
+    const onControl = event.target.closest('button, input');
+    if (onControl && (event.key === ' ' || event.key === 'Enter')) return;  // that is its own key
+    const deed = deeds[event.key.length === 1 ? event.key.toLowerCase() : event.key];
+    if (!deed) return;
+    event.preventDefault();
+    deed(event);
+  });
+  // A button that was clicked with the pointer does not keep the keys for itself.
+  document.addEventListener('click', (event) => {
+    if (event.detail > 0) event.target.closest('button, input')?.blur();
+  });
+}

@@ -1,0 +1,103 @@
+// Plays input or output, from where the reader is, on request until the end of a span.
+import {soundUrl} from './report.js';
+
+export class Player {
+  #media = new Audio();
+  #urls = {};
+  #listeners = [];
+  #stopAt = Infinity;
+  #time = 0;  // while nothing is loaded, or while it loads
+
+  constructor(report) {
+    this.report = report;
+    this.side = 'output';
+    for (const event of ['play', 'pause', 'seeked', 'timeupdate']) this.#media.addEventListener(event, () => this.#tick());
+    this.#media.addEventListener('loadedmetadata', () => {
+      this.#media.currentTime = this.#time;
+    });
+    this.#media.addEventListener('play', () => this.#follow());
+  }
+
+  onChange(listener) {
+    this.#listeners.push(listener);
+  }
+
+  get hasSound() {
+    return this.report.sound !== null;
+  }
+  get playing() {
+    return !this.#media.paused;
+  }
+  get time() {
+    return this.#media.readyState > 0 ? this.#media.currentTime : this.#time;
+  }
+
+  seek(time) {
+    this.#stopAt = Infinity;
+    this.#moveTo(time);
+  }
+
+  async toggle() {
+    if (this.playing) {
+      this.#media.pause();
+    } else {
+      this.#stopAt = Infinity;
+      if (this.time >= this.report.seconds - 0.01) this.#moveTo(0);
+      await this.#play();
+    }
+  }
+
+  async playSpan(start, end) {
+    this.#moveTo(start);
+    this.#stopAt = end;
+    await this.#play();
+  }
+
+  async listenTo(side) {
+    if (side === this.side) return;
+    const playing = this.playing;
+    this.#time = this.time;
+    this.side = side;
+    if (this.#media.src !== '') this.#load();
+    if (playing) await this.#play();
+    this.#tick();
+  }
+
+  #moveTo(time) {
+    this.#time = Math.min(Math.max(time, 0), this.report.seconds);
+    if (this.#media.readyState > 0) this.#media.currentTime = this.#time;
+    this.#tick();
+  }
+
+  #load() {
+    this.#urls[this.side] ??= soundUrl(this.report, this.side);
+    this.#media.src = this.#urls[this.side];
+  }
+
+  async #play() {
+    if (!this.hasSound) return;
+    if (this.#media.src === '') this.#load();
+    try {
+      await this.#media.play();
+    } catch (error) {
+      if (error.name !== 'AbortError') throw error;  // paused, or another sound, before it began
+    }
+  }
+
+  #follow() {
+    this.#tick();
+    if (this.playing) requestAnimationFrame(() => this.#follow());
+  }
+
+  #tick() {
+    if (this.#media.readyState > 0) {
+      if (this.playing && this.#media.currentTime >= this.#stopAt) {
+        this.#media.pause();
+        this.#media.currentTime = this.#stopAt;
+        this.#stopAt = Infinity;
+      }
+      this.#time = this.#media.currentTime;
+    }
+    for (const listener of this.#listeners) listener();
+  }
+}

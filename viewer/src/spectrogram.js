@@ -1,0 +1,69 @@
+// A spectrogram of the visible part, from the columns that the command computed.
+import {TrackCanvas} from './canvas.js';
+import {palette} from './palette.js';
+import {kBands} from './report.js';
+
+const kColours = palette();
+const kRangeDb = 70;
+
+// The level that 99.9 % of all values stay below, so that input and output share one scale.
+export function brightest(columns) {
+  const counts = new Uint32Array(256);
+  for (const value of columns) ++counts[value];
+  let left = columns.length / 1000;
+  let level = 255;
+  while (level > 0 && (left -= counts[level]) > 0) --level;
+  return level;
+}
+
+export class Spectrogram {
+  #image = document.createElement('canvas');
+
+  constructor(container, columns, step, top) {
+    this.columns = columns;
+    this.count = columns.length / kBands;
+    this.step = step;  // seconds a column
+    this.colours = Uint32Array.from({length: 256}, (_, value) => {
+      const share = (value - top + kRangeDb) / kRangeDb;
+      return kColours[Math.round(255 * Math.min(Math.max(share, 0), 1))];
+    });
+    this.track = new TrackCanvas(container);
+    const axis = container.parentElement.querySelector('.axis');
+    for (const khz of [2, 4, 6]) {
+      const mark = document.createElement('span');
+      mark.textContent = khz;
+      mark.style.top = `${100 - khz / 8 * 100}%`;
+      axis.append(mark);
+    }
+  }
+
+  draw(view) {
+    const {columns} = this;
+    const {width, height} = this.track.clear();
+    const first = Math.min(Math.floor(view.start / this.step), this.count);
+    const last = Math.min(Math.ceil(view.end / this.step), this.count);
+    if (last <= first || width === 0) return;
+    const across = Math.min(last - first, width);  // columns of the image: a pixel shows the loudest of its own
+    this.#image.width = across;
+    this.#image.height = kBands;
+    const context = this.#image.getContext('2d');
+    const image = context.createImageData(across, kBands);
+    const pixels = new Uint32Array(image.data.buffer);
+    const loudest = new Uint8Array(kBands);
+    for (let x = 0; x < across; ++x) {
+      const from = first + Math.floor(x * (last - first) / across);
+      const to = first + Math.floor((x + 1) * (last - first) / across);
+      loudest.fill(0);
+      for (let i = from * kBands; i < to * kBands; i += kBands) {
+        for (let b = 0; b < kBands; ++b) {
+          if (columns[i + b] > loudest[b]) loudest[b] = columns[i + b];
+        }
+      }
+      for (let b = 0; b < kBands; ++b) pixels[(kBands - 1 - b) * across + x] = this.colours[loudest[b]];
+    }
+    context.putImageData(image, 0, 0);
+    const scale = view.scale * devicePixelRatio;
+    this.track.context.drawImage(this.#image, (first * this.step - view.start) * scale, 0,
+      (last - first) * this.step * scale, height);
+  }
+}
