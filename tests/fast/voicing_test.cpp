@@ -6,7 +6,7 @@
 #include "epd/voicing_crossings.h"
 #include "epd/voicing_lags.h"
 #include "epd/voicing_temporal.h"
-#include "fast/inputs.h"
+#include "support/inputs.h"
 
 namespace vask {
 namespace {
