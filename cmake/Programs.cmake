@@ -33,7 +33,6 @@ if(VASK_BUILD_COMMAND)
     vask_find_package(soxr ON found)
     add_executable(vask ${command_sources})
     target_include_directories(vask PRIVATE tools/vask)
-    target_compile_definitions(vask PRIVATE VASK_VERSION="${PROJECT_VERSION}")
     target_link_libraries(vask PRIVATE vask_flags vask_shared CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr)
     # The installed command finds the library beside it, wherever the two are moved.
     file(RELATIVE_PATH to_library "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
