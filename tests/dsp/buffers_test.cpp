@@ -1,4 +1,4 @@
-// Queues and rings at their limits: the end of the storage, positions that run out, skips beyond the writer.
+// Queues at their limits: the end of the storage, positions that run out, skips beyond the writer.
 #include <gtest/gtest.h>
 #include <vask/buffers.h>
 
@@ -29,22 +29,6 @@ TEST(Queue, RefusesABlockThatCrossesTheEndAndCountsOnWhenNobodyReads) {
   EXPECT_EQ(Hear([&] { ReadFromSIn_Buff(&q, samples, 1, 1); }).out, "ERROR: Input Buffer Error\n");
   for (int round = 0; round < 2; ++round) close_sin_buff(&q), sin_buff_setting(&q);
   EXPECT_EQ(q.data, nullptr);
-}
-
-TEST(Ring, KeepsTheNewestOfABlockOfAnyLength) {
-  iring_buff ring = {};
-  ASSERT_EQ(init_iring_buff(&ring, 5), 1);
-  std::mt19937 random(9);
-  Values written(5, 0);
-  for (int step = 0; step < 300; ++step) {
-    Values block(random() % 13);
-    for (int32_t& value : block) written.push_back(value = static_cast<int32_t>(random()));
-    write_iring_buff(&ring, block.data(), static_cast<int32_t>(block.size()));
-    ASSERT_EQ(ring.index, static_cast<int32_t>(written.size() % 5)) << "step " << step << ", seed 9";
-    for (int i = 0; i < 5; ++i)
-      ASSERT_EQ(ring.data[(ring.index + i) % 5], written.end()[i - 5]) << "step " << step << ", seed 9";
-  }
-  close_iring_buff(&ring);
 }
 
 }  // namespace

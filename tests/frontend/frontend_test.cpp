@@ -1,4 +1,4 @@
-// The front end as an application sees it, at its limits: full buffers, no engine, a rounding mode, no reset.
+// The front end as an application sees it, at its limits: full buffers, no engine, a rounding mode.
 #include <gtest/gtest.h>
 #include <vask/vask.h>
 
@@ -89,26 +89,6 @@ TEST(FrontEnd, ComputesInItsOwnRoundingAndPutsTheCallersBack) {
     if (rounding == FE_TONEAREST) expected = values;
     EXPECT_TRUE(values == expected) << "rounding " << rounding;
   }
-}
-
-// The frame that ended an utterance, and what is behind it, go to the fresh engine.
-TEST(FrontEnd, GoesOnWithoutAResetAndDropsWhatIsRejected) {
-  const Samples scene = Join({Burst(), Utterance()});
-  const std::vector<Samples> queued = Play(2, scene, 160);
-  ASSERT_EQ(queued.size(), 3u);
-  Start(2);
-  std::ptrdiff_t at = 0;
-  int32_t most = 0;
-  for (int32_t result = 0; result != 1; at += 160) {
-    Samples frame(scene.begin() + at, scene.begin() + at + 160);
-    most = std::max(most, android_get_available_frames());
-    result = Push(frame);
-  }
-  EXPECT_GT(most, 0);
-  EXPECT_EQ(android_get_available_frames(), 0);
-  const std::vector<Samples> rest = Play(2, Samples(scene.begin() + at - 160, scene.end()), 800);
-  EXPECT_FALSE(rest[0].empty());
-  EXPECT_EQ(queued, (std::vector<Samples>{{}, rest[0], rest[1]}));
 }
 
 TEST(FrontEnd, AFullInputEndsTheUtteranceAndKeepsTheQueue) {
