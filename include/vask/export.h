@@ -8,7 +8,7 @@
 
 /* Version of this interface: MAJOR moves when a record or a result changes, MINOR when something is added. */
 #define VASK_VERSION_MAJOR 0
-#define VASK_VERSION_MINOR 1
+#define VASK_VERSION_MINOR 2
 #define VASK_VERSION_PATCH 0
 
 /* Marks what the shared library shows; everything else in it is built hidden. */

@@ -56,11 +56,12 @@ enum {
 
 /* Why: how an utterance ended, or for what a segment was rejected. */
 enum {
-  VASK_STREAM_BY_SILENCE = 1,    /* ended: hangover_frames without speech */
-  VASK_STREAM_BY_LONG_NOISE = 2, /* ended: longer than long_speech_frames, and unvoiced for max_unvoiced_run */
-  VASK_STREAM_BY_INPUT_END = 3,  /* ended: flushed while it was open */
-  VASK_STREAM_BY_SPLIT = 4,      /* ended: longer than max_samples; the next one goes on from here */
-  VASK_STREAM_TOO_SHORT = 11,    /* rejected: under 10 frames, or under min_samples */
+  VASK_STREAM_BY_SILENCE = 1, /* ended: hangover_frames without speech */
+  VASK_STREAM_BY_LONG_NOISE =
+      2,                        /* ended: longer than long_speech_frames, and unvoiced for max_unvoiced_run */
+  VASK_STREAM_BY_INPUT_END = 3, /* ended: flushed while it was open */
+  VASK_STREAM_BY_SPLIT = 4,     /* ended: longer than max_samples; the next one goes on from here */
+  VASK_STREAM_TOO_SHORT = 11,   /* rejected: under 10 frames, or under min_samples */
   VASK_STREAM_TOO_LITTLE_VOICE = 12, /* rejected: 5 % voiced or less, or under min_voiced_frames */
   VASK_STREAM_TONES = 13             /* rejected: too many of its voiced frames are tones */
 };
@@ -75,18 +76,20 @@ enum {
 
 /* How a stream works. Lengths in samples at 16 kHz. */
 typedef struct vask_stream_options {
-  int32_t mode;    /* VASK_STREAM_CONTINUOUS or _UTTERANCES */
-  int32_t audio;   /* VASK_STREAM_CLEAN, _RAW or _NO_AUDIO */
+  int32_t mode;        /* VASK_STREAM_CONTINUOUS or _UTTERANCES */
+  int32_t audio;       /* VASK_STREAM_CLEAN, _RAW or _NO_AUDIO */
   epd_profile profile; /* the detector's seventeen values */
   int32_t pad_start;   /* put out from so long before the detected start; -1: from 0.35 s before */
   int32_t pad_end;     /* and until so long after the detected end; -1: all that the hangover covers */
   int32_t min_samples; /* an utterance shorter than this from start to end is rejected; 0: none is */
-  int32_t max_samples; /* none is put out longer than this: split where the last 2 s are quietest; 0: any */
+  int32_t max_samples; /* none is put out longer than this: split where the last 2 s are quietest; 0: any,
+                          else 24000 and more */
   int32_t min_voiced_frames; /* an utterance with fewer voiced frames is rejected; 0: none is */
   int32_t max_tone_percent;  /* and one with more tones than this among its frames that were voiced at first
                                 sight (before smoothing); 100: none is */
   int32_t tone_tonality;     /* a frame of this tonality and more is a tone: Q16 */
-  int32_t queue_samples;     /* most samples of audio that wait to be read; 0: 10 minutes */
+  int32_t queue_samples;     /* most samples of audio that wait to be read, in storage that grows to twice as
+                            many; 0: 10 minutes */
 } vask_stream_options;
 
 /* What happened, and where in the input. */
@@ -102,15 +105,15 @@ typedef struct vask_stream_event {
   int64_t heard;         /* samples of the input that had been processed when this was decided */
   int32_t voiced_frames; /* voiced frames of the segment, as the detector counts them; 0 at a start */
   float voiced;          /* the same as a share of the frames from start to end, at most 1 */
-  float level_db;        /* mean level of the input from start to end, dB full scale; at a start of its frame */
+  float level_db; /* mean level of the input from start to end, dB full scale; at a start of its frame */
 } vask_stream_event;
 
 /* The newest frame, for meters and traces. The detector hears 0.03 s behind the input. */
 typedef struct vask_stream_measures {
   int64_t heard;       /* samples of the input that have been processed, whole frames */
   int64_t detector_at; /* position of the frame that the values below `level_db` belong to; -1: none yet */
-  float level_db;      /* level of the newest frame of the input, dB full scale; -96.33 and more for sound,
-                          -200 for silence of all zeros */
+  float level_db;      /* level of the newest frame of the input, dB full scale; -200 for silence of all
+                          zeros, -112.4 and more for sound */
   float energy_db;     /* the detector's log energy, dB above its own silence */
   float noise_db;      /* the noise floor on the same scale */
   int32_t speech;      /* 1: speech, after onset and hangover */

@@ -16,22 +16,23 @@ namespace vask {
 // vask_stream_options that start as the defaults.
 struct StreamOptions : vask_stream_options {
   StreamOptions() : vask_stream_options() { vask_stream_defaults(this); }
-  StreamOptions& Robust() {
+  StreamOptions &Robust() {
     vask_stream_robust(this);
     return *this;
   }
-  StreamOptions& Device(int32_t device, int32_t os) {
+  StreamOptions &Device(int32_t device, int32_t os) {
     vask_stream_profile(device, os, &profile);
     return *this;
   }
-  const char* Complaint() const { return vask_stream_complaint(this); }  // null: nothing is wrong
+  const char *Complaint() const { return vask_stream_complaint(this); }  // null: nothing is wrong
 };
 
 // One stream, closed with the object. If it could not be opened it is false, and every call gives nothing or
 // an error.
 class Stream {
  public:
-  explicit Stream(const vask_stream_options& options = StreamOptions()) : stream_(vask_stream_open(&options)) {}
+  explicit Stream(const vask_stream_options &options = StreamOptions())
+      : stream_(vask_stream_open(&options)) {}
 
   explicit operator bool() const { return stream_ != nullptr; }
 
@@ -64,7 +65,7 @@ class Stream {
 
  private:
   struct Close {
-    void operator()(vask_stream* stream) const { vask_stream_close(stream); }
+    void operator()(vask_stream *stream) const { vask_stream_close(stream); }
   };
 
   static int32_t Length(size_t size) {

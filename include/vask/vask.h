@@ -3,8 +3,8 @@
  * and gives back either every cleaned frame or only the spoken utterance.
  *
  * An application needs frontend.h, and settings.h before it starts. engine.h is the same one frame at a time,
- * ecd.h the check of the recording afterwards, mfcc.h the cepstra of its frames. The other headers are the
- * stages, for use on their own.
+ * stream.h any number of streams side by side, ecd.h the check of the recording afterwards, mfcc.h the
+ * cepstra of its frames. The other headers are the stages, for use on their own.
  *
  * What holds everywhere, and is not said again at each function:
  *   frame         160 samples, 10 ms at 16 kHz.
@@ -19,9 +19,9 @@
  *                 adapts, *_resetting only what belongs to a rejected segment. close_* releases and nulls,
  *                 so that a second close is harmless.
  *   messages      "ERROR: " lines on standard output, information on standard error, flushed at once.
- *   threads       none, and no locks: one stream in a process, one thread at a time. A record that the caller
- *                 owns depends on nothing else, so two may be worked on at once.
- *   allocation    only in init_* and create_*: nothing is allocated per frame.
+ *   threads       none, and no locks: one stream in a process, one thread at a time, but for those of
+ * stream.h. A record that the caller owns depends on nothing else, so two may be worked on at once.
+ *   allocation    only in init_*, create_* and vask_stream_open: nothing is allocated per frame.
  */
 #ifndef VASK_VASK_H_
 #define VASK_VASK_H_
@@ -38,6 +38,7 @@
 #include <vask/noise.h>
 #include <vask/packets.h>
 #include <vask/settings.h>
+#include <vask/stream.h>
 #include <vask/voicing.h>
 
 #endif /* VASK_VASK_H_ */

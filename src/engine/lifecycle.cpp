@@ -40,12 +40,25 @@ bool CreateStages(epd_engine& e, const epd_profile& profile, const EngineTables&
 
 }  // namespace
 
+bool StartStages(epd_engine& e, const epd_profile& profile, const EngineTables& tables) {
+  if (CreateStages(e, profile, tables)) return true;
+  StopStages(e);
+  return false;
+}
+
+void StopStages(epd_engine& e) {
+  ReleaseWiener(e.wiener);
+  Release(e.frame_q15);
+  Release(e.frame_copy);
+  ReleaseTwiddles(e.tables, e.fft_order);
+  ReleaseDetector(e.epd);
+  Release(e.speech_queue.data);
+  Release(e.spectrum_queue.data);
+}
+
 bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile, const EngineTables& tables) {
   StopEngine(engine);
-  if (!CreateStages(engine.state, profile, tables)) {
-    StopEngine(engine);
-    return false;
-  }
+  if (!StartStages(engine.state, profile, tables)) return false;
   engine.history.enabled = InitEnvironment(engine.environment, engine.history);
   if (mode == kEnergyOnlyRequest) engine.energy_only = 1;
   engine.state.mode = mode;
@@ -69,15 +82,8 @@ void WrapUp(epd_engine& e) {
 }
 
 void StopEngine(Engine& engine) {
-  epd_engine& e = engine.state;
-  CloseLog(e);
-  ReleaseWiener(e.wiener);
-  Release(e.frame_q15);
-  Release(e.frame_copy);
-  ReleaseTwiddles(e.tables, e.fft_order);
-  ReleaseDetector(e.epd);
-  Release(e.speech_queue.data);
-  Release(e.spectrum_queue.data);
+  CloseLog(engine.state);
+  StopStages(engine.state);
   StopEnvironment(engine.environment, engine.history);
 }
 

@@ -19,6 +19,11 @@ struct EngineTables {
 // engine that is up is taken down first. The per-utterance fields are left to WrapUp.
 bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile, const EngineTables& tables);
 
+// The same for the stages alone, without the environment check: all that frames in modes 1 and 2 need. The
+// record is to be down.
+bool StartStages(epd_engine& state, const epd_profile& profile, const EngineTables& tables);
+void StopStages(epd_engine& state);
+
 bool IsUp(const epd_engine& state);
 
 // Ready for a new utterance. Settings, sample extremes and environment histories stay.

@@ -56,7 +56,7 @@ void RestartIfRequested(Engine& engine) {
   epd_engine& e = engine.state;
   if (e.epd.reset_request != 1) return;
   e.restarted = 1;
-  Say(stderr, "EPD RESET(%d, f=%d) ", e.restart_count, e.frames_in);
+  if (engine.tells_restarts) Say(stderr, "EPD RESET(%d, f=%d) ", e.restart_count, e.frames_in);
   CountUp(e.restart_count);
   ResetWiener(e.wiener);
   ResetDetector(e.epd);

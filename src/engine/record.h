@@ -78,6 +78,7 @@ struct Engine {
   EnvironmentHistory history;
   int32_t& energy_only;              // set by an energy-only initialisation
   int32_t& compute_dynamic_feature;  // 1 while a frame runs in mode 4
+  bool tells_restarts = true;        // on standard error, which all threads share
 };
 
 }  // namespace vask

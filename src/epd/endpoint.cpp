@@ -118,8 +118,7 @@ void Backfill(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_q
 // Accept an ended segment that is long enough and voiced enough, else ask for a reset.
 void Judge(energy_epd_prm& prm) {
   const int32_t length = WrapSub(prm.end_frame, prm.start_frame);
-  const int64_t voiced_q30 = int64_t{prm.uv.voiced_frames} * kOneQ30 / AtLeastOne(length);
-  const bool accepted = length >= kLeastLength && voiced_q30 > kLeastVoicedQ30;
+  const bool accepted = IsUtterance(length, prm.uv.voiced_frames);
   prm.end_found = accepted ? 1 : 0;
   prm.reset_request = accepted ? 0 : 1;
 }
@@ -131,6 +130,13 @@ void TrackSegment(energy_epd_prm& prm, int32_t frame) {
 }
 
 }  // namespace
+
+bool IsLongEnough(int32_t length) { return length >= kLeastLength; }
+
+bool IsUtterance(int32_t length, int32_t voiced_frames) {
+  const int64_t voiced_q30 = int64_t{voiced_frames} * kOneQ30 / AtLeastOne(length);
+  return IsLongEnough(length) && voiced_q30 > kLeastVoicedQ30;
+}
 
 void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
                     const fft_tables& twiddles) {

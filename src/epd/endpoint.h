@@ -7,6 +7,10 @@
 
 namespace vask {
 
+// Whether a segment is an utterance: long enough and voiced enough. Both in frames.
+bool IsUtterance(int32_t length, int32_t voiced_frames);
+bool IsLongEnough(int32_t length);
+
 // Look at the window in prm.win_samples / prm.win_emph (previous frame, current frame), track the segment and
 // append its frames, with a leading margin from the history, to the queues. What it found stands in prm:
 // speech_start_flag, end_found (segment accepted), reset_request (segment rejected).

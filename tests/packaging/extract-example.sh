@@ -1,11 +1,11 @@
 #!/bin/sh
-# Print the first C program of a Markdown file: the first block marked c that has a main.
+# Print the first program of a Markdown file: the first block marked c, or as the second argument says, that has a main.
 set -eu
-awk '
+awk -v language="${2:-c}" '
   /^```/ {
     if (inside && wanted && block ~ /int main/) { printf "%s", block; found = 1; exit }
     inside = !inside
-    wanted = $0 ~ /^```c[ \t]*$/
+    wanted = $0 == "```" language
     block = ""
     next
   }

@@ -1,0 +1,17 @@
+// The options of a stream: defaults, the preset for noisy rooms, and what is wrong with a caller's own.
+#pragma once
+
+#include <vask/stream.h>
+
+namespace vask {
+
+vask_stream_options DefaultOptions();
+void MakeRobust(vask_stream_options& options);
+
+// A constant text, or null.
+const char* ComplaintAbout(const vask_stream_options& options);
+
+// Samples after the detected end that are put out at most.
+int32_t LongestPadEnd(const vask_stream_options& options);
+
+}  // namespace vask

@@ -1,0 +1,131 @@
+#include "stream/outbox.h"
+
+#include <algorithm>
+
+#include "dsp/memory.h"
+
+namespace vask {
+namespace {
+
+constexpr int64_t kFirstCapacity = 4 * 16000;  // samples
+constexpr int32_t kFirstEvents = 64;
+constexpr int32_t kMostEvents = 65536;
+constexpr int32_t kEventsOfAFrame = 8;  // at most: a start, a split, an end, and the ends of a flush
+
+// Storage of `capacity` elements with the `count` first ones moved over; the old one stays if there is none.
+template <typename T>
+bool Regrow(T*& data, int64_t count, int64_t capacity) {
+  T* larger = NewZeroed<T>(capacity);
+  if (larger == nullptr) return false;
+  std::copy_n(data, count, larger);
+  Release(data);
+  data = larger;
+  return true;
+}
+
+}  // namespace
+
+bool Outbox::Open(int64_t bound, bool has_events) {
+  bound_ = bound;
+  has_events_ = has_events;
+  capacity_ = std::min(kFirstCapacity, bound);
+  entry_capacity_ = kFirstEvents;
+  audio_ = NewZeroed<int16_t>(capacity_);
+  entries_ = NewZeroed<Entry>(entry_capacity_);
+  Clear();
+  return audio_ != nullptr && entries_ != nullptr;
+}
+
+void Outbox::Close() {
+  Release(audio_);
+  Release(entries_);
+}
+
+void Outbox::Clear() {
+  base_ = taken_ = pushed_ = certain_ = last_audio_ = 0;
+  first_entry_ = entry_count_ = last_kind_ = 0;
+}
+
+Outbox::Room Outbox::Reserve(int64_t samples) {
+  if (Waiting() + samples > bound_) return Room::kFull;
+  if (entry_count_ + kEventsOfAFrame > entry_capacity_) {
+    if (entry_capacity_ >= kMostEvents) return Room::kFull;
+    if (!GrowEvents()) return Room::kNoMemory;
+  }
+  if (pushed_ - base_ + samples <= capacity_) return Room::kThere;
+  return GrowAudio(samples) ? Room::kThere : Room::kNoMemory;
+}
+
+// What waits goes to the front. The storage doubles where that fills more than half of it, up to twice the
+// bound: so a sample is moved once, in the mean, however much waits.
+bool Outbox::GrowAudio(int64_t samples) {
+  std::copy(At(taken_), At(pushed_), audio_);
+  base_ = taken_;
+  const int64_t needed = Waiting() + samples;
+  if (needed <= capacity_ / 2) return true;
+  const int64_t larger = 2 * std::min(capacity_, bound_);
+  if (Regrow(audio_, Waiting(), larger)) capacity_ = larger;
+  return needed <= capacity_;
+}
+
+bool Outbox::GrowEvents() {
+  std::rotate(entries_, entries_ + first_entry_, entries_ + entry_capacity_);
+  first_entry_ = 0;
+  if (!Regrow(entries_, entry_count_, 2 * int64_t{entry_capacity_})) return false;
+  entry_capacity_ *= 2;
+  return true;
+}
+
+void Outbox::Push(std::span<const int16_t> samples) {
+  std::copy(samples.begin(), samples.end(), At(pushed_));
+  pushed_ += static_cast<int64_t>(samples.size());
+}
+
+void Outbox::PushSilence(int64_t samples) {
+  std::fill_n(At(pushed_), samples, int16_t{0});
+  pushed_ += samples;
+}
+
+int64_t Outbox::TakeBack(int64_t from, int64_t to) {
+  from = std::max(from, taken_);
+  if (to > from) {
+    std::copy(At(to), At(pushed_), At(from));
+    pushed_ -= to - from;
+  }
+  return from;
+}
+
+void Outbox::Add(const vask_stream_event& event, int64_t audio) {
+  entries_[(first_entry_ + entry_count_) % entry_capacity_] = {event, audio};
+  ++entry_count_;
+}
+
+bool Outbox::Next(vask_stream_event& event) {
+  if (entry_count_ == 0) return false;
+  const Entry& entry = entries_[first_entry_];
+  event = entry.event;
+  last_kind_ = event.kind;
+  last_audio_ = entry.audio;
+  if (event.kind != VASK_STREAM_ENDED) taken_ = std::max(taken_, entry.audio);
+  first_entry_ = (first_entry_ + 1) % entry_capacity_;
+  --entry_count_;
+  return true;
+}
+
+int64_t Outbox::Limit() const {
+  if (!has_events_) return pushed_;
+  if (last_kind_ != VASK_STREAM_STARTED) return last_audio_;
+  // The event behind a start is the end of that segment.
+  return entry_count_ > 0 ? entries_[first_entry_].audio : std::min(certain_, pushed_);
+}
+
+int64_t Outbox::Available() const { return std::max(Limit() - taken_, int64_t{0}); }
+
+int32_t Outbox::Read(std::span<int16_t> out) {
+  const int64_t count = std::min(Available(), static_cast<int64_t>(out.size()));
+  std::copy_n(At(taken_), count, out.begin());
+  taken_ += count;
+  return static_cast<int32_t>(count);
+}
+
+}  // namespace vask
