@@ -14,6 +14,9 @@ void RegisterPlain();
 // Names: frontend/...
 void RegisterFrontEnd();
 
+// Names: stream/mode_1 and _2, over speech.
+void RegisterStreams();
+
 // Names: EngineName(mode, material) and ReferenceName(material), for every material.
 void RegisterEngine();
 void RegisterReference();

@@ -75,6 +75,7 @@ int main(int argc, char** argv) try {
   RegisterStages();
   RegisterPlain();
   RegisterFrontEnd();
+  RegisterStreams();
   RegisterEngine();
   RegisterReference();
 
