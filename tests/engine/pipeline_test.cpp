@@ -17,13 +17,6 @@
 namespace vask::test {
 namespace {
 
-// A burst, an utterance and noise that is clipped, all with a DC offset.
-Samples Scene() {
-  Samples scene = Join({Burst(), Utterance(), Hiss(20, 32767, 7)});
-  for (int16_t& s : scene) s = static_cast<int16_t>(std::min(s + 40, 32767));
-  return scene;
-}
-
 TEST(Pipeline, SkipsZerosBeforeTheFirstSignalAndNotAfterIt) {
   const Samples scene = Join({Utterance(), Samples(30 * 160), Hiss(5, 20, 8)});
   const Samples late = Join({Samples(7 * 160), scene});
@@ -57,33 +50,6 @@ TEST(Pipeline, TakesBadInputAsNothing) {
   EXPECT_EQ(Vask_epd_frame_baseline(frame.data(), 0, out.data(), &count) + count, 160);  // in the last mode
   EXPECT_EQ(Vask_epd_wrapup(nullptr, &count) + count, 1);
   Vask_epd_stop();
-}
-
-TEST(Pipeline, EnginesSideBySideGiveWhatEachGivesAlone) {
-  const Samples scene = Scene(), others = Join({Utterance(), Burst()});
-  for (const auto& [device, entry] : {std::pair(32, &Vask_epd_frames), {1, &Vask_epd_speechenhance}}) {
-    const int32_t mode = device == 1 ? 1 : 2;
-    Vask_epd_set_option(1, device);
-    ASSERT_EQ(Vask_epd_init(".", mode), 1);  // the engine of the process
-    Vask_epd_wrapup(nullptr, nullptr);
-    Vask_epd_ecd_reset();
-    Stream same(mode, device), other(1), third(2);
-    for (size_t t = 0; t < scene.size() / 160; ++t) {
-      Samples frame(&scene[160 * t], &scene[160 * t] + 160), out(14080);
-      int32_t count = 0;
-      const int32_t result = entry(frame.data(), 160, out.data(), &count);
-      out.resize(static_cast<size_t>(count));
-      other.Process(1, others, t * 7 % 300);
-      ASSERT_EQ(same.Process(mode, scene, t), (Emitted{result, out})) << "frame " << t;
-      third.Process(2, others, t * 3 % 300);
-    }
-    EXPECT_EQ(same.log_frames, ecdorgFrames);
-    EXPECT_TRUE(std::equal(same.log_energies, same.log_energies + same.log_frames, ecdorgLFBE));
-    EXPECT_TRUE(std::equal(same.energies.begin(), same.energies.begin() + same.log_frames, frame_energy));
-    EXPECT_EQ(std::pair(same.low, same.high), std::pair(sample_min, sample_max));
-    Vask_epd_stop();
-  }
-  Vask_epd_set_option(1, 2);
 }
 
 TEST(Lifecycle, StartsAndStopsAnyNumberOfTimes) {

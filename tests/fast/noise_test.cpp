@@ -91,7 +91,7 @@ TEST(GainDesign, IsThatOfThePlainFormOnAllLevels) {
 TEST(LikelihoodRatios, AreThoseOfThePlainFormOnAllLevels) {
   for (uint32_t seed = 0; seed < 20000; ++seed) {
     std::mt19937_64 random(seed);
-    std::array<int64_t, 35> noise, signal, clean, ratio;
+    std::array<int64_t, 35> noise, signal, clean, ratio = {};
     const int bits = std::array{20, 31, 47, 62}[seed % 4];
     for (size_t b = 0; b < noise.size(); ++b) {
       noise[b] = AnyLevel(random, bits);
