@@ -1,9 +1,12 @@
 # Completion of vask for bash.
 
+# How a detector listens.
+_vask_listening="--preset --profile --pad-start --pad-end --min-speech --max-segment --hangover --min-voiced --max-tones
+  --threshold"
 # The subcommands and, for each, its options.
 declare -gA _vask_options=(
-  [detect]="--output --format --verbose --pad-start --pad-end --min-speech --max-segment --audio --hangover
-    --profile --preset --min-voiced --max-tones --threshold --flac --jobs --files-from --null --resume --meter"
+  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --jobs --meter $_vask_listening"
+  [report]="--output --title --no-audio $_vask_listening"
   [denoise]="--output"
   [packets]="--output --size --bare"
   [unpack]="--output"
@@ -33,7 +36,7 @@ _vask() {
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
     --files-from) kind=file ;;
-    --device | --os | --size | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold) return ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold) return ;;
     *)
       if [[ $word == -* ]]; then
         words="--help --device --os --config ${_vask_options[${subcommand:-tables}]}"

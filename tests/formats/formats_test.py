@@ -248,7 +248,8 @@ class Formats(unittest.TestCase):
                     self.assertEqual(set(run('soxi', flag, *paths).decode().splitlines()), {expected})
                 counts = map(int, run('soxi', '-s', *paths).split())
                 for ((first, last), rate, path), count in zip(utterances, counts, strict=True):
-                    self.assertAlmostEqual(count, (last - first) * 16000 / rate, delta=0 if rate == 16000 else 1, msg=path)
+                    self.assertAlmostEqual(count, (last - first) * 16000 / rate, msg=path,
+                                           delta=0 if rate == 16000 else 1)
                 run('sox', *paths, '-n', 'stat')  # they decode to their ends
 
     def test_webvtt_beyond_an_hour(self):
@@ -259,7 +260,8 @@ class Formats(unittest.TestCase):
             long.write(head[:4] + struct.pack('<I', size + 36) + head[8:40] + struct.pack('<I', size))
             long.seek(44 + hour)
             long.write(sound)
-        early, late = (re.findall(r'0(\d)(:\S+)', detect('webvtt', [name]).decode()) for name in ('room.wav', 'hour.wav'))
+        early, late = (re.findall(r'0(\d)(:\S+)', detect('webvtt', [name]).decode())
+                       for name in ('room.wav', 'hour.wav'))
         self.assertEqual([('1', rest) for _, rest in early], late)
         self.assertGreater(len(late), 4)
 

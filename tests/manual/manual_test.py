@@ -50,8 +50,9 @@ class Zsh:
             os.execvpe('zsh', ['zsh', '-f', '-i'],
                        {'HOME': folder, 'PATH': os.environ['PATH'], 'TERM': 'dumb', 'LC_ALL': 'C'})
         fcntl.ioctl(self.terminal, termios.TIOCSWINSZ, struct.pack('HHHH', 200, 100, 0, 0))
-        self.ask(f"PS1='ready> '; fpath=({SOURCE}/completions $fpath); autoload -Uz compinit; compinit -u -D; LISTMAX=0\n"
-                 "zstyle ':completion:*' verbose no; bindkey '^T' list-choices; setopt no_always_last_prompt\n")
+        self.ask(f"PS1='ready> '; fpath=({SOURCE}/completions $fpath); autoload -Uz compinit; compinit -u -D\n"
+                 "LISTMAX=0; zstyle ':completion:*' verbose no; setopt no_always_last_prompt\n"
+                 "bindkey '^T' list-choices\n")
 
     def ask(self, typed):
         """Type, then print a mark; what appeared before the mark. The next prompt shows that the keys are bound."""
@@ -77,7 +78,7 @@ class Manual(unittest.TestCase):
         cls.subcommands = set(re.findall(r'^  ([a-z]+)', listed.split('\n\n')[0], re.M))
         assert cls.subcommands >= {'detect', 'mfcc'}, cls.subcommands
         with open(PAGE, encoding='utf-8') as page:
-            cls.page = page.read()
+            cls.page = page.read().replace('\\\n', '')  # an item of several lines
         cls.formats = set(re.findall(r'^\.It Cm (\S+)', cls.page.split('.Sh FORMATS')[1].split('.Sh')[0], re.M))
 
     def check_completion(self, complete):
@@ -119,8 +120,7 @@ class Manual(unittest.TestCase):
 
     def test_bash(self):
         self.check_completion(lambda *words: bash(*words))
-        self.assertEqual(bash('vask', 'detect', '--format', '=', 'te'), {'text', 'textgrid'} & bash('vask', 'detect',
-                                                                                                      '-f', 'te'))
+        self.assertEqual(bash('vask', 'detect', '--format', '=', 'te'), {'text', 'textgrid'})
 
     def test_zsh(self):
         self.assertTrue(shutil.which('zsh'), 'zsh is missing: scripts/install-deps.sh installs it')

@@ -34,7 +34,7 @@ std::string Utf8(const std::string& bytes) {
 }  // namespace
 
 std::string RecordingNames::Next(const std::string& file) {
-  const std::string stem = Utf8(std::filesystem::path(file).stem().string());
+  const std::string stem = file == "-" ? "stdin" : Utf8(std::filesystem::path(file).stem().string());
   std::string name;
   for (std::string_view rest = stem; !rest.empty();) {
     const size_t space = SpaceLength(rest);
