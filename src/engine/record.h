@@ -67,6 +67,9 @@ struct epd_engine {
 
 namespace vask {
 
+// A record with its first values, made while the program runs: no compiler sees through this call.
+epd_engine NewEngineRecord();
+
 // Everything that one stream's engine works on. The record is the stream's own; history and flags may stand
 // elsewhere (the process-wide stream exports them).
 struct Engine {

@@ -9,19 +9,13 @@
 #include "dsp/arith.h"
 #include "dsp/fft_512.h"
 #include "dsp/fft_bounded.h"
-#include "fast/inputs.h"
+#include "support/inputs.h"
 
 namespace vask {
 namespace {
 
-class Fft : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_TRUE(BuildTwiddles(twiddles, 9, {cc1_data, ss1_data, cc3_data, ss3_data})); }
-  void TearDown() override { ReleaseTwiddles(twiddles, 9); }
-  fft_tables twiddles{};
-};
-
-TEST_F(Fft, Of512PointsIsTheSameInEveryForm) {
+TEST(Fft, Of512PointsIsTheSameInEveryForm) {
+  const fft_tables& twiddles = test::Twiddles();
   int narrow = 0, bounded = 0, full = 0;
   for (const test::Input& input : test::Inputs(512, 2000)) {
     for (int32_t scale : {1, 1 << 10, 1 << 20}) {
@@ -54,18 +48,25 @@ TEST_F(Fft, Of512PointsIsTheSameInEveryForm) {
   EXPECT_TRUE(narrow > 1000 && bounded > narrow && full > 100) << narrow << ' ' << bounded << ' ' << full;
 }
 
-TEST_F(Fft, IsNarrowUpToTheBoundOfItsSums) {
+TEST(Fft, IsNarrowUpToTheBoundOfItsSums) {
   // A constant adds up to 512 times itself in bin 0: 2^31 - 2^19 is the first sum that is refused.
   Samples512 samples;
   samples.fill((1 << 22) - (1 << 10) - 1);
   EXPECT_TRUE(IsNarrow(samples));
   Packed512 x;
-  RealFft512(samples, twiddles, x);
+  RealFft512(samples, test::Twiddles(), x);
   EXPECT_EQ(x[0], 512 * samples[0]);
   samples.fill((1 << 22) - (1 << 10));
   EXPECT_FALSE(IsNarrow(samples));
   samples.fill(kMin32);
   EXPECT_FALSE(IsNarrow(samples));
+}
+
+TEST(Fft, ReleasesItsFactorsTwice) {
+  fft_tables t = {};
+  ASSERT_TRUE(BuildTwiddles(t, 9, {cc1_data, ss1_data, cc3_data, ss3_data}));
+  for (int round = 0; round < 2; ++round) ReleaseTwiddles(t, 9);
+  EXPECT_TRUE(!t.cc1 && !t.ss1 && !t.cc3 && !t.ss3);
 }
 
 }  // namespace

@@ -4,19 +4,19 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 
 #include "dsp/arith.h"
 #include "dsp/fft_512.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/square_root.h"
-#include "fast/inputs.h"
 #include "noise/convolution.h"
 #include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
 #include "noise/gain_design_fast.h"
 #include "noise/gsap.h"
 #include "noise/gsap_fast.h"
-#include "noise/mel_idct.h"
+#include "support/inputs.h"
 
 namespace vask {
 namespace {
@@ -78,11 +78,8 @@ TEST(GainDesign, IsThatOfThePlainFormOnAllLevels) {
         if (!DesignModerateBlockPortable(portable.Spectra(), keep_q30, k)) continue;
         ++moderate;
         for (size_t i = k; i < k + kGainBlock; ++i) {
-          ASSERT_EQ(portable.gain[i], plain.gain[i])
-              << "seed " << seed << ", frame " << frame << ", bin " << i;
-          ASSERT_EQ(portable.noise[i], plain.noise[i])
-              << "seed " << seed << ", frame " << frame << ", bin " << i;
-          ASSERT_EQ(portable.cleaned[i], plain.cleaned[i])
+          ASSERT_EQ(std::tuple(portable.gain[i], portable.noise[i], portable.cleaned[i]),
+                    std::tuple(plain.gain[i], plain.noise[i], plain.cleaned[i]))
               << "seed " << seed << ", frame " << frame << ", bin " << i;
         }
       }
@@ -94,7 +91,7 @@ TEST(GainDesign, IsThatOfThePlainFormOnAllLevels) {
 TEST(LikelihoodRatios, AreThoseOfThePlainFormOnAllLevels) {
   for (uint32_t seed = 0; seed < 20000; ++seed) {
     std::mt19937_64 random(seed);
-    std::array<int64_t, 35> noise, signal, clean, ratio;
+    std::array<int64_t, 35> noise, signal, clean, ratio = {};
     const int bits = std::array{20, 31, 47, 62}[seed % 4];
     for (size_t b = 0; b < noise.size(); ++b) {
       noise[b] = AnyLevel(random, bits);
@@ -102,17 +99,14 @@ TEST(LikelihoodRatios, AreThoseOfThePlainFormOnAllLevels) {
       clean[b] = AnyLevel(random, bits);
     }
     auto portable_noise = noise, portable_clean = clean, portable_ratio = ratio;
-    auto plain_noise = noise, plain_clean = clean;
+    auto plain_noise = noise, plain_clean = clean, plain_ratio = ratio;
     LikelihoodRatios(noise, signal, clean.data(), ratio.data());
     LikelihoodRatiosPortable(portable_noise, signal, portable_clean.data(), portable_ratio.data());
-    for (size_t b = 0; b < noise.size(); ++b) {
-      const int64_t plain = LikelihoodRatio(plain_noise[b], signal[b], plain_clean[b]);
-      ASSERT_TRUE(ratio[b] == plain && portable_ratio[b] == plain) << "seed " << seed << ", band " << b;
-      ASSERT_TRUE(clean[b] == plain_clean[b] && portable_clean[b] == clean[b])
-          << "seed " << seed << ", band " << b;
-      ASSERT_TRUE(noise[b] == plain_noise[b] && portable_noise[b] == noise[b])
-          << "seed " << seed << ", band " << b;
-    }
+    for (size_t b = 0; b < noise.size(); ++b)
+      plain_ratio[b] = LikelihoodRatio(plain_noise[b], signal[b], plain_clean[b]);
+    ASSERT_TRUE(ratio == plain_ratio && clean == plain_clean && noise == plain_noise) << "seed " << seed;
+    ASSERT_TRUE(portable_ratio == ratio && portable_clean == clean && portable_noise == noise)
+        << "seed " << seed;
   }
 }
 
@@ -136,30 +130,8 @@ TEST(Convolution, IsThatOfThePlainFormForAnyTaps) {
   }
 }
 
-TEST(MelIdct, ShiftsEveryProductByItself) {
-  for (uint32_t seed = 0; seed < 300; ++seed) {
-    std::mt19937 random(seed);
-    std::array<std::array<int32_t, 35>, 35> basis;
-    std::array<int32_t*, 35> rows;
-    std::array<int32_t, 35> gains;
-    std::array<int64_t, 35> sums, expected{};
-    for (int32_t& g : gains) g = static_cast<int32_t>(random()) >> (random() % 4);
-    if (seed % 7 == 0) gains.fill(kMin32);
-    for (size_t tap = 0; tap < 35; ++tap) {
-      rows[tap] = basis[tap].data();
-      for (size_t b = 0; b < 35; ++b) {
-        basis[tap][b] = seed % 7 == 0 ? kMin32 : static_cast<int32_t>(random());
-        expected[tap] += (int64_t{basis[tap][b]} * gains[b]) >> 30;
-      }
-    }
-    MelIdct(gains, sums.data(), rows.data(), 35);
-    ASSERT_EQ(sums, expected) << "seed " << seed;
-  }
-}
-
 TEST(PowerOfWindow, IsThatOfTheWideForm) {
-  fft_tables twiddles{};
-  ASSERT_TRUE(BuildTwiddles(twiddles, 9, {cc1_data, ss1_data, cc3_data, ss3_data}));
+  const fft_tables& twiddles = test::Twiddles();
   for (const test::Input& input : test::Inputs(400)) {
     for (int32_t shift : {10, 1}) {
       Samples512 windowed{};
@@ -178,7 +150,6 @@ TEST(PowerOfWindow, IsThatOfTheWideForm) {
       ASSERT_EQ(fast, plain) << input.name;
     }
   }
-  ReleaseTwiddles(twiddles, 9);
 }
 
 }  // namespace

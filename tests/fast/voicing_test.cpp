@@ -6,7 +6,7 @@
 #include "epd/voicing_crossings.h"
 #include "epd/voicing_lags.h"
 #include "epd/voicing_temporal.h"
-#include "fast/inputs.h"
+#include "support/inputs.h"
 
 namespace vask {
 namespace {
@@ -54,8 +54,11 @@ TEST(Divide, GivesTheIntegerQuotientUpToItsBounds) {
     // Whole multiples and their neighbours are where rounding could cross a whole number.
     for (int64_t p : {k * q - 1, k * q, k * q + 1, -k * q + 1})
       ASSERT_EQ(DivideBelow2To53(p, q), p / q) << p << '/' << q;
-    const auto part = static_cast<int64_t>(random() % static_cast<uint64_t>(q + 1));
-    ASSERT_EQ(DivideQ30(part, q), part * (int64_t{1} << 30) / q) << part << '/' << q;
+    // Any part; and with q odd, -1 halved 30 times modulo q, whose quotient lies 1 / q below a whole number.
+    int64_t below = q - 1;
+    for (int twice = 0; twice < 30; ++twice) below = (below % 2 == 0 ? below : below + q) / 2;
+    for (const int64_t part : {static_cast<int64_t>(random() % static_cast<uint64_t>(q + 1)), below % q})
+      ASSERT_EQ(DivideQ30(part, q), part * (int64_t{1} << 30) / q) << part << '/' << q;
   }
 }
 

@@ -1,5 +1,4 @@
-// The front end as an application sees it: pieces of any length in, a queue out.
-
+// The front end as an application sees it, at its limits: full buffers, no engine, a rounding mode.
 #include <gtest/gtest.h>
 #include <vask/vask.h>
 
@@ -17,14 +16,12 @@
 namespace vask::test {
 namespace {
 
-constexpr size_t kBlock = 128000;  // samples between two resets
 const std::string kFull = " is full, the utterance is ended: reset the front end\n";
 
 void Start(int32_t mode) {
   Samples frame(160);
   EXPECT_EQ(android_init_frontend(".", mode), 1);
-  Vask_epd_features(frame.data(), 160, nullptr,
-                    nullptr);  // a restart in mode 1 is not reported to the next run
+  Vask_epd_features(frame.data(), 160, nullptr, nullptr);  // takes a restart's report of the run before
   android_wrapup_frontend();
   android_reset_frontend();
 }
@@ -42,43 +39,15 @@ Samples Drain() {
 // What is queued until each end, and after the last.
 std::vector<Samples> Play(int32_t mode, const Samples& all, size_t piece_size) {
   Start(mode);
-  std::vector<Samples> queued(1);
-  for (size_t at = 0, n; at < all.size(); at += n) {
-    n = std::min({piece_size, all.size() - at, kBlock - at % kBlock});
-    Samples piece(&all[at], &all[at] + n), nothing(1);
-    for (int32_t result = Push(piece); result == 1; result = android_process_frame(0, nothing.data())) {
-      queued.back() = Join({queued.back(), Drain()});
-      queued.emplace_back();
-    }
-    if ((at + n) % kBlock != 0 && at + n < all.size()) continue;
-    queued.back() = Join({queued.back(), Drain()});
-    android_reset_frontend();
+  std::vector<Samples> queued;
+  for (size_t at = 0; at < all.size(); at += piece_size) {
+    Samples piece(&all[at], &all[std::min(at + piece_size, all.size())]), nothing(1);
+    for (int32_t result = Push(piece); result == 1; result = android_process_frame(0, nothing.data()))
+      queued.push_back(Drain());
   }
-  return queued;
-}
-
-TEST(FrontEnd, CutsFramesAndAnswersEveryCall) {
-  enum { kNull = -1000, kReset, kWrapUp };
-  struct Step {
-    int32_t n, result, available;
-  };
-  const Step steps[] = {{100, -1, 0},   {60, 0, 0},        {0, -1, 0},      {-5, -1, 0},  {400, 0, 160},
-                        {80, 0, 320},   {79, -1, 320},     {kNull, 1, 320}, {81, 0, 320}, {160, 0, 320},
-                        {160, 0, 480},  {40, -1, 480},     {kReset, 0, 0},  {159, -1, 0}, {1, 0, 160},
-                        {150, -1, 160}, {kWrapUp, 1, 160}, {10, 0, 160},    {320, 0, 320}};
-  Samples samples = Hiss(4, 3000, 1);
-  Start(1);
-  for (const Step& s : steps) {
-    int16_t* const pointer = s.n == kNull ? nullptr : samples.data();
-    const int32_t result = s.n == kReset    ? android_reset_frontend()
-                           : s.n == kWrapUp ? android_wrapup_frontend()
-                                            : android_process_frame(s.n, pointer);
-    EXPECT_EQ(result, s.result) << "step " << &s - steps;
-    EXPECT_EQ(android_get_available_frames(), s.available) << "step " << &s - steps;
-  }
-  EXPECT_TRUE(ecdorgFrames > 0 && sample_max > 0 && sample_min < 0);
+  queued.push_back(Drain());
   android_reset_frontend();
-  EXPECT_TRUE(ecdorgFrames == 0 && sample_max == 0 && sample_min == 0);
+  return queued;
 }
 
 TEST(FrontEnd, HandsOutTheQueueInOrder) {
@@ -96,18 +65,6 @@ TEST(FrontEnd, HandsOutTheQueueInOrder) {
   samples.resize(160);
   Push(samples);
   EXPECT_EQ(android_get_features(200, features) + android_get_available_frames(), 160);
-}
-
-TEST(FrontEnd, GivesTheSameBitsForPiecesOfAnyLength) {
-  const Samples room = Room();
-  for (const int32_t mode : {1, 2}) {
-    const std::vector<Samples> expected = Play(mode, room, 160);
-    const auto silent = std::count(expected.begin(), expected.end(), Samples());
-    EXPECT_EQ(expected.size() - static_cast<size_t>(silent),
-              mode == 1 ? 1u : 5u);  // the sentences of room.json
-    for (const size_t piece : {1, 80, 161, 4096})
-      EXPECT_TRUE(Play(mode, room, piece) == expected) << "mode " << mode << ", pieces of " << piece;
-  }
 }
 
 TEST(FrontEnd, ComputesInItsOwnRoundingAndPutsTheCallersBack) {
@@ -132,59 +89,6 @@ TEST(FrontEnd, ComputesInItsOwnRoundingAndPutsTheCallersBack) {
     if (rounding == FE_TONEAREST) expected = values;
     EXPECT_TRUE(values == expected) << "rounding " << rounding;
   }
-}
-
-TEST(FrontEnd, ClipsInThePieceThatBroughtTheSamplesOnceTheirFrameIsProcessed) {
-  for (const int32_t mode : {1, 2, 4097}) {
-    Start(mode);
-    const int16_t clipped = mode == 4097 ? 32767 : 30000;
-    for (const auto& [size, processed] : {std::pair(100, 0), {100, 60}, {120, 120}, {350, 320}}) {
-      Samples piece(static_cast<size_t>(size), 32767);
-      Push(piece);
-      EXPECT_EQ(std::count(piece.begin(), piece.begin() + processed, clipped), processed) << "mode " << mode;
-      EXPECT_EQ(std::count(piece.begin() + processed, piece.end(), 32767), size - processed)
-          << "mode " << mode;
-    }
-  }
-}
-
-TEST(FrontEnd, OtherModesQueueNothing) {
-  for (const int32_t mode : {0, 3, 4, 5, -1, 4097}) {
-    Samples scene = Utterance();
-    int32_t features[10];
-    Start(mode);
-    EXPECT_EQ(Push(scene), mode == 3 || mode == 4 ? 1 : -1)
-        << "mode " << mode;  // the end is found all the same
-    EXPECT_EQ(android_get_available_frames() + android_get_features(10, features), 0);
-  }
-}
-
-// The frame that ended an utterance, and what is behind it, go to the fresh engine.
-TEST(FrontEnd, GoesOnWithoutAResetAndDropsWhatIsRejected) {
-  const Samples scene = Join({Burst(), Utterance()});  // no block is complete: nothing is reset
-  const std::vector<Samples> queued = Play(2, scene, 160);
-  ASSERT_EQ(queued.size(), 3u);
-  Start(2);
-  std::ptrdiff_t at = 0;
-  int32_t most = 0;
-  for (int32_t result = 0; result != 1; at += 160) {
-    Samples frame(scene.begin() + at, scene.begin() + at + 160);
-    most = std::max(most, android_get_available_frames());
-    result = Push(frame);
-  }
-  EXPECT_GT(most, 0);
-  EXPECT_EQ(android_get_available_frames(), 0);
-  const std::vector<Samples> rest = Play(2, Samples(scene.begin() + at - 160, scene.end()), 800);
-  EXPECT_FALSE(rest[0].empty());
-  EXPECT_EQ(queued, (std::vector<Samples>{{}, rest[0], rest[1]}));
-}
-
-TEST(FrontEnd, ARestartInModeOneIsReportedWithTheZerosOfTheNextUtterance) {
-  Samples scene = Burst(), zeros(160);
-  Start(1);
-  EXPECT_EQ(Push(scene), 0);
-  android_wrapup_frontend();
-  for (const int32_t result : {2, 0}) EXPECT_EQ(Push(zeros), result);
 }
 
 TEST(FrontEnd, AFullInputEndsTheUtteranceAndKeepsTheQueue) {

@@ -5,34 +5,13 @@
 #include <sys/resource.h>
 
 #include <csignal>
-#include <random>
-#include <vector>
 
 #include "support/knowledge_base.h"
 
 namespace vask {
 namespace {
 
-using test::KnowledgeBase;
-using test::Printed;
-using Values = std::vector<int32_t>;
-
-TEST(CoefficientFile, ReadsBackWhatWasWritten) {
-  const KnowledgeBase kb;
-  const std::string path = kb.Table("x.txt");
-  std::mt19937 random(2);
-  Values values = {0, -1, INT32_MAX, INT32_MIN};
-  for (int i = 0; i < 1000; ++i) values.push_back(static_cast<int32_t>(random()) >> random() % 32);
-  ASSERT_TRUE(WriteCoefficients(path.c_str(), values));
-  Values read(values.size());
-  CoefficientFile file(path.c_str());
-  EXPECT_TRUE(file.ReadInto(read, INT32_MIN, INT32_MAX));
-  EXPECT_EQ(read, values);
-  int32_t beyond = 5;
-  EXPECT_FALSE(file.Read(beyond));
-  EXPECT_EQ(beyond, 5);
-  EXPECT_EQ(kb.Read("x.txt").substr(0, 28), "0\n-1\n2147483647\n-2147483648\n");
-}
+using test::Hear, test::KnowledgeBase, test::Values;
 
 TEST(CoefficientFile, NamesTheFileTheLineAndTheFault) {
   const std::string many_digits(70000, '1'), many_zeros(70000, '0'), blanks(70000, ' ');
@@ -68,17 +47,17 @@ TEST(CoefficientFile, NamesTheFileTheLineAndTheFault) {
     Values values(3, 99), expected = c.read;
     expected.resize(3, 99);
     bool good = false;
-    const std::string message = Printed([&] {
-      CoefficientFile file(path.c_str());
-      good = file.ReadInto(values, INT32_MIN, INT32_MAX);
-    });
+    const std::string message = Hear([&] {
+                                  CoefficientFile file(path.c_str());
+                                  good = file.ReadInto(values, INT32_MIN, INT32_MAX);
+                                }).out;
     EXPECT_EQ(good, c.fault == nullptr);
     EXPECT_EQ(values, expected);
     EXPECT_EQ(message, good ? "" : "ERROR: " + path + c.fault + "\n");
   }
   kb.Write("x.txt", "5\n24\n");
   Values values(2);
-  EXPECT_EQ(Printed([&] { EXPECT_FALSE(CoefficientFile(path.c_str()).ReadInto(values, 0, 23)); }),
+  EXPECT_EQ(Hear([&] { EXPECT_FALSE(CoefficientFile(path.c_str()).ReadInto(values, 0, 23)); }).out,
             "ERROR: " + path + ", line 2: a number out of range\n");
   for (const test::fs::path& none : {kb.Table("none.txt"), kb.dir()})
     EXPECT_FALSE(CoefficientFile(none.c_str()).IsOpen()) << none;
@@ -108,8 +87,9 @@ TEST(CoefficientFile, LeavesTheOldFileWholeWhenTheNewOneCannotBeWritten) {
   EXPECT_FALSE(written);
   EXPECT_EQ(kb.Read("x.txt"), "old\n");
   EXPECT_FALSE(test::fs::exists(beside));
-  EXPECT_TRUE(WriteCoefficients(path.c_str(), Values{1}));
-  EXPECT_EQ(kb.Read("x.txt"), "1\n");
+  const Values extremes = {0, -1, INT32_MAX, INT32_MIN};
+  EXPECT_TRUE(WriteCoefficients(path.c_str(), extremes));
+  EXPECT_EQ(kb.Read("x.txt"), "0\n-1\n2147483647\n-2147483648\n");
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace vask::test {
@@ -21,5 +23,10 @@ struct Folder {
   // The same folder by a name of this length.
   std::string Filled(size_t length) const { return path + std::string(length - path.size(), '/'); }
 };
+
+inline std::string ContentOf(const std::filesystem::path& name) {
+  std::ifstream file(name, std::ios::binary);
+  return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "no file";
+}
 
 }  // namespace vask::test

@@ -1,11 +1,12 @@
-// Inputs of the tests, the same on every machine, and the transform by its definition.
+// Inputs of the tests, the same on every machine: windows of samples, extreme, random and speech, and
+// operands.
 #pragma once
 
 #include <vask/dsp.h>
 
-#include <array>
 #include <cmath>
-#include <complex>
+#include <cstdint>
+#include <fstream>
 #include <limits>
 #include <numbers>
 #include <random>
@@ -16,12 +17,10 @@
 
 namespace vask::test {
 
-template <size_t N>
-using Cases = std::vector<std::array<int32_t, N>>;
 using Values = std::vector<int32_t>;
 using Samples = std::vector<int16_t>;
 
-inline constexpr double kTwoPi = 2 * std::numbers::pi, kOneQ30 = 1 << 30;
+inline constexpr double kTwoPi = 2 * std::numbers::pi;
 
 // Uniform in -amplitude .. amplitude.
 inline Samples Noise(size_t n, int32_t amplitude, uint32_t seed) {
@@ -32,21 +31,45 @@ inline Samples Noise(size_t n, int32_t amplitude, uint32_t seed) {
   return samples;
 }
 
-inline Samples Tone(size_t n, double period, double amplitude) {
+// The recorded speech; 44 bytes of header stand before its samples.
+inline Samples Room() {
+  std::ifstream file(std::string(VASK_SAMPLES_DIR) + "/room.wav", std::ios::binary);
+  file.seekg(44);
   Samples samples;
-  for (double i = 0.5; samples.size() < n; ++i)
-    samples.push_back(static_cast<int16_t>(amplitude * std::sin(kTwoPi * i / period)));
+  for (char b[2]; file.read(b, 2);)
+    samples.push_back(static_cast<int16_t>(static_cast<uint8_t>(b[0]) | static_cast<uint8_t>(b[1]) << 8));
   return samples;
 }
 
-inline std::vector<std::pair<std::string, Samples>> Signals(size_t n) {
-  Samples impulse(n), alternating(n, -32768);
-  impulse[n / 2] = -32768;
-  for (size_t i = 0; i < n; i += 2) alternating[i] = 32767;
-  return {
-      {"silence", Samples(n)},    {"lowest", Samples(n, -32768)},       {"alternating", alternating},
-      {"impulse", impulse},       {"noise, seed 1", Noise(n, 6000, 1)}, {"loud, seed 2", Noise(n, 32767, 2)},
-      {"tone", Tone(n, 80, 9000)}};
+struct Input {
+  std::string name;  // enough to repeat it
+  Samples samples;
+};
+
+// Windows of n samples. Random ones at all levels, since the bounds of the fast forms are bounds of levels.
+inline std::vector<Input> Inputs(size_t n, int random_count = 300) {
+  std::vector<Input> inputs;
+  const auto add = [&](std::string name, auto sample) {
+    Input& input = inputs.emplace_back(Input{std::move(name), Samples(n)});
+    for (size_t i = 0; i < n; ++i) input.samples[i] = static_cast<int16_t>(sample(i));
+  };
+  for (int value : {0, 1, -1, 32767, -32768, 30000, 12000}) {
+    const std::string text = std::to_string(value);
+    add("all " + text, [&](size_t) { return value; });
+    add("alternating " + text, [&](size_t i) { return i % 2 == 0 ? value : ~value; });
+    add("impulse " + text, [&](size_t i) { return i == n / 3 ? value : 0; });
+    add("sine " + text, [&](size_t i) { return value * std::sin(0.05 * static_cast<double>(i)); });
+  }
+  for (int seed = 0; seed < random_count; ++seed) {
+    std::mt19937 random(static_cast<uint32_t>(seed));
+    const auto shift = random() % 16;
+    add("random, seed " + std::to_string(seed),
+        [&](size_t) { return static_cast<int16_t>(random()) >> shift; });
+  }
+  static const Samples room = Room();
+  for (size_t at = 0; at + n <= room.size(); at += 10 * n)
+    add("room.wav at " + std::to_string(at), [&](size_t i) { return room[at + i]; });
+  return inputs;
 }
 
 // The extremes, powers of two and their neighbours of both signs, random values of every length (seed 4).
@@ -67,17 +90,6 @@ inline const fft_tables& Twiddles() {
   static fft_tables tables;
   if (tables.cc1 == nullptr) BuildTwiddles(tables, 9, {cc1_data, ss1_data, cc3_data, ss3_data});
   return tables;
-}
-
-// X(0) .. X(n/2) of x, zeros appended to n points.
-template <typename T>
-std::vector<std::complex<double>> Dft(const std::vector<T>& x, size_t n) {
-  std::vector<std::complex<double>> spectrum(n / 2 + 1), turn;
-  for (double t = 0; turn.size() < n; ++t)
-    turn.push_back(std::polar(1.0, -kTwoPi * t / static_cast<double>(n)));
-  for (size_t k = 0; k <= n / 2; ++k)
-    for (size_t t = 0; t < x.size(); ++t) spectrum[k] += static_cast<double>(x[t]) * turn[k * t % n];
-  return spectrum;
 }
 
 }  // namespace vask::test

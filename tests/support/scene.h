@@ -1,11 +1,9 @@
-// Material for the engine in frames of 160 samples: made scenes, and the recording of samples/.
+// Scenes made for the engine, in frames of 160 samples.
 #pragma once
 
 #include <cmath>
 #include <cstdint>
-#include <fstream>
 #include <initializer_list>
-#include <string>
 
 #include "support/inputs.h"
 
@@ -33,15 +31,5 @@ inline Samples Vowel(size_t frames, double level) {
 // A spoken utterance with its pauses, which is accepted, and a burst of noise, which is not.
 inline Samples Utterance() { return Join({Hiss(60, 20, 2), Vowel(80, 4000), Hiss(170, 20, 3)}); }
 inline Samples Burst() { return Join({Hiss(60, 20, 4), Hiss(40, 8000, 5), Hiss(170, 20, 6)}); }
-
-// The recorded speech; 44 bytes of header stand before its samples.
-inline Samples Room() {
-  std::ifstream file(std::string(VASK_SAMPLES_DIR) + "/room.wav", std::ios::binary);
-  file.seekg(44);
-  Samples samples;
-  for (char b[2]; file.read(b, 2);)
-    samples.push_back(static_cast<int16_t>(static_cast<uint8_t>(b[0]) | static_cast<uint8_t>(b[1]) << 8));
-  return samples;
-}
 
 }  // namespace vask::test

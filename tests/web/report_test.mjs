@@ -65,6 +65,19 @@ test('holds the sound of the input and of vask denoise, sample for sample', asyn
   await check();
 });
 
+test('draws the heights of the waveform', async () => {
+  const {page, check} = await open(room);
+  const samples = loadWav(kRoom);
+  const heights = await valuesOf(page, 'envelope-input');
+  const step = (await dataOf(page)).envelope_step * kRate;
+  assert.equal(heights.length, Math.ceil(samples.length / step));
+  heights.forEach((height, t) => {
+    const largest = samples.subarray(t * step, (t + 1) * step).reduce((most, x) => Math.max(most, Math.abs(x)), 0);
+    assert.equal(height, Math.ceil(largest * 255 / 32768), `value ${t}`);
+  });
+  await check();
+});
+
 test('shows levels and frequencies in their places, and why a segment was rejected', async () => {
   const wav = join(folder, 'tone.wav');
   saveWav(wav, toneAndBurst(2000));
@@ -91,6 +104,13 @@ test('shows levels and frequencies in their places, and why a segment was reject
   });
   near(rows.kilohertz, 2, 0.07, 'frequency');
   assert.ok(rows.on > 2 * rows.off, JSON.stringify(rows));
+  const drawn = await page.evaluate(() => {  // speech and voiced at 1 and at 2.5 s
+    const {width, height} = document.querySelector('#decision canvas');
+    const {data} = document.querySelector('#decision canvas').getContext('2d').getImageData(0, 0, width, height);
+    return [1, 2.5].map((time) => [0.25, 0.75].map(
+      (row) => data[4 * (Math.floor(row * height) * width + Math.floor(time / 8 * width)) + 3] > 0));
+  });
+  assert.deepEqual(drawn, [[false, false], [true, true]]);
   // The frame in which the tone begins, in what is measured at once and in what comes later.
   for (const name of ['trace-level', 'trace-energy']) {
     const values = await valuesOf(page, name);
@@ -143,6 +163,13 @@ test('obeys its keys, buttons and clicks', async () => {
     await page.keyboard.press(key);
     near(await scale() / whole, factor, 0.02, key);
   }
+  await page.keyboard.press('n');
+  const line = async () => (await page.locator('#player-line').boundingBox()).x;
+  const before = await line();
+  await page.keyboard.press('+');
+  await page.waitForTimeout(100);
+  near(await line(), before, 2, 'what is listened to stays in its place');
+  await page.keyboard.press('0');
   await page.click('#zoom-in');
   near(await scale() / whole, 2, 0.02, 'button');
   await page.keyboard.press('Space');  // it does not stay on the button that was clicked

@@ -101,7 +101,8 @@ inline constexpr const char* kMfccFooter =
 
 inline constexpr const char* kReportFooter =
     "OUT is one page that needs no network: waveform and spectrogram before and after the noise reduction,\n"
-    "the utterances and what was rejected, what the detector measured, and the sound of it all, as WAV up to\n"
+    "the utterances and what was rejected, what the detector measured, and the sound of it all, as WAV up "
+    "to\n"
     "4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). It appears only when it is complete.\n"
     "Example:\n"
     "  vask report meeting.wav -o meeting.html && xdg-open meeting.html";

@@ -250,7 +250,7 @@ int main(int argc, char** argv) {
   } catch (const Interruption& interruption) {
     EndBySignal(interruption.signal);
   } catch (const UsageError& error) {
-    std::fprintf(stderr, "vask: %s: see vask detect --help\n", Printable(error.what()).c_str());
+    std::fprintf(stderr, "vask: %s: see vask --help\n", Printable(error.what()).c_str());
     return kExitUsage;
   } catch (const std::bad_alloc&) {
     std::fputs("vask: out of memory: end other programs or use a larger machine\n", stderr);

@@ -6,13 +6,13 @@ import {kBands} from './report.js';
 const kColours = palette();
 const kRangeDb = 70;
 
-// The level that 99.9 % of all values stay below, so that input and output share one scale.
+// The level that 99.9 % of all values stay below, for one scale of input and output. Of silence it is a low one.
 export function brightest(columns) {
   const counts = new Uint32Array(256);
   for (const value of columns) ++counts[value];
   let left = columns.length / 1000;
   let level = 255;
-  while (level > 0 && (left -= counts[level]) > 0) --level;
+  while (level > kRangeDb && (left -= counts[level]) > 0) --level;
   return level;
 }
 
