@@ -27,7 +27,7 @@ OF_ONE = {'labels': '.txt', 'webvtt': '.vtt', 'textgrid': '.TextGrid'}
 CASES = {
     'plain': ([], False, False),
     'split': (['--max-segment', '1.5'], False, False),
-    'rejecting': (['--min-speech', '1.6', '--verbose'], False, False),
+    'rejecting': (['--min-speech', '1.6', '--verbose', '--pad-start', '0.2'], True, False),
     'padded': (['--pad-start', '0.2', '--pad-end', '0.3'], True, True),
     'padded end': (['--pad-end', '0.9'], False, True),
     'robust': (['--preset', 'robust'], True, True),
@@ -101,7 +101,7 @@ class Formats(unittest.TestCase):
         cls.inputs = []
         # Names that break lines, columns, quotes and encodings; each from another place in the recording on.
         for k, name in enumerate((b'room.wav', b'a b.wav', b'q"u\'o,te.wav', b'tab\tline\nend.wav', b'caf\xc3\xa9.wav',
-                                  b'caf\xe9 \xff.wav', b'-o.wav', b'wide\xe3\x80\x80space.wav', b'x.y.wav')):
+                                  b'caf\xe9 \xff.wav', b'-o.wav', b'wide\xe3\x80\x80space.wav', b'x.y,z.wav')):
             with open(name, 'wb') as file, wave.open(file) as copy:
                 copy.setparams((1, 2, 16000, 0, 'NONE', ''))
                 copy.writeframes(frames[32000 * k:])

@@ -25,13 +25,6 @@ class TextGridListing : public IntervalListing {
   }
 
  protected:
-  std::string OpenIntervals(const Recording&) override {
-    intervals_.clear();
-    count_ = 0;
-    end_ = 0;
-    return "";
-  }
-
   std::string AddInterval(const Interval& interval) override {
     if (interval.start > end_) Append(interval.start, "");
     Append(interval.end, std::to_string(interval.number));
