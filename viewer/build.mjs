@@ -37,7 +37,8 @@ async function page() {
   const licences = (await Promise.all(kLibraries.map(licence))).join('\n\n');
   const html = await readFile(here('index.html'), 'utf8');
   // As functions: a "$" in the text means nothing then. "</script" ends a script wherever it stands.
-  return html.replace('/*style*/', () => style)
+  return html
+    .replace('/*style*/', () => style)
     .replace('/*script*/', () => script.replaceAll('</script', '<\\/script'))
     .replace('<!doctype html>', () => `<!doctype html>\n<!--\nWith these libraries:\n\n${licences}\n-->`);
 }
@@ -45,7 +46,7 @@ async function page() {
 const built = await page();
 if (!process.argv.includes('--check')) {
   await writeFile(kTarget, built);
-} else if (built !== await readFile(kTarget, 'utf8')) {
+} else if (built !== (await readFile(kTarget, 'utf8'))) {
   console.error('tools/vask/report/template.html is not what viewer/ builds: run npm run build there');
   process.exitCode = 1;
 }

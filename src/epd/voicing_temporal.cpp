@@ -191,7 +191,7 @@ int32_t PeakValleyRatioEst(const int32_t* x, int32_t min_lag, int32_t max_lag, i
 }
 
 int32_t AMDF_MINIMUM(const int16_t* s, int32_t n, int32_t min_lag, int32_t max_lag) {
-  if (s == nullptr) return vask::kMax32;
+  if (s == nullptr || n < 1) return vask::kMax32;
   int32_t smallest = vask::kMax32;
   for (int32_t lag = std::max(min_lag, 0); lag <= std::min(max_lag, n - 1); ++lag) {
     int32_t sum = 0;

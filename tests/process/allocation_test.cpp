@@ -188,6 +188,51 @@ void* ListenInAllModes(void* allocations) {
   return nullptr;
 }
 
+TEST(Allocation, AStreamTakesAllAtItsStartButWhatItsQueueGrowsBy) {
+  const Samples scene = Room();
+  vask_stream* stream = nullptr;
+  const auto open = [&] { stream = vask_stream_open(nullptr); };
+  const size_t all = CountOf(open);
+  vask_stream_close(stream);
+  EXPECT_EQ(Unreleased(), 0u);
+  for (size_t k = 1; k <= all; ++k) {
+    Fail(k);
+    Hear(open);
+    EXPECT_EQ(stream, nullptr) << "allocation " << k;
+    EXPECT_EQ(Unreleased(), 0u) << "allocation " << k;
+  }
+  open();
+  Samples taken;
+  vask_stream_event event;
+  const auto take = [&] {
+    int16_t room[4000];
+    do {
+      while (const int32_t n = vask_stream_read(stream, room, 4000))
+        taken.insert(taken.end(), room, room + n);
+    } while (vask_stream_next(stream, &event) == 1);
+  };
+  taken.reserve(scene.size());
+  EXPECT_EQ(CountOf([&] {
+              for (size_t i = 0; i < scene.size(); i += 1000) {
+                vask_stream_write(stream, &scene[i],
+                                  static_cast<int32_t>(std::min<size_t>(1000, scene.size() - i)));
+                take();
+              }
+            }),
+            0u);
+  const Samples expected = std::exchange(taken, {});
+  vask_stream_reset(stream);
+  Fail(1);  // the queue wants to grow
+  const auto total = static_cast<int32_t>(scene.size());
+  const int32_t done = vask_stream_write(stream, scene.data(), total);
+  EXPECT_LT(done, total);
+  EXPECT_EQ(vask_stream_write(stream, &scene[static_cast<size_t>(done)], total - done), total - done);
+  take();
+  EXPECT_EQ(taken, expected);
+  vask_stream_close(stream);
+  EXPECT_EQ(Unreleased(), 0u);
+}
+
 TEST(Allocation, FramesNeedNoneAndLittleStack) {
   constexpr uint8_t kPaint = 0xa5;
   alignas(4096) static std::array<uint8_t, 1 << 20> stack;

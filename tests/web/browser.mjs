@@ -11,12 +11,22 @@ import {inflateSync} from 'node:zlib';
 import {chromium} from 'playwright-core';
 
 const {VASK_COMMAND, CHROMIUM} = process.env;
-const kFlags = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
+const kFlags = [
+  '--headless',
+  '--no-sandbox',
+  '--disable-gpu',
+  '--disable-quic',
+  '--no-first-run',
+  '--disable-background-networking',
+  '--disable-component-update',
+  '--disable-sync',
+];
 
 export const folder = mkdtempSync(join(tmpdir(), 'vask-report-'));
 let browser;
-before(async () => { browser = await chromium.launch({executablePath: CHROMIUM, args: kFlags}); });
+before(async () => {
+  browser = await chromium.launch({executablePath: CHROMIUM, args: kFlags});
+});
 after(async () => {
   await browser?.close();
   rmSync(folder, {recursive: true});
@@ -36,7 +46,10 @@ export async function open(file, options = {}) {
   const page = await browser.newPage({viewport: {width: 1400, height: 1000}, ...options});
   const wrong = [];
   page.on('request', (request) => /^(data|blob|file):/.test(request.url()) || wrong.push(request.url()));
-  page.on('console', (message) => ['error', 'warning'].includes(message.type()) && wrong.push(message.text()));
+  page.on(
+    'console',
+    (message) => ['error', 'warning'].includes(message.type()) && wrong.push(message.text())
+  );
   page.on('pageerror', (error) => wrong.push(error.message));
   const started = performance.now();
   await page.goto(pathToFileURL(file).href);
@@ -50,22 +63,29 @@ export async function open(file, options = {}) {
 }
 
 // What the command wrote into the page.
-export const dataOf = (page) => page.evaluate(() => JSON.parse(document.getElementById('data-report').textContent));
+export const dataOf = (page) =>
+  page.evaluate(() => JSON.parse(document.getElementById('data-report').textContent));
 
 export async function valuesOf(page, name) {
   return inflateSync(Buffer.from(await page.textContent(`#data-${name}`), 'base64'));
 }
 
 // The drawn regions as times, by their places on the screen.
-export const regionsOf = (page, seconds) => page.evaluate((length) => {
-  const root = document.querySelector('#waveform > div').shadowRoot.querySelector('#regions');
-  const {left, width} = root.getBoundingClientRect();
-  return [...root.shadowRoot.querySelectorAll('div')].map((element) => {
-    const box = element.getBoundingClientRect();
-    return {kind: element.dataset.kind, label: element.textContent, pixel: length / width,
-      start: (box.left - left) / width * length, end: (box.right - left) / width * length};
-  });
-}, seconds);
+export const regionsOf = (page, seconds) =>
+  page.evaluate((length) => {
+    const root = document.querySelector('#waveform > div').shadowRoot.querySelector('#regions');
+    const {left, width} = root.getBoundingClientRect();
+    return [...root.shadowRoot.querySelectorAll('div')].map((element) => {
+      const box = element.getBoundingClientRect();
+      return {
+        kind: element.dataset.kind,
+        label: element.textContent,
+        pixel: length / width,
+        start: ((box.left - left) / width) * length,
+        end: ((box.right - left) / width) * length,
+      };
+    });
+  }, seconds);
 
 export async function waitFor(condition, what) {
   for (const end = Date.now() + 10000; Date.now() < end;) {

@@ -12,12 +12,16 @@ const kSeconds = 3600;
 test('an hour takes less than 30 MB and opens within 3 s', async () => {
   const room = loadWav(join(process.env.VASK_SAMPLES_DIR, 'room.wav'));
   const wav = join(folder, 'hour.wav');
-  saveWav(wav, Int16Array.from({length: kSeconds * kRate}, (_, i) => room[i % room.length]));
+  saveWav(
+    wav,
+    Int16Array.from({length: kSeconds * kRate}, (_, i) => room[i % room.length])
+  );
   const file = report(wav);
   assert.ok(statSync(file).size < 30e6, `${statSync(file).size} bytes`);
   const times = [];
   let opened;
-  for (let i = 0; i < 3; ++i) {  // the best of three: others may use the machine
+  for (let i = 0; i < 3; ++i) {
+    // the best of three: others may use the machine
     await opened?.check();
     opened = await open(file);
     times.push(opened.seconds);
@@ -30,8 +34,11 @@ test('an hour takes less than 30 MB and opens within 3 s', async () => {
   assert.equal(seconds, kSeconds);
   const last = segments.length - 2;
   await page.locator('#segments tr').nth(last).getByText('Output', {exact: true}).click();
-  await waitFor(async () => await page.getAttribute('#play', 'aria-label') === 'Pause', 'the utterance plays');
-  await waitFor(async () => await page.getAttribute('#play', 'aria-label') === 'Play', 'it ends');
+  await waitFor(
+    async () => (await page.getAttribute('#play', 'aria-label')) === 'Pause',
+    'the utterance plays'
+  );
+  await waitFor(async () => (await page.getAttribute('#play', 'aria-label')) === 'Play', 'it ends');
   const [m, s] = (await page.textContent('#position')).split(':').map(Number);
   assert.ok(Math.abs(60 * m + s - segments[last].span_end) < 0.001, `ended at ${m}:${s}`);
   await check();

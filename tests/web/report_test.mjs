@@ -16,13 +16,16 @@ const position = async (page) => {
   return 60 * minutes + seconds;
 };
 const near = (value, expected, tolerance, what) =>
-  assert.ok(Math.abs(value - expected) <= tolerance, `${what}: ${value}, not ${expected} within ${tolerance}`);
+  assert.ok(
+    Math.abs(value - expected) <= tolerance,
+    `${what}: ${value}, not ${expected} within ${tolerance}`
+  );
 const background = (page) => page.evaluate(() => getComputedStyle(document.body).backgroundColor);
 
 // Faint noise of a fixed seed with a sine of half of full scale from 2 to 3 s and a burst at 5 s.
 function toneAndBurst(hertz) {
   let seed = 1;
-  const random = () => (seed = seed * 48271 % 2147483647) / 2147483647 - 0.5;
+  const random = () => (seed = (seed * 48271) % 2147483647) / 2147483647 - 0.5;
   return Int16Array.from({length: 8 * kRate}, (_, i) => {
     const t = i / kRate;
     const tone = t >= 2 && t < 3 ? 16384 * Math.sin(2 * Math.PI * hertz * t) : 0;
@@ -32,7 +35,10 @@ function toneAndBurst(hertz) {
 
 test('draws the utterances where vask detect finds them, at every zoom', async () => {
   const {page, check} = await open(room);
-  const found = vask('detect', kRoom).trim().split('\n').map((line) => line.split('\t').slice(1, 4).map(Number));
+  const found = vask('detect', kRoom)
+    .trim()
+    .split('\n')
+    .map((line) => line.split('\t').slice(1, 4).map(Number));
   assert.ok(found.length >= 5);
   const {seconds, segments} = await dataOf(page);
   for (const keys of ['', '+++', '-', '0']) {
@@ -45,10 +51,12 @@ test('draws the utterances where vask detect finds them, at every zoom', async (
       near(start, found[i][1], pixel, `start of ${label} after ${keys}`);
       near(end, found[i][2], pixel, `end of ${label} after ${keys}`);
     });
-    regions.filter(({kind}) => kind === 'span').forEach(({start, end, pixel}, i) => {
-      near(start, segments[i].span_start, pixel, 'span');
-      near(end, segments[i].span_end, pixel, 'span');
-    });
+    regions
+      .filter(({kind}) => kind === 'span')
+      .forEach(({start, end, pixel}, i) => {
+        near(start, segments[i].span_start, pixel, 'span');
+        near(end, segments[i].span_end, pixel, 'span');
+      });
   }
   assert.equal(await page.locator('#segments tr').count(), found.length);
   await check();
@@ -58,10 +66,31 @@ test('holds the sound of the input and of vask denoise, sample for sample', asyn
   const {page, check} = await open(room);
   const clean = join(folder, 'clean.wav');
   vask('denoise', kRoom, '-o', clean);
-  for (const [side, file] of [['input', kRoom], ['output', clean]]) {
-    const base64 = await page.evaluate((name) => document.getElementById(`data-sound-${name}`).textContent, side);
+  for (const [side, file] of [
+    ['input', kRoom],
+    ['output', clean],
+  ]) {
+    const base64 = await page.evaluate(
+      (name) => document.getElementById(`data-sound-${name}`).textContent,
+      side
+    );
     assert.deepEqual(wavSamples(Buffer.from(base64, 'base64')), loadWav(file), side);
   }
+  await check();
+});
+
+test('draws the heights of the waveform', async () => {
+  const {page, check} = await open(room);
+  const samples = loadWav(kRoom);
+  const heights = await valuesOf(page, 'envelope-input');
+  const step = (await dataOf(page)).envelope_step * kRate;
+  assert.equal(heights.length, Math.ceil(samples.length / step));
+  heights.forEach((height, t) => {
+    const largest = samples
+      .subarray(t * step, (t + 1) * step)
+      .reduce((most, x) => Math.max(most, Math.abs(x)), 0);
+    assert.equal(height, Math.ceil((largest * 255) / 32768), `value ${t}`);
+  });
   await check();
 });
 
@@ -72,17 +101,21 @@ test('shows levels and frequencies in their places, and why a segment was reject
   const {seconds} = await dataOf(page);
   const box = await page.locator('#spectrogram-input canvas').boundingBox();
   const readout = async (time) => {
-    await page.mouse.move(box.x + time / seconds * box.width, box.y + 10);
+    await page.mouse.move(box.x + (time / seconds) * box.width, box.y + 10);
     return page.textContent('#readout');
   };
   // 20 log10(1/2) - 3.0 for the mean square of a sine; noise over +-50 has a mean square of 833
   assert.match(await readout(2.5), /^0:02\.5\d\d .* level \u22129\.0 dBFS/);
   near(Number((await readout(1)).match(/level \u2212([\d.]+)/)[1]), 61.1, 1.5, 'noise');
-  const rows = await page.evaluate(() => {  // the brightest row at 2.5 s, and the brightness there 1 s later
+  const rows = await page.evaluate(() => {
+    // the brightest row at 2.5 s, and the brightness there 1 s later
     const {width, height} = document.querySelector('#spectrogram-input canvas');
-    const {data} = document.querySelector('#spectrogram-input canvas').getContext('2d').getImageData(0, 0, width, height);
+    const {data} = document
+      .querySelector('#spectrogram-input canvas')
+      .getContext('2d')
+      .getImageData(0, 0, width, height);
     const light = (time, y) => {
-      const at = 4 * (y * width + Math.floor(time / 8 * width));
+      const at = 4 * (y * width + Math.floor((time / 8) * width));
       return data[at] + data[at + 1] + data[at + 2];
     };
     let best = 0;
@@ -91,10 +124,32 @@ test('shows levels and frequencies in their places, and why a segment was reject
   });
   near(rows.kilohertz, 2, 0.07, 'frequency');
   assert.ok(rows.on > 2 * rows.off, JSON.stringify(rows));
+  const drawn = await page.evaluate(() => {
+    // speech and voiced at 1 and at 2.5 s
+    const {width, height} = document.querySelector('#decision canvas');
+    const {data} = document
+      .querySelector('#decision canvas')
+      .getContext('2d')
+      .getImageData(0, 0, width, height);
+    return [1, 2.5].map((time) =>
+      [0.25, 0.75].map(
+        (row) => data[4 * (Math.floor(row * height) * width + Math.floor((time / 8) * width)) + 3] > 0
+      )
+    );
+  });
+  assert.deepEqual(drawn, [
+    [false, false],
+    [true, true],
+  ]);
   // The frame in which the tone begins, in what is measured at once and in what comes later.
   for (const name of ['trace-level', 'trace-energy']) {
     const values = await valuesOf(page, name);
-    near(values.findIndex((value, t) => t > 100 && value > values[t - 10] + 40), 200, 1, name);
+    near(
+      values.findIndex((value, t) => t > 100 && value > values[t - 10] + 40),
+      200,
+      1,
+      name
+    );
   }
   const rejected = (await regionsOf(page, seconds)).filter(({kind}) => kind === 'rejected');
   assert.equal(rejected.length, 1);
@@ -110,22 +165,28 @@ test('plays, pauses, and ends an utterance at its end', async () => {
   const {page, check} = await open(room);
   const {segments} = await dataOf(page);
   await page.keyboard.press('Space');
-  await waitFor(async () => await position(page) > 0.3, 'the sound plays');
+  await waitFor(async () => (await position(page)) > 0.3, 'the sound plays');
   await page.keyboard.press('Space');
   const paused = await position(page);
   await page.waitForTimeout(200);
   near(await position(page), paused, 0.06, 'paused');
-  for (const [i, side] of [[3, 'Output'], [1, 'Input']]) {
+  for (const [i, side] of [
+    [3, 'Output'],
+    [1, 'Input'],
+  ]) {
     await page.locator('#segments tr').nth(i).getByText(side, {exact: true}).click();
-    await waitFor(async () => await position(page) > segments[i].start, 'the utterance plays');
+    await waitFor(async () => (await position(page)) > segments[i].start, 'the utterance plays');
     assert.equal(await page.getAttribute(`#listen-${side.toLowerCase()}`, 'aria-pressed'), 'true');
     assert.equal(await page.getAttribute('#play', 'aria-label'), 'Pause');
-    await waitFor(async () => await page.getAttribute('#play', 'aria-label') === 'Play', 'it ends');
+    await waitFor(async () => (await page.getAttribute('#play', 'aria-label')) === 'Play', 'it ends');
     near(await position(page), segments[i].span_end, 0.001, side);
   }
   await page.locator('#segments tr').nth(2).getByText('Show').click();
   await page.keyboard.press('Enter');
-  await waitFor(async () => await position(page) > segments[2].span_start + 0.2, 'Enter plays the selected one');
+  await waitFor(
+    async () => (await position(page)) > segments[2].span_start + 0.2,
+    'Enter plays the selected one'
+  );
   await check();
 });
 
@@ -134,23 +195,44 @@ test('obeys its keys, buttons and clicks', async () => {
   const {seconds, segments} = await dataOf(page);
   const scale = async () => 1 / (await regionsOf(page, seconds))[0].pixel;
   const whole = await scale();
-  for (const [key, expected] of [['ArrowRight', 1], ['Shift+ArrowRight', 1.1], ['ArrowLeft', 0.1],
-    ['n', segments[0].start], ['n', segments[1].start], ['p', segments[0].start]]) {
+  for (const [key, expected] of [
+    ['ArrowRight', 1],
+    ['Shift+ArrowRight', 1.1],
+    ['ArrowLeft', 0.1],
+    ['n', segments[0].start],
+    ['n', segments[1].start],
+    ['p', segments[0].start],
+  ]) {
     await page.keyboard.press(key);
     near(await position(page), expected, 0.0011, key);
   }
-  for (const [key, factor] of [['+', 2], ['=', 4], ['-', 2], ['0', 1]]) {
+  for (const [key, factor] of [
+    ['+', 2],
+    ['=', 4],
+    ['-', 2],
+    ['0', 1],
+  ]) {
     await page.keyboard.press(key);
-    near(await scale() / whole, factor, 0.02, key);
+    near((await scale()) / whole, factor, 0.02, key);
   }
+  await page.keyboard.press('n');
+  const line = async () => (await page.locator('#player-line').boundingBox()).x;
+  const before = await line();
+  await page.keyboard.press('+');
+  await page.waitForTimeout(100);
+  near(await line(), before, 2, 'what is listened to stays in its place');
+  await page.keyboard.press('0');
   await page.click('#zoom-in');
-  near(await scale() / whole, 2, 0.02, 'button');
-  await page.keyboard.press('Space');  // it does not stay on the button that was clicked
-  await waitFor(async () => await page.getAttribute('#play', 'aria-label') === 'Pause', 'the space bar plays');
+  near((await scale()) / whole, 2, 0.02, 'button');
+  await page.keyboard.press('Space'); // it does not stay on the button that was clicked
+  await waitFor(
+    async () => (await page.getAttribute('#play', 'aria-label')) === 'Pause',
+    'the space bar plays'
+  );
   await page.click('#play');
   await page.keyboard.press('0');
   const box = await page.locator('#decision').boundingBox();
-  await page.mouse.click(box.x + box.width * 6 / seconds, box.y + 8);
+  await page.mouse.click(box.x + (box.width * 6) / seconds, box.y + 8);
   near(await position(page), 6, 0.02, 'click');
   assert.equal(await page.locator('tr[aria-current] td').first().textContent(), '2');
   await page.keyboard.press('i');
@@ -164,21 +246,32 @@ test('obeys its keys, buttons and clicks', async () => {
   await check();
 });
 
-test('follows the system\'s theme until the reader decides, with enough contrast', async () => {
-  for (const [colorScheme, own, other] of [['light', 'rgb(255, 255, 255)', 'rgb(18, 22, 27)'],
-    ['dark', 'rgb(18, 22, 27)', 'rgb(255, 255, 255)']]) {
+test("follows the system's theme until the reader decides, with enough contrast", async () => {
+  for (const [colorScheme, own, other] of [
+    ['light', 'rgb(255, 255, 255)', 'rgb(18, 22, 27)'],
+    ['dark', 'rgb(18, 22, 27)', 'rgb(255, 255, 255)'],
+  ]) {
     const {page, check} = await open(room, {colorScheme});
     assert.equal(await background(page), own);
     const ratios = await page.evaluate(() => {
       const probe = document.body.appendChild(document.createElement('i'));
       const luminance = (name) => {
         probe.style.color = `var(--${name})`;
-        const [r, g, b] = getComputedStyle(probe).color.match(/\d+/g).map((c) => c / 255)
-          .map((c) => c <= 0.03928 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
+        const [r, g, b] = getComputedStyle(probe)
+          .color.match(/\d+/g)
+          .map((c) => c / 255)
+          .map((c) => (c <= 0.03928 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4));
         return 0.2126 * r + 0.7152 * g + 0.0722 * b;
       };
-      return [['text', 'page'], ['text', 'panel'], ['quiet', 'page'], ['quiet', 'panel'], ['on-accent', 'accent'],
-        ['player', 'page'], ['rejected-edge', 'page']].map(([a, b]) => {
+      return [
+        ['text', 'page'],
+        ['text', 'panel'],
+        ['quiet', 'page'],
+        ['quiet', 'panel'],
+        ['on-accent', 'accent'],
+        ['player', 'page'],
+        ['rejected-edge', 'page'],
+      ].map(([a, b]) => {
         const [x, y] = [luminance(a), luminance(b)];
         return {pair: `${a} on ${b}`, ratio: (Math.max(x, y) + 0.05) / (Math.min(x, y) + 0.05)};
       });
@@ -202,19 +295,32 @@ test('fits a telephone: nothing is cut, every button is large enough and has a n
       return width > 0 && (width < 44 || height < 44);
     }).length,
     nameless: [...document.querySelectorAll('button')].filter(
-      (button) => !button.textContent.trim() && !button.getAttribute('aria-label')).length,
+      (button) => !button.textContent.trim() && !button.getAttribute('aria-label')
+    ).length,
   }));
   assert.deepEqual(found, {wide: 0, small: 0, nameless: 0});
   await check();
 });
 
 test('bears any name and title', async () => {
-  copyFileSync(kRoom, Buffer.concat([Buffer.from(`${folder}/<!--<script>"&`), Buffer.from([0xff]), Buffer.from('.wav')]));
+  copyFileSync(
+    kRoom,
+    Buffer.concat([Buffer.from(`${folder}/<!--<script>"&`), Buffer.from([0xff]), Buffer.from('.wav')])
+  );
   const file = join(folder, 'named.html');
   // Arguments are text here: the shell finds the name that is none.
-  execFileSync('sh', ['-c', 'exec "$0" report "$1"/*script*.wav -o "$2"', process.env.VASK_COMMAND, folder, file]);
+  execFileSync('sh', [
+    '-c',
+    'exec "$0" report "$1"/*script*.wav -o "$2"',
+    process.env.VASK_COMMAND,
+    folder,
+    file,
+  ]);
   const title = '</script><!--<b>&amp;\u2028 \u00e9';
-  for (const [made, heading] of [[file, '<!--<script>"&\ufffd.wav'], [report(kRoom, '--title', title), title]]) {
+  for (const [made, heading] of [
+    [file, '<!--<script>"&\ufffd.wav'],
+    [report(kRoom, '--title', title), title],
+  ]) {
     const {page, check} = await open(made);
     assert.equal(await page.textContent('h1'), heading);
     await check();

@@ -7,9 +7,24 @@ const kHeader = 44;
 export function saveWav(path, samples) {
   const header = Buffer.alloc(kHeader);
   const bytes = samples.byteLength;
-  [[0, 'RIFF'], [8, 'WAVEfmt '], [36, 'data']].forEach(([at, text]) => header.write(text, at));
-  [[4, 36 + bytes], [16, 16], [24, kRate], [28, 2 * kRate], [40, bytes]].forEach(([at, n]) => header.writeUInt32LE(n, at));
-  [[20, 1], [22, 1], [32, 2], [34, 16]].forEach(([at, n]) => header.writeUInt16LE(n, at));
+  [
+    [0, 'RIFF'],
+    [8, 'WAVEfmt '],
+    [36, 'data'],
+  ].forEach(([at, text]) => header.write(text, at));
+  [
+    [4, 36 + bytes],
+    [16, 16],
+    [24, kRate],
+    [28, 2 * kRate],
+    [40, bytes],
+  ].forEach(([at, n]) => header.writeUInt32LE(n, at));
+  [
+    [20, 1],
+    [22, 1],
+    [32, 2],
+    [34, 16],
+  ].forEach(([at, n]) => header.writeUInt16LE(n, at));
   writeFileSync(path, Buffer.concat([header, Buffer.from(samples.buffer, samples.byteOffset, bytes)]));
 }
 

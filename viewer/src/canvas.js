@@ -11,7 +11,8 @@ export class TrackCanvas {
   clear() {
     const width = Math.round(this.container.clientWidth * devicePixelRatio);
     const height = Math.round(this.container.clientHeight * devicePixelRatio);
-    if (this.canvas.width !== width || this.canvas.height !== height) Object.assign(this.canvas, {width, height});
+    if (this.canvas.width !== width || this.canvas.height !== height)
+      Object.assign(this.canvas, {width, height});
     this.context.clearRect(0, 0, width, height);
     return {width, height};
   }

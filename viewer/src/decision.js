@@ -2,7 +2,10 @@
 import {TrackCanvas} from './canvas.js';
 import {colour} from './theme.js';
 
-const kRows = [{bit: 1, name: 'speech'}, {bit: 2, name: 'voiced'}];
+const kRows = [
+  {bit: 1, name: 'speech'},
+  {bit: 2, name: 'voiced'},
+];
 
 export class Decision {
   constructor(container, flags, step) {
@@ -21,8 +24,12 @@ export class Decision {
         if (!(this.flags[t] & bit)) continue;
         const from = t;
         while (t < last && this.flags[t] & bit) ++t;
-        this.track.context.fillRect((from * this.step - view.start) * scale, (row / 2 + 0.08) * height,
-          Math.max((t - from) * this.step * scale, 1), 0.34 * height);
+        this.track.context.fillRect(
+          (from * this.step - view.start) * scale,
+          (row / 2 + 0.08) * height,
+          Math.max((t - from) * this.step * scale, 1),
+          0.34 * height
+        );
       }
     });
   }

@@ -3,7 +3,7 @@ export function listenToKeys(deeds) {
   document.addEventListener('keydown', (event) => {
     if (event.ctrlKey || event.metaKey || event.altKey || document.querySelector('dialog[open]')) return;
     const onControl = event.target.closest('button, input');
-    if (onControl && (event.key === ' ' || event.key === 'Enter')) return;  // that is its own key
+    if (onControl && (event.key === ' ' || event.key === 'Enter')) return; // that is its own key
     const deed = deeds[event.key.length === 1 ? event.key.toLowerCase() : event.key];
     if (!deed) return;
     event.preventDefault();

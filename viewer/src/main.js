@@ -31,7 +31,7 @@ function showFacts(report) {
   $('facts').textContent = [
     ...(report.title ? [report.file] : []),
     clock(report.seconds),
-    `${utterances.length} ${utterances.length === 1 ? 'utterance' : 'utterances'}, ${clock(spoken, 1)} in all`,
+    `${utterances.length} utterance${utterances.length === 1 ? '' : 's'}, ${clock(spoken, 1)} in all`,
     ...(rejected > 0 ? [`${rejected} rejected`] : []),
   ].join('  \u00b7  ');
 }
@@ -52,16 +52,33 @@ function makeTracks(report) {
   const lowest = level.reduce((least, value) => Math.min(least, value ?? 0), -10);
   const highest = energy.reduce((most, value) => Math.max(most, value ?? 0), 10);
   return {
-    level, energy, noise,
+    level,
+    energy,
+    noise,
     plots: [
       new Ruler($('ruler'), report.seconds),
       new Traces($('level'), 84, step, [{values: level, name: 'energy'}], [Math.floor(lowest / 10) * 10, 0]),
-      new Traces($('detector'), 110, step, [{values: energy, name: 'energy'}, {values: noise, name: 'noise'}],
-        [0, Math.ceil(highest / 10) * 10]),
+      new Traces(
+        $('detector'),
+        110,
+        step,
+        [
+          {values: energy, name: 'energy'},
+          {values: noise, name: 'noise'},
+        ],
+        [0, Math.ceil(highest / 10) * 10]
+      ),
     ],
     canvases: [
-      ...['input', 'output'].map((name) => new Spectrogram($(`spectrogram-${name}`), values[`spectrogram-${name}`],
-        report.spectrogram_step, top)),
+      ...['input', 'output'].map(
+        (name) =>
+          new Spectrogram(
+            $(`spectrogram-${name}`),
+            values[`spectrogram-${name}`],
+            report.spectrogram_step,
+            top
+          )
+      ),
       new Decision($('decision'), values['trace-flags'], step),
     ],
   };
@@ -70,7 +87,7 @@ function makeTracks(report) {
 function valuesAt(report, tracks, time) {
   const t = Math.floor(time / report.trace_step);
   const flags = report.values['trace-flags'][t] ?? 0;
-  const number = (name, value, unit) => value == null ? [] : [`${name} ${decimal(value)} ${unit}`];
+  const number = (name, value, unit) => (value == null ? [] : [`${name} ${decimal(value)} ${unit}`]);
   return [
     ...number('level', tracks.level[t], 'dBFS'),
     ...number('energy', tracks.energy[t], 'dB'),
@@ -98,7 +115,9 @@ async function main() {
     line.hidden = x < 0 || x > view.width;
     line.style.left = `${$('waveform').offsetLeft + x}px`;
     $('position').textContent = clock(player.time);
-    $('play').querySelector('path').setAttribute('d', player.playing ? kPause : kPlay);
+    $('play')
+      .querySelector('path')
+      .setAttribute('d', player.playing ? kPause : kPlay);
     $('play').setAttribute('aria-label', player.playing ? 'Pause' : 'Play');
   };
   const follow = () => {
@@ -140,8 +159,9 @@ async function main() {
     $('segments').classList.toggle('hide-rejected', !event.target.checked);
   });
 
-  const pointer = new Pointer($('tracks'), $('waveform'), $('pointer-line'), $('readout'), view,
-    (time) => valuesAt(report, tracks, time));
+  const pointer = new Pointer($('tracks'), $('waveform'), $('pointer-line'), $('readout'), view, (time) =>
+    valuesAt(report, tracks, time)
+  );
   pointer.on('click', (time) => {
     const index = list.indexAt(time);
     if (index >= 0 && index !== list.selected) list.select(index);
@@ -161,26 +181,38 @@ async function main() {
   const step = (direction) => list.step(direction, player.time);
   const deeds = {
     ' ': () => player.toggle(),
-    'ArrowLeft': (event) => player.seek(player.time - (event.shiftKey ? 0.1 : 1)),
-    'ArrowRight': (event) => player.seek(player.time + (event.shiftKey ? 0.1 : 1)),
-    'n': () => step(1),
-    'p': () => step(-1),
-    'Enter': playSelected,
-    'i': () => listenTo('input'),
-    'o': () => listenTo('output'),
+    ArrowLeft: (event) => player.seek(player.time - (event.shiftKey ? 0.1 : 1)),
+    ArrowRight: (event) => player.seek(player.time + (event.shiftKey ? 0.1 : 1)),
+    n: () => step(1),
+    p: () => step(-1),
+    Enter: playSelected,
+    i: () => listenTo('input'),
+    o: () => listenTo('output'),
     '+': () => zoom(2),
     '=': () => zoom(2),
     '-': () => zoom(0.5),
-    '0': () => view.fit(),
-    't': () => theme.toggle(),
+    0: () => view.fit(),
+    t: () => theme.toggle(),
     '?': () => help.showModal(),
   };
   listenToKeys(deeds);
-  const buttons = {'play': ' ', 'previous': 'p', 'next': 'n', 'play-selected': 'Enter', 'listen-input': 'i',
-    'listen-output': 'o', 'zoom-in': '+', 'zoom-out': '-', 'zoom-fit': '0', 'help-open': '?'};
-  for (const [id, key] of Object.entries(buttons)) $(id).addEventListener('click', (event) => deeds[key](event));
+  const buttons = {
+    play: ' ',
+    previous: 'p',
+    next: 'n',
+    'play-selected': 'Enter',
+    'listen-input': 'i',
+    'listen-output': 'o',
+    'zoom-in': '+',
+    'zoom-out': '-',
+    'zoom-fit': '0',
+    'help-open': '?',
+  };
+  for (const [id, key] of Object.entries(buttons))
+    $(id).addEventListener('click', (event) => deeds[key](event));
   $('help-close').addEventListener('click', () => help.close());
-  for (const id of ['play', 'play-selected', 'listen-input', 'listen-output']) $(id).disabled = !player.hasSound;
+  for (const id of ['play', 'play-selected', 'listen-input', 'listen-output'])
+    $(id).disabled = !player.hasSound;
 
   draw();
   document.body.dataset.ready = 'true';

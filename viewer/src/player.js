@@ -6,12 +6,13 @@ export class Player {
   #urls = {};
   #listeners = [];
   #stopAt = Infinity;
-  #time = 0;  // while nothing is loaded, or while it loads
+  #time = 0; // while nothing is loaded, or while it loads
 
   constructor(report) {
     this.report = report;
     this.side = 'output';
-    for (const event of ['play', 'pause', 'seeked', 'timeupdate']) this.#media.addEventListener(event, () => this.#tick());
+    for (const event of ['play', 'pause', 'seeked', 'timeupdate'])
+      this.#media.addEventListener(event, () => this.#tick());
     this.#media.addEventListener('loadedmetadata', () => {
       this.#media.currentTime = this.#time;
     });
@@ -80,7 +81,7 @@ export class Player {
     try {
       await this.#media.play();
     } catch (error) {
-      if (error.name !== 'AbortError') throw error;  // paused, or another sound, before it began
+      if (error.name !== 'AbortError') throw error; // paused, or another sound, before it began
     }
   }
 

@@ -1,4 +1,5 @@
-// The pointer over the tracks: a line with the values there, clicks, the wheel and, on a touch screen, pushing.
+// The pointer over the tracks: a line with the values there, clicks, the wheel and, on a touch screen,
+// pushing.
 import {clock} from './format.js';
 
 export class Pointer {
@@ -57,6 +58,9 @@ export class Pointer {
       this.view.scrollBy(last - event.clientX);
       last = event.clientX;
     });
-    for (const end of ['pointerup', 'pointercancel']) this.tracks.addEventListener(end, () => { last = null; });
+    for (const end of ['pointerup', 'pointercancel'])
+      this.tracks.addEventListener(end, () => {
+        last = null;
+      });
   }
 }

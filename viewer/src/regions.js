@@ -1,5 +1,5 @@
-// The segments on the waveform. They lie in its scrolled element at shares of its width, so scrolling and zooming
-// move them without a line of script, however many there are.
+// The segments on the waveform. They lie in its scrolled element at shares of its width, so scrolling and
+// zooming move them without a line of script, however many there are.
 import {inWords} from './format.js';
 
 // Edges and labels of those too narrow for them are left out.
@@ -8,8 +8,8 @@ const kStyle = `
   div[data-kind=span] { background: var(--span); }
   div[data-kind=utterance] { background: var(--utterance); }
   div[data-kind=rejected] { background: var(--rejected); }
-  span { position: absolute; inset: 0; display: flex; align-items: flex-end; padding-left: 3px; font-size: 11px;
-    white-space: nowrap; color: var(--text); }
+  span { position: absolute; inset: 0; display: flex; align-items: flex-end; padding-left: 3px;
+    font-size: 11px; white-space: nowrap; color: var(--text); }
   div[data-kind=utterance] span { border: solid var(--edge); border-width: 0 1px; }
   div[data-kind=rejected] span { border: dashed var(--rejected-edge); border-width: 0 1px; }
   @container (max-width: 12px) { span { font-size: 0; } }
@@ -18,8 +18,8 @@ const kStyle = `
 function region(kind, start, end, label, seconds) {
   const element = document.createElement('div');
   element.dataset.kind = kind;
-  element.style.left = `${100 * start / seconds}%`;
-  element.style.width = `${100 * (Math.min(end, seconds) - start) / seconds}%`;
+  element.style.left = `${(100 * start) / seconds}%`;
+  element.style.width = `${(100 * (Math.min(end, seconds) - start)) / seconds}%`;
   const text = document.createElement('span');
   text.textContent = label;
   element.append(text);
@@ -36,8 +36,15 @@ export function addRegions(parent, segments, seconds) {
   shadow.append(style);
   for (const {number, start, end, span_start, span_end, rejected} of segments) {
     if (rejected === null) shadow.append(region('span', span_start, span_end, '', seconds));
-    shadow.append(region(rejected === null ? 'utterance' : 'rejected', start, end, rejected === null ? number : inWords(rejected),
-      seconds));
+    shadow.append(
+      region(
+        rejected === null ? 'utterance' : 'rejected',
+        start,
+        end,
+        rejected === null ? number : inWords(rejected),
+        seconds
+      )
+    );
   }
   parent.append(root);
 }

@@ -26,15 +26,25 @@ function undoDifferences(columns) {
 
 export async function readReport() {
   const report = JSON.parse(elementOf('report').textContent);
-  const names = ['envelope-input', 'envelope-output', 'spectrogram-input', 'spectrogram-output', 'trace-level',
-    'trace-energy', 'trace-noise', 'trace-flags'];
-  const values = Object.fromEntries(await Promise.all(names.map(async (name) => [name, await valuesOf(name)])));
+  const names = [
+    'envelope-input',
+    'envelope-output',
+    'spectrogram-input',
+    'spectrogram-output',
+    'trace-level',
+    'trace-energy',
+    'trace-noise',
+    'trace-flags',
+  ];
+  const values = Object.fromEntries(
+    await Promise.all(names.map(async (name) => [name, await valuesOf(name)]))
+  );
   for (const side of ['input', 'output']) undoDifferences(values[`spectrogram-${side}`]);
   return {...report, values};
 }
 
-// The sound of 'input' or 'output' as an address that a player takes. Decoding an hour takes a moment, so it is
-// done when somebody wants to listen.
+// The sound of 'input' or 'output' as an address that a player takes. Decoding an hour takes a moment, so it
+// is done when somebody wants to listen.
 export function soundUrl(report, side) {
   const name = `sound-${side}`;
   const url = URL.createObjectURL(new Blob([bytesOf(name)], {type: report.sound}));

@@ -69,8 +69,10 @@ export class SegmentList {
   // The utterance before or after a time, the rejected ones left out.
   step(direction, time) {
     const places = this.segments.map((_, i) => i).filter((i) => this.segments[i].rejected === null);
-    const index = direction > 0 ? places.find((i) => this.segments[i].start > time + 1e-3)
-                                : places.findLast((i) => this.segments[i].start < time - 1e-3);
+    const index =
+      direction > 0
+        ? places.find((i) => this.segments[i].start > time + 1e-3)
+        : places.findLast((i) => this.segments[i].start < time - 1e-3);
     if (index !== undefined) this.select(index);
   }
 

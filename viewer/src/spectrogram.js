@@ -6,13 +6,14 @@ import {kBands} from './report.js';
 const kColours = palette();
 const kRangeDb = 70;
 
-// The level that 99.9 % of all values stay below, so that input and output share one scale.
+// The level that 99.9 % of all values stay below, for one scale of input and output. Of silence it is a low
+// one.
 export function brightest(columns) {
   const counts = new Uint32Array(256);
   for (const value of columns) ++counts[value];
   let left = columns.length / 1000;
   let level = 255;
-  while (level > 0 && (left -= counts[level]) > 0) --level;
+  while (level > kRangeDb && (left -= counts[level]) > 0) --level;
   return level;
 }
 
@@ -22,7 +23,7 @@ export class Spectrogram {
   constructor(container, columns, step, top) {
     this.columns = columns;
     this.count = columns.length / kBands;
-    this.step = step;  // seconds a column
+    this.step = step; // seconds a column
     this.colours = Uint32Array.from({length: 256}, (_, value) => {
       const share = (value - top + kRangeDb) / kRangeDb;
       return kColours[Math.round(255 * Math.min(Math.max(share, 0), 1))];
@@ -32,7 +33,7 @@ export class Spectrogram {
     for (const khz of [2, 4, 6]) {
       const mark = document.createElement('span');
       mark.textContent = khz;
-      mark.style.top = `${100 - khz / 8 * 100}%`;
+      mark.style.top = `${100 - (khz / 8) * 100}%`;
       axis.append(mark);
     }
   }
@@ -43,7 +44,7 @@ export class Spectrogram {
     const first = Math.min(Math.floor(view.start / this.step), this.count);
     const last = Math.min(Math.ceil(view.end / this.step), this.count);
     if (last <= first || width === 0) return;
-    const across = Math.min(last - first, width);  // columns of the image: a pixel shows the loudest of its own
+    const across = Math.min(last - first, width); // columns of the image: a pixel shows its loudest
     this.#image.width = across;
     this.#image.height = kBands;
     const context = this.#image.getContext('2d');
@@ -51,8 +52,8 @@ export class Spectrogram {
     const pixels = new Uint32Array(image.data.buffer);
     const loudest = new Uint8Array(kBands);
     for (let x = 0; x < across; ++x) {
-      const from = first + Math.floor(x * (last - first) / across);
-      const to = first + Math.floor((x + 1) * (last - first) / across);
+      const from = first + Math.floor((x * (last - first)) / across);
+      const to = first + Math.floor(((x + 1) * (last - first)) / across);
       loudest.fill(0);
       for (let i = from * kBands; i < to * kBands; i += kBands) {
         for (let b = 0; b < kBands; ++b) {
@@ -63,7 +64,12 @@ export class Spectrogram {
     }
     context.putImageData(image, 0, 0);
     const scale = view.scale * devicePixelRatio;
-    this.track.context.drawImage(this.#image, (first * this.step - view.start) * scale, 0,
-      (last - first) * this.step * scale, height);
+    this.track.context.drawImage(
+      this.#image,
+      (first * this.step - view.start) * scale,
+      0,
+      (last - first) * this.step * scale,
+      height
+    );
   }
 }

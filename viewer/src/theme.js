@@ -6,7 +6,7 @@ function remembered() {
   try {
     return localStorage.getItem(kKey);
   } catch {
-    return null;  // a browser may keep nothing for files
+    return null; // a browser may keep nothing for files
   }
 }
 

@@ -4,10 +4,10 @@ import uPlot from 'uplot';
 import {clock} from './format.js';
 import {colour} from './theme.js';
 
-const kNone = 255;  // not measured
+const kNone = 255; // not measured
 
 export function decibels(values, stepsPerDb, lowest = 0) {
-  return Array.from(values, (value) => value === kNone ? null : value / stepsPerDb + lowest);
+  return Array.from(values, (value) => (value === kNone ? null : value / stepsPerDb + lowest));
 }
 
 function gutter() {
@@ -17,17 +17,24 @@ function gutter() {
 // Labels of the time axis need as many decimals as their distance has.
 function timeLabels(plot, splits) {
   const distance = splits.length > 1 ? splits[1] - splits[0] : 1;
-  const decimals = [0, 1, 2].find((n) => Math.abs(distance * 10 ** n - Math.round(distance * 10 ** n)) < 1e-6) ?? 3;
-  const room = plot.bbox.width / devicePixelRatio - 22;  // the label of the right edge would be cut
-  return splits.map((time) => plot.valToPos(time, 'x') > room ? '' : clock(time, decimals));
+  const decimals =
+    [0, 1, 2].find((n) => Math.abs(distance * 10 ** n - Math.round(distance * 10 ** n)) < 1e-6) ?? 3;
+  const room = plot.bbox.width / devicePixelRatio - 22; // the label of the right edge would be cut
+  return splits.map((time) => (plot.valToPos(time, 'x') > room ? '' : clock(time, decimals)));
 }
 
-const kDistances = [0.001, 0.002, 0.005, 0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900,
-  1800, 3600, 7200];
+const kDistances = [
+  0.001, 0.002, 0.005, 0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800,
+  3600, 7200,
+];
 
 function axis() {
-  return {stroke: () => colour('quiet'), grid: {stroke: () => colour('line'), width: 1}, ticks: {show: false},
-    font: '11px system-ui, sans-serif'};
+  return {
+    stroke: () => colour('quiet'),
+    grid: {stroke: () => colour('line'), width: 1},
+    ticks: {show: false},
+    font: '11px system-ui, sans-serif',
+  };
 }
 
 function timeAxis() {
@@ -37,13 +44,17 @@ function timeAxis() {
 class Plot {
   constructor(container, options, data) {
     this.container = container;
-    this.plot = new uPlot({
-      width: 100,
-      padding: [6, 0, 6, 0],
-      legend: {show: false},
-      cursor: {show: false},
-      ...options,
-    }, data, container);
+    this.plot = new uPlot(
+      {
+        width: 100,
+        padding: [6, 0, 6, 0],
+        legend: {show: false},
+        cursor: {show: false},
+        ...options,
+      },
+      data,
+      container
+    );
   }
 
   draw(view) {
@@ -61,27 +72,43 @@ export class Traces extends Plot {
   // lines: {values, name} each, name being that of a colour; range: [lowest, highest] of the axis
   constructor(container, height, step, lines, range) {
     const times = Float64Array.from(lines[0].values, (_, t) => (t + 0.5) * step);
-    super(container, {
-      height,
-      scales: {x: {time: false, auto: false}, y: {range: () => range}},
-      axes: [
-        {...timeAxis(), size: 0, values: () => []},
-        {...axis(), size: gutter, gap: 4, space: 26},
-      ],
-      series: [{}, ...lines.map(({name}) => ({stroke: () => colour(name), width: 1.25, points: {show: false}}))],
-    }, [times, ...lines.map(({values}) => values)]);
+    super(
+      container,
+      {
+        height,
+        scales: {x: {time: false, auto: false}, y: {range: () => range}},
+        axes: [
+          {...timeAxis(), size: 0, values: () => []},
+          {...axis(), size: gutter, gap: 4, space: 26},
+        ],
+        series: [
+          {},
+          ...lines.map(({name}) => ({stroke: () => colour(name), width: 1.25, points: {show: false}})),
+        ],
+      },
+      [times, ...lines.map(({values}) => values)]
+    );
   }
 }
 
 export class Ruler extends Plot {
   constructor(container, seconds) {
-    super(container, {
-      height: 22,
-      padding: [0, 0, 0, 0],
-      scales: {x: {time: false, auto: false}, y: {range: () => [0, 1]}},
-      axes: [{...timeAxis(), side: 0, size: 22, gap: 2, grid: {show: false}, values: timeLabels},
-        {...axis(), size: gutter, grid: {show: false}, values: () => []}],
-      series: [{}, {show: false}],
-    }, [[0, seconds], [null, null]]);
+    super(
+      container,
+      {
+        height: 22,
+        padding: [0, 0, 0, 0],
+        scales: {x: {time: false, auto: false}, y: {range: () => [0, 1]}},
+        axes: [
+          {...timeAxis(), side: 0, size: 22, gap: 2, grid: {show: false}, values: timeLabels},
+          {...axis(), size: gutter, grid: {show: false}, values: () => []},
+        ],
+        series: [{}, {show: false}],
+      },
+      [
+        [0, seconds],
+        [null, null],
+      ]
+    );
   }
 }

@@ -1,6 +1,6 @@
 // The part of the recording that all tracks show. The waveform holds it, as its scroll position and zoom; the
 // other tracks are told when it changes.
-const kClosest = 2000;  // pixels a second
+const kClosest = 2000; // pixels a second
 
 export class View {
   #listeners = [];
@@ -16,10 +16,12 @@ export class View {
     this.#listeners.push(listener);
   }
 
-  get width() {  // pixels
+  get width() {
+    // pixels
     return this.surfer.getWidth();
   }
-  get scale() {  // pixels a second
+  get scale() {
+    // pixels a second
     return Math.max(this.surfer.getWrapper().clientWidth, 1) / this.seconds;
   }
   get start() {
@@ -56,16 +58,17 @@ export class View {
 
   // Zooms so that the span takes the middle.
   frame(start, end) {
-    this.zoom(0.6 * this.width / (end - start) / this.scale);
+    this.zoom((0.6 * this.width) / (end - start) / this.scale);
     this.surfer.setScroll(((start + end) / 2) * this.scale - this.width / 2);
     this.#changed();
   }
 
   // Scrolls, and zooms out if need be, until the span can be seen.
   reveal(start, end) {
-    const margin = 0.1 * this.width / this.scale;
+    const margin = (0.1 * this.width) / this.scale;
     if (start >= this.start && end <= this.end) return;
-    if ((end - start) * this.scale > 0.8 * this.width) this.zoom(0.8 * this.width / ((end - start) * this.scale));
+    if ((end - start) * this.scale > 0.8 * this.width)
+      this.zoom((0.8 * this.width) / ((end - start) * this.scale));
     this.surfer.setScroll((start - margin) * this.scale);
     this.#changed();
   }
