@@ -19,8 +19,7 @@ function(vask_find_package package required found)
 endfunction()
 
 if(VASK_BUILD_COMMAND)
-  file(GLOB command_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/vask/*.cpp"
-       "${PROJECT_SOURCE_DIR}/tools/vask/report/*.cpp")
+  file(GLOB_RECURSE command_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/vask/*.cpp")
   if(command_sources)
     find_package(CLI11 QUIET)
     if(NOT CLI11_FOUND)

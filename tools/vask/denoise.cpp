@@ -5,10 +5,10 @@
 #include <new>
 #include <vask/stream.hpp>
 
-#include "audio_reader.h"
-#include "errors.h"
-#include "progress.h"
-#include "wav_writer.h"
+#include "sound/audio_reader.h"
+#include "sound/wav_writer.h"
+#include "terminal/errors.h"
+#include "terminal/progress.h"
 
 namespace vask::command {
 

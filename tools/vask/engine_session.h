@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "format.h"
-#include "messages.h"
+#include "terminal/messages.h"
 
 namespace vask::command {
 

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "audio_reader.h"
-#include "errors.h"
 #include "extractor.h"
-#include "progress.h"
+#include "sound/audio_reader.h"
+#include "terminal/errors.h"
+#include "terminal/progress.h"
 
 namespace vask::command {
 namespace {

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-#include "errors.h"
-#include "messages.h"
+#include "terminal/errors.h"
+#include "terminal/messages.h"
 
 namespace vask::command {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "errors.h"
+#include "terminal/errors.h"
 
 namespace vask::command {
 

@@ -14,17 +14,17 @@
 #include <vector>
 
 #include "denoise.h"
-#include "detect.h"
+#include "detect/detect.h"
 #include "engine_session.h"
 #include "environment.h"
-#include "errors.h"
-#include "help.h"
 #include "knowledge_base.h"
 #include "mfcc.h"
 #include "packets.h"
 #include "report/report.h"
-#include "signals.h"
-#include "version.h"
+#include "terminal/errors.h"
+#include "terminal/help.h"
+#include "terminal/signals.h"
+#include "terminal/version.h"
 
 namespace vask::command {
 namespace {

@@ -5,11 +5,11 @@
 #include <charconv>
 #include <vector>
 
-#include "audio_reader.h"
-#include "errors.h"
 #include "extractor.h"
-#include "output_file.h"
-#include "progress.h"
+#include "sound/audio_reader.h"
+#include "sound/output_file.h"
+#include "terminal/errors.h"
+#include "terminal/progress.h"
 
 namespace vask::command {
 namespace {

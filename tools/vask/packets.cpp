@@ -11,13 +11,13 @@
 #include <vask/stream.hpp>
 #include <vector>
 
-#include "audio_reader.h"
-#include "errors.h"
-#include "output_file.h"
-#include "progress.h"
-#include "segments.h"
-#include "signals.h"
-#include "wav_writer.h"
+#include "detect/segments.h"
+#include "sound/audio_reader.h"
+#include "sound/output_file.h"
+#include "sound/wav_writer.h"
+#include "terminal/errors.h"
+#include "terminal/progress.h"
+#include "terminal/signals.h"
 
 namespace vask::command {
 namespace {

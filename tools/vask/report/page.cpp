@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "errors.h"
 #include "report/template.h"
+#include "terminal/errors.h"
 
 namespace vask::command {
 namespace {

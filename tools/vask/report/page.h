@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "output_file.h"
+#include "sound/output_file.h"
 
 namespace vask::command {
 

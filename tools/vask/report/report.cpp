@@ -8,13 +8,13 @@
 #include <vask/stream.hpp>
 #include <vector>
 
-#include "audio_reader.h"
-#include "errors.h"
-#include "progress.h"
+#include "detect/segments.h"
 #include "report/page.h"
 #include "report/picture.h"
 #include "report/traces.h"
-#include "segments.h"
+#include "sound/audio_reader.h"
+#include "terminal/errors.h"
+#include "terminal/progress.h"
 
 namespace vask::command {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "detect_options.h"
+#include "detect/options.h"
 
 namespace vask::command {
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <string>
 
-#include "errors.h"
 #include "format.h"
+#include "terminal/errors.h"
 
 namespace vask::command {
 namespace {

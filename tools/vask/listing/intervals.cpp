@@ -1,0 +1,29 @@
+#include "listing/intervals.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vask::command {
+
+int64_t Milliseconds(double seconds) { return std::llround(seconds * 1000); }
+
+std::string Seconds(int64_t milliseconds) { return Decimal(static_cast<double>(milliseconds) / 1000, 3); }
+
+std::string IntervalListing::Open(const Recording& recording) {
+  end_ = 0;
+  return OpenIntervals(recording);
+}
+
+std::string IntervalListing::Add(const Recording&, const Segment& segment) {
+  if (segment.rejected && !ShowsRejected()) return "";
+  // Nothing is put out of what was rejected: it has no margins.
+  const bool from_span = edges_.padded_start && !segment.rejected;
+  const bool to_span = edges_.padded_end && !segment.rejected;
+  const int64_t start = std::max(Milliseconds(from_span ? segment.span_start : segment.start), end_);
+  const int64_t end = Milliseconds(to_span ? segment.span_end : segment.end);
+  if (end <= start) return "";  // the interval before covers it
+  end_ = end;
+  return AddInterval({start, end, segment.number, segment.reason});
+}
+
+}  // namespace vask::command

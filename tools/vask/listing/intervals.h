@@ -1,0 +1,41 @@
+// The forms that show one interval a segment, in whole milliseconds: all but text, jsonl and csv.
+#ifndef TOOLS_VASK_LISTING_INTERVALS_H_
+#define TOOLS_VASK_LISTING_INTERVALS_H_
+
+#include <cstdint>
+#include <string>
+
+#include "listing/listing.h"
+
+namespace vask::command {
+
+int64_t Milliseconds(double seconds);
+std::string Seconds(int64_t milliseconds);  // with three decimals
+
+// Gives intervals one after the other that do not overlap: each begins where the one before ends, or later.
+class IntervalListing : public Listing {
+ public:
+  explicit IntervalListing(ListingEdges edges) : edges_(edges) {}
+
+  std::string Open(const Recording& recording) override;
+  std::string Add(const Recording& recording, const Segment& segment) override;
+
+ protected:
+  struct Interval {
+    int64_t start, end;  // ms; at least 1 apart
+    int number;          // of the utterance
+    std::string reason;  // of what was rejected
+  };
+
+  virtual bool ShowsRejected() const { return false; }
+  virtual std::string OpenIntervals(const Recording&) { return ""; }
+  virtual std::string AddInterval(const Interval& interval) = 0;
+
+ private:
+  ListingEdges edges_;
+  int64_t end_ = 0;  // of the interval before
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_LISTING_INTERVALS_H_

@@ -1,0 +1,45 @@
+// -f jsonl: an object a line.
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "listing/listing.h"
+
+namespace vask::command {
+namespace {
+
+using Object = nlohmann::ordered_json;
+
+double Rounded(double value) { return std::round(value * 1e6) / 1e6; }  // a sample is 5 us and more
+
+// A file name need not be UTF-8.
+std::string Line(const Object& object) {
+  return object.dump(-1, ' ', false, Object::error_handler_t::replace) + "\n";
+}
+
+Object TextOrNull(const std::string& text) { return text.empty() ? Object(nullptr) : Object(text); }
+
+class JsonListing : public Listing {
+ public:
+  std::string Add(const Recording& recording, const Segment& segment) override {
+    return Line({{"file", recording.file},
+                 {"number", segment.rejected ? Object(nullptr) : Object(segment.number)},
+                 {"start", Rounded(segment.start)},
+                 {"end", Rounded(segment.end)},
+                 {"span_start", Rounded(segment.span_start)},
+                 {"span_end", Rounded(segment.span_end)},
+                 {"samples", {segment.first, segment.last}},
+                 {"voiced", Rounded(segment.voiced)},
+                 {"ended", TextOrNull(segment.ended)},
+                 {"rejected", TextOrNull(segment.reason)}});
+  }
+
+  std::string Error(const std::string& file, const std::string& message) override {
+    return Line({{"file", file}, {"error", message}});
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Listing> MakeJsonListing() { return std::make_unique<JsonListing>(); }
+
+}  // namespace vask::command

@@ -1,0 +1,59 @@
+// -f kaldi: the file `segments` of a Kaldi data folder. Its readers want the whole of it sorted by bytes, so
+// it is kept back until the end of the run.
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "listing/intervals.h"
+#include "listing/recording_names.h"
+
+namespace vask::command {
+namespace {
+
+class KaldiListing : public IntervalListing {
+ public:
+  using IntervalListing::IntervalListing;
+
+  std::string Close(const Recording&) override {
+    kept_ = lines_.size();
+    return "";
+  }
+
+  std::string End() override {
+    lines_.resize(kept_);
+    std::sort(lines_.begin(), lines_.end());
+    std::string all;
+    for (const std::string& line : lines_) all += line;
+    return all;
+  }
+
+ protected:
+  std::string OpenIntervals(const Recording& recording) override {
+    lines_.resize(kept_);  // those of a recording that failed go
+    name_ = names_.Next(recording.file);
+    return "";
+  }
+
+  std::string AddInterval(const Interval& interval) override {
+    // Of equal width, so that the utterances of a recording stay in their order.
+    char number[16];
+    std::snprintf(number, sizeof number, "-%06d ", interval.number);
+    lines_.push_back(name_ + number + name_ + " " + Seconds(interval.start) + " " + Seconds(interval.end) +
+                     "\n");
+    return "";
+  }
+
+ private:
+  RecordingNames names_;
+  std::string name_;
+  std::vector<std::string> lines_;
+  size_t kept_ = 0;  // lines of recordings that are whole
+};
+
+}  // namespace
+
+std::unique_ptr<Listing> MakeKaldiListing(ListingEdges edges) {
+  return std::make_unique<KaldiListing>(edges);
+}
+
+}  // namespace vask::command

@@ -1,0 +1,77 @@
+// The forms in which `vask detect` lists what it found. A listing turns segments into text and writes nothing
+// itself; it is called by one thread, in the order of the inputs.
+#ifndef TOOLS_VASK_LISTING_LISTING_H_
+#define TOOLS_VASK_LISTING_LISTING_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vask::command {
+
+struct Recording {
+  std::string file;  // as the user named it; any bytes
+  int32_t rate = 0;  // Hz, the input's own
+  int32_t channels = 0;
+  double seconds = 0;  // its length: 0 until Close()
+};
+
+// An utterance, or what was rejected as none. Times in seconds on the input's own clock; those of a span are
+// never outside of the recording.
+struct Segment {
+  int number = 0;                       // of the utterance from 1; 0: rejected
+  bool rejected = false;                // comes with --verbose only
+  double start = 0, end = 0;            // as detected
+  double span_start = 0, span_end = 0;  // what is put out, padding included
+  int64_t first = 0, last = 0;          // the span in samples of the input's own rate: [first, last)
+  double voiced = 0;                    // share of voiced frames, 0 to 1
+  std::string ended;                    // silence, long-noise, input-end, split; empty if rejected
+  std::string reason;                   // too-short, too-little-voice, tones; empty if not
+};
+
+// Begin(); for each input Open(), Add() for each segment as it is decided, Close(), or at any place instead
+// Error(); at last End(). All give the text to put out at this place.
+class Listing {
+ public:
+  virtual ~Listing() = default;
+
+  virtual std::string Begin() { return ""; }  // once a run, before the first input
+  virtual std::string Open(const Recording&) { return ""; }
+  virtual std::string Add(const Recording& recording, const Segment& segment) = 0;
+  virtual std::string Close(const Recording&) { return ""; }  // its length is known now
+  // The input failed, perhaps after some segments; what is wrong also goes to standard error.
+  virtual std::string Error(const std::string& /*file*/, const std::string& /*message*/) { return ""; }
+  virtual std::string End() { return ""; }  // once a run, after the last input
+
+  // The ending of a file in this form, such as ".vtt", if it holds one recording only: each then needs a
+  // listing and a file of its own. Empty: one listing holds any number.
+  virtual std::string EndingOfOne() const { return ""; }
+};
+
+// Which edge of the span stands for an utterance in the forms that show one interval each: that whose padding
+// was asked for. The other is as detected: unasked, a span goes on for a second of silence.
+struct ListingEdges {
+  bool padded_start = false, padded_end = false;
+};
+
+// The names that -f takes, and the listing of a name.
+std::vector<std::string> ListingNames();
+std::unique_ptr<Listing> MakeListing(const std::string& name, ListingEdges edges = {});
+
+// What the renderers share: a number with so many decimals and a full stop, whatever the locale.
+std::string Decimal(double value, int decimals);
+
+// One a form; MakeListing() picks among them.
+std::unique_ptr<Listing> MakeTextListing();
+std::unique_ptr<Listing> MakeJsonListing();
+std::unique_ptr<Listing> MakeCsvListing();
+std::unique_ptr<Listing> MakeLabelListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeWebvttListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeTextGridListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeRttmListing(ListingEdges edges);
+std::unique_ptr<Listing> MakeKaldiListing(ListingEdges edges);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_LISTING_LISTING_H_

@@ -1,0 +1,30 @@
+// -f text: a line a segment, tabs between its columns. Scripts read the first four: file, number, start, end.
+#include "listing/listing.h"
+#include "terminal/errors.h"
+
+namespace vask::command {
+namespace {
+
+class TextListing : public Listing {
+ public:
+  std::string Add(const Recording& recording, const Segment& segment) override {
+    std::string line = Printable(recording.file);
+    line += '\t';
+    line += segment.rejected ? "-" : std::to_string(segment.number);
+    for (const double time : {segment.start, segment.end, segment.span_start, segment.span_end}) {
+      line += '\t';
+      line += Decimal(time, 3);
+    }
+    line += '\t';
+    line += Decimal(segment.voiced, 2);
+    line += segment.rejected ? "\trejected " + segment.reason : "\t" + segment.ended;
+    line += '\n';
+    return line;
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Listing> MakeTextListing() { return std::make_unique<TextListing>(); }
+
+}  // namespace vask::command

@@ -1,0 +1,38 @@
+// -f webvtt: a cue an utterance, with its number as identifier.
+#include <cstdio>
+
+#include "listing/intervals.h"
+
+namespace vask::command {
+namespace {
+
+std::string Timestamp(int64_t milliseconds) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%02lld:%02d:%02d.%03d", static_cast<long long>(milliseconds / 3600000),
+                static_cast<int>(milliseconds / 60000 % 60), static_cast<int>(milliseconds / 1000 % 60),
+                static_cast<int>(milliseconds % 1000));
+  return text;
+}
+
+class WebvttListing : public IntervalListing {
+ public:
+  using IntervalListing::IntervalListing;
+  std::string EndingOfOne() const override { return ".vtt"; }
+
+ protected:
+  std::string OpenIntervals(const Recording&) override { return "WEBVTT\n"; }
+
+  std::string AddInterval(const Interval& interval) override {
+    const std::string number = std::to_string(interval.number);
+    return "\n" + number + "\n" + Timestamp(interval.start) + " --> " + Timestamp(interval.end) +
+           "\nUtterance " + number + "\n";
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Listing> MakeWebvttListing(ListingEdges edges) {
+  return std::make_unique<WebvttListing>(edges);
+}
+
+}  // namespace vask::command

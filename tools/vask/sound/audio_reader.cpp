@@ -1,0 +1,84 @@
+#include "sound/audio_reader.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "format.h"
+#include "terminal/errors.h"
+
+namespace vask::command {
+namespace {
+
+constexpr size_t kBlockFrames = 4096;
+
+int16_t ToSample(double value) {
+  if (std::isnan(value)) return 0;  // a file of floats may hold anything
+  return static_cast<int16_t>(std::clamp(std::floor(value * 32768.0 + 0.5), -32768.0, 32767.0));
+}
+
+}  // namespace
+
+AudioReader::AudioReader(const std::string& path)
+    : path_(path), source_(path == "-" ? OpenStandardInput() : OpenSoundFile(path)) {
+  interleaved_.resize(kBlockFrames * static_cast<size_t>(channels()));
+  converted_.resize(kBlockFrames);
+  if (rate() == kRateHz) return;
+  mono_.resize(kBlockFrames);
+  const soxr_io_spec_t doubles = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
+  const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
+  const soxr_runtime_spec_t one_thread = soxr_runtime_spec(1);
+  soxr_error_t error = nullptr;
+  resampler_.reset(soxr_create(rate(), kRateHz, 1, &error, &doubles, &quality, &one_thread));
+  if (error != nullptr || !resampler_) {
+    throw FileError(path, "its rate of " + std::to_string(rate()) + " Hz cannot be resampled",
+                    "convert it to 16000 Hz");
+  }
+}
+
+size_t AudioReader::Read(std::span<int16_t> out) {
+  size_t done = 0;
+  for (size_t n = 1; done < out.size() && n > 0; done += n) n = ReadSome(out.subspan(done));
+  return done;
+}
+
+size_t AudioReader::ReadSome(std::span<int16_t> out) {
+  const auto block = std::span(converted_).first(std::min(converted_.size(), out.size()));
+  const size_t n = resampler_ ? Resample(block) : ReadMono(block);
+  std::transform(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(n), out.begin(), ToSample);
+  return n;
+}
+
+int64_t AudioReader::ExpectedSamples() const {
+  return std::llround(static_cast<double>(source_->frames()) * kRateHz / rate());
+}
+
+size_t AudioReader::ReadMono(std::span<double> out) {
+  const auto channels = static_cast<size_t>(source_->channels());
+  const size_t wanted = std::min(out.size(), kBlockFrames);
+  const size_t frames = source_->Read(std::span(interleaved_).first(wanted * channels));
+  for (size_t i = 0; i < frames; ++i) {
+    double sum = 0.0;
+    for (size_t c = 0; c < channels; ++c) sum += interleaved_[i * channels + c];
+    out[i] = sum / static_cast<double>(channels);
+  }
+  frames_read_ += static_cast<int64_t>(frames);
+  return frames;
+}
+
+size_t AudioReader::Resample(std::span<double> out) {
+  for (;;) {
+    if (mono_begin_ == mono_end_) {
+      mono_begin_ = 0;
+      mono_end_ = ReadMono(mono_);
+    }
+    const bool at_end = mono_begin_ == mono_end_;  // the resampler then gives what it still holds
+    size_t taken = 0, given = 0;
+    const soxr_error_t error = soxr_process(resampler_.get(), at_end ? nullptr : &mono_[mono_begin_],
+                                            mono_end_ - mono_begin_, &taken, out.data(), out.size(), &given);
+    if (error != nullptr) throw FileError(path_, "cannot be resampled", "convert it to 16000 Hz");
+    mono_begin_ += taken;
+    if (given > 0 || at_end) return given;
+  }
+}
+
+}  // namespace vask::command

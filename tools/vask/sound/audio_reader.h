@@ -1,0 +1,57 @@
+// Any recording as 16 kHz mono 16-bit samples, a block at a time.
+#ifndef TOOLS_VASK_SOUND_AUDIO_READER_H_
+#define TOOLS_VASK_SOUND_AUDIO_READER_H_
+
+#include <soxr.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "sound/sound_source.h"
+
+namespace vask::command {
+
+// Channels are averaged and rates other than 16 kHz resampled; 16 kHz mono 16-bit samples come through bit
+// for bit. Memory does not grow with the recording.
+class AudioReader {
+ public:
+  // A file's name, or "-" for standard input. Throws FileError if it is missing, empty, a directory,
+  // unreadable or no audio.
+  explicit AudioReader(const std::string& path);
+
+  // Fills `out` unless the recording ends before; returns the number of samples, 0 at the end.
+  size_t Read(std::span<int16_t> out);
+  // The same, but does not wait for more than one sample.
+  size_t ReadSome(std::span<int16_t> out);
+
+  // Length in samples at 16 kHz by the file's header, which a pipe does not know: then 0.
+  int64_t ExpectedSamples() const;
+
+  int32_t rate() const { return source_->rate(); }  // Hz, the recording's own
+  int32_t channels() const { return source_->channels(); }
+  int64_t frames_read() const { return frames_read_; }  // at that rate
+
+ private:
+  struct DeleteResampler {
+    void operator()(soxr* resampler) const { soxr_delete(resampler); }
+  };
+
+  size_t ReadMono(std::span<double> out);  // at the recording's own rate, 1.0 = full scale
+  size_t Resample(std::span<double> out);
+
+  std::string path_;
+  std::unique_ptr<SoundSource> source_;
+  std::unique_ptr<soxr, DeleteResampler> resampler_;  // none at 16 kHz
+  int64_t frames_read_ = 0;
+  std::vector<double> interleaved_;  // a block of all channels
+  std::vector<double> mono_;         // waits for the resampler
+  size_t mono_begin_ = 0, mono_end_ = 0;
+  std::vector<double> converted_;  // at 16 kHz
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_SOUND_AUDIO_READER_H_

@@ -1,0 +1,90 @@
+// A sound file as FLAC, through libsndfile, which goes back to its head at the end.
+#include <sndfile.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "format.h"
+#include "sound/output_file.h"
+#include "sound/sndfile_lock.h"
+#include "sound/sound_writer.h"
+
+namespace vask::command {
+namespace {
+
+// What libsndfile asks of a file. Its encoder does not always report a failed write: it is noted here.
+struct Target {
+  int fd;
+  int error = 0;  // errno of the first failure
+};
+
+sf_count_t SeekIn(sf_count_t offset, int whence, void* user) {
+  return lseek(static_cast<Target*>(user)->fd, offset, whence);
+}
+sf_count_t TellIn(void* user) { return lseek(static_cast<Target*>(user)->fd, 0, SEEK_CUR); }
+sf_count_t LengthOf(void* user) {
+  const sf_count_t place = TellIn(user), length = SeekIn(0, SEEK_END, user);
+  SeekIn(place, SEEK_SET, user);
+  return length;
+}
+sf_count_t ReadFrom(void* to, sf_count_t n, void* user) {
+  return read(static_cast<Target*>(user)->fd, to, static_cast<size_t>(n));
+}
+sf_count_t WriteTo(const void* from, sf_count_t n, void* user) {
+  Target& target = *static_cast<Target*>(user);
+  const auto* bytes = static_cast<const char*>(from);
+  sf_count_t done = 0;
+  while (done < n && target.error == 0) {
+    const ssize_t written = write(target.fd, bytes + done, static_cast<size_t>(n - done));
+    if (written >= 0) {
+      done += written;
+    } else if (errno != EINTR) {
+      target.error = errno;
+    }
+  }
+  return done;
+}
+
+class FlacWriter : public SoundWriter {
+ public:
+  explicit FlacWriter(const std::string& name) : file_(name), target_{file_.fd()} {
+    SF_INFO info = {};
+    info.samplerate = kRateHz;
+    info.channels = 1;
+    info.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+    const std::lock_guard lock(sndfile_lock);
+    SF_VIRTUAL_IO io = {LengthOf, SeekIn, ReadFrom, WriteTo, TellIn};
+    flac_.reset(sf_open_virtual(&io, SFM_WRITE, &info, &target_));
+    if (!flac_) Fail();
+  }
+
+  void Write(std::span<const int16_t> samples) override {
+    const auto n = static_cast<sf_count_t>(samples.size());
+    if (sf_write_short(flac_.get(), samples.data(), n) != n || target_.error != 0) Fail();
+  }
+
+  void Commit() override {
+    flac_.reset();
+    if (target_.error != 0) Fail();
+    file_.Commit();
+  }
+
+ private:
+  struct CloseFile {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+  };
+
+  [[noreturn]] void Fail() const { file_.ThrowUnwritable(target_.error != 0 ? target_.error : EIO); }
+
+  OutputFile file_;
+  Target target_;
+  std::unique_ptr<SNDFILE, CloseFile> flac_;  // closed first
+};
+
+}  // namespace
+
+std::unique_ptr<SoundWriter> MakeFlacWriter(const std::string& target) {
+  return std::make_unique<FlacWriter>(target);
+}
+
+}  // namespace vask::command

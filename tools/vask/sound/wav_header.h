@@ -1,0 +1,33 @@
+// The head of a WAV stream, read forwards only: a pipe cannot be read twice.
+#ifndef TOOLS_VASK_SOUND_WAV_HEADER_H_
+#define TOOLS_VASK_SOUND_WAV_HEADER_H_
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+
+namespace vask::command {
+
+constexpr uint64_t kUntilTheEnd = INT64_MAX;
+
+struct WavForm {
+  int32_t rate = 0;  // Hz
+  int32_t channels = 0;
+  int32_t bytes = 0;  // of a sample
+  bool is_float = false;
+  uint64_t data_bytes = 0;  // or kUntilTheEnd
+};
+
+// Fills a span with the next bytes; false at the end of the stream.
+using TakeBytes = std::function<bool(std::span<uint8_t>)>;
+
+// Reads from behind "RIFF" up to the first sample. `name` is for the FileError about what cannot be read.
+WavForm ReadWavHeader(const std::string& name, const TakeBytes& take);
+
+// One little-endian sample of such a form, 1.0 = full scale.
+double WavSample(const WavForm& form, const uint8_t* bytes);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_SOUND_WAV_HEADER_H_

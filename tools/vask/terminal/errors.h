@@ -1,0 +1,54 @@
+// What may go wrong, in words for the person at the terminal, and the reasons to stop at once.
+#ifndef TOOLS_VASK_TERMINAL_ERRORS_H_
+#define TOOLS_VASK_TERMINAL_ERRORS_H_
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace vask::command {
+
+// A name as one line of text: control characters would break the line or the terminal.
+inline std::string Printable(std::string name) {
+  for (char& c : name) {
+    if ((c >= 0 && c < ' ') || c == 127) c = '?';
+  }
+  return name;
+}
+
+// One file failed; the others go on. "FILE: what is wrong: remedy".
+class FileError : public std::runtime_error {
+ public:
+  FileError(const std::string& file, const std::string& wrong, const std::string& remedy)
+      : std::runtime_error(Printable(file + ": " + wrong + ": " + remedy)) {}
+};
+
+// The arguments do not go together.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Nothing can go on: the engine does not start, standard output cannot be written.
+class FatalError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// The process ends by this signal once everything unfinished is cleared away.
+struct Interruption {
+  int signal;
+};
+
+// After a failed write to standard output, while errno tells why. A reader that has had enough is no error.
+[[noreturn]] inline void ThrowOutputError() {
+  if (errno == EPIPE) throw Interruption{SIGPIPE};
+  throw FatalError(std::string("standard output: cannot be written (") + std::strerror(errno) +
+                   "): make room or write elsewhere");
+}
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_TERMINAL_ERRORS_H_

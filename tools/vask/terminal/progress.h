@@ -1,0 +1,30 @@
+// A line on the terminal that says how far a long file is; nothing anywhere else.
+#ifndef TOOLS_VASK_TERMINAL_PROGRESS_H_
+#define TOOLS_VASK_TERMINAL_PROGRESS_H_
+
+#include <cstdint>
+#include <string>
+
+#include "terminal/terminal_line.h"
+
+namespace vask::command {
+
+// Whether a file of so many samples at 16 kHz takes long enough for a person to wonder; 0 if unknown.
+bool IsLong(int64_t samples);
+
+class Progress {
+ public:
+  // `samples` at 16 kHz, 0 if unknown. Shown only for more than a minute.
+  Progress(const std::string& file, int64_t samples);
+
+  void Update(int64_t samples_done);
+
+ private:
+  std::string file_;
+  int64_t samples_ = 0;
+  TerminalLine line_;
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_TERMINAL_PROGRESS_H_

@@ -1,0 +1,32 @@
+// A line at the bottom of the terminal that is written again and again; nothing where standard error is no
+// terminal.
+#ifndef TOOLS_VASK_TERMINAL_TERMINAL_LINE_H_
+#define TOOLS_VASK_TERMINAL_TERMINAL_LINE_H_
+
+#include <chrono>
+#include <string>
+
+namespace vask::command {
+
+class TerminalLine {
+ public:
+  ~TerminalLine() { Hide(); }
+
+  static bool Possible();
+
+  // Whether enough time has passed for a person to see something new.
+  bool Due() const;
+  void Show(const std::string& text);
+  void Hide();  // before anything else is written to the terminal
+
+ private:
+  bool visible_ = false;
+  std::chrono::steady_clock::time_point shown_{};
+};
+
+// "[#####     ]  50 %" for a share from 0 to 1.
+std::string Bar(double share);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_TERMINAL_TERMINAL_LINE_H_
