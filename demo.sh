@@ -20,11 +20,14 @@ rm -rf out/utterances
 say "Taking the noise away: vask denoise samples/room.wav -o out/room-denoised.wav"
 rm -f out/room-denoised.wav
 "$vask" denoise samples/room.wav -o out/room-denoised.wav
+say "Drawing what was found: vask report samples/room.wav -o out/report.html"
+"$vask" report samples/room.wav -o out/report.html
 
 say "Done: $(wc -l < out/utterances.txt) utterances found"
 cat << END
    out/utterances.txt      file, number, start and end in seconds of each utterance, and more
    out/utterances/         each utterance as a recording of its own
+   out/report.html         all of it as a page to look at and listen to, in a browser
    out/room-denoised.wav   the whole recording without the noise; compare it with samples/room.wav
 
 To go on:
