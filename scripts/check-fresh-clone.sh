@@ -45,6 +45,8 @@ debootstrap --variant=minbase --include=ca-certificates,git "$suite" "$target" "
 rm -f "$target.log"
 cp /etc/resolv.conf "$target/etc/resolv.conf" 2> /dev/null || true
 cp /etc/apt/apt.conf.d/*proxy* "$target/etc/apt/apt.conf.d/" 2> /dev/null || true
+# npm trusts whom this machine trusts.
+cp /etc/ssl/certs/ca-certificates.crt "$target/etc/ssl/trusted.crt" 2> /dev/null || true
 for place in proc dev; do
   if mount --bind "/$place" "$target/$place" 2> /dev/null; then mounted+=("$target/$place"); fi
 done
@@ -52,7 +54,10 @@ done
 echo "== A fresh clone"
 git clone --quiet --no-local "$root_dir" "$target/root/libVask"
 
-inside() { chroot "$target" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin "$@"; }
+inside() {
+  chroot "$target" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+    NODE_EXTRA_CA_CERTS=/etc/ssl/trusted.crt "$@"
+}
 result=0
 for command in demo test; do
   echo "== ./$command.sh"
