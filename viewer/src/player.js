@@ -6,7 +6,8 @@ export class Player {
   #urls = {};
   #listeners = [];
   #stopAt = Infinity;
-  #time = 0; // while nothing is loaded, or while it loads
+  #time = 0; // where to play from, while nothing is loaded yet
+  #loaded = false; // the sound stands at #time: the browser's own state runs ahead of its event
 
   constructor(report) {
     this.report = report;
@@ -15,6 +16,7 @@ export class Player {
       this.#media.addEventListener(event, () => this.#tick());
     this.#media.addEventListener('loadedmetadata', () => {
       this.#media.currentTime = this.#time;
+      this.#loaded = true;
     });
     this.#media.addEventListener('play', () => this.#follow());
   }
@@ -30,7 +32,7 @@ export class Player {
     return !this.#media.paused;
   }
   get time() {
-    return this.#media.readyState > 0 ? this.#media.currentTime : this.#time;
+    return this.#loaded ? this.#media.currentTime : this.#time;
   }
 
   seek(time) {
@@ -66,11 +68,12 @@ export class Player {
 
   #moveTo(time) {
     this.#time = Math.min(Math.max(time, 0), this.report.seconds);
-    if (this.#media.readyState > 0) this.#media.currentTime = this.#time;
+    if (this.#loaded) this.#media.currentTime = this.#time;
     this.#tick();
   }
 
   #load() {
+    this.#loaded = false;
     this.#urls[this.side] ??= soundUrl(this.report, this.side);
     this.#media.src = this.#urls[this.side];
   }
@@ -91,7 +94,7 @@ export class Player {
   }
 
   #tick() {
-    if (this.#media.readyState > 0) {
+    if (this.#loaded) {
       if (this.playing && this.#media.currentTime >= this.#stopAt) {
         this.#media.pause();
         this.#media.currentTime = this.#stopAt;
