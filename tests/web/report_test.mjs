@@ -190,6 +190,23 @@ test('plays, pauses, and ends an utterance at its end', async () => {
   await check();
 });
 
+test('plays from where it was asked to, even if time is told before the sound is ready', async () => {
+  const {page, check} = await open(room);
+  const {segments} = await dataOf(page);
+  await page.evaluate(() => {
+    const play = HTMLMediaElement.prototype.play;
+    HTMLMediaElement.prototype.play = function () {
+      const early = () => this.dispatchEvent(new Event('timeupdate'));
+      this.addEventListener('loadedmetadata', early, {capture: true, once: true});
+      return play.call(this);
+    };
+  });
+  await page.locator('#segments tr').nth(3).getByText('Output', {exact: true}).click();
+  await waitFor(async () => (await position(page)) > segments[3].span_start + 0.1, 'the utterance plays');
+  assert.ok((await position(page)) < segments[3].span_end);
+  await check();
+});
+
 test('obeys its keys, buttons and clicks', async () => {
   const {page, check} = await open(room);
   const {seconds, segments} = await dataOf(page);
