@@ -8,9 +8,10 @@ namespace vask {
 namespace {
 
 constexpr int64_t kFirstCapacity = 4 * 16000;  // samples
-constexpr int32_t kFirstEvents = 64;
+constexpr int32_t kFirstEvents = 256;
 constexpr int32_t kMostEvents = 65536;
-constexpr int32_t kEventsOfAFrame = 8;  // at most: a start, a split, an end, and the ends of a flush
+// At most so many come at once: a flush may cut the longest hangover, 30 s, in pieces of 0.75 s.
+constexpr int32_t kMostAtOnce = 128;
 
 // Storage of `capacity` elements with the `count` first ones moved over; the old one stays if there is none.
 template <typename T>
@@ -48,7 +49,7 @@ void Outbox::Clear() {
 
 Outbox::Room Outbox::Reserve(int64_t samples) {
   if (Waiting() + samples > bound_) return Room::kFull;
-  if (entry_count_ + kEventsOfAFrame > entry_capacity_) {
+  if (entry_count_ + kMostAtOnce > entry_capacity_) {
     if (entry_capacity_ >= kMostEvents) return Room::kFull;
     if (!GrowEvents()) return Room::kNoMemory;
   }

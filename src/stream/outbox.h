@@ -19,7 +19,7 @@ class Outbox {
   void Clear();  // the storage stays
 
   enum class Room { kThere, kFull, kNoMemory };
-  // Make room for so many samples and for the events of a frame. Push() and Add() need it.
+  // Make room for so many samples and for the events that come with them. Push() and Add() need it.
   Room Reserve(int64_t samples);
 
   void Push(std::span<const int16_t> samples);

@@ -100,7 +100,6 @@ struct vask_stream {
   int64_t input_end;     // positions; kNoEnd until the input ends
   int64_t continuous;    // samples put out in continuous mode
   bool is_over;
-  int64_t energy;  // of the newest frame: sum of squares
   int16_t emitted[vask::kMostDrained];
 };
 

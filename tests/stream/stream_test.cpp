@@ -175,6 +175,19 @@ TEST(Stream, SplitsWhatIsTooLongWhereItIsQuietest) {
   }
 }
 
+// At the end of the input a long hangover holds many pieces at once.
+TEST(Stream, SplitsAllThatTheHangoverHolds) {
+  Samples input = Hiss(60, 20, 2);
+  for (int i = 0; i < 50; ++i) input = Join({input, Vowel(70, 4000), Hiss(10, 20, 3)});
+  StreamOptions options;
+  options.profile.hangover_frames = 3000;
+  options.max_samples = 24000;
+  const std::vector<Heard> parts = Listen(options, input);
+  EXPECT_GE(parts.size(), 45u);
+  for (size_t k = 1; k < parts.size(); ++k) ASSERT_EQ(parts[k].event.span_start, parts[k - 1].event.span_end);
+  EXPECT_EQ(parts.back().event.span_end, static_cast<int64_t>(input.size()));
+}
+
 TEST(Stream, RejectsByItsOptionsAndSaysWhy) {
   const Samples room = Room(), speech(room.begin(), room.begin() + 80000);  // one utterance of 2.46 s
   const Samples buzz = Utterance();                                         // 0.8 s, as even as a tone
