@@ -157,7 +157,7 @@ VASK_API void vask_stream_profile(int32_t device, int32_t os, epd_profile *profi
 VASK_API const char *vask_stream_complaint(const vask_stream_options *options);
 
 /**
- * Open a stream. All memory is taken here (about 0.5 MB), but for the queue's growth up to its bound.
+ * Open a stream. All memory is taken here (about 0.7 MB), but for the queue's growth up to its bound.
  *
  * options  in: the options, copied; null: those of vask_stream_defaults
  *
