@@ -48,7 +48,7 @@ cp /etc/apt/apt.conf.d/*proxy* "$target/etc/apt/apt.conf.d/" 2> /dev/null || tru
 # npm trusts whom this machine trusts.
 cp /etc/ssl/certs/ca-certificates.crt "$target/etc/ssl/trusted.crt" 2> /dev/null || true
 for place in proc dev dev/pts dev/shm; do
-  if mount --bind "/$place" "$target/$place" 2> /dev/null; then mounted+=("$target/$place"); fi
+  if mount --bind "/$place" "$target/$place" 2> /dev/null; then mounted=("$target/$place" "${mounted[@]}"); fi
 done
 
 echo "== A fresh clone"

@@ -1,6 +1,7 @@
 // Streams beside an engine that is driven by hand: the same bits and positions, and what the options make of
 // them.
 #include <gtest/gtest.h>
+#include <vask/engine.h>
 #include <vask/stream.hpp>
 
 #include <algorithm>
@@ -30,18 +31,46 @@ Samples Scene() {
   return Join({Samples(5 * 160), room, Burst(), Samples(room.begin(), room.begin() + 40000)});
 }
 
-// The engine frame by frame, wrapped up and given its last frame again when it has decided.
+// Two engines side by side: that of the process, and one whose record can be looked into.
+class EnginePair {
+ public:
+  explicit EnginePair(int32_t mode) : own_(mode), mode_(mode) {
+    EXPECT_EQ(Vask_epd_init(".", mode), 1);
+    WrapUpBoth();
+  }
+  ~EnginePair() { Vask_epd_stop(); }
+
+  Emitted Process(const Samples& samples, size_t t) {
+    Samples frame(&samples[160 * t], &samples[160 * t] + 160), out(kQueueFrames * kFrame);
+    int32_t count = 0;
+    const auto process = mode_ == 1 ? Vask_epd_speechenhance : Vask_epd_frames;
+    const int32_t result = process(frame.data(), 160, out.data(), &count);
+    out.resize(static_cast<size_t>(count));
+    EXPECT_EQ(own_.Process(mode_, samples, t), (Emitted{result, out})) << "frame " << t;
+    return {result, out};
+  }
+  void WrapUpBoth() {
+    Vask_epd_wrapup(nullptr, nullptr);
+    WrapUp(own_.state);
+  }
+  const epd_engine& state() const { return own_.state; }
+
+ private:
+  Stream own_;
+  int32_t mode_;
+};
+
+// Frame by frame, wrapped up and given the last frame again when the engine has decided.
 std::vector<Heard> ListenByHand(const Samples& input) {
-  Stream engine(2);
-  WrapUp(engine.state);
+  EnginePair engine(2);
   std::vector<Heard> segments;
   Samples audio;
   int64_t origin = 0, first = 0, start = 0;
   for (size_t t = 0; t < input.size() / 160; ++t) {
-    const bool had_started = engine.state.started != 0;
-    const Emitted emitted = engine.Process(2, input, t);
+    const bool had_started = engine.state().started != 0;
+    const Emitted emitted = engine.Process(input, t);
     if (!had_started) origin = static_cast<int64_t>(t);
-    const auto& epd = engine.state.epd;
+    const auto& epd = engine.state().epd;
     if (!emitted.samples.empty() && audio.empty()) {
       start = 160 * (origin + epd.start_frame);
       first = start - 160 * std::min(epd.start_frame, 35);
@@ -57,8 +86,8 @@ std::vector<Heard> ListenByHand(const Samples& input) {
     event.voiced_frames = emitted.result == 1 ? epd.uv.voiced_frames : -1;
     if (emitted.result == 2) audio.clear();
     segments.push_back({event, std::exchange(audio, {})});
-    WrapUp(engine.state);
-    engine.Process(2, input, t);
+    engine.WrapUpBoth();
+    engine.Process(input, t);
     origin = static_cast<int64_t>(t);
   }
   return segments;
@@ -101,10 +130,10 @@ TEST(Stream, ContinuousAudioIsThatOfTheEngineAndInStepWithTheInput) {
   clean.Hear(input);
   const Samples& out = clean.audio();
   ASSERT_EQ(out.size(), input.size());
-  Stream engine(1);
+  EnginePair engine(1);
   Samples expected(480);
   for (size_t t = 0; t < input.size() / 160; ++t) {
-    const Samples emitted = engine.Process(1, input, t).samples;
+    const Samples emitted = engine.Process(input, t).samples;
     expected.insert(expected.end(), emitted.begin(), emitted.end());
   }
   EXPECT_EQ(Samples(out.begin(), out.begin() + static_cast<int64_t>(expected.size())), expected);
