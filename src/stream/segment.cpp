@@ -107,10 +107,9 @@ int64_t Segment::PlaceOf(const SegmentContext& context, int64_t position) const 
 
 // The frames at whose beginning the piece may be split.
 Segment::Range Segment::SplitRange(const SegmentContext& context) const {
-  constexpr int64_t kWindow = 200;  // frames, 2 s
   const int64_t last = (out_begin_ + context.options.max_samples) / kFrame;
   const int64_t middle = (out_begin_ / kFrame + last) / 2;
-  return {std::max({last - kWindow, middle, start_ + 1}), last};
+  return {std::max({last - kSplitWindow, middle, start_ + 1}), last};
 }
 
 void Segment::SplitWhileTooLong(const SegmentContext& context, int64_t end) {
@@ -153,7 +152,7 @@ void Segment::End(const SegmentContext& context, int64_t end, int32_t reason, bo
   if (!is_open_) return;
   end = std::max(end, start_);
   SplitWhileTooLong(context, end);
-  piece_.energy -= CountsFrom(context, std::max(end, start_)).energy;
+  piece_.energy -= CountsFrom(context, end).energy;
   int32_t complaint = Complaint(context, end);
   if (!is_accepted) {
     complaint = IsLongEnough(LengthUntil(end)) ? VASK_STREAM_TOO_LITTLE_VOICE : VASK_STREAM_TOO_SHORT;

@@ -23,6 +23,8 @@ struct SegmentContext {
 
 class Segment {
  public:
+  static constexpr int64_t kSplitWindow = 200;  // frames looked back upon for the quietest place: 2 s
+
   void Clear() { *this = {}; }
   bool is_open() const { return is_open_; }
 

@@ -43,7 +43,6 @@ constexpr int64_t kDetectorDelay = kNoiseDelay + 1;     // the detector's window
 constexpr int64_t kDeliveryDelay = kDetectorDelay + 2;  // speech is handed on
 constexpr int64_t kEndLag = 3;  // frames between the last speech and where the hangover begins
 
-constexpr int64_t kSplitFrames = 200;     // looked back upon to find the quietest place
 constexpr int64_t kFramesInFlight = 128;  // margin before a start, delays and flush, with room to spare
 
 // The most that one frame puts out: the margin before a start and what has come since.
@@ -303,7 +302,7 @@ void CloseStream(vask_stream& s) {
 bool OpenStream(vask_stream& s, const vask_stream_options& options) {
   s.options = options;
   if (s.options.queue_samples == 0) s.options.queue_samples = DefaultOptions().queue_samples;
-  const int64_t notes = options.profile.hangover_frames + kSplitFrames + kFramesInFlight;
+  const int64_t notes = options.profile.hangover_frames + Segment::kSplitWindow + kFramesInFlight;
   const bool has_notes = s.history.Open(static_cast<int32_t>(notes));
   const bool has_outbox = s.outbox.Open(s.options.queue_samples, options.mode == VASK_STREAM_UTTERANCES);
   if (!has_notes || !has_outbox) return false;

@@ -1,45 +1,17 @@
 // vask env, mfcc and tables from outside, over recordings that are made here.
-#include <gtest/gtest.h>
-#include <sndfile.h>
-#include <stdlib.h>
-#include <sys/wait.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <numbers>
-#include <random>
-#include <sstream>
-#include <string>
-#include <vector>
 
+#include "command/command.h"
+
+namespace vask::test {
 namespace {
 
-namespace fs = std::filesystem;
-constexpr int kRateHz = 16000;
-const std::string kRoom = std::string(VASK_SAMPLES_DIR) + "/room.wav";
-
-std::string Content(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 void Save(const fs::path& path, const std::vector<double>& samples) {
-  SF_INFO info = {};
-  info.samplerate = kRateHz;
-  info.channels = 1;
-  info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
-  ASSERT_NE(file, nullptr) << path;
-  std::vector<int16_t> rounded;
+  Samples rounded;
   for (const double x : samples) rounded.push_back(static_cast<int16_t>(std::lround(x)));
-  sf_write_short(file, rounded.data(), static_cast<sf_count_t>(rounded.size()));
-  sf_close(file);
+  test::Save(path, rounded);
 }
 
 // 29 harmonics of 120 Hz under three formants, with syllables; of the given root mean square.
@@ -85,13 +57,6 @@ std::vector<double> Scene(double hiss, double voiced, double level) {
 
 class Analysis : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "vask-analysis-XXXXXX").string();
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    dir_ = name;
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
   // Runs the command in the test's folder; its exit code. Output and errors: out_, err_.
   int Run(const std::string& arguments) {
     const std::string line =
@@ -126,7 +91,8 @@ class Analysis : public testing::Test {
     return values;
   }
 
-  fs::path dir_;
+  Folder folder_;
+  const fs::path dir_ = folder_.path;
   std::string out_, err_;
 };
 
@@ -261,3 +227,4 @@ TEST_F(Analysis, FailsWithOneLineAndLeavesNothing) {
 }
 
 }  // namespace
+}  // namespace vask::test

@@ -25,6 +25,8 @@
 #include <string>
 #include <vector>
 
+#include "support/folder.h"
+
 namespace vask::test {
 
 namespace fs = std::filesystem;
@@ -111,13 +113,6 @@ inline long PeakKib(pid_t process) {
 
 class Command : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "vask-command-XXXXXX").string();
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    dir_ = name;
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
   fs::path operator/(const std::string& name) const { return dir_ / name; }
 
   // Starts the program in the test's folder; `prepare` runs in it before.
@@ -203,7 +198,8 @@ class Command : public testing::Test {
     return names;
   }
 
-  fs::path dir_;
+  Folder folder_;
+  const fs::path dir_ = folder_.path;
 };
 
 inline std::vector<Utterance> Truth() {

@@ -33,7 +33,6 @@ std::string Header(uint32_t tag, uint32_t channels, uint32_t rate, uint32_t bits
 class DetectCommand : public Command {
  protected:
   void SetUp() override {
-    Command::SetUp();
     std::signal(SIGPIPE, SIG_IGN);
     room_ = Content(kRoom).substr(44);
   }
