@@ -39,9 +39,9 @@ if(VASK_BUILD_COMMAND)
     find_package(Threads REQUIRED)
     target_link_libraries(vask PRIVATE vask_flags vask_shared CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
                                        Threads::Threads PkgConfig::zlib)
-    set(report_template "${PROJECT_SOURCE_DIR}/tools/vask/report/template.html")
+    set(report_template "${PROJECT_SOURCE_DIR}/tools/vask/jobs/report/template.html")
     set_source_files_properties(
-      tools/vask/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"
+      tools/vask/jobs/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"
                                                 COMPILE_DEFINITIONS "VASK_REPORT_TEMPLATE=\"${report_template}\"")
     # The installed command finds the library beside it, wherever the two are moved.
     file(RELATIVE_PATH to_library "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")

@@ -1,12 +1,12 @@
 // Builds the page that the command fills in: one file, minified, the libraries and their licences in it.
-//   node build.mjs          writes tools/vask/report/template.html
+//   node build.mjs          writes tools/vask/jobs/report/template.html
 //   node build.mjs --check  fails if that file is not what would be written
 import {build} from 'esbuild';
 import {readFile, writeFile} from 'node:fs/promises';
 import {fileURLToPath} from 'node:url';
 
 const here = (name) => fileURLToPath(new URL(name, import.meta.url));
-const kTarget = here('../tools/vask/report/template.html');
+const kTarget = here('../tools/vask/jobs/report/template.html');
 const kLibraries = ['wavesurfer.js', 'uplot'];
 
 async function licence(library) {
@@ -47,6 +47,6 @@ const built = await page();
 if (!process.argv.includes('--check')) {
   await writeFile(kTarget, built);
 } else if (built !== (await readFile(kTarget, 'utf8'))) {
-  console.error('tools/vask/report/template.html is not what viewer/ builds: run npm run build there');
+  console.error('tools/vask/jobs/report/template.html is not what viewer/ builds: run npm run build there');
   process.exitCode = 1;
 }

@@ -13,14 +13,14 @@
 #include <vask/stream.hpp>
 #include <vector>
 
-#include "denoise.h"
-#include "detect/detect.h"
-#include "engine_session.h"
-#include "environment.h"
-#include "knowledge_base.h"
-#include "mfcc.h"
-#include "packets.h"
-#include "report/report.h"
+#include "jobs/denoise.h"
+#include "jobs/detect/detect.h"
+#include "jobs/environment.h"
+#include "jobs/mfcc.h"
+#include "jobs/packets.h"
+#include "jobs/report/report.h"
+#include "jobs/tables.h"
+#include "library/engine_session.h"
 #include "terminal/errors.h"
 #include "terminal/help.h"
 #include "terminal/signals.h"

@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "format.h"
-#include "sound/output_file.h"
+#include "files/output_file.h"
+#include "sound/format.h"
 #include "sound/sndfile_lock.h"
 #include "sound/sound_writer.h"
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "format.h"
+#include "sound/format.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-#include "sound/output_file.h"
+#include "files/output_file.h"
 #include "sound/sound_writer.h"
 
 namespace vask::command {

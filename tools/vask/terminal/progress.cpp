@@ -1,6 +1,6 @@
 #include "terminal/progress.h"
 
-#include "format.h"
+#include "sound/format.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

@@ -1,0 +1,16 @@
+// --files-from: names of inputs in a file.
+#ifndef TOOLS_VASK_FILES_FILE_LIST_H_
+#define TOOLS_VASK_FILES_FILE_LIST_H_
+
+#include <string>
+#include <vector>
+
+namespace vask::command {
+
+// The names in `list`, "-" for standard input: one a line, or with `null` each before a zero byte. Throws
+// FileError.
+std::vector<std::string> ReadFileList(const std::string& list, bool null);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_FILES_FILE_LIST_H_

@@ -1,0 +1,130 @@
+#include "files/output_file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "terminal/errors.h"
+
+namespace vask::command {
+namespace {
+
+constexpr size_t kFlushBytes = 1 << 16;
+constexpr std::string_view kTemporary = ".vask-XXXXXX";  // the last six are any
+
+// The mode that open() would have given: mkostemp() makes files for the owner alone.
+mode_t NewFileMode() {
+  static const mode_t mode = [] {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+  }();
+  return mode;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& target) : name_(target), target_(target) {
+  std::error_code ignored;
+  const std::filesystem::path resolved = std::filesystem::canonical(target, ignored);
+  if (!resolved.empty()) target_ = resolved.string();
+  struct stat status;
+  const bool exists = stat(target_.c_str(), &status) == 0;
+  if (exists && !S_ISREG(status.st_mode)) {
+    fd_ = open(target_.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd_ < 0) ThrowUnwritable(errno);
+  } else {
+    if (exists && access(target_.c_str(), W_OK) != 0) ThrowUnwritable(errno);
+    MakeTemporary();
+    // The file is ours; if its mode cannot be set it merely stays private.
+    static_cast<void>(fchmod(fd_, exists ? (status.st_mode & 07777) : NewFileMode()));
+  }
+}
+
+OutputFile::~OutputFile() {
+  if (fd_ >= 0) close(fd_);
+  if (!temporary_.empty()) unlink(temporary_.c_str());
+}
+
+// Its lock says that somebody still writes it: RemoveLeftovers() of another run may have been faster.
+void OutputFile::MakeTemporary() {
+  struct stat status = {};
+  while (status.st_nlink == 0) {
+    if (fd_ >= 0) close(fd_);
+    temporary_ = (std::filesystem::path(target_).parent_path() / kTemporary).string();
+    fd_ = mkostemp(temporary_.data(), O_CLOEXEC);
+    if (fd_ < 0) {
+      temporary_.clear();
+      ThrowUnwritable(errno);
+    }
+    // Where files cannot be locked nothing is removed either.
+    if (flock(fd_, LOCK_EX) != 0 || fstat(fd_, &status) != 0) break;
+  }
+}
+
+void OutputFile::Append(std::span<const uint8_t> bytes) {
+  pending_.insert(pending_.end(), bytes.begin(), bytes.end());
+  if (pending_.size() >= kFlushBytes) Flush();
+}
+
+void OutputFile::WriteOverStart(std::span<const uint8_t> bytes) {
+  Flush();
+  if (lseek(fd_, 0, SEEK_SET) != 0) ThrowUnwritable(errno);
+  WriteAll(bytes);
+}
+
+void OutputFile::Commit() {
+  Flush();
+  // A network file system may report a full disk only in close(); the lock lasts until the second one.
+  const int again = fcntl(fd_, F_DUPFD_CLOEXEC, 0);
+  const int closed = close(fd_);
+  fd_ = again;
+  if (closed != 0 || again < 0) ThrowUnwritable(errno);
+  if (temporary_.empty()) return;
+  if (rename(temporary_.c_str(), target_.c_str()) != 0) ThrowUnwritable(errno);
+  temporary_.clear();
+}
+
+void OutputFile::Flush() {
+  WriteAll(pending_);
+  pending_.clear();
+}
+
+void OutputFile::WriteAll(std::span<const uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t n = write(fd_, bytes.data(), bytes.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) ThrowUnwritable(errno);
+    bytes = bytes.subspan(static_cast<size_t>(n));
+  }
+}
+
+void OutputFile::ThrowUnwritable(int error) const {
+  const char* remedy = "check the folder and its permissions";
+  if (error == ENOSPC || error == EDQUOT) remedy = "make room or write to another disk";
+  if (error == EISDIR) remedy = "give the name of a file";
+  if (error == ESPIPE) remedy = "write to a file, a WAV header is filled in at the end";
+  throw FileError(name_, std::string("cannot be written (") + std::strerror(error) + ")", remedy);
+}
+
+void RemoveLeftovers(const std::string& folder) {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    const std::string name = entry.path().filename().string();
+    const size_t fixed = kTemporary.find('X');
+    if (name.size() != kTemporary.size() || name.compare(0, fixed, kTemporary, 0, fixed) != 0) continue;
+    const int fd = open(entry.path().c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) continue;
+    struct stat status;
+    const bool regular = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+    if (regular && flock(fd, LOCK_EX | LOCK_NB) == 0) unlink(entry.path().c_str());
+    close(fd);
+  }
+}
+
+}  // namespace vask::command

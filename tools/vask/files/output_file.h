@@ -1,0 +1,47 @@
+// A file that is there whole or not at all.
+#ifndef TOOLS_VASK_FILES_OUTPUT_FILE_H_
+#define TOOLS_VASK_FILES_OUTPUT_FILE_H_
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vask::command {
+
+// Writes into a hidden file beside the target and renames it in Commit(); without Commit() nothing is left. A
+// target that is no regular file (a device) is written in place. Every failure is a FileError.
+class OutputFile {
+ public:
+  explicit OutputFile(const std::string& target);
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  void Append(std::span<const uint8_t> bytes);
+  void WriteOverStart(std::span<const uint8_t> bytes);  // the last thing before Commit()
+  void Commit();
+
+  const std::string& name() const { return name_; }
+  int fd() const { return fd_; }  // for a library that writes by itself, instead of Append()
+  [[noreturn]] void ThrowUnwritable(int error) const;  // an errno
+
+ private:
+  void MakeTemporary();
+  void Flush();
+  void WriteAll(std::span<const uint8_t> bytes);
+
+  std::string name_;       // as the user gave it, for messages
+  std::string target_;     // with links resolved, so that a link is not replaced by a file
+  std::string temporary_;  // empty: written in place, or already renamed
+  int fd_ = -1;
+  std::vector<uint8_t> pending_;
+};
+
+// Removes from `folder` what OutputFiles of runs that were killed have left. Those of a run that is still
+// going on stay.
+void RemoveLeftovers(const std::string& folder);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_FILES_OUTPUT_FILE_H_

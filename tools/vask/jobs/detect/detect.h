@@ -1,0 +1,35 @@
+// `vask detect`: where somebody speaks in recordings, and the utterances as files of their own.
+#ifndef TOOLS_VASK_JOBS_DETECT_DETECT_H_
+#define TOOLS_VASK_JOBS_DETECT_DETECT_H_
+
+#include <string>
+#include <vector>
+
+#include "listen/listen_options.h"
+
+namespace vask::command {
+
+struct DetectArguments {
+  DetectOptions options;
+  std::vector<std::string> inputs;
+  std::string files_from;
+  bool null = false;   // the names in it end with zero bytes
+  std::string output;  // folder; empty: the utterances are listed only
+  std::string format = "text";
+  std::string audio = "clean";
+  bool flac = false, resume = false, verbose = false, meter = false;
+  int32_t jobs = 0;  // 0: one a core
+};
+
+CLI::App* AddDetect(CLI::App& app, DetectArguments& arguments);
+
+// Checks the arguments and lists the utterances of all inputs; gives the exit status. Throws UsageError,
+// FatalError, FileError for what holds names or options, Interruption.
+int Detect(DetectArguments arguments, int32_t device, int32_t os);
+
+// The second half of it: the inputs are complete and the options checked.
+int DetectAll(const DetectArguments& arguments, const vask_stream_options& options);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_DETECT_DETECT_H_

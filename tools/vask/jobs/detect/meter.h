@@ -1,0 +1,16 @@
+// --meter: level and state of what is heard, on the terminal.
+#ifndef TOOLS_VASK_JOBS_DETECT_METER_H_
+#define TOOLS_VASK_JOBS_DETECT_METER_H_
+
+#include <vask/stream.h>
+
+#include <string>
+
+namespace vask::command {
+
+// A line such as "  -31.5 dB  [##########          ]  speech     voiced   0:12.3".
+std::string MeterLine(const vask_stream_measures& measures);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_DETECT_METER_H_

@@ -1,0 +1,70 @@
+// Results that several threads find at once, listed on standard output in the order of the inputs.
+#ifndef TOOLS_VASK_JOBS_DETECT_ORDERED_LISTING_H_
+#define TOOLS_VASK_JOBS_DETECT_ORDERED_LISTING_H_
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "listing/listing.h"
+#include "terminal/errors.h"
+#include "terminal/terminal_line.h"
+
+namespace vask::command {
+
+// What is found in the first input that is not done is listed at once. What is found in later ones waits, a
+// bounded number of segments; then their threads wait too. Safe to call from any thread, each input from one.
+class OrderedListing {
+ public:
+  struct Stopped {};  // thrown to the threads that are to give up
+
+  // Without a listing only failures are told.
+  explicit OrderedListing(Listing* listing);
+
+  void Begin();
+  void Open(size_t input, const Recording& recording);
+  void Add(size_t input, const Segment& segment);
+  void Close(size_t input, const Recording& recording);
+  void Fail(size_t input, const std::string& file, const FileError& error);  // instead of Close()
+  void End();
+
+  void Stop();
+  void ThrowIfStopped();  // Stopped
+
+  // A line at the bottom of the terminal, out of the way of the rest; not more often than a person sees.
+  template <typename Text>
+  void Show(const Text& text) {
+    if (!TerminalLine::Possible()) return;
+    const std::lock_guard lock(mutex_);
+    if (line_.Due()) line_.Show(text());
+  }
+
+ private:
+  struct Input {
+    Recording recording;
+    bool opened = false, opening_listed = false, over = false;
+    std::vector<Segment> waiting;
+    std::optional<std::string> file, error;
+  };
+
+  Input& WaitForRoom(std::unique_lock<std::mutex>& lock, size_t number);
+  void ListFirst();  // all that is there of the first input, and of those behind it if that is done
+  void List(Input& input);
+  void Write(const std::string& text);
+
+  Listing* listing_;
+  std::mutex mutex_;
+  std::condition_variable room_;
+  TerminalLine line_;
+  std::map<size_t, Input> inputs_;  // those that are begun and not listed whole
+  size_t first_ = 0;
+  size_t waiting_ = 0;  // inputs and segments that cannot be listed yet
+  bool stopped_ = false;
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_DETECT_ORDERED_LISTING_H_

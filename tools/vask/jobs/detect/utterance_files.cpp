@@ -1,0 +1,59 @@
+#include "jobs/detect/utterance_files.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "files/output_file.h"
+#include "terminal/errors.h"
+
+namespace vask::command {
+
+namespace fs = std::filesystem;
+
+UtteranceFiles::UtteranceFiles(const std::string& folder, bool flac, const std::vector<std::string>& inputs)
+    : folder_(folder), flac_(flac) {
+  std::error_code error;
+  fs::create_directories(folder_, error);
+  if (error || !fs::is_directory(folder_, error)) {
+    throw FatalError(Printable(folder_) + ": cannot be made a folder (" +
+                     (error ? error.message() : "a file has this name") + "): choose another");
+  }
+  RemoveLeftovers(folder_);
+  for (const std::string& input : inputs) {
+    struct stat status;
+    if (stat(input.c_str(), &status) == 0) inputs_.emplace(status.st_dev, status.st_ino);
+  }
+}
+
+std::string UtteranceFiles::NextBase(const std::string& input) {
+  const std::string stem = input == "-" ? "stdin" : fs::path(input).stem().string();
+  std::string base = stem;
+  for (int k = 2; !taken_bases_.insert(base).second; ++k) base = stem + "_" + std::to_string(k);
+  return base;
+}
+
+std::string UtteranceFiles::NameOf(const std::string& base, int number) const {
+  char digits[24];
+  std::snprintf(digits, sizeof digits, "-%03d.%s", number, flac_ ? "flac" : "wav");
+  return (fs::path(folder_) / (base + digits)).string();
+}
+
+std::unique_ptr<SoundWriter> UtteranceFiles::Make(const std::string& base, int number) const {
+  return (flac_ ? MakeFlacWriter : MakeWavWriter)(Checked(NameOf(base, number)));
+}
+
+std::string UtteranceFiles::ListingOf(const std::string& base, const std::string& ending) const {
+  return Checked((fs::path(folder_) / (base + ending)).string());
+}
+
+std::string UtteranceFiles::Checked(const std::string& name) const {
+  struct stat status;
+  if (stat(name.c_str(), &status) == 0 && inputs_.count({status.st_dev, status.st_ino}) != 0) {
+    throw FileError(name, "is an input of this run", "choose another folder");
+  }
+  return name;
+}
+
+}  // namespace vask::command

@@ -1,0 +1,27 @@
+// The outline of a waveform: the largest magnitude of each step, as a byte.
+#ifndef TOOLS_VASK_JOBS_REPORT_ENVELOPE_H_
+#define TOOLS_VASK_JOBS_REPORT_ENVELOPE_H_
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace vask::command {
+
+class Envelope {
+ public:
+  explicit Envelope(int32_t step) : step_(step) {}  // samples a value
+
+  void Add(std::span<const int16_t> samples);
+
+  const std::vector<uint8_t>& values() const { return values_; }  // 255: full scale
+
+ private:
+  int32_t step_;
+  int32_t filled_ = 0;  // samples of the last value; 0: none is begun
+  std::vector<uint8_t> values_;
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_REPORT_ENVELOPE_H_

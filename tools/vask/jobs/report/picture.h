@@ -1,0 +1,42 @@
+// One of the two sounds of a report, before or after the noise reduction: what is drawn and played of it.
+#ifndef TOOLS_VASK_JOBS_REPORT_PICTURE_H_
+#define TOOLS_VASK_JOBS_REPORT_PICTURE_H_
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "jobs/report/envelope.h"
+#include "jobs/report/page.h"
+#include "jobs/report/sound.h"
+#include "jobs/report/spectrogram.h"
+
+namespace vask::command {
+
+// How fine a report is drawn: bounded, so that the page of an hour stays small.
+struct Fineness {
+  int32_t envelope_step;       // samples a value
+  int32_t spectrogram_frames;  // of 10 ms a column
+  int32_t trace_frames;
+
+  static Fineness For(int64_t samples);  // 0: the length is not known
+};
+
+class Picture {
+ public:
+  Picture(const Fineness& fineness, std::optional<Sound::Type> sound);
+
+  void Add(std::span<const int16_t> samples);
+  void Finish();
+  void WriteTo(Page& page, const std::string& name) const;
+
+ private:
+  Envelope envelope_;
+  Spectrogram spectrogram_;
+  std::optional<Sound> sound_;
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_REPORT_PICTURE_H_

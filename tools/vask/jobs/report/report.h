@@ -1,0 +1,26 @@
+// `vask report`: what was found in a recording, as a page to look at and listen to.
+#ifndef TOOLS_VASK_JOBS_REPORT_REPORT_H_
+#define TOOLS_VASK_JOBS_REPORT_REPORT_H_
+
+#include <cstdint>
+#include <string>
+
+#include "listen/listen_options.h"
+
+namespace vask::command {
+
+struct ReportArguments {
+  DetectOptions options;
+  std::string input, output;
+  std::string title;  // empty: the file's name
+  bool no_audio = false;
+};
+
+CLI::App* AddReport(CLI::App& app, ReportArguments& arguments);
+
+// Throws UsageError, FileError, FatalError, Interruption.
+void Report(const ReportArguments& arguments, int32_t device, int32_t os);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_REPORT_REPORT_H_

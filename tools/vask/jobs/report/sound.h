@@ -1,0 +1,39 @@
+// Sound as a browser plays it: a file in memory.
+#ifndef TOOLS_VASK_JOBS_REPORT_SOUND_H_
+#define TOOLS_VASK_JOBS_REPORT_SOUND_H_
+
+#include <sndfile.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace vask::command {
+
+class Sound {
+ public:
+  enum class Type { kWav, kOpus };  // 256 kbit/s exact, or about 15 kbit/s
+
+  explicit Sound(Type type);
+  Sound(const Sound&) = delete;  // libsndfile holds its address
+  Sound& operator=(const Sound&) = delete;
+
+  void Add(std::span<const int16_t> samples);
+  void Finish();
+
+  const std::vector<uint8_t>& file() const { return file_; }  // complete after Finish()
+
+ private:
+  struct Close {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+  };
+
+  std::vector<uint8_t> file_;
+  sf_count_t position_ = 0;
+  std::unique_ptr<SNDFILE, Close> encoder_;  // ends before what it writes to
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_REPORT_SOUND_H_

@@ -1,0 +1,43 @@
+// Levels over time and frequency: columns of 128 bands of 62.5 Hz, in bytes of 1 dB.
+#ifndef TOOLS_VASK_JOBS_REPORT_SPECTROGRAM_H_
+#define TOOLS_VASK_JOBS_REPORT_SPECTROGRAM_H_
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "sound/format.h"
+
+namespace vask::command {
+
+class Spectrogram {
+ public:
+  static constexpr int32_t kBands = 128;
+  static constexpr int32_t kLowestDb = -120;  // the byte 0, and all below; a sine at full scale is 0 dB
+
+  explicit Spectrogram(int32_t frames);  // of 10 ms a column, whose powers are averaged
+
+  void Add(std::span<const int16_t> samples);
+  void Finish();  // the column that is begun; nothing may be added behind it
+
+  const std::vector<uint8_t>& values() const { return values_; }  // column after column, low bands first
+
+ private:
+  static constexpr int32_t kPoints = 512;
+
+  void AddFrame();
+  void EndColumn();
+
+  int32_t frames_;
+  int32_t taken_ = 0;  // frames in the column that is begun
+  std::array<int32_t, kPoints> window_;
+  std::array<int16_t, kPoints> samples_ = {};  // the window's middle lies in the middle of its frame
+  int32_t fresh_;                              // samples still wanted for the next frame
+  std::array<double, kBands> power_ = {};
+  std::vector<uint8_t> values_;
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_REPORT_SPECTROGRAM_H_

@@ -1,0 +1,40 @@
+// What the detector measured, frame by frame, in bytes.
+#ifndef TOOLS_VASK_JOBS_REPORT_TRACES_H_
+#define TOOLS_VASK_JOBS_REPORT_TRACES_H_
+
+#include <vask/stream.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace vask::command {
+
+// A column stands for one frame of 10 ms or more: the loudest of them, and whether any was speech or voiced.
+class Traces {
+ public:
+  static constexpr uint8_t kNone = 255;  // not measured
+  static constexpr int32_t kStepsPerDb = 2;
+  static constexpr int32_t kLowestLevelDb = -100;
+  static constexpr uint8_t kSpeech = 1, kVoiced = 2;  // bits of a flag
+
+  explicit Traces(int32_t frames) : frames_(frames) {}
+
+  // The newest frame, and the earlier one that the detector's values belong to.
+  void Add(const vask_stream_measures& measures);
+
+  const std::vector<uint8_t>& level() const { return level_; }    // dB full scale, from kLowestLevelDb
+  const std::vector<uint8_t>& energy() const { return energy_; }  // dB above the detector's silence
+  const std::vector<uint8_t>& noise() const { return noise_; }    // the noise floor, likewise
+  const std::vector<uint8_t>& flags() const { return flags_; }
+
+ private:
+  size_t ColumnAt(int64_t position);  // made if it is not there yet
+
+  int32_t frames_;
+  int64_t heard_ = 0, detector_at_ = -1;  // of the last call: what is no newer is not taken twice
+  std::vector<uint8_t> level_, energy_, noise_, flags_;
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_REPORT_TRACES_H_

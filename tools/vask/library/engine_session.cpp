@@ -1,0 +1,45 @@
+#include "library/engine_session.h"
+
+#include <vask/engine.h>
+#include <vask/settings.h>
+
+#include <cstdio>
+
+namespace vask::command {
+namespace {
+
+constexpr int32_t kEnhance = 1;           // the engine's number of this mode
+constexpr size_t kLargestOutput = 20000;  // samples for one frame
+
+}  // namespace
+
+EngineSession::EngineSession(const EngineOptions& options) : out_(kLargestOutput) {
+  try {
+    messages_.Run([&] {
+      Vask_epd_set_option(1, options.device);
+      Vask_epd_set_option(2, options.os);
+      if (!options.config_dir.empty()) __check_Vask_Config__(options.config_dir.c_str());
+      const char* dir = options.config_dir.empty() ? "." : options.config_dir.c_str();
+      if (Vask_epd_init(dir, kEnhance) != 1) std::puts("ERROR: the engine does not start");
+    });
+  } catch (...) {
+    Vask_epd_stop();
+    throw;
+  }
+}
+
+EngineSession::~EngineSession() {
+  messages_.Complaint([] { Vask_epd_stop(); });
+}
+
+void EngineSession::Feed(Frame frame) {
+  int32_t count = 0;
+  messages_.Run([&] { Vask_epd_speechenhance(frame.data(), kFrameSamples, out_.data(), &count); });
+}
+
+void EngineSession::WrapUp() {
+  int32_t count = 0;
+  messages_.Run([&] { Vask_epd_wrapup(nullptr, &count); });
+}
+
+}  // namespace vask::command

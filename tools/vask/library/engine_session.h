@@ -1,0 +1,43 @@
+// The engine behind the C interface in its mode 1, started and stopped with this object, one frame at a time:
+// the environment check listens to it, and it reads config.Vask.
+#ifndef TOOLS_VASK_LIBRARY_ENGINE_SESSION_H_
+#define TOOLS_VASK_LIBRARY_ENGINE_SESSION_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "library/messages.h"
+#include "sound/format.h"
+
+namespace vask::command {
+
+struct EngineOptions {
+  int32_t device = 2;  // the library's own choice
+  int32_t os = 2;
+  std::string config_dir;  // holds config.Vask; empty: built-in settings
+};
+
+// The engine is one for the whole process, so there is one session at a time.
+class EngineSession {
+ public:
+  // Longest folder name that the engine takes, in bytes.
+  static constexpr size_t kMaxConfigDir = 118;
+
+  // Throws FatalError with the engine's own words if it does not start.
+  explicit EngineSession(const EngineOptions& options);
+  ~EngineSession();
+  EngineSession(const EngineSession&) = delete;
+  EngineSession& operator=(const EngineSession&) = delete;
+
+  void Feed(Frame frame);  // a copy: the engine clips the frame in place
+  void WrapUp();           // as new for the next recording
+
+ private:
+  MessageCatcher messages_;
+  std::vector<int16_t> out_;  // as long as the engine asks for; the sound is not used
+};
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_LIBRARY_ENGINE_SESSION_H_

@@ -1,0 +1,31 @@
+// The options that say how a stream listens, for every subcommand that finds utterances.
+#ifndef TOOLS_VASK_LISTEN_LISTEN_OPTIONS_H_
+#define TOOLS_VASK_LISTEN_LISTEN_OPTIONS_H_
+
+#include <vask/stream.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace vask::command {
+
+struct DetectOptions {
+  std::string preset, profile;
+  std::optional<double> pad_start, pad_end, min_speech, max_segment, hangover;  // s
+  std::optional<int32_t> min_voiced, max_tones, threshold;  // frames, percent, the detector's units
+};
+
+void AddDetectOptions(CLI::App& command, DetectOptions& options);
+
+// Options of a stream that gives no audio yet. The preset counts least, then the profile, then the rest.
+// Throws UsageError, or FileError for a profile's file.
+vask_stream_options StreamOptionsOf(const DetectOptions& options, int32_t device, int32_t os);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_LISTEN_LISTEN_OPTIONS_H_

@@ -1,0 +1,107 @@
+#include "listen/profile_file.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "sound/sound_source.h"
+#include "terminal/errors.h"
+
+namespace vask::command {
+namespace {
+
+struct Field {
+  const char* name;
+  int32_t epd_profile::*value;
+};
+
+constexpr Field kFields[] = {
+    {"hangover_frames", &epd_profile::hangover_frames},
+    {"voiced_check_frames", &epd_profile::voiced_check_frames},
+    {"long_speech_frames", &epd_profile::long_speech_frames},
+    {"max_unvoiced_run", &epd_profile::max_unvoiced_run},
+    {"vad_threshold", &epd_profile::vad_threshold},
+    {"sample_shift", &epd_profile::sample_shift},
+    {"energy_shift", &epd_profile::energy_shift},
+    {"h2l_ratio_max", &epd_profile::h2l_ratio_max},
+    {"yin_min", &epd_profile::yin_min},
+    {"amdf_low", &epd_profile::amdf_low},
+    {"amdf_high", &epd_profile::amdf_high},
+    {"pv_low", &epd_profile::pv_low},
+    {"pv_high", &epd_profile::pv_high},
+    {"tonality_min", &epd_profile::tonality_min},
+    {"entropy_max", &epd_profile::entropy_max},
+    {"uv_vote_min", &epd_profile::uv_vote_min},
+    {"uv_energy_offset", &epd_profile::uv_energy_offset},
+};
+static_assert(std::size(kFields) * sizeof(int32_t) == sizeof(epd_profile));
+
+class Reader {
+ public:
+  Reader(const std::string& path, epd_profile& profile) : path_(path), profile_(profile) {}
+
+  void Set(const std::string& place, const std::string& name, const std::string& number) {
+    const auto* field = std::find_if(std::begin(kFields), std::end(kFields),
+                                     [&](const Field& candidate) { return candidate.name == name; });
+    if (field == std::end(kFields)) {
+      Fail(place + "there is no value \"" + name + "\"", "the names are those of epd_profile");
+    }
+    int32_t value = 0;
+    const char* end = number.data() + number.size();
+    const auto [read_to, error] = std::from_chars(number.data(), end, value);
+    if (error != std::errc() || read_to != end) {
+      Fail(place + name + " is no whole number of 32 bits", "write one");
+    }
+    profile_.*(field->value) = value;
+  }
+
+  void Json(const std::string& text) {
+    const auto object = nlohmann::json::parse(text, nullptr, false);
+    if (!object.is_object()) Fail("is no object of JSON", "write {\"vad_threshold\": 40} or lines of text");
+    for (const auto& [name, value] : object.items()) Set("", name, value.dump());
+  }
+
+  void Lines(const std::string& text) {
+    std::istringstream lines(text);
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+      const std::string place = "line " + std::to_string(++number) + ": ";
+      line = line.substr(0, line.find('#'));
+      std::replace_if(
+          line.begin(), line.end(), [](char c) { return c == '=' || c == ':'; }, ' ');
+      std::istringstream words(line);
+      std::string name, value, more;
+      if (!(words >> name)) continue;
+      if (!(words >> value) || words >> more) Fail(place + "is no name and number", "write both");
+      Set(place, name, value);
+    }
+  }
+
+ private:
+  [[noreturn]] void Fail(const std::string& wrong, const std::string& remedy) const {
+    throw FileError(path_, wrong, remedy);
+  }
+
+  const std::string& path_;
+  epd_profile& profile_;
+};
+
+}  // namespace
+
+void ReadProfileFile(const std::string& path, epd_profile& profile) {
+  CheckIsReadableFile(path);
+  std::ifstream file(path, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  const size_t start = text.find_first_not_of(" \t\r\n");
+  Reader reader(path, profile);
+  if (start != std::string::npos && text[start] == '{') {
+    reader.Json(text);
+  } else {
+    reader.Lines(text);
+  }
+}
+
+}  // namespace vask::command

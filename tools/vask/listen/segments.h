@@ -1,0 +1,32 @@
+// A recording's walk through a stream: its utterances, and their audio, while they come.
+#ifndef TOOLS_VASK_LISTEN_SEGMENTS_H_
+#define TOOLS_VASK_LISTEN_SEGMENTS_H_
+
+#include <cstdint>
+#include <span>
+#include <vask/stream.hpp>
+
+#include "listing/listing.h"
+#include "sound/audio_reader.h"
+
+namespace vask::command {
+
+class SegmentSink {
+ public:
+  virtual ~SegmentSink() = default;
+  virtual void Started() = 0;
+  virtual void Audio(std::span<const int16_t> samples) = 0;  // of the segment that is open
+  virtual void Ended(const vask_stream_event& event) = 0;    // it is an utterance
+  virtual void Rejected(const vask_stream_event& event) = 0;
+  virtual void Heard(int64_t /*samples*/) {}  // so many of the recording so far
+};
+
+// Throws FileError for this recording, FatalError if no other can fare better.
+void FindSegments(AudioReader& reader, Stream& stream, SegmentSink& sink);
+
+// The event on the clock of the recording, of which the reader has read at least that far.
+Segment SegmentOf(const vask_stream_event& event, const AudioReader& reader);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_LISTEN_SEGMENTS_H_
