@@ -3,7 +3,7 @@
 #include <fstream>
 #include <iostream>
 
-#include "sound/sound_source.h"
+#include "files/readable_file.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

@@ -1,17 +1,28 @@
-#include "jobs/denoise.h"
-
+// `vask denoise`: a recording with its background noise reduced.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <new>
 #include <vask/stream.hpp>
 
+#include "jobs/jobs.h"
 #include "sound/audio_reader.h"
 #include "sound/wav_writer.h"
+#include "terminal/arguments.h"
 #include "terminal/errors.h"
 #include "terminal/progress.h"
 
 namespace vask::command {
+namespace {
 
+constexpr const char* kFooter =
+    R"(OUT is as long as IN and in step with it. It appears only when it is complete.
+Examples:
+  vask denoise street.wav -o clean.wav
+  arecord -f S16_LE -r 16000 | vask denoise - -o clean.wav)";
+
+// As long as the input at 16 kHz and in step with it.
 void Denoise(const std::string& input, const std::string& output) {
   AudioReader reader(input);
   WavWriter writer(output);
@@ -40,6 +51,24 @@ void Denoise(const std::string& input, const std::string& output) {
   write();
   if (writer.samples() != length) throw FatalError("the stream left out samples: report this as a bug");
   writer.Commit();
+}
+
+}  // namespace
+
+Job DenoiseJob(CLI::App& app, const EngineOptions& engine) {
+  struct Arguments {
+    std::string input, output;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* denoise = app.add_subcommand("denoise", "Reduce the noise of a file");
+  denoise->footer(kFooter);
+  AddInput(*denoise, arguments->input);
+  AddOutput(*denoise, arguments->output, "WAV file to write");
+  return {denoise, [arguments, &engine] {
+            CheckConfig(engine);
+            Denoise(arguments->input, arguments->output);
+            return EXIT_SUCCESS;
+          }};
 }
 
 }  // namespace vask::command

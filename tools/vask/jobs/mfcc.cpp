@@ -1,21 +1,44 @@
-#include "jobs/mfcc.h"
+// `vask mfcc`: the cepstra of a recording, as an array for numpy or as text.
+#include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <memory>
 #include <vector>
 
 #include "files/output_file.h"
+#include "jobs/jobs.h"
 #include "library/extractor.h"
 #include "sound/audio_reader.h"
+#include "terminal/arguments.h"
 #include "terminal/errors.h"
 #include "terminal/progress.h"
 
 namespace vask::command {
 namespace {
 
+constexpr const char* kFooter =
+    R"(OUT: float32, a row for every 10 ms and 13 columns, c0 to c12, as numpy.load() reads them; with --deltas
+39 columns, the first and second derivatives behind them; with --csv as text, without a line of names. It
+appears only when it is complete. A row's window is 20 ms long and ends with its 10 ms.
+With --kb DIR the cepstral mean in DIR/Vask.db/global_cms is taken off, and what this recording adds to
+it is stored there (a fifth of the new mean); table files in DIR/Vask.db replace the built-in tables.
+Examples:
+  vask mfcc call.wav -o call.npy
+  vask tables kb && vask mfcc call.wav --deltas --kb kb -o call.npy)";
+
 constexpr int kDerivativeDelay = 4;        // frames
 constexpr int64_t kMostAveraged = 60'000;  // frames: the library's sums hold 65536
+
+struct Arguments {
+  std::string input, output;
+  bool log_energies = false;   // 23 columns: natural logarithms of the mel energies, in place of cepstra
+  bool deltas = false;         // 39 columns: cepstra, first and second derivatives
+  bool csv = false;            // else NPY
+  std::string knowledge_base;  // whose mean is subtracted and learned further; empty: none
+};
 
 // Rows of float32, little endian, with a header of numpy's format version 1.0.
 class RowWriter {
@@ -66,23 +89,22 @@ class RowWriter {
   int64_t rows_ = 0;
 };
 
-size_t ColumnsOf(const MfccOptions& options) {
-  if (options.log_energies) return Extractor::kChannels;
-  return Extractor::kCoefficients * (options.deltas ? 3 : 1);
+size_t ColumnsOf(const Arguments& arguments) {
+  if (arguments.log_energies) return Extractor::kChannels;
+  return Extractor::kCoefficients * (arguments.deltas ? 3 : 1);
 }
 
-}  // namespace
-
-void Mfcc(const std::string& input, const std::string& output, const MfccOptions& options) {
-  AudioReader reader(input);
-  const bool learns = !options.knowledge_base.empty();
-  Extractor extractor(options.knowledge_base);
-  RowWriter writer(output, ColumnsOf(options), options.csv);
-  Progress progress(input, reader.ExpectedSamples());
+// A row for every 10 ms.
+void Mfcc(const Arguments& arguments) {
+  AudioReader reader(arguments.input);
+  const bool learns = !arguments.knowledge_base.empty();
+  Extractor extractor(arguments.knowledge_base);
+  RowWriter writer(arguments.output, ColumnsOf(arguments), arguments.csv);
+  Progress progress(arguments.input, reader.ExpectedSamples());
 
   const auto write_if = [&](bool ready) {
     if (ready)
-      writer.Write(options.log_energies ? extractor.LogEnergies() : extractor.Output(options.deltas));
+      writer.Write(arguments.log_energies ? extractor.LogEnergies() : extractor.Output(arguments.deltas));
   };
   Frame frame;
   int64_t frames = 0, length = 0;
@@ -91,14 +113,42 @@ void Mfcc(const std::string& input, const std::string& output, const MfccOptions
     if (n == 0) break;
     std::fill(frame.begin() + static_cast<std::ptrdiff_t>(n), frame.end(), int16_t{0});
     length += static_cast<int64_t>(n);
-    write_if(extractor.Feed(frame, options.deltas));
+    write_if(extractor.Feed(frame, arguments.deltas));
     if (learns && ++frames % kMostAveraged == 0) extractor.UpdateMean();
     progress.Update(length);
   }
-  for (int t = 0; options.deltas && t < kDerivativeDelay; ++t) write_if(extractor.FeedAgain());
+  for (int t = 0; arguments.deltas && t < kDerivativeDelay; ++t) write_if(extractor.FeedAgain());
   if (learns) extractor.UpdateMean();
   writer.Commit();
   if (learns) extractor.SaveMean();
+}
+
+std::string CheckKnowledgeBase(const std::string& dir) {
+  if (const std::string complaint = LengthComplaint(dir); !complaint.empty()) return complaint;
+  const bool usable = access((dir + "/Vask.db/.").c_str(), W_OK) == 0;
+  return usable ? "" : Printable(dir) + " holds no folder Vask.db to write to: vask tables makes one";
+}
+
+}  // namespace
+
+Job MfccJob(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* mfcc = app.add_subcommand("mfcc", "Compute the mel-frequency cepstra of a file");
+  mfcc->footer(kFooter);
+  AddInput(*mfcc, arguments->input);
+  AddOutput(*mfcc, arguments->output, "File to write");
+  CLI::Option* deltas =
+      mfcc->add_flag("--deltas", arguments->deltas, "With first and second derivatives: 39 columns");
+  mfcc->add_flag("--log-energies", arguments->log_energies, "Log mel energies instead: 23 columns")
+      ->excludes(deltas);
+  mfcc->add_flag("--csv", arguments->csv, "Write text, one row a line with commas, instead of NPY");
+  mfcc->add_option("--kb", arguments->knowledge_base, "Knowledge base that keeps the cepstral mean")
+      ->type_name("DIR")
+      ->check(CheckKnowledgeBase);
+  return {mfcc, [arguments] {
+            Mfcc(*arguments);
+            return EXIT_SUCCESS;
+          }};
 }
 
 }  // namespace vask::command

@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+#include "terminal/errors.h"
+
 namespace vask::command {
 namespace {
 
@@ -40,6 +42,15 @@ void EngineSession::Feed(Frame frame) {
 void EngineSession::WrapUp() {
   int32_t count = 0;
   messages_.Run([&] { Vask_epd_wrapup(nullptr, &count); });
+}
+
+void CheckConfig(const EngineOptions& options) {
+  if (!options.config_dir.empty()) EngineSession engine(options);
+}
+
+std::string LengthComplaint(const std::string& dir) {
+  if (dir.size() <= EngineSession::kMaxConfigDir) return "";
+  return Printable(dir) + " is too long: at most " + std::to_string(EngineSession::kMaxConfigDir) + " bytes";
 }
 
 }  // namespace vask::command

@@ -38,6 +38,13 @@ class EngineSession {
   std::vector<int16_t> out_;  // as long as the engine asks for; the sound is not used
 };
 
+// Reads the settings file, where one is named, for what is wrong with it: streams have no such file. Throws
+// as the session does.
+void CheckConfig(const EngineOptions& options);
+
+// For CLI::Option::check(): what is wrong with the length of a folder's name, "" if nothing is.
+std::string LengthComplaint(const std::string& dir);
+
 }  // namespace vask::command
 
 #endif  // TOOLS_VASK_LIBRARY_ENGINE_SESSION_H_

@@ -34,7 +34,7 @@ void ApplyProfile(const std::string& profile, int32_t os, vask_stream_options& s
 
 }  // namespace
 
-void AddDetectOptions(CLI::App& command, DetectOptions& options) {
+void AddListenOptions(CLI::App& command, ListenOptions& options) {
   const auto seconds = [&](const char* name, std::optional<double>& value, double least, int most,
                            const char* help) {
     command.add_option(name, value, help)->type_name("S")->check([least, most](const std::string& text) {
@@ -68,7 +68,7 @@ void AddDetectOptions(CLI::App& command, DetectOptions& options) {
       ->check(CLI::Range(0, 1000));
 }
 
-vask_stream_options StreamOptionsOf(const DetectOptions& options, int32_t device, int32_t os) {
+vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device, int32_t os) {
   StreamOptions stream;
   stream.audio = VASK_STREAM_NO_AUDIO;
   stream.Device(device, os);

@@ -14,17 +14,17 @@ class App;
 
 namespace vask::command {
 
-struct DetectOptions {
+struct ListenOptions {
   std::string preset, profile;
   std::optional<double> pad_start, pad_end, min_speech, max_segment, hangover;  // s
   std::optional<int32_t> min_voiced, max_tones, threshold;  // frames, percent, the detector's units
 };
 
-void AddDetectOptions(CLI::App& command, DetectOptions& options);
+void AddListenOptions(CLI::App& command, ListenOptions& options);
 
 // Options of a stream that gives no audio yet. The preset counts least, then the profile, then the rest.
 // Throws UsageError, or FileError for a profile's file.
-vask_stream_options StreamOptionsOf(const DetectOptions& options, int32_t device, int32_t os);
+vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device, int32_t os);
 
 }  // namespace vask::command
 

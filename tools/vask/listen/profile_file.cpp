@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "sound/sound_source.h"
+#include "files/readable_file.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

@@ -1,12 +1,9 @@
 // A file through libsndfile.
 #include <sndfile.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
+#include "files/readable_file.h"
 #include "sound/sndfile_lock.h"
 #include "sound/sound_source.h"
 #include "terminal/errors.h"
@@ -57,22 +54,6 @@ class SoundFile : public SoundSource {
 };
 
 }  // namespace
-
-// libsndfile's own words for these cases are "System error" and "Format not recognised".
-void CheckIsReadableFile(const std::string& path) {
-  struct stat status;
-  if (stat(path.c_str(), &status) != 0) {
-    if (errno == ENOENT || errno == ENOTDIR) throw FileError(path, "no such file", "check the name");
-    throw FileError(path, std::strerror(errno), "check the name and the permissions");
-  }
-  if (S_ISDIR(status.st_mode)) throw FileError(path, "is a directory", "name the audio files in it");
-  if (S_ISREG(status.st_mode) && status.st_size == 0) {
-    throw FileError(path, "is empty", "record or copy it again");
-  }
-  if (access(path.c_str(), R_OK) != 0) {
-    throw FileError(path, std::strerror(errno), "ask its owner for the right to read it");
-  }
-}
 
 std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path) {
   return std::make_unique<SoundFile>(path);

@@ -27,9 +27,6 @@ class SoundSource {
   int64_t frames_ = 0;
 };
 
-// Throws FileError if the file is missing, empty, a directory or unreadable.
-void CheckIsReadableFile(const std::string& path);
-
 // A file that libsndfile reads; standard input, WAV or raw 16 kHz 16-bit samples, as it arrives. FileError if
 // it is no audio or holds none.
 std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path);

@@ -10,6 +10,10 @@
 
 namespace vask::command {
 
+// Exit statuses beside 0.
+constexpr int kExitFailed = 1;  // at least one file; the others are done
+constexpr int kExitUsage = 2;
+
 // A name as one line of text: control characters would break the line or the terminal.
 inline std::string Printable(std::string name) {
   for (char& c : name) {

@@ -4,16 +4,43 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 #include "files/file_list.h"
 #include "jobs/detect/detect.h"
+#include "jobs/jobs.h"
 #include "listing/listing.h"
+#include "terminal/arguments.h"
 #include "terminal/errors.h"
-#include "terminal/help.h"
 #include "terminal/terminal_line.h"
 
 namespace vask::command {
 namespace {
+
+constexpr const char* kFooter =
+    R"(Output: a line an utterance, in the order of the recordings, with tabs between its columns:
+  FILE  NUMBER (from 1)  START  END  SPAN_START  SPAN_END  VOICED  ENDED
+START and END are the detected ones, the span is what is put out around them, all in seconds from the
+start of the recording; VOICED is the share of voiced frames; ENDED is how it ended: silence, long-noise,
+input-end or split. With --verbose also what was rejected, NUMBER being - and ENDED the reason: too-short,
+too-little-voice or tones.
+labels, webvtt, textgrid, rttm and kaldi show one interval each: START to END, or with --pad-start,
+--pad-end or a preset that edge of the span; none begins before the end of the one before.
+rttm and kaldi name a recording NAME, with _ for white space; kaldi sorts by bytes when all is done.
+With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending, and
+a form that holds one recording (labels, webvtt, textgrid) to DIR/NAME.EXT. Each is there whole or not
+at all. A hidden file in DIR remembers what is finished, for --resume.
+By itself a span begins 0.35 s before START and goes on for the hangover after END, about a second; an
+option counts more than the profile, and that more than the preset. A file for --profile holds lines
+"vad_threshold 40" or an object of JSON.
+With - as FILE each utterance is listed as soon as it ends; Ctrl-C ends the input.
+Examples:
+  vask detect meeting.wav | awk -F'\t' '{ spoken += $4 - $3 } END { print spoken, "s" }'
+  vask detect -o utterances --flac --pad-start 0.1 --pad-end 0.2 monday.flac tuesday.flac
+  vask detect --preset robust --threshold 35 -f jsonl street.wav | jq .start
+  find . -name '*.wav' -print0 | vask detect -0 --files-from - -o out --resume > list.txt
+  arecord -f S16_LE -r 16000 | vask detect --meter -
+  vask detect -f webvtt --max-segment 10 talk.mp3 > talk.vtt)";
 
 void CheckTogether(const DetectArguments& arguments) {
   const std::vector<std::string>& inputs = arguments.inputs;
@@ -30,40 +57,7 @@ void CheckTogether(const DetectArguments& arguments) {
   }
 }
 
-}  // namespace
-
-CLI::App* AddDetect(CLI::App& app, DetectArguments& arguments) {
-  CLI::App* detect = app.add_subcommand("detect", "List the utterances in recordings");
-  detect->footer(kDetectFooter);
-  detect->add_option("FILE", arguments.inputs, "Recordings, - for standard input")->type_name("");
-  detect->add_option("--files-from", arguments.files_from, "And those that this file names, one a line")
-      ->type_name("LIST");
-  detect->add_flag("-0,--null", arguments.null, "The names in LIST end with zero bytes");
-  detect->add_option("-f,--format", arguments.format, "Form of the list (text)")
-      ->type_name("NAME")
-      ->check(CLI::IsMember(ListingNames()));
-  detect->add_flag("--verbose", arguments.verbose, "List what was rejected too, with the reason");
-  CLI::Option* output = detect
-                            ->add_option("-o,--output", arguments.output,
-                                         "Write the utterances to this folder, made if missing")
-                            ->type_name("DIR")
-                            ->check([](const std::string& name) {
-                              return std::string(name.empty() ? "the name is empty" : "");
-                            });
-  detect->add_flag("--flac", arguments.flac, "Write them as FLAC")->needs(output);
-  detect->add_option("--audio", arguments.audio, "clean, without the noise, or raw (clean)")
-      ->type_name("KIND")
-      ->check(CLI::IsMember({"clean", "raw"}));
-  detect->add_flag("--resume", arguments.resume, "Skip what an earlier run into DIR has finished")
-      ->needs(output);
-  detect->add_option("-j,--jobs", arguments.jobs, "Recordings at a time (one a core)")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1024));
-  detect->add_flag("--meter", arguments.meter, "Show level and state on the terminal");
-  AddDetectOptions(*detect, arguments.options);
-  return detect;
-}
-
+// Checks the arguments and lists the utterances of all inputs.
 int Detect(DetectArguments arguments, int32_t device, int32_t os) {
   CheckTogether(arguments);
   if (!arguments.files_from.empty()) {
@@ -81,6 +75,42 @@ int Detect(DetectArguments arguments, int32_t device, int32_t os) {
     arguments.meter = false;
   }
   return DetectAll(arguments, options);
+}
+
+}  // namespace
+
+Job DetectJob(CLI::App& app, const EngineOptions& engine) {
+  const auto arguments = std::make_shared<DetectArguments>();
+  CLI::App* detect = app.add_subcommand("detect", "List the utterances in recordings");
+  detect->footer(kFooter);
+  detect->add_option("FILE", arguments->inputs, "Recordings, - for standard input")->type_name("");
+  detect->add_option("--files-from", arguments->files_from, "And those that this file names, one a line")
+      ->type_name("LIST");
+  detect->add_flag("-0,--null", arguments->null, "The names in LIST end with zero bytes");
+  detect->add_option("-f,--format", arguments->format, "Form of the list (text)")
+      ->type_name("NAME")
+      ->check(CLI::IsMember(ListingNames()));
+  detect->add_flag("--verbose", arguments->verbose, "List what was rejected too, with the reason");
+  CLI::Option* output = detect
+                            ->add_option("-o,--output", arguments->output,
+                                         "Write the utterances to this folder, made if missing")
+                            ->type_name("DIR")
+                            ->check(CheckNotEmpty);
+  detect->add_flag("--flac", arguments->flac, "Write them as FLAC")->needs(output);
+  detect->add_option("--audio", arguments->audio, "clean, without the noise, or raw (clean)")
+      ->type_name("KIND")
+      ->check(CLI::IsMember({"clean", "raw"}));
+  detect->add_flag("--resume", arguments->resume, "Skip what an earlier run into DIR has finished")
+      ->needs(output);
+  detect->add_option("-j,--jobs", arguments->jobs, "Recordings at a time (one a core)")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  detect->add_flag("--meter", arguments->meter, "Show level and state on the terminal");
+  AddListenOptions(*detect, arguments->options);
+  return {detect, [arguments, &engine] {
+            CheckConfig(engine);
+            return Detect(*arguments, engine.device, engine.os);
+          }};
 }
 
 }  // namespace vask::command

@@ -27,8 +27,6 @@
 namespace vask::command {
 namespace {
 
-constexpr int kExitFailed = 1;  // at least one input
-
 // What all threads of a run work with.
 struct Run {
   const DetectArguments& arguments;

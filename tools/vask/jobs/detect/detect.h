@@ -10,7 +10,7 @@
 namespace vask::command {
 
 struct DetectArguments {
-  DetectOptions options;
+  ListenOptions options;
   std::vector<std::string> inputs;
   std::string files_from;
   bool null = false;   // the names in it end with zero bytes
@@ -21,13 +21,8 @@ struct DetectArguments {
   int32_t jobs = 0;  // 0: one a core
 };
 
-CLI::App* AddDetect(CLI::App& app, DetectArguments& arguments);
-
-// Checks the arguments and lists the utterances of all inputs; gives the exit status. Throws UsageError,
-// FatalError, FileError for what holds names or options, Interruption.
-int Detect(DetectArguments arguments, int32_t device, int32_t os);
-
-// The second half of it: the inputs are complete and the options checked.
+// Lists the utterances of all inputs; returns the exit status. The inputs are complete and the options
+// checked. Throws UsageError, FatalError, FileError for what holds names or options, Interruption.
 int DetectAll(const DetectArguments& arguments, const vask_stream_options& options);
 
 }  // namespace vask::command

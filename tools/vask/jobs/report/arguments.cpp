@@ -1,24 +1,38 @@
 // The arguments of `vask report`.
 #include <CLI/CLI.hpp>
+#include <memory>
 
+#include "jobs/jobs.h"
 #include "jobs/report/report.h"
-#include "terminal/help.h"
+#include "terminal/arguments.h"
 
 namespace vask::command {
+namespace {
 
-CLI::App* AddReport(CLI::App& app, ReportArguments& arguments) {
+constexpr const char* kFooter =
+    R"(OUT is one page that needs no network: waveform and spectrogram before and after the noise reduction,
+the utterances and what was rejected, what the detector measured, and the sound of it all, as WAV up to
+4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). It appears only when it is complete.
+Example:
+  vask report meeting.wav -o meeting.html && xdg-open meeting.html)";
+
+}  // namespace
+
+Job ReportJob(CLI::App& app, const EngineOptions& engine) {
+  const auto arguments = std::make_shared<ReportArguments>();
   CLI::App* report = app.add_subcommand("report", "Draw what was found in a file, as a page for a browser");
-  report->footer(kReportFooter);
-  report->add_option("FILE", arguments.input, "Recording, - for standard input")->required()->type_name("");
-  report->add_option("-o,--output", arguments.output, "Page to write (HTML)")
-      ->required()
-      ->type_name("OUT")
-      ->check([](const std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); });
-  report->add_option("--title", arguments.title, "Heading of the page instead of the file's name")
+  report->footer(kFooter);
+  AddInput(*report, arguments->input, "FILE", "Recording, - for standard input");
+  AddOutput(*report, arguments->output, "Page to write (HTML)");
+  report->add_option("--title", arguments->title, "Heading of the page instead of the file's name")
       ->type_name("TEXT");
-  report->add_flag("--no-audio", arguments.no_audio, "Leave the sound out: a smaller page, made faster");
-  AddDetectOptions(*report, arguments.options);
-  return report;
+  report->add_flag("--no-audio", arguments->no_audio, "Leave the sound out: a smaller page, made faster");
+  AddListenOptions(*report, arguments->options);
+  return {report, [arguments, &engine] {
+            CheckConfig(engine);
+            Report(*arguments, engine.device, engine.os);
+            return EXIT_SUCCESS;
+          }};
 }
 
 }  // namespace vask::command

@@ -10,13 +10,11 @@
 namespace vask::command {
 
 struct ReportArguments {
-  DetectOptions options;
+  ListenOptions options;
   std::string input, output;
   std::string title;  // empty: the file's name
   bool no_audio = false;
 };
-
-CLI::App* AddReport(CLI::App& app, ReportArguments& arguments);
 
 // Throws UsageError, FileError, FatalError, Interruption.
 void Report(const ReportArguments& arguments, int32_t device, int32_t os);

@@ -1,12 +1,15 @@
-#include "jobs/environment.h"
-
+// `vask env`: was the recording made where speech stands out?
 #include <vask/ecd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
+#include "jobs/jobs.h"
 #include "library/extractor.h"
 #include "sound/audio_reader.h"
 #include "terminal/errors.h"
@@ -15,8 +18,33 @@
 namespace vask::command {
 namespace {
 
+constexpr const char* kFooter =
+    R"(Output: a line a file, with tabs between its columns, or with --json an object a line:
+  FILE  VERDICT  FIRST and LAST change (seconds)  SNR (dB)  lowest and highest SAMPLE  MEANING
+with - (null) for what there is not. The verdict:
+   0  the speech stands out from the background, and the level rose where it began
+   1  it stands out from the background at its end, but the level rose too little
+   2  it does not stand out from the background at its end
+  -1  the environment did not change twice: no speech, or only speech
+The library looks at 20.48 s. Of a longer file the rest is left out, which a note on standard error says;
+a sound that it rejects as no speech makes it begin again behind that, and a note says so too.
+Examples:
+  vask env call.wav
+  vask env --json calls/*.wav | jq -r 'select(.verdict != 0) | .file')";
+
 constexpr int32_t kHistoryFrames = 2048;  // that the library keeps: 20.48 s
 constexpr int16_t kClip = 30000;          // what the engine makes of its input, in place
+
+struct Verdict {
+  int32_t code = -1;                                // of Vask_epd_ecd
+  int32_t changes = 0;                              // counted
+  std::optional<double> first_change, last_change;  // s
+  std::optional<double> snr_db;
+  int16_t sample_min = 0, sample_max = 0;
+  double judged_from = 0, judged_to = 0;  // s: the part of the file that the library's histories hold
+  double length = 0;                      // s
+  bool restarted = false;                 // the engine rejected a sound as no speech and began again
+};
 
 double Seconds(int64_t frames) { return static_cast<double>(frames) * kFrameSamples / kRateHz; }
 
@@ -26,8 +54,7 @@ std::string Number(const std::optional<double>& value, int decimals) {
   return text;
 }
 
-}  // namespace
-
+// What a code of Vask_epd_ecd means.
 const char* MeaningOf(int32_t code) {
   switch (code) {
     case 0:
@@ -41,6 +68,7 @@ const char* MeaningOf(int32_t code) {
   }
 }
 
+// Runs the engine and the extractor over the same frames, in mode 1, and has the recording judged.
 Verdict JudgeEnvironment(EngineSession& engine, const std::string& input) {
   AudioReader reader(input);
   Progress progress(input, reader.ExpectedSamples());
@@ -107,6 +135,50 @@ std::string JsonOf(const std::string& input, const Verdict& verdict) {
   };
   // A file name need not be UTF-8.
   return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+// What the verdict leaves out, for standard error.
+void NoteLimits(const std::string& input, const Verdict& verdict) {
+  if (verdict.length > verdict.judged_to + 0.005) {
+    std::fprintf(stderr, "vask: %s: %.2f of %.2f s were looked at\n", Printable(input).c_str(),
+                 verdict.judged_to, verdict.length);
+  }
+  if (verdict.restarted) {
+    std::fprintf(stderr, "vask: %s: judged from %.2f s on, a sound before that was rejected as no speech\n",
+                 Printable(input).c_str(), verdict.judged_from);
+  }
+}
+
+int JudgeAll(const EngineOptions& options, const std::vector<std::string>& inputs, bool json) {
+  EngineSession engine(options);
+  int status = EXIT_SUCCESS;
+  for (const std::string& input : inputs) {
+    try {
+      const Verdict verdict = JudgeEnvironment(engine, input);
+      NoteLimits(input, verdict);
+      std::puts((json ? JsonOf : LineOf)(input, verdict).c_str());
+      if (std::fflush(stdout) != 0) ThrowOutputError();
+    } catch (const FileError& error) {
+      std::fprintf(stderr, "vask: %s\n", error.what());
+      status = kExitFailed;
+    }
+  }
+  return status;
+}
+
+}  // namespace
+
+Job EnvJob(CLI::App& app, const EngineOptions& engine) {
+  struct Arguments {
+    std::vector<std::string> inputs;
+    bool json = false;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* env = app.add_subcommand("env", "Judge whether speech stands out from where it was recorded");
+  env->footer(kFooter);
+  env->add_option("FILE", arguments->inputs, "Recordings")->required()->type_name("");
+  env->add_flag("--json", arguments->json, "Print objects of JSON, one a line");
+  return {env, [arguments, &engine] { return JudgeAll(engine, arguments->inputs, arguments->json); }};
 }
 
 }  // namespace vask::command

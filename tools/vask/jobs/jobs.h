@@ -1,0 +1,34 @@
+// The jobs of the command, one a subcommand. Each declares its own arguments and help, and does its work;
+// none knows another. main.cpp gathers them.
+#ifndef TOOLS_VASK_JOBS_JOBS_H_
+#define TOOLS_VASK_JOBS_JOBS_H_
+
+#include <functional>
+
+#include "library/engine_session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace vask::command {
+
+struct Job {
+  CLI::App* subcommand;  // parsed() if it was asked for
+  std::function<int()>
+      run;  // returns the exit status; throws UsageError, FileError, FatalError, Interruption
+};
+
+// Each adds its subcommand to `app`. `engine` holds the general options once they are parsed.
+Job DetectJob(CLI::App& app, const EngineOptions& engine);
+Job DenoiseJob(CLI::App& app, const EngineOptions& engine);
+Job PacketsJob(CLI::App& app, const EngineOptions& engine);
+Job UnpackJob(CLI::App& app);
+Job EnvJob(CLI::App& app, const EngineOptions& engine);
+Job MfccJob(CLI::App& app);
+Job ReportJob(CLI::App& app, const EngineOptions& engine);
+Job TablesJob(CLI::App& app);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_JOBS_JOBS_H_

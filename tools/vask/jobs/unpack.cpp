@@ -1,0 +1,112 @@
+// `vask unpack`: the sound of a stream of packets.
+#include <vask/adpcm.h>
+#include <vask/packets.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "files/readable_file.h"
+#include "jobs/jobs.h"
+#include "sound/wav_writer.h"
+#include "terminal/arguments.h"
+#include "terminal/errors.h"
+#include "terminal/signals.h"
+
+namespace vask::command {
+namespace {
+
+constexpr const char* kFooter =
+    R"(OUT holds the samples of all utterances, one after the other. If IN is damaged, OUT ends before the damage,
+the message says at which byte it is, and the exit status is 1.
+Example:
+  vask unpack meeting.packets -o spoken.wav)";
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// Reads packet after packet.
+class Unpacker {
+ public:
+  explicit Unpacker(const std::string& input) : input_(input) {
+    CheckIsReadableFile(input);
+    file_.reset(std::fopen(input.c_str(), "rb"));
+    if (!file_) throw FileError(input, "cannot be read", "check the name and the permissions");
+  }
+
+  // The samples of the next packet; false at the end. FileError says where the stream is no stream.
+  bool Next(std::vector<int16_t>& samples) {
+    CheckSignals();
+    uint8_t header[VASK_PACKET_HEADER];
+    const size_t got = std::fread(header, 1, sizeof header, file_.get());
+    if (got == 0 && std::ferror(file_.get()) == 0) {
+      if (open_) ThrowAt("the stream is cut: the last utterance has no packet E");
+      return false;
+    }
+    char type = 0;
+    const int32_t bytes = vask_read_packet_header(header, static_cast<int32_t>(got), &type);
+    if (bytes == 0) ThrowAt(got < sizeof header ? "a packet is cut" : "no packet begins here");
+    codes_.resize(static_cast<size_t>(bytes));
+    if (std::fread(codes_.data(), 1, codes_.size(), file_.get()) != codes_.size()) ThrowAt("a packet is cut");
+    if (!open_) state_ = {};
+    open_ = type == 'D';
+    samples.resize(2 * codes_.size());
+    adpcm_decoder(codes_.data(), samples.data(), 2 * bytes, &state_);
+    offset_ += VASK_PACKET_HEADER + bytes;
+    return true;
+  }
+
+ private:
+  [[noreturn]] void ThrowAt(const char* wrong) const {
+    throw FileError(input_, "byte " + std::to_string(offset_) + ": " + wrong,
+                    offset_ > 0 ? "what came before it is kept" : "it is no file of vask packets");
+  }
+
+  std::string input_;
+  std::unique_ptr<std::FILE, CloseFile> file_;
+  int64_t offset_ = 0;  // of the next packet
+  bool open_ = false;   // in an utterance
+  adpcm_state state_ = {};
+  std::vector<uint8_t> codes_;
+};
+
+// Writes the samples of a stream with headers. What is wrong with the stream is a FileError that names the
+// byte; `output` then holds the whole packets before it, if there are any.
+void Unpack(const std::string& input, const std::string& output) {
+  Unpacker unpacker(input);
+  std::vector<int16_t> samples;
+  std::optional<FileError> wrong;
+  std::optional<WavWriter> wav;
+  try {
+    while (unpacker.Next(samples)) {
+      if (!wav) wav.emplace(output);
+      wav->Write(samples);
+    }
+  } catch (const FileError& error) {
+    wrong = error;
+  }
+  if (wav) wav->Commit();
+  if (wrong) throw *wrong;
+}
+
+}  // namespace
+
+Job UnpackJob(CLI::App& app) {
+  struct Arguments {
+    std::string input, output;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* unpack = app.add_subcommand("unpack", "Write the sound of such packets");
+  unpack->footer(kFooter);
+  AddInput(*unpack, arguments->input, "IN", "Packets with headers");
+  AddOutput(*unpack, arguments->output, "WAV file to write");
+  return {unpack, [arguments] {
+            Unpack(arguments->input, arguments->output);
+            return EXIT_SUCCESS;
+          }};
+}
+
+}  // namespace vask::command
