@@ -29,7 +29,7 @@ _vask() {
 
   local words="" kind=""
   case $before in
-    --format | -f) words="text jsonl csv labels webvtt textgrid rttm kaldi" ;;
+    --format | -f) words=$("${COMP_WORDS[0]}" detect --help 2> /dev/null | sed -n '/--format/s/.*{\(.*\)}.*/\1/p' | tr , ' ') ;;
     --audio) words="clean raw" ;;
     --preset) words="robust" ;;
     --profile) words="general" kind=file ;;

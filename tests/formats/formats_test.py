@@ -21,7 +21,6 @@ VASK, ROOM, WEB = (os.path.abspath(path) for path in sys.argv[1:4])
 HERE = os.path.dirname(os.path.abspath(__file__))
 RTTM_VALIDATOR = '/usr/lib/sctk/bin/rttmValidator.pl'
 MD_EVAL = '/usr/lib/sctk/bin/md-eval.pl'
-FORMATS = ['text', 'jsonl', 'csv', 'labels', 'webvtt', 'textgrid', 'rttm', 'kaldi']
 OF_ONE = {'labels': '.txt', 'webvtt': '.vtt', 'textgrid': '.TextGrid'}
 # Options, and whether they pad the start and the end.
 CASES = {
@@ -39,6 +38,9 @@ def run(*command, status=0, **options):
     if status is not None and done.returncode != status:
         raise AssertionError(f'{command}: status {done.returncode}\n{done.stdout}\n{done.stderr}')
     return done.stdout
+
+
+FORMATS = re.search(r'--format NAME:\{(.*)\}', run(VASK, 'detect', '--help').decode())[1].split(',')
 
 
 def detect(form, inputs, *options, **more):
@@ -141,6 +143,12 @@ class Formats(unittest.TestCase):
             segments = [s for one in found.values() for s in one]
             self.assertEqual(any(s['ended'] == 'split' for s in segments), case == 'split')
             self.assertEqual(any(s['rejected'] for s in segments), case == 'rejecting')
+
+    def test_every_form_has_a_reader_of_its_own(self):
+        for form in FORMATS:
+            self.assertTrue(form == 'jsonl' or hasattr(self, 'test_' + form),
+                            f'add test_{form} here: read it with a program that people use; '
+                            'a form that holds one recording also goes into OF_ONE')
 
     def test_csv(self):
         for _, options, found in self.each_case():

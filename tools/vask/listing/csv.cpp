@@ -32,6 +32,6 @@ class CsvListing : public Listing {
 
 }  // namespace
 
-std::unique_ptr<Listing> MakeCsvListing() { return std::make_unique<CsvListing>(); }
+std::unique_ptr<Listing> MakeCsvListing(ListingEdges /*edges*/) { return std::make_unique<CsvListing>(); }
 
 }  // namespace vask::command

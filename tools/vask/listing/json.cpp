@@ -40,6 +40,6 @@ class JsonListing : public Listing {
 
 }  // namespace
 
-std::unique_ptr<Listing> MakeJsonListing() { return std::make_unique<JsonListing>(); }
+std::unique_ptr<Listing> MakeJsonListing(ListingEdges /*edges*/) { return std::make_unique<JsonListing>(); }
 
 }  // namespace vask::command

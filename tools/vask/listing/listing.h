@@ -55,22 +55,8 @@ struct ListingEdges {
   bool padded_start = false, padded_end = false;
 };
 
-// The names that -f takes, and the listing of a name.
-std::vector<std::string> ListingNames();
-std::unique_ptr<Listing> MakeListing(const std::string& name, ListingEdges edges = {});
-
 // What the renderers share: a number with so many decimals and a full stop, whatever the locale.
 std::string Decimal(double value, int decimals);
-
-// One a form; MakeListing() picks among them.
-std::unique_ptr<Listing> MakeTextListing();
-std::unique_ptr<Listing> MakeJsonListing();
-std::unique_ptr<Listing> MakeCsvListing();
-std::unique_ptr<Listing> MakeLabelListing(ListingEdges edges);
-std::unique_ptr<Listing> MakeWebvttListing(ListingEdges edges);
-std::unique_ptr<Listing> MakeTextGridListing(ListingEdges edges);
-std::unique_ptr<Listing> MakeRttmListing(ListingEdges edges);
-std::unique_ptr<Listing> MakeKaldiListing(ListingEdges edges);
 
 }  // namespace vask::command
 

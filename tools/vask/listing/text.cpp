@@ -25,6 +25,6 @@ class TextListing : public Listing {
 
 }  // namespace
 
-std::unique_ptr<Listing> MakeTextListing() { return std::make_unique<TextListing>(); }
+std::unique_ptr<Listing> MakeTextListing(ListingEdges /*edges*/) { return std::make_unique<TextListing>(); }
 
 }  // namespace vask::command

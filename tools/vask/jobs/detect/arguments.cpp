@@ -9,7 +9,7 @@
 #include "files/file_list.h"
 #include "jobs/detect/detect.h"
 #include "jobs/jobs.h"
-#include "listing/listing.h"
+#include "listing/forms.h"
 #include "terminal/arguments.h"
 #include "terminal/errors.h"
 #include "terminal/terminal_line.h"
@@ -24,12 +24,12 @@ START and END are the detected ones, the span is what is put out around them, al
 start of the recording; VOICED is the share of voiced frames; ENDED is how it ended: silence, long-noise,
 input-end or split. With --verbose also what was rejected, NUMBER being - and ENDED the reason: too-short,
 too-little-voice or tones.
-labels, webvtt, textgrid, rttm and kaldi show one interval each: START to END, or with --pad-start,
---pad-end or a preset that edge of the span; none begins before the end of the one before.
+The forms of other programs show one interval an utterance: START to END, or with --pad-start, --pad-end or
+a preset that edge of the span; none begins before the end of the one before. man vask describes each form.
 rttm and kaldi name a recording NAME, with _ for white space; kaldi sorts by bytes when all is done.
 With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending, and
-a form that holds one recording (labels, webvtt, textgrid) to DIR/NAME.EXT. Each is there whole or not
-at all. A hidden file in DIR remembers what is finished, for --resume.
+a form that holds one recording to DIR/NAME.EXT. Each is there whole or not at all. A hidden
+file in DIR remembers what is finished, for --resume.
 By itself a span begins 0.35 s before START and goes on for the hangover after END, about a second; an
 option counts more than the profile, and that more than the preset. A file for --profile holds lines
 "vad_threshold 40" or an object of JSON.
@@ -89,7 +89,7 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
   detect->add_flag("-0,--null", arguments->null, "The names in LIST end with zero bytes");
   detect->add_option("-f,--format", arguments->format, "Form of the list (text)")
       ->type_name("NAME")
-      ->check(CLI::IsMember(ListingNames()));
+      ->check(CLI::IsMember(FormNames()));
   detect->add_flag("--verbose", arguments->verbose, "List what was rejected too, with the reason");
   CLI::Option* output = detect
                             ->add_option("-o,--output", arguments->output,

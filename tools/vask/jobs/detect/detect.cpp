@@ -20,6 +20,7 @@
 #include "jobs/detect/ordered_listing.h"
 #include "jobs/detect/utterance_files.h"
 #include "listen/segments.h"
+#include "listing/forms.h"
 #include "terminal/errors.h"
 #include "terminal/progress.h"
 #include "terminal/signals.h"
