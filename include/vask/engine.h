@@ -1,6 +1,6 @@
 /*
  * The engine: one per process, one frame at a time. frontend.h cuts a stream into frames and queues what
- * comes out; who uses it needs nothing from here.
+ * comes out; its callers need nothing from here.
  *
  * Modes: 1 every noise-reduced frame, 2 the samples of the utterance, 3 and 4 nothing (end point only).
  */
@@ -13,7 +13,7 @@
 
 VASK_BEGIN_DECLS
 
-/* The directory of the table files, with a slash at its end: "Vask.db/" at load. */
+/* The directory of the table files, with a trailing slash: "Vask.db/" at load. */
 extern VASK_API char Vask_epd_base_dir[128];
 
 /**
@@ -27,38 +27,42 @@ VASK_API void Vask_epd_set_base_dir(const char *dir);
 
 /**
  * Start the engine: noise reduction, endpoint detector with the profile of deviceID and osID, queues, FFT
- * tables, environment-change detection. An engine that runs is stopped first.
+ * tables, environment-change detection. A running engine is stopped first.
  *
- * dir   knowledge-base directory, as for Vask_epd_set_base_dir
- * mode  1 to 4, or 4097, which also sets Vask_EPD_Energy_Only; each frame brings its own mode
+ * dir     knowledge-base directory, as for Vask_epd_set_base_dir
+ * mode    1 to 4, or 4097, which also sets Vask_EPD_Energy_Only; each frame sets its own mode
  *
- * 1, or 0 with an "ERROR: " line when there is no memory or the directory is too long; then nothing is kept.
- * __Vask_epd_detect_env_change tells afterwards whether environment changes are detected. Wrap up before the
- * first frame when frames have been processed before the start.
+ * return  1: the engine runs
+ *         0: no memory, or the directory is too long; an "ERROR: " line says which, and nothing is kept
+ *
+ * __Vask_epd_detect_env_change then says whether environment changes are detected. If frames have been
+ * processed before the start, wrap up before the first frame.
  */
 VASK_API int32_t Vask_epd_init(const char *dir, int32_t mode);
 
-/** Hooks at the beginning of a start and at the end of a stop; they do nothing. */
+/** Do nothing; hooks for the beginning of a start and the end of a stop. */
 VASK_API void __Vask_Util_attach__(void);
 VASK_API void __Vask_Util_detach__(void);
 
 /**
- * Take one frame through the engine: Vask_epd_speechenhance in mode 1, Vask_epd_frames in mode 2,
- * Vask_epd_features_dsr in mode 3, Vask_epd_features in mode 4, Vask_epd_frame_baseline in the mode of the
- * frame before, or of the start.
+ * Process one frame: Vask_epd_speechenhance in mode 1, Vask_epd_frames in mode 2, Vask_epd_features_dsr in
+ * mode 3, Vask_epd_features in mode 4, Vask_epd_frame_baseline in the mode of the previous frame, or of the
+ * start.
  *
- * frame  in: 160 samples, 16 kHz; out: the same, clipped to -30000 ... 30000
- * n      any value: a frame is 160 samples
- * out    out: *count entries. Mode 1: 160 samples or none; mode 2: a multiple of 160 samples, up to 14080;
- *        modes 3 and 4: none
- * count  out: entries written
+ * frame   in: 160 samples, 16 kHz; out: the same, clipped to -30000 ... 30000
+ * n       any value: a frame is 160 samples
+ * out     out: *count entries. Mode 1: 160 samples or none; mode 2: a multiple of 160 samples, up to 14080;
+ *         modes 3 and 4: none
+ * count   out: entries written
  *
- * 0  go on; in mode 1 always, once the signal has begun
- * 1  the utterance has ended, in this frame or before: wrap up
- * 2  what was found was no speech; the detector has restarted, *count is 0, "EPD RESET" on standard error
+ * return  0: go on; in mode 1 always, once the signal has begun
+ *         1: the utterance has ended, in this frame or an earlier one: wrap up
+ *         2: what was found was not speech; the detector has restarted, *count is 0, and "EPD RESET" is on
+ *            standard error
  *
- * Zero frames before the first signal are skipped. The first two frames fill the history; from the third on
- * each gives the frame of two before. Before a start nothing is processed: 0 entries, result 0.
+ * All-zero frames before the first signal are skipped. The first two frames fill the history; from the third
+ * on each call processes the frame of two calls earlier. Before a start nothing is processed: 0 entries,
+ * result 0.
  */
 VASK_API int32_t Vask_epd_speechenhance(int16_t *frame, int32_t n, int16_t *out, int32_t *count);
 VASK_API int32_t Vask_epd_frames(int16_t *frame, int32_t n, int16_t *out, int32_t *count);
@@ -67,26 +71,27 @@ VASK_API int32_t Vask_epd_features(int16_t *frame, int32_t n, int32_t *out, int3
 VASK_API int32_t Vask_epd_frame_baseline(int16_t *frame, int32_t n, void *out, int32_t *count);
 
 /**
- * The loudness of the last frame.
+ * Measure the loudness of the last frame.
  *
- * 0 for a zero frame, else 1 to 100: the sum of magnitudes over 1500000, in percent.
+ * return  0: all samples are zero
+ *         1 to 100: the sum of magnitudes over 1500000, in percent
  */
 VASK_API int32_t Vask_epd_frame_energy(void);
 
 /**
- * Set what Vask_epd_frame_energy gives, until the next frame, to log2 of the last frame's energy: Q15, or 0
- * for an energy below 1.
+ * Make Vask_epd_frame_energy return, until the next frame, log2 of the last frame's energy: Q15, or 0 for an
+ * energy below 1.
  */
 VASK_API void __Calculate_frame_energy(void);
 
 /**
  * Make the engine ready for the next utterance: detector, noise reduction and filters start afresh, the
- * queues are emptied, the log file is closed. Settings, sample extremes and environment histories stay.
+ * queues are emptied, the log file is closed. Settings, sample extremes and environment histories are kept.
  *
- * out    any value
- * count  out: 0; may be null
+ * out     any value
+ * count   out: 0; may be null
  *
- * 1.
+ * return  1, always
  */
 VASK_API int32_t Vask_epd_wrapup(void *out, int32_t *count);
 

@@ -11,7 +11,7 @@
 #define VASK_VERSION_MINOR 2
 #define VASK_VERSION_PATCH 0
 
-/* Marks what the shared library shows; everything else in it is built hidden. */
+/* Marks what the shared library exports; everything else in it is hidden. */
 #if defined(__GNUC__)
 #define VASK_API __attribute__((visibility("default")))
 #else
