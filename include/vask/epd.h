@@ -18,7 +18,7 @@ VASK_BEGIN_DECLS
 typedef struct uv_prm {
   int32_t log_energy;          /* of the frame: units, Q16 */
   int32_t tonality;            /* Q16, 0 to 1.0 */
-  int32_t spectral_entropy;    /* weighted spectral entropy of the bands, 0 and more: Q16 */
+  int32_t spectral_entropy;    /* weighted spectral entropy of the bands, 0 or more: Q16 */
   int32_t yin_voicing;         /* Q16, 0 to 1.0 */
   int32_t zcr;                 /* zero crossings in the window */
   int32_t clip_crossings;      /* level changes of the centre-clipped window */
@@ -58,7 +58,7 @@ typedef struct energy_vad_prm {
 
 /* What is tuned for a device. */
 typedef struct epd_profile {
-  int32_t hangover_frames;     /* speech goes on for so many frames after its last one */
+  int32_t hangover_frames;     /* speech continues for this many frames after its last one */
   int32_t voiced_check_frames; /* a segment of this length needs voiced frames to go on */
   int32_t long_speech_frames;  /* beyond this length a long unvoiced run ends the segment */
   int32_t max_unvoiced_run;    /* frames, for that rule */
@@ -81,7 +81,7 @@ typedef struct epd_profile {
 typedef struct energy_epd_prm {
   uv_prm uv;
   energy_vad_prm vad;
-  int16_t speech_on;          /* 1 from the rise on that began the segment */
+  int16_t speech_on;          /* 1 from the rise that began the segment */
   int16_t speech_start_flag;  /* 1 in the frame of that rise; the caller clears it */
   int16_t speech_end;         /* 1 from the fall on */
   int32_t start_frame;        /* frame_index of the start, -1 before */
@@ -89,7 +89,7 @@ typedef struct energy_epd_prm {
   int32_t transitions;        /* 0, then 1 with the start, 2 with the end */
   int32_t prev_vad;           /* vad_flag of the previous frame */
   int32_t frame_index;        /* calls since the last full clear, the first is 1 */
-  int32_t reset_request;      /* 1: the segment was no speech; the caller resets */
+  int32_t reset_request;      /* 1: the segment was not speech; the caller resets */
   int32_t end_found;          /* 1: the utterance has ended; the caller clears it */
   int32_t collect;            /* 1: frames in speech are queued; stays 1 */
   int16_t backfill_pending;   /* 1 until the history has been queued */
@@ -110,7 +110,7 @@ typedef struct energy_epd_prm {
   epd_profile profile;
 } energy_epd_prm;
 
-/* A start and end tracker of its own, for short_EPD. */
+/* A separate start and end tracker, for short_EPD. */
 typedef struct short_epd_prm {
   int32_t state;       /* 1 from the first rise on */
   int32_t end_flag;    /* 1 from the fall on */
@@ -120,7 +120,7 @@ typedef struct short_epd_prm {
   int32_t prev_flag;   /* the previous decision */
 } short_epd_prm;
 
-/* Onset and hangover counters of their own; the ring of 7 is made by the caller. */
+/* Separate onset and hangover counters; the caller makes the ring of 7. */
 typedef struct short_vad_prm {
   int16_t silence_run;    /* frames */
   int16_t speech_run;     /* frames */
@@ -136,39 +136,42 @@ typedef struct short_vad_prm {
 /**
  * Create the detector, with the profile of deviceID and osID, or (_org) with the fixed reference profile.
  *
- * prm          out: the record; what it held before is forgotten, not released
+ * prm          out: the record; its previous contents are ignored, not released
  * frame_shift  samples a frame: 160, the most that the window tables hold
  *
- * 1, or 0 with an "ERROR: " line and everything released again.
+ * return       1: the record is ready
+ *              0: no memory, or frame_shift is not 1 to 160; an "ERROR: " line, and all is released again
  */
 VASK_API int32_t init_energy_epd_prm(energy_epd_prm *prm, int32_t frame_shift);
 VASK_API int32_t init_energy_epd_prm_org(energy_epd_prm *prm, int32_t frame_shift);
 
 /**
- * Fill the profile from deviceID and osID as they are now. A device that is not known counts as device 2.
+ * Fill the profile from deviceID and osID as they are now. An unknown device counts as device 2.
  *
  * prm  out: prm->profile, nothing else
  */
 VASK_API void init_energy_epd_conprm(energy_epd_prm *prm);
 
 /**
- * Create the energy decision's record alone: all cleared, silence_run 1, rings of 10 and 7.
+ * Create only the record of the energy decision: all cleared, silence_run 1, rings of 10 and 7.
  *
  * vad        out: the record
  * threshold  units above the noise, whole
  *
- * 1, or 0 with an "ERROR: " line and both rings released.
+ * return     1: the record is ready
+ *            0: no memory; an "ERROR: " line, and both rings are released
  */
 VASK_API int32_t init_energy_vad_prm(energy_vad_prm *vad, int32_t threshold);
 
 /**
- * Create the voicing decision's record alone: lags 32 and 267, decisions and counts cleared, rings of 7 and
- * hist_len.
+ * Create only the record of the voicing decision: lags 32 and 267, decisions and counts cleared, rings of 7
+ * and hist_len.
  *
  * uv        out: the record
  * hist_len  decisions that are kept: 70
  *
- * 1, or 0 with an "ERROR: " line and both rings released.
+ * return    1: the record is ready
+ *           0: no memory; an "ERROR: " line, and both rings are released
  */
 VASK_API int32_t init_uv_prm(uv_prm *uv, int32_t hist_len);
 
@@ -178,8 +181,8 @@ VASK_API int32_t init_uv_prm(uv_prm *uv, int32_t hist_len);
 
 /**
  * Start afresh: segment, frame count, noise estimate, decisions, histories and windows. Sizes, profile,
- * threshold, lags, the Hamming window and the features in uv stay. energy_epd_setting does all of it, the
- * others their own record.
+ * threshold, lags, the Hamming window and the features in uv are kept. energy_epd_setting does all of it, the
+ * others only their own record.
  *
  * prm, vad, uv  in, out: a record made by its init function
  */
@@ -189,7 +192,7 @@ VASK_API void uv_prm_setting(uv_prm *uv);
 
 /**
  * Forget a rejected segment: its flags, frames and decisions. frame_index, engine_frames, audio history,
- * windows and, in vad, noise_level, vad_frames and energy_hist stay, so nothing is learnt anew.
+ * windows and, in vad, noise_level, vad_frames and energy_hist are kept, so nothing has to be learnt again.
  *
  * prm, vad  in, out: a record made by its init function
  */
@@ -204,7 +207,7 @@ VASK_API void energy_vad_resetting(energy_vad_prm *vad);
 VASK_API void epd_prm_setting(short_epd_prm *rec);
 
 /**
- * Clear the stand-alone counters: silence_run 1, all else and the ring 0.
+ * Clear the separate counters: silence_run 1, all else and the ring 0.
  *
  * rec  in: the ring that the caller made; out: the record
  */
@@ -215,84 +218,89 @@ VASK_API void vad_prm_setting(short_vad_prm *rec);
  * ------------------------------------------------------------------------------------------------------ */
 
 /**
- * Report a trailing silence on standard error, in ms. The hangover in force stays that of the profile.
+ * Report a trailing silence on standard error, in ms. The hangover in force is still that of the profile.
  *
  * frames  10 ms each
  *
- * 0.
+ * return  0, always
  */
 VASK_API int32_t set_energy_hangover(int32_t frames);
 
-/** Changes nothing, the threshold is the profile's; 0. */
+/**
+ * Do nothing: the threshold is that of the profile.
+ *
+ * return  0, always
+ */
 VASK_API int32_t set_vad_threshold(void);
 
-/** Does nothing: the bands are those of 16 kHz at any sampling rate. */
+/** Do nothing: the bands are those of 16 kHz at any sampling rate. */
 VASK_API void set_EPD_control_Narrorband(void);
 
 /* ---------------------------------------------------------------------------------------------------------
- * One frame: the whole, then its steps in their order. Voicing is in voicing.h.
+ * One frame: the whole, then its steps in order. Voicing is in voicing.h.
  * ------------------------------------------------------------------------------------------------------ */
 
 /**
- * Take one frame through the detector.
+ * Run the detector on one frame.
  *
  * prm                 in: win_samples and win_emph (previous frame, current frame), engine_frames counted
- *                     out: power_spec, energies, decisions, histories, and the three reports:
+ *                     out: power_spec, energies, decisions, histories, and the three results:
  *                     speech_start_flag, reset_request, end_found
  * out_samples         in, out: queue of at least 88 frames of 160 samples; gets the utterance, 16 bits
  * out_spectra         in, out: queue of at least 88 spectra of 257 powers; gets one for each frame queued
  * cc1, ss1, cc3, ss3  the slots of fft_tables for 512 points, Q30
  *
  * The utterance is queued from 35 frames before its start (or from the beginning of the history): at most 45
- * frames when speech rises, then one frame a call, three frames behind. The call that finds the end queues
- * nothing and decides: 10 frames and more, of which 5 % were voiced, are an utterance, and end_found is set.
- * All else sets reset_request, and the caller calls energy_epd_resetting and empties both queues.
+ * frames when speech rises, then one frame a call, three frames late. The call that finds the end queues
+ * nothing and decides: if the segment is 10 frames or longer and at least 5 % of it voiced, it is an
+ * utterance, and end_found is set. Otherwise reset_request is set, and the caller calls energy_epd_resetting
+ * and empties both queues.
  * The caller moves both windows down by a frame after each call. Nothing checks that the queues have room:
- * drain the samples often, empty the spectra with them.
+ * drain the samples often, and empty the spectra with them.
  */
 VASK_API void epd_based_on_energy_feature(energy_epd_prm *prm, sin_buff *out_samples, in64_buff *out_spectra,
                                           int32_t **cc1, int32_t **ss1, int32_t **cc3, int32_t **ss3);
 
 /**
- * The sum of the squares of n samples.
+ * Sum the squares of n samples.
  *
  * samples  n samples, 16 bits
  * n        samples
  *
- * 32 bits; 2147483647 when it overflows, 0 for none.
+ * return   32 bits; 2147483647 if the sum overflows, 0 without samples
  */
 VASK_API int32_t square_energy(const int16_t *samples, int32_t n);
 
 /**
- * The energy of speech in a power spectrum: bins 7 ... 199, 219 Hz to 6.2 kHz; against car noise bins
+ * Sum the energy of speech in a power spectrum: bins 7 ... 199, 219 Hz to 6.2 kHz; in car noise bins
  * 20 ... 199, from 625 Hz on.
  *
- * power  257 bins of 31.25 Hz, of which 200 are read
- * n      any value
+ * power   257 bins of 31.25 Hz, of which 200 are read
+ * n       any value
  *
- * Sum of power / 8; 2147483647 when it overflows.
+ * return  sum of power / 8; 2147483647 if it overflows
  */
 VASK_API int32_t noise_robust_band_energy_16kHz(const int32_t *power, int32_t n);
 VASK_API int32_t carnoise_robust_band_energy_16kHz(const int32_t *power);
 
 /**
- * The mean power of the lower band, bins 9 ... 115, or of the upper band, 116 ... n - 1.
+ * Average the power of the lower band, bins 9 ... 115, or of the upper band, 116 ... n - 1.
  *
- * power  n bins of 31.25 Hz
- * n      bins: 257
+ * power   n bins of 31.25 Hz
+ * n       bins: 257
  *
- * Mean of power / 256; 2147483647 when the sum overflows, 0 for a band without bins.
+ * return  mean of power / 256; 2147483647 if the sum overflows, 0 for a band without bins
  */
 VASK_API int32_t lower_band_energy(const int32_t *power, int32_t n);
 VASK_API int32_t upper_band_energy(const int32_t *power, int32_t n);
 
 /**
- * The upper band's mean over the lower band's.
+ * Divide the upper band's mean by the lower band's.
  *
- * power  n bins of 31.25 Hz
- * n      bins: 257
+ * power   n bins of 31.25 Hz
+ * n       bins: 257
  *
- * Q16, low 32 bits of the quotient; 1.0 when the lower mean is 0, 2147483647 when the quotient is negative.
+ * return  Q16, low 32 bits of the quotient; 1.0 if the lower mean is 0, 2147483647 if negative
  */
 VASK_API int32_t upper_lower_band_energy_ratio(const int32_t *power, int32_t n);
 
@@ -302,19 +310,22 @@ VASK_API int32_t upper_lower_band_energy_ratio(const int32_t *power, int32_t n);
  * x             energy; a negative one has overflowed and counts as the largest
  * ignored1 ...  any value
  *
- * 16 log2(x / 512 + 1), the quotient cut to a whole number: units, Q16, 0 to 352.0.
+ * return        units, Q16, 0 to 352.0: 16 log2(x / 512 + 1), the quotient rounded down to a whole number
  */
 VASK_API int32_t quantized_energy(int32_t x, int32_t ignored1, int32_t ignored2, int32_t ignored3);
 
 /**
  * Decide by energy whether the frame is speech, and learn the noise.
  *
- * vad  in: log_energy, peak_amplitude; out: noise_level, decision, histories
- * prm  in: the record around it: profile, speech_on, voiced and unvoiced frames
+ * vad     in: log_energy, peak_amplitude; out: noise_level, decision, histories
+ * prm     in: the record around it: profile, speech_on, voiced and unvoiced frames
  *
- * The majority of the last seven decisions, also in vad_flag: 0 or 1.
- * The first ten frames are silence. After them a frame is speech when it is more than vad_threshold units,
- * and 10 to 20 more in loud speech, above the noise, which is taken to be 150 to 300 units.
+ * return  the majority of the last seven decisions, also in vad_flag
+ *         1: speech
+ *         0: silence
+ *
+ * The first ten frames are silence. After them a frame is speech if it is above the noise by more than
+ * vad_threshold units, and by 10 to 20 more in loud speech; the noise is limited to 150 ... 300 units.
  */
 VASK_API int32_t energy_based_VAD_with_UV(energy_vad_prm *vad, energy_epd_prm *prm);
 
@@ -327,7 +338,7 @@ VASK_API int32_t energy_based_VAD_with_UV(energy_vad_prm *vad, energy_epd_prm *p
 VASK_API void voice_activity_detection(int32_t flag, energy_epd_prm *prm);
 
 /**
- * Turn the rise and fall of vad_flag into start and end of the segment.
+ * Turn the rise and fall of vad_flag into the start and end of the segment.
  *
  * prm    in: vad.vad_flag, profile.hangover_frames; in, out: speech_on, speech_end, transitions, prev_vad
  *        out: start_frame, 12 frames before the rise; end_frame, hangover_frames + 3 before the fall
@@ -336,7 +347,7 @@ VASK_API void voice_activity_detection(int32_t flag, energy_epd_prm *prm);
 VASK_API void energy_EPD(energy_epd_prm *prm, int32_t frame);
 
 /**
- * The same on a record of its own; the end is 43 frames before the fall.
+ * Do the same on a separate record; the end is 43 frames before the fall.
  *
  * rec    in, out: the record, cleared by epd_prm_setting
  * flag   the decision of this frame, 0 or 1
@@ -349,9 +360,9 @@ VASK_API void short_EPD(short_epd_prm *rec, int32_t flag, int32_t frame);
  * ------------------------------------------------------------------------------------------------------ */
 
 /**
- * Release what the init function took, and null the pointers. close_energy_epd_prm releases the whole.
+ * Release what the init function allocated, and null the pointers. close_energy_epd_prm releases everything.
  *
- * prm, vad, uv  in, out: a record made by its init function, also by one that failed
+ * prm, vad, uv  in, out: a record made by its init function, even if that failed
  */
 VASK_API void close_energy_epd_prm(energy_epd_prm *prm);
 VASK_API void close_energy_vad_prm(energy_vad_prm *vad);
