@@ -1,9 +1,9 @@
 /*
- * The front end: PCM in pieces of any length in, a queue of samples out.
+ * The front end: pieces of PCM of any length go in, a queue of samples comes out.
  *
  * Call android_init_frontend once. For each utterance call android_reset_frontend, then android_process_frame
- * with what the microphone gives and android_get_frames for what is queued, until the utterance has ended and
- * the queue is empty. At the end of all call android_stop_frontend.
+ * with what the microphone delivers and android_get_frames for what is queued, until the utterance has ended
+ * and the queue is empty. Finally call android_stop_frontend.
  * One stream per process; one thread at a time, no locks.
  */
 #ifndef VASK_FRONTEND_H_
@@ -16,49 +16,52 @@
 VASK_BEGIN_DECLS
 
 /**
- * Start the engine and choose what is queued. A library that runs is stopped first; the queue is left to
- * android_reset_frontend.
+ * Start the engine and choose what is queued. A running engine is stopped first; the queue is not emptied,
+ * android_reset_frontend does that.
  *
- * dir   knowledge-base directory, up to 118 bytes
- * mode  1: every noise-reduced frame; 2: the samples of the utterance, from 350 ms before its start;
- *       3, 4: nothing, only the end is found; any other: frames are taken and not processed
+ * dir     knowledge-base directory, up to 118 bytes
+ * mode    1: every noise-reduced frame; 2: the samples of the utterance, from 350 ms before its start;
+ *         3, 4: nothing, only the end is found; any other: frames are taken but not processed
  *
- * 1, or 0 with an "ERROR: " line when there is no memory or the directory is too long.
+ * return  1: the engine runs
+ *         0: no memory, or the directory is too long; an "ERROR: " line says which
  */
 VASK_API int32_t android_init_frontend(const char *dir, int32_t mode);
 
 /**
  * Empty the input and the queue, for the next utterance. Also clears the sample extremes and the environment
- * histories. The engine goes on: after an utterance that was not ended, wrap up as well.
+ * histories. The engine is not reset: after an utterance that has not ended, wrap up as well.
  *
- * 0.
+ * return  0, always
  */
 VASK_API int32_t android_reset_frontend(void);
 
 /**
  * Take n samples and process every frame of 160 that is complete; the rest waits for the next call.
  *
- * n        samples, 0 and more: 10 s (160000) at most between two resets
+ * n        samples, 0 or more: at most 10 s (160000) between two resets
  * samples  in: n samples, 16 bits, 16 kHz
  *          out: those whose frame was processed in this call, clipped to -30000 ... 30000
  *          null: end the utterance, result 1
  *
- * -1  no frame was complete; or the mode is none of 1 to 4; or the library is not initialised, and then
- *     nothing is stored
- *  0  go on
- *  1  the utterance has ended and the engine is wrapped up: drain the queue, then reset. What turns out to be
- *     no speech ends it too, and its samples are taken off the queue
- *  2  mode 1 only, in place of 0: the detector restarted before the last wrap-up
+ * return   -1: no frame was complete; or the mode is not 1 to 4; or the library is not initialised, and then
+ *              nothing is stored
+ *           0: go on
+ *           1: the utterance has ended and the engine is wrapped up: drain the queue, then reset. What turns
+ *              out not to be speech ends it too, and its samples are removed from the queue
+ *           2: mode 1 only, in place of 0: the detector restarted before the last wrap-up
  *
- * In mode 1 the end is not looked for: only null and an overflow give 1.
- * When input or queue would overflow, what fits is taken and processed, then the utterance ends: 1, with one
- * "ERROR: " line, and the queue stays.
- * Frames behind the one that ended the utterance stay and are processed by the next call, unless reset.
+ * Mode 1 does not look for the end: only null and an overflow return 1.
+ * If input or queue would overflow, what fits is taken and processed, then the utterance ends with result 1
+ * and one "ERROR: " line; the queue is kept.
+ * Frames after the one that ended the utterance are kept and processed by the next call, unless reset.
  */
 VASK_API int32_t android_process_frame(int32_t n, int16_t *samples);
 
 /**
- * The number of entries in the queue: samples in modes 1 and 2.
+ * Count the entries in the queue.
+ *
+ * return  entries: samples in modes 1 and 2
  */
 VASK_API int32_t android_get_available_frames(void);
 
@@ -66,18 +69,18 @@ VASK_API int32_t android_get_available_frames(void);
  * Take entries from the front of the queue: samples (android_get_frames, modes 1 and 2) or 32-bit features
  * (android_get_features, modes 3 and 4, which have none).
  *
- * max  entries that dst holds
- * dst  out: the entries
+ * max     entries that dst holds
+ * dst     out: the entries
  *
- * The number taken: the smaller of max and what is there.
+ * return  the number of entries taken: the smaller of max and what is there
  */
 VASK_API int32_t android_get_frames(int32_t max, int16_t *dst);
 VASK_API int32_t android_get_features(int32_t max, int32_t *dst);
 
 /**
- * End the utterance from outside: the engine is wrapped up, input and queue stay.
+ * End the utterance from outside: the engine is wrapped up, input and queue are kept.
  *
- * 1.
+ * return  1, always
  */
 VASK_API int32_t android_wrapup_frontend(void);
 
@@ -85,7 +88,7 @@ VASK_API int32_t android_wrapup_frontend(void);
  * Log the detected speech to files in_000001.pcm, in_000002.pcm ..., 16-bit samples.
  *
  * on   1: on, any other: off
- * dir  directory of the files; empty: the current one. With the name of a file it takes up to 127 bytes
+ * dir  directory of the files; empty: the current one. At most 127 bytes together with the name of a file
  *
  * A longer directory is refused with an "ERROR: " line, and nothing changes.
  */
