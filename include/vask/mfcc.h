@@ -35,8 +35,8 @@ typedef struct mfcc_prm {
   int32_t *cep;         /* 13: cepstra of the output frame, Q20 */
   int32_t *delta;       /* 13: their first derivatives, Q20 */
   int32_t *accel;       /* 13: their second derivatives, Q20 */
-  int32_t *cms_new;     /* 13: the mean that the last update gave, Q20 */
-  int32_t *cms;         /* 13: the mean that is taken off, Q20 */
+  int32_t *cms_new;     /* 13: the mean that the last update computed, Q20 */
+  int32_t *cms;         /* 13: the mean that is subtracted, Q20 */
   int32_t *cms_sum_hi;  /* 13: sums of the upper halves of the output cepstra, as L_Extract splits them */
   int32_t *cms_sum_lo;  /* 13: sums of the lower halves */
   int32_t *cms_utt;     /* 13: mean of the frames of the last update, Q20 */
@@ -53,36 +53,38 @@ extern VASK_API const int32_t loChan_N, pre_emph_N, InitDCTMatrix_N, InitFBank_N
 extern VASK_API int32_t loChan_data[256], pre_emph_data[257], InitDCTMatrix_data[299], InitFBank_data[256];
 
 /* ---------------------------------------------------------------------------------------------------------
- * Set-up. Files stand in Vask_epd_base_dir (engine.h).
+ * Set-up. Files are in Vask_epd_base_dir (engine.h).
  * ------------------------------------------------------------------------------------------------------ */
 
 /**
- * Set an extractor up from the table files InitFBank.txt, loChan.txt and InitDCTMatrix.txt; pre_emph.txt must
- * be there, and is not read. The cepstral mean comes from global_cms.
+ * Set up an extractor from the table files InitFBank.txt, loChan.txt and InitDCTMatrix.txt; pre_emph.txt must
+ * exist, but is not read. The cepstral mean comes from global_cms.
  *
- * m        out: the record, whatever it held
+ * m        out: the record; its previous contents are ignored
  * fft_len  512
  *
- * 1, or 0 with nothing kept and a message on standard output: a table file that is missing, short or
- * malformed (with its line), another fft_len, or no storage. Without a global_cms that can be read the mean
- * is zero
- * ("ERROR: can't open global_cms"), or zero from the first bad value on ("ERROR: read global_cms"): still 1.
+ * return   1: the extractor is ready, even without a readable global_cms
+ *          0: a table file is missing, short or malformed, fft_len is not 512, or no memory; a message on
+ *             standard output says which, with the line of a malformed file, and nothing is kept
+ *
+ * Without a global_cms that can be read the mean is zero ("ERROR: can't open global_cms"), or zero from the
+ * first bad value on ("ERROR: read global_cms").
  */
 VASK_API int32_t init_mfcc_prm(mfcc_prm *m, int32_t fft_len);
 
 /**
- * Set an extractor up from the built-in tables, with a mean of zero. No file is opened, nothing is printed
- * but the message for want of storage.
+ * Set up an extractor from the built-in tables, with a mean of zero. No file is opened.
  *
- * m  out: the record, whatever it held
+ * m       out: the record; its previous contents are ignored
  *
- * 1, or 0 with nothing kept.
+ * return  1: the extractor is ready, and nothing is printed
+ *         0: no memory; an "ERROR: " line, and nothing is kept
  */
 VASK_API int32_t vask_init_mfcc_prm(mfcc_prm *m);
 
 /**
  * Begin an utterance: frames 0, derivatives primed again. The first call of the process also reads
- * global_cms, as init_mfcc_prm does. The sums of the mean stay: without global_cms_update between two
+ * global_cms, as init_mfcc_prm does. The sums of the mean are kept: without global_cms_update between two
  * utterances they hold frames that are no longer counted.
  *
  * m  in, out: the record
@@ -101,9 +103,11 @@ VASK_API void close_mfcc_prm(mfcc_prm *m);
  *
  * fft_len            points; fft_len / 2 lines of each file are read
  * channels_plus_one  any value
- * lo_chan, wt        out: entries 1 ... fft_len / 2; entry 0 stays
+ * lo_chan, wt        out: entries 1 ... fft_len / 2; entry 0 is unchanged
  *
- * 0, or -1 with a message that names the file and line; entries may have been written by then.
+ * return             0: both tables are read
+ *                   -1: a file is missing, short or malformed; a message names it and the line, and entries
+ *                       may have been written by then
  */
 VASK_API int32_t InitFBank(int32_t fft_len, int32_t channels_plus_one, int32_t *lo_chan, int32_t *wt);
 
@@ -112,29 +116,31 @@ VASK_API int32_t InitFBank(int32_t fft_len, int32_t channels_plus_one, int32_t *
  *
  * rows, cols  the first rows * cols lines are read
  *
- * A block from the C heap, row by row, Q30; free() gives it back. Null with a message that names the file and
- * line, or without storage.
+ * return      a block from the C heap, row by row, Q30; free() releases it
+ *             null: the file is missing, short or malformed (a message names it and the line), or no memory
  */
 VASK_API int32_t *InitDCTMatrix(int32_t rows, int32_t cols);
 
 /**
- * The next word of a parameter file. Lines that begin with # are comments, echoed on standard output without
- * it; empty lines and lines that begin with a space are skipped; of other lines the first word counts.
+ * Read the next word of a parameter file. Lines that begin with # are comments, echoed on standard output
+ * without the #; empty lines and lines that begin with a space are skipped; of other lines the first word
+ * counts.
  *
- * token  out: 256 bytes, the word and a zero
- * file   open text file; what stands behind the first 255 bytes of a line is left out
+ * token   out: 256 bytes, the word and a zero
+ * file    open text file; what follows the first 255 bytes of a line is ignored
  *
- * 1, or 0 at the end of the file.
+ * return  1: a word was read
+ *         0: the end of the file
  */
 VASK_API int32_t read_params(char *token, FILE *file);
 
 /**
- * The mel scale.
+ * Convert a bin to the mel scale.
  *
- * k  bin, counted from 1
- * r  width of a bin, in units of 700 Hz: 16000 / (512 * 700)
+ * k       bin, counted from 1
+ * r       width of a bin, in units of 700 Hz: 16000 / (512 * 700)
  *
- * 1127 ln(1 + (k - 1) r).
+ * return  mel: 1127 ln(1 + (k - 1) r)
  */
 VASK_API float Melf(int32_t k, float r);
 
@@ -147,19 +153,19 @@ VASK_API float Melf(int32_t k, float r);
  *
  * m              in: m->spec, m->bins powers, int64, below 2^46, replaced by their roots, Q8
  *                out: m->cep, m->delta, m->accel, 13 values each, Q20
- * ready          out: 1 = an output frame is there, 0 = still filling
+ * ready          out: 1 if an output frame is there, 0 while still filling
  * unused         any value
- * with_dynamics  0 = this frame's cepstra; else with derivatives, of the frame 4 calls back
+ * with_dynamics  0: this frame's cepstra; else: with derivatives, of the frame 4 calls earlier
  *
- * With a null record or ready nothing is read or written; a record that is not set up gives ready = 0. While
+ * With a null record or ready nothing is read or written; a record that is not set up sets ready to 0. While
  * __Vask_epd_detect_env_change is nonzero the frame's log energies go to ecdLFBE, until it holds 2048 rows.
- * Scale:  1.0 = 1 << 20; the stored cepstral mean is already taken off. Powers beyond 2^46 wrap.
+ * Scale:  1.0 = 1 << 20; the stored cepstral mean is already subtracted. Powers beyond 2^46 wrap.
  * Source: S. Davis, P. Mermelstein, IEEE Trans. ASSP 28(4), 1980.
  */
 VASK_API void mfcc_feat_ex(mfcc_prm *m, int32_t *ready, int32_t unused, int32_t with_dynamics);
 
 /**
- * The cosine transform of the cepstra: y[k] = s (M[k][0] x[1] + ... + M[k][cols - 1] x[cols]).
+ * Compute the cosine transform of the cepstra: y[k] = s (M[k][0] x[1] + ... + M[k][cols - 1] x[cols]).
  *
  * x           cols + 1 values, Q16; x[0] is not read
  * y           out: rows values, Q20
@@ -167,7 +173,7 @@ VASK_API void mfcc_feat_ex(mfcc_prm *m, int32_t *ready, int32_t unused, int32_t 
  * rows, cols  sizes
  * scale       s, Q30
  *
- * Products are cut downward; sums are kept to the low 32 bits.
+ * Products are rounded down; sums wrap in 32 bits.
  */
 VASK_API void DCT(const int32_t *x, int32_t *y, const int32_t *M, int32_t rows, int32_t cols, int32_t scale);
 
@@ -176,23 +182,26 @@ VASK_API void DCT(const int32_t *x, int32_t *y, const int32_t *M, int32_t rows, 
  * ------------------------------------------------------------------------------------------------------ */
 
 /**
- * End an utterance: 0.8 of the old mean and 0.2 of the utterance's become the mean. Without output frames
- * nothing happens. Every third update of the process writes global_cms and prints the frames and the mean.
+ * End an utterance: the mean becomes 0.8 of the old mean and 0.2 of the utterance's. Without output frames
+ * nothing happens. Every third update of the process writes global_cms and prints the number of frames and
+ * the mean.
  *
  * m  in, out: the record
  *
  * Up to 65536 frames (655 s) are averaged; the sums of more wrap. A file that cannot be written is reported,
- * and the old one stays whole.
+ * and the old one stays intact.
  */
 VASK_API void global_cms_update(mfcc_prm *m);
 
 /**
  * Read the mean from global_cms, or write it there now, whatever the number of updates.
  *
- * m  in, out: the record; its cms
+ * m       in, out: the record; its cms
  *
- * 1, or 0 with a message: as from init_mfcc_prm, or "ERROR: can't write global_cms". Writing replaces the
- * file at once: it holds the old mean or the new one, whatever happens in between.
+ * return  1: the mean is read or written
+ *         0: it is not; a message as from init_mfcc_prm, or "ERROR: can't write global_cms"
+ *
+ * Writing replaces the file in one step: it holds the old mean or the new one, whatever happens in between.
  */
 VASK_API int32_t vask_read_global_cms(mfcc_prm *m);
 VASK_API int32_t vask_write_global_cms(const mfcc_prm *m);
