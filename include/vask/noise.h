@@ -24,8 +24,8 @@ typedef struct mel_band {
 
 /* What the speech detector knows of each band: amplitudes, no fixed Q. */
 typedef struct wiener_spectrum {
-  int64_t *sig_band;      /* num_bands: mean of the last two frames, 1 and more */
-  int64_t *noise_band;    /* num_bands: the noise, 1 and more */
+  int64_t *sig_band;      /* num_bands: mean of the last two frames, 1 or more */
+  int64_t *noise_band;    /* num_bands: the noise, 1 or more */
   int64_t *clean_band;    /* num_bands: the previous frame without its noise */
   int64_rbuf *ring_short; /* num_bands rings of the last 2 amplitudes */
   int64_rbuf *ring_long;  /* num_bands rings of the last 20 amplitudes */
@@ -68,7 +68,7 @@ typedef struct wiener_filt {
   int64_t *psd_prev;    /* 129: smoothed power of the previous frame */
   int64_t *psd_mean;    /* 129: mean of the last two smoothed powers; after the gains, its root */
   int64_t *psd_cur;     /* 129: smoothed power of this frame; after the gains, its root */
-  int64_t *noise;       /* 129: noise amplitude, 1 and more */
+  int64_t *noise;       /* 129: noise amplitude, 1 or more */
   int64_t *den_prev;    /* 129: amplitude of the previous frame without its noise */
   int16_t *frame_now;   /* sig_hist + 160: the frame that is filtered */
   int16_t *frame_past;  /* sig_hist: the samples before it */
@@ -86,7 +86,7 @@ typedef struct wiener_filt {
 
 /*
  * The mel filter bank as numbers: for each of 35 bands start, count and count weights in Q30. The centres are
- * 33 steps of equal mel between 0 and 8 kHz, and these two.
+ * evenly spaced in mel from 0 to 8 kHz, both included, each on the nearest bin.
  */
 extern VASK_API const int32_t mel_filt_N; /* 293 */
 extern VASK_API int32_t mel_filt_data[293];
@@ -98,21 +98,23 @@ extern VASK_API int32_t mel_filt_data[293];
 /**
  * Create the whole stage for 16 kHz: storage, windows, ear weights, filter bank and IDCT basis.
  *
- * wf  out: the record; what it held before is forgotten, not released
+ * wf      out: the record; its previous contents are ignored, not released
  *
- * 1, or 0 with everything released again; each part but the filter bank reports its failure in an "ERROR: "
- * line.
+ * return  1: the stage is ready
+ *         0: no memory; an "ERROR: " line from each part that failed, except from the filter bank, and all is
+ *            released again
  */
 VASK_API int32_t init_wiener_filt(wiener_filt *wf);
 
 /**
- * Create the record's own part: sizes, buffers, windows and ear weights, without the four members.
+ * Create the record's own part: sizes, buffers, windows and ear weights, without the four member records.
  *
- * wf    out: the fields frame_len to mel_amp, and mel_scratch
- * rate  Hz: 16000
+ * wf      out: the fields frame_len to mel_amp, and mel_scratch
+ * rate    Hz: 16000
  *
- * 1, or 0 with an "ERROR: " line: another rate, for which nothing is set, or too little memory, where
- * close_wiener_filt_param releases what there is.
+ * return  1: the part is ready
+ *         0: rate is not 16000, and nothing is set; or no memory, and close_wiener_filt_param releases what
+ *            was allocated; an "ERROR: " line says which
  */
 VASK_API int32_t init_wiener_filt_param(wiener_filt *wf, int32_t rate);
 
@@ -122,7 +124,8 @@ VASK_API int32_t init_wiener_filt_param(wiener_filt *wf, int32_t rate);
  * spec, g  out: the record
  * n        bands: 35
  *
- * 1, or 0 with an "ERROR: " line; the close function releases what there is.
+ * return   1: the record is ready
+ *          0: no memory; an "ERROR: " line, and the close function releases what was allocated
  */
 VASK_API int32_t init_wiener_spectrum(wiener_spectrum *spec, int32_t n);
 VASK_API int32_t init_wiener_gsap_data(wiener_gsap_data *g, int32_t n);
@@ -131,10 +134,11 @@ VASK_API int32_t init_wiener_gsap_data(wiener_gsap_data *g, int32_t n);
  * Build the chain of mel bands: from the built-in table (InitMelFB is InitMelFBFromSource), or from the text
  * file mel_filt.txt in Vask_epd_base_dir, which holds the numbers of mel_filt_data, one a line.
  *
- * first  out: the first band; the others are linked to it
- * n      bands, 2 to 35
+ * first   out: the first band; the others are linked to it
+ * n       bands, 2 to 35
  *
- * 1, or 0 without memory. From the file also 0 when it cannot be read; there an "ERROR: " line says why.
+ * return  1: the chain is built
+ *         0: no memory; InitMelFBFromFile: also if the file cannot be read, and an "ERROR: " line says why
  */
 VASK_API int32_t InitMelFB(mel_band *first, int32_t n);
 VASK_API int32_t InitMelFBFromSource(mel_band *first, int32_t n);
@@ -152,10 +156,10 @@ VASK_API int32_t InitMelFBFromFile(mel_band *first, int32_t n);
 VASK_API void InitMelIDCTbasis(int32_t **rows, int32_t n);
 
 /**
- * The square root of the amplitude response of outer and middle ear, in double precision.
+ * Compute the square root of the amplitude response of outer and middle ear, in double precision.
  *
  * out   out: n values for n frequencies spread evenly over 0 ... rate / 2; 1.0 = 0 dB
- * n     frequencies, 2 and more
+ * n     frequencies, 2 or more
  * rate  Hz
  *
  * Source: ITU-R BS.1387, outer and middle ear; the value at 0 Hz is fixed at 0.0423.
@@ -168,12 +172,12 @@ VASK_API void OuterAndMiddleEarModel(double *out, int32_t n, int32_t rate);
 
 /**
  * Start afresh: history, spectra, noise and decisions become zero, gsap 1.0; windows, basis and ear weights
- * stay. wiener_filt_setting does all of it, the others their own record.
+ * are kept. wiener_filt_setting does all of it, the others only their own record.
  *
  * wf, spec, g, v  in, out: a record made by its init function
  * n               bands of the record: 35
  *
- * wiener_gsap_data_setting leaves lratio, which every frame computes anew.
+ * wiener_gsap_data_setting leaves lratio unchanged: every frame computes it again.
  */
 VASK_API void wiener_filt_setting(wiener_filt *wf);
 VASK_API void wiener_filt_param_setting(wiener_filt *wf);
@@ -182,32 +186,33 @@ VASK_API void wiener_gsap_data_setting(wiener_gsap_data *g, int32_t n);
 VASK_API void wiener_vad_setting(wiener_vad *v);
 
 /**
- * Restart the speech detector while the signal flows on: decision, hangover and run are cleared, the band
- * noise becomes the mean of the last 20 frames. History, spectra and the filter's noise stay.
+ * Restart the speech detector while the signal continues: decision, hangover and run are cleared, the band
+ * noise becomes the mean of the last 20 frames. History, spectra and the filter's noise are kept.
  *
  * wf, spec, v  in, out: a record made by its init function
  * n            bands of the record: 35
  *
- * The mean takes all 20 slots as they are (each / 20, cut toward zero), so in the first 20 frames it is low.
+ * The mean is over all 20 slots as they are (each / 20, rounded toward zero), so it is low in the first 20
+ * frames.
  */
 VASK_API void wiener_filt_resetting(wiener_filt *wf);
 VASK_API void wiener_spectrum_resetting(wiener_spectrum *spec, int32_t n);
 VASK_API void wiener_vad_resetting(wiener_vad *v);
 
 /* ---------------------------------------------------------------------------------------------------------
- * One frame: the whole, then its steps in their order
+ * One frame: the whole, then its steps in order
  * ------------------------------------------------------------------------------------------------------ */
 
 /**
  * Filter one frame.
  *
- * wf                  in: sig_hist with the newest frame in samples 480 ... 639, frame_count 3 and more, 3 at
+ * wf                  in: sig_hist with the newest frame in samples 480 ... 639, frame_count 3 or more, 3 at
  *                     the first call after a setting
- *                     out: out_frame, 160 samples, the frame of two calls ago; noise, spectra, decision
+ *                     out: out_frame, 160 samples, the frame of two calls earlier; noise, spectra, decision
  * mel_fb              the chain of 35 bands, wf->mel_fb
  * cc1, ss1, cc3, ss3  the slots of fft_tables for 512 points, Q30
  *
- * The caller moves sig_hist down by 160 samples afterwards and counts frame_count up before the next call.
+ * The caller moves sig_hist down by 160 samples afterwards and increments frame_count before the next call.
  * Scale:  samples, 16 bits; the output keeps the low 16 bits of its sums and does not saturate.
  * Source: ETSI ES 202 050, the first stage, here over 8 kHz, with the ear's weights and its own detector.
  */
@@ -229,7 +234,7 @@ VASK_API void windowing(const int16_t *sig, const int32_t *win, int64_t *out, in
  * Smooth a power spectrum over pairs of bins.
  *
  * p    2 m + 1 powers
- * out  out: m + 1 means (p[2k] + p[2k+1]) / 2, the last one p[2m] itself
+ * out  out: m + 1 means (p[2k] + p[2k+1]) / 2, the last is p[2m] itself
  * m    pairs: 128
  */
 VASK_API void es_smoothed_psd(const int64_t *p, int64_t *out, int32_t m);
@@ -237,11 +242,11 @@ VASK_API void es_smoothed_psd(const int64_t *p, int64_t *out, int32_t m);
 /**
  * Sum the bins into mel bands: amplitudes (DoMelFB_int64) or gains (DoMelFB).
  *
- * x        in: one value a bin, 129; DoMelFB: Q30, the sums keep their low 32 bits
+ * x        in: one value a bin, 129; DoMelFB: Q30, low 32 bits of the sums
  *          out: one value a band in the first 35
  * first    the chain of bands
  * scratch  out: one sum a band, same Q as x
- * nbins    any value: the bands know their bins
+ * nbins    any value: the bands hold their own bins
  *
  * Source: ETSI ES 202 050, mel filter bank.
  */
@@ -257,8 +262,8 @@ VASK_API void DoMelFB(int32_t *x, mel_band *first, int64_t *scratch, int32_t nbi
  * x          nb band amplitudes of the frame, below 2^47
  * nb         bands: 35
  *
- * Speech is a speech-absence probability below 0.2, then 15 more frames after a run of four. The first 20
- * frames are noise. The noise moves only while the probability is above 0.35.
+ * A frame is speech if the speech-absence probability is below 0.2; after a run of at least four, 15 more
+ * frames are. The first 20 frames are noise. The noise is updated only while the probability is above 0.35.
  * Source: J. Sohn, N. Kim, W. Sung, A statistical model-based voice activity detection, IEEE Signal
  *         Processing Letters 6(1), 1999; N. Kim, J. Chang, Spectral enhancement based on global soft
  *         decision, ibid. 7(5), 2000; the a-priori SNR after Y. Ephraim, D. Malah, 1984, as below.
@@ -270,15 +275,15 @@ VASK_API void VAD_BasedOnGSAP(wiener_vad *vad, wiener_spectrum *spectrum, wiener
  * Design the Wiener gain of each bin.
  *
  * cur    in: n powers of this frame; out: their roots
- * noise  in, out: n noise amplitudes; they move only when vad says noise, and are 1 and more afterwards
+ * noise  in, out: n noise amplitudes, 1 or more afterwards; updated only if vad says noise
  * den    in: n amplitudes of the previous frame without noise; out: of this frame
  * mean   in: n powers, mean of two frames; out: their roots
- * gain   out: n gains, Q30, 0 to 1.0; without overflow 0.074 (an SNR of -22 dB) and more
- * vad    frame_count, 1 and more: a plain mean of the first 99 frames, then 1 % new per frame; vad_flag
+ * gain   out: n gains, Q30, 0 to 1.0; without overflow at least 0.074 (an SNR of -22 dB)
+ * vad    frame_count, 1 or more: a plain mean of the first 99 frames, then 1 % new per frame; vad_flag
  * n      bins: 129
  *
- * Scale:  SNRs are ratios of amplitudes, Q20. The shift by 30 that makes a gain of one wraps in 64 bits from
- *         an SNR of 8192 on; a gain that comes out negative is then 1.0.
+ * Scale:  SNRs are ratios of amplitudes, Q20. The shift by 30 that turns an SNR into a gain wraps in 64 bits
+ *         from an SNR of 8192 on; a gain that comes out negative is then 1.0.
  * Source: Y. Ephraim, D. Malah, Speech enhancement using a minimum mean-square error short-time spectral
  *         amplitude estimator (decision-directed SNR), IEEE Trans. ASSP 32(6), 1984; ETSI ES 202 050.
  */
@@ -326,9 +331,9 @@ VASK_API void ApplyWF(const int16_t *now, const int16_t *past, const int32_t *h,
  * ------------------------------------------------------------------------------------------------------ */
 
 /**
- * Release what the init function took, and null the pointers. close_wiener_filt releases the whole stage.
+ * Release what the init function allocated, and null the pointers. close_wiener_filt releases everything.
  *
- * wf, spec, g  in, out: a record made by its init function, also by one that failed
+ * wf, spec, g  in, out: a record made by its init function, even if that failed
  */
 VASK_API void close_wiener_filt(wiener_filt *wf);
 VASK_API void close_wiener_filt_param(wiener_filt *wf);
