@@ -16,7 +16,7 @@ VASK_BEGIN_DECLS
 /* Device and system, which choose the detector's profile when the engine is initialised: 2 and 2 at load. */
 extern VASK_API int32_t deviceID, osID;
 
-/* Sampling rate in Hz, 16000 at load. Reported only: the signal path is that of 16 kHz. */
+/* Sampling rate in Hz, 16000 at load. Reported only: the signal path is always that of 16 kHz. */
 extern VASK_API float Vask_EPD_Sampling_Rate;
 
 /* Cutoff frequency in Hz, 8000 at load. Reported only. */
@@ -35,16 +35,18 @@ extern VASK_API int32_t __compute_dynamic_feature__;
  * Choose the profile of the detector, before the engine is initialised.
  *
  * option  1: deviceID, 2: osID, any other: nothing
- * value   the number of the device or system; one that is not known counts as 2
+ * value   the number of the device or system; an unknown one counts as 2
  */
 VASK_API void Vask_epd_set_option(int32_t option, int32_t value);
 
 /**
  * Read the file config.Vask and apply it line by line. Never called by the library itself.
  *
- * dir  the directory of the file
+ * dir     the directory of the file
  *
- * 0, whether there is such a file or not. A line counts if one of these stands in it, followed by a value:
+ * return  0, always, whether the file exists or not
+ *
+ * A line counts if it contains one of these, followed by a value:
  *   Vask_NARROWBAND:   y or Y: Vask_EPD_Set_Samplign_Rate(8000)
  *   Vask_SENSITIVITY:  y or Y: ___epd_sensitivity 1, else 0
  *   Vask_LOUDNESS:     0 to 30: the loudness definition (recorded only); any other number is reported
@@ -56,9 +58,9 @@ VASK_API int32_t __check_Vask_Config__(const char *dir);
 /**
  * Record the sampling rate and report it on standard error. 8000 halves the cutoff frequency, at every call.
  *
- * rate  Hz
+ * rate    Hz
  *
- * 1.
+ * return  1, always
  */
 VASK_API int32_t Vask_EPD_Set_Samplign_Rate(int32_t rate);
 
@@ -76,14 +78,18 @@ VASK_API void Vask_EPD_Set_Mode(int32_t value);
  */
 VASK_API void Vask_EPD_Set_Mode_Energy(int32_t value);
 
-/** Do nothing; 0. They stay for the applications that call them. */
+/**
+ * Do nothing; kept for the applications that call them.
+ *
+ * return  0, always
+ */
 VASK_API int32_t Vask_EPD_Set_Mode_Enhanced_To_Raw(void);
 VASK_API int32_t Vask_EPD_UV_Control(void);
 VASK_API int32_t Vask_EPD_Frame_Loss(void);
 
 /**
- * Switch the log of detected speech on or off, and report it on standard error. The log is a file
- * in_000001.pcm, in_000002.pcm ... for each utterance: 16-bit samples in the machine's byte order.
+ * Switch the log of detected speech on or off, and report it on standard error. The log is one file for each
+ * utterance, in_000001.pcm, in_000002.pcm ...: 16-bit samples in the machine's byte order.
  *
  * flag  1: on, any other: off
  */
@@ -92,8 +98,8 @@ VASK_API void Vask_epd_save_pcm_valid(int32_t flag);
 /**
  * Switch the log of detected speech on in a directory, or off.
  *
- * flag  1: on, any other: off, and the directory of before stays
- * dir   directory of the files; empty: the current one. With the name of a file it takes up to 127 bytes
+ * flag  1: on, any other: off, and the previous directory is kept
+ * dir   directory of the files; empty: the current one. At most 127 bytes together with the name of a file
  *
  * A longer directory is refused with an "ERROR: " line, and nothing changes.
  */
@@ -112,32 +118,32 @@ VASK_API void Vask_epd_save_pcm_count(int32_t option, int32_t value);
  *
  * threshold  units
  *
- * 0.
+ * return     0, always
  */
 VASK_API int32_t Vask_epd_vad(int32_t threshold);
 
 /**
  * Report a trailing silence, in ms, on standard error. The one in force is the hangover of the profile.
  *
- * frames  10 ms each; 30 and less are raised to 30, with a "WARNING: " line on standard output
+ * frames  10 ms each; 30 or fewer are raised to 30, with a "WARNING: " line on standard output
  *
- * 0.
+ * return  0, always
  */
 VASK_API int32_t Vask_epd_set_trailing_silence(int32_t frames);
 
 /**
  * Write a knowledge base: the folders dir, dir/Vask.db and dir/LOG, the nine built-in tables as text files in
- * dir/Vask.db (a decimal integer a line) and a default dir/config.Vask.
+ * dir/Vask.db (one decimal integer a line) and a default dir/config.Vask.
  *
- * dir  knowledge-base directory, up to 118 bytes; the folder above it must be there
+ * dir     knowledge-base directory, up to 118 bytes; its parent folder must exist
  *
- * 1  written
- * 2  nothing done: dir/Vask.db/cc1.txt is there, and the knowledge base counts as complete
- * 0  not all could be written; what could is there, each file whole
+ * return  1: everything is written
+ *         2: nothing is done: dir/Vask.db/cc1.txt exists, and the knowledge base counts as complete
+ *         0: not everything could be written; what could be is there, each file whole
  */
 VASK_API int32_t vask_make_coeff_files(const char *dir);
 
-/** The same in /sdcard/kb_embedded. Failures are not reported. */
+/** Do as vask_make_coeff_files, in /sdcard/kb_embedded. Failures are not reported. */
 VASK_API void android_make_coeff_files(void);
 
 VASK_END_DECLS
