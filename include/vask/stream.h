@@ -1,9 +1,10 @@
 /*
  * Streams: any number of front ends side by side, each with all its state behind its handle.
  *
- * 16-bit samples at 16 kHz are written in pieces of any length; out come the cleaned audio, frame for frame
- * the bits of the front end in frontend.h, and events that say where in the input each utterance lies.
- * Streams share nothing and take no lock: each may be used from another thread, but one only by one thread at
+ * 16-bit samples at 16 kHz are written in pieces of any length; out come the cleaned audio, each frame
+ * bit-identical to that of the front end in frontend.h, and events that say where in the input each utterance
+ * is.
+ * Streams share nothing and take no lock: each may be used from a different thread, but only by one thread at
  * a time.
  *
  *   vask_stream_options options;
@@ -34,9 +35,9 @@ VASK_BEGIN_DECLS
 
 typedef struct vask_stream vask_stream;
 
-/* What a stream puts out. */
+/* What a stream delivers. */
 enum {
-  VASK_STREAM_CONTINUOUS = 1, /* every sample, in step with the input, silence of all zeros too; no events */
+  VASK_STREAM_CONTINUOUS = 1, /* every sample, in step with the input, all-zero silence too; no events */
   VASK_STREAM_UTTERANCES = 2  /* events, and the audio of the utterances */
 };
 
@@ -44,25 +45,24 @@ enum {
 enum {
   VASK_STREAM_CLEAN = 0,   /* noise-reduced */
   VASK_STREAM_RAW = 1,     /* the input as it was written, of the same span */
-  VASK_STREAM_NO_AUDIO = 2 /* none: for callers who want the events, or the measures, only */
+  VASK_STREAM_NO_AUDIO = 2 /* none: for callers that want only the events or the measures */
 };
 
 /* Kinds of event. Each VASK_STREAM_STARTED is followed by one of the other two. */
 enum {
   VASK_STREAM_STARTED = 1,
   VASK_STREAM_ENDED = 2,   /* an utterance */
-  VASK_STREAM_REJECTED = 3 /* what had started was none */
+  VASK_STREAM_REJECTED = 3 /* what had started was not an utterance */
 };
 
-/* Why: how an utterance ended, or for what a segment was rejected. */
+/* Reasons: how an utterance ended, or why a segment was rejected. */
 enum {
-  VASK_STREAM_BY_SILENCE = 1, /* ended: hangover_frames without speech */
-  VASK_STREAM_BY_LONG_NOISE =
-      2,                        /* ended: longer than long_speech_frames, and unvoiced for max_unvoiced_run */
-  VASK_STREAM_BY_INPUT_END = 3, /* ended: flushed while it was open */
-  VASK_STREAM_BY_SPLIT = 4,     /* ended: longer than max_samples; the next one goes on from here */
-  VASK_STREAM_TOO_SHORT = 11,   /* rejected: under 10 frames, or under min_samples */
-  VASK_STREAM_TOO_LITTLE_VOICE = 12, /* rejected: 5 % voiced or less, or under min_voiced_frames */
+  VASK_STREAM_BY_SILENCE = 1,        /* ended: hangover_frames without speech */
+  VASK_STREAM_BY_LONG_NOISE = 2,     /* ended: over long_speech_frames, unvoiced for max_unvoiced_run */
+  VASK_STREAM_BY_INPUT_END = 3,      /* ended: flushed while it was open */
+  VASK_STREAM_BY_SPLIT = 4,          /* ended: over max_samples; the next one continues from here */
+  VASK_STREAM_TOO_SHORT = 11,        /* rejected: under 10 frames, or under min_samples */
+  VASK_STREAM_TOO_LITTLE_VOICE = 12, /* rejected: under 5 % voiced, or under min_voiced_frames */
   VASK_STREAM_TONES = 13             /* rejected: too many of its voiced frames are tones */
 };
 
@@ -79,41 +79,41 @@ typedef struct vask_stream_options {
   int32_t mode;        /* VASK_STREAM_CONTINUOUS or _UTTERANCES */
   int32_t audio;       /* VASK_STREAM_CLEAN, _RAW or _NO_AUDIO */
   epd_profile profile; /* the detector's seventeen values */
-  int32_t pad_start;   /* put out from so long before the detected start; -1: from 0.35 s before */
-  int32_t pad_end;     /* and until so long after the detected end; -1: all that the hangover covers */
-  int32_t min_samples; /* an utterance shorter than this from start to end is rejected; 0: none is */
-  int32_t max_samples; /* none is put out longer than this: split where the last 2 s are quietest; 0: any,
-                          else 24000 and more */
-  int32_t min_voiced_frames; /* an utterance with fewer voiced frames is rejected; 0: none is */
-  int32_t max_tone_percent;  /* and one with more tones than this among its frames that were voiced at first
-                                sight (before smoothing); 100: none is */
-  int32_t tone_tonality;     /* a frame of this tonality and more is a tone: Q16 */
-  int32_t queue_samples;     /* most samples of audio that wait to be read, in storage that grows to twice as
-                            many; 0: 10 minutes */
+  int32_t pad_start;   /* delivered from this long before the detected start; -1: from 0.35 s before */
+  int32_t pad_end;     /* and until this long after the detected end; -1: all that the hangover covers */
+  int32_t min_samples; /* an utterance shorter than this from start to end is rejected; 0: no limit */
+  int32_t max_samples; /* none is delivered longer than this: it is split where the last 2 s are
+                          quietest; 0: no limit, else 24000 or more */
+  int32_t min_voiced_frames; /* an utterance with fewer voiced frames is rejected; 0: no limit */
+  int32_t max_tone_percent;  /* and one with more tones than this among the frames that are voiced before
+                                smoothing; 100: no limit */
+  int32_t tone_tonality;     /* a frame of this tonality or more is a tone: Q16 */
+  int32_t queue_samples;     /* most samples of audio that wait to be read, in storage that grows to twice
+                                that; 0: 10 minutes */
 } vask_stream_options;
 
 /* What happened, and where in the input. */
 typedef struct vask_stream_event {
   int32_t kind;          /* VASK_STREAM_STARTED, _ENDED or _REJECTED */
-  int32_t reason;        /* of the other two; 0 at a start */
-  int32_t segment;       /* number of the segment from 1; those that are rejected count too */
-  int32_t continues;     /* 1: it goes on where the segment before was split */
+  int32_t reason;        /* why it ended or was rejected; 0 at a start */
+  int32_t segment;       /* number of the segment from 1; rejected ones count too */
+  int32_t continues;     /* 1: it continues where the previous segment was split */
   int64_t start;         /* position of the detected start */
   int64_t end;           /* one past the detected end; -1 at a start */
-  int64_t span_start;    /* first position that is put out, or would have been */
+  int64_t span_start;    /* first position that is delivered, or would have been */
   int64_t span_end;      /* one past the last; -1 at a start */
   int64_t heard;         /* samples of the input that had been processed when this was decided */
   int32_t voiced_frames; /* voiced frames of the segment, as the detector counts them; 0 at a start */
   float voiced;          /* the same as a share of the frames from start to end, at most 1 */
-  float level_db; /* mean level of the input from start to end, dB full scale; at a start of its frame */
+  float level_db;        /* mean input level from start to end, dB full scale; at a start that of its frame */
 } vask_stream_event;
 
-/* The newest frame, for meters and traces. The detector hears 0.03 s behind the input. */
+/* The newest frame, for meters and traces. The detector lags the input by 0.03 s. */
 typedef struct vask_stream_measures {
   int64_t heard;       /* samples of the input that have been processed, whole frames */
   int64_t detector_at; /* position of the frame that the values below `level_db` belong to; -1: none yet */
-  float level_db;      /* level of the newest frame of the input, dB full scale; -200 for silence of all
-                          zeros, -112.4 and more for sound */
+  float level_db;      /* level of the newest frame of the input, dB full scale; -200 for all-zero
+                          silence, -112.4 or more for sound */
   float energy_db;     /* the detector's log energy, dB above its own silence */
   float noise_db;      /* the noise floor on the same scale */
   int32_t speech;      /* 1: speech, after onset and hangover */
@@ -122,26 +122,26 @@ typedef struct vask_stream_measures {
 } vask_stream_measures;
 
 /**
- * Fill in the options of a front end as it is by itself: utterances, cleaned, the profile of device 2 and
- * system 2, no padding cut, nothing limited, nothing rejected beyond the detector's own rule.
+ * Fill in the options of a plain front end: utterances, cleaned, the profile of device 2 and system 2, no
+ * padding cut, no limits, nothing rejected beyond the detector's own rule.
  *
  * options  out: all fields
  */
 VASK_API void vask_stream_defaults(vask_stream_options *options);
 
 /**
- * Make options fit for rooms with much noise: the general profile with a shorter hangover and a more
- * sensitive detector, padding of 0.10 s and 0.25 s, and rejection of what holds fewer than 15 voiced frames,
- * fewer than 20 frames, or more than half tones. Other fields stay.
+ * Adapt options to noisy rooms: the general profile with a shorter hangover and a more sensitive detector,
+ * padding of 0.10 s and 0.25 s, and rejection of segments with fewer than 15 voiced frames, fewer than 20
+ * frames, or more than half tones. Other fields are kept.
  *
  * options  in, out: filled by vask_stream_defaults
  */
 VASK_API void vask_stream_robust(vask_stream_options *options);
 
 /**
- * The built-in profile of a device.
+ * Fill in the built-in profile of a device.
  *
- * device   as deviceID; one that is not known counts as device 2
+ * device   as deviceID; an unknown one counts as device 2
  * os       as osID
  * profile  out: the seventeen values
  */
@@ -152,50 +152,59 @@ VASK_API void vask_stream_profile(int32_t device, int32_t os, epd_profile *profi
  *
  * options  in: the options
  *
- * A text such as "pad_start is not -1 to 16000000 samples", constant; null when nothing is wrong.
+ * return   a constant text such as "pad_start is not -1 to 16000000 samples"
+ *          null: nothing is wrong
  */
 VASK_API const char *vask_stream_complaint(const vask_stream_options *options);
 
 /**
- * Open a stream. All memory is taken here (about 0.7 MB), but for the queue's growth up to its bound.
+ * Open a stream. All memory is allocated here (about 0.7 MB), except for the queue's growth up to its bound.
  *
  * options  in: the options, copied; null: those of vask_stream_defaults
  *
- * The stream; null if vask_stream_complaint has something to say or there is no memory.
+ * return   the stream
+ *          null: vask_stream_complaint finds something wrong, or there is no memory
  */
 VASK_API vask_stream *vask_stream_open(const vask_stream_options *options);
 
 /**
- * Write input. Every complete frame is processed at once; samples beyond the last one wait for more.
+ * Write input. Every complete frame is processed at once; the samples after the last one wait for more.
  *
  * stream   in, out: the stream
  * samples  in: n samples, 16 bits, 16 kHz; not changed
  * n        samples; any number
  *
- * The number of samples taken: n, or fewer when the queue has reached its bound before; then take audio and
- * events and write the rest. Never 0 for n above 0: that is VASK_STREAM_FULL.
+ * return   n: all samples are taken
+ *          1 to n - 1: this many are taken, then the queue reached its bound or could not grow; take audio
+ *              and events and write the rest
+ *          VASK_STREAM_FULL, VASK_STREAM_NO_MEMORY: none is taken, for that reason (never 0 for n above 0)
+ *          VASK_STREAM_OVER: the stream is flushed
+ *          VASK_STREAM_BAD_ARGUMENT: n is negative, stream is null, or samples is null with n above 0
  */
 VASK_API int32_t vask_stream_write(vask_stream *stream, const int16_t *samples, int32_t n);
 
 /**
  * End the input. Everything that was held back comes out; a segment that is still open becomes an utterance
- * if it holds 10 frames and more, and more than 5 % of them are voiced.
+ * if it is 10 frames or longer and at least 5 % of it voiced. A second call does nothing.
  *
  * stream  in, out: the stream
  *
- * 0; VASK_STREAM_FULL or VASK_STREAM_NO_MEMORY: take audio and events and call again. A second call does
- * nothing.
+ * return  0: everything has come out
+ *         VASK_STREAM_FULL, VASK_STREAM_NO_MEMORY: take audio and events and call again
+ *         VASK_STREAM_BAD_ARGUMENT: stream is null
  */
 VASK_API int32_t vask_stream_flush(vask_stream *stream);
 
 /**
- * Take the next event, in their order.
+ * Take the next event, in order.
  *
  * stream  in, out: the stream
  * event   out: the event
  *
- * 1; 0 with nothing written when there is none. What has not been read of the utterance before is dropped
- * when a VASK_STREAM_STARTED is taken.
+ * return  1: the event is written
+ *         0: there is none; nothing is written
+ *
+ * When a VASK_STREAM_STARTED is taken, what has not been read of the previous utterance is dropped.
  */
 VASK_API int32_t vask_stream_next(vask_stream *stream, vask_stream_event *event);
 
@@ -206,38 +215,42 @@ VASK_API int32_t vask_stream_next(vask_stream *stream, vask_stream_event *event)
  *
  * stream   in, out: the stream
  * samples  out: up to max samples
- * max      samples that it holds
+ * max      size of that array
  *
- * The number of samples; 0 when there are none.
+ * return   the number of samples taken; 0 if there are none
  */
 VASK_API int32_t vask_stream_read(vask_stream *stream, int16_t *samples, int32_t max);
 
 /**
- * The number of samples that vask_stream_read could give now.
+ * Count the samples that vask_stream_read could deliver now.
  *
  * stream  in: the stream
+ *
+ * return  samples
  */
 VASK_API int32_t vask_stream_available(const vask_stream *stream);
 
 /**
- * The measures of the newest frame.
+ * Get the measures of the newest frame.
  *
  * stream    in: the stream
  * measures  out: the measures
  *
- * 0, or VASK_STREAM_BAD_ARGUMENT.
+ * return    0: the measures are written
+ *           VASK_STREAM_BAD_ARGUMENT: stream or measures is null
  */
 VASK_API int32_t vask_stream_measure(const vask_stream *stream, vask_stream_measures *measures);
 
 /**
- * Back to how it was opened: position 0, nothing heard, queue and events dropped. Allocates nothing.
+ * Put a stream back in the state in which it was opened: position 0, nothing heard, queue and events dropped.
+ * Allocates nothing.
  *
  * stream  in, out: the stream
  */
 VASK_API void vask_stream_reset(vask_stream *stream);
 
 /**
- * Close the stream and release everything.
+ * Close a stream and release everything.
  *
  * stream  the stream; null is harmless
  */

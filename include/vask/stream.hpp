@@ -27,8 +27,8 @@ struct StreamOptions : vask_stream_options {
   const char *Complaint() const { return vask_stream_complaint(this); }  // null: nothing is wrong
 };
 
-// One stream, closed with the object. If it could not be opened it is false, and every call gives nothing or
-// an error.
+// One stream, closed with the object. If it could not be opened, it converts to false, and every call returns
+// nothing or an error.
 class Stream {
  public:
   explicit Stream(const vask_stream_options &options = StreamOptions())
@@ -36,10 +36,11 @@ class Stream {
 
   explicit operator bool() const { return stream_ != nullptr; }
 
-  // Samples taken, fewer than given when the queue has reached its bound; or an error, below 0.
+  // Returns the number of samples taken, fewer than given if the queue is full; below 0: an error.
   int32_t Write(std::span<const int16_t> samples) {
     return vask_stream_write(stream_.get(), samples.data(), Length(samples.size()));
   }
+  // Returns 0; below 0: an error.
   int32_t Flush() { return vask_stream_flush(stream_.get()); }
 
   std::optional<vask_stream_event> Next() {
@@ -48,7 +49,7 @@ class Stream {
     return event;
   }
 
-  // The part of `room` that was filled.
+  // Returns the part of `room` that was filled.
   std::span<int16_t> Read(std::span<int16_t> room) {
     const int32_t count = vask_stream_read(stream_.get(), room.data(), Length(room.size()));
     return room.first(static_cast<size_t>(std::max(count, int32_t{0})));
