@@ -1,12 +1,12 @@
 /*
  * The whole C interface: a speech front end that takes 16-bit PCM at 16 kHz, removes the background noise
- * and gives back either every cleaned frame or only the spoken utterance.
+ * and returns either every cleaned frame or only the spoken utterance.
  *
- * An application needs frontend.h, and settings.h before it starts. engine.h is the same one frame at a time,
- * stream.h any number of streams side by side, ecd.h the check of the recording afterwards, mfcc.h the
- * cepstra of its frames. The other headers are the stages, for use on their own.
+ * An application needs frontend.h, and settings.h before it starts. engine.h does the same one frame at a
+ * time, stream.h runs any number of streams side by side, ecd.h checks the recording afterwards, mfcc.h
+ * computes the cepstra of its frames. The other headers are the stages, for use on their own.
  *
- * What holds everywhere, and is not said again at each function:
+ * What holds everywhere, and is not repeated at each function:
  *   frame         160 samples, 10 ms at 16 kHz.
  *   Qn            fixed point with n fractional bits: 1.0 is 1 << n.
  *   units         the detector's measure of log energy, 16 * log2(energy / 512 + 1): 16 units double the
@@ -15,7 +15,7 @@
  *                 result for failure, or 0 where it has none.
  *   counts        a negative count is taken as 0.
  *   rounding      the library computes in round-to-nearest and puts the application's rounding mode back.
- *   life cycle    init_* obtains storage: 1, or 0 when there is none. *_setting clears everything that
+ *   life cycle    init_* allocates: 1, or 0 if there is no memory. *_setting clears everything that
  *                 adapts, *_resetting only what belongs to a rejected segment. close_* releases and nulls,
  *                 so that a second close is harmless.
  *   messages      "ERROR: " lines on standard output, information on standard error, flushed at once.
