@@ -1,5 +1,5 @@
 // The native methods of the Java class com.norv.Brindle.Vask: Java arrays and strings in and out, the C
-// interface beneath.
+// interface beneath. Each method is one critical section, whether it is declared static or not.
 //
 // A fault of the caller becomes a Java exception before anything is taken from the queue or read from the
 // file, and nothing is asked of the virtual machine after that.
@@ -17,6 +17,54 @@
 
 namespace vask {
 namespace {
+
+// The monitor of the Java class, as long as this lives: that of `synchronized (Vask.class)`, so that an
+// application, from Java or from C, can make several calls one critical section. Where there is none,
+// an exception has been thrown.
+class ClassLock {
+ public:
+  explicit ClassLock(JNIEnv* env)
+      : env_(env),
+        class_(env->FindClass("com/norv/Brindle/Vask")),
+        is_held_(class_ != nullptr && env->MonitorEnter(class_) == JNI_OK) {}
+  ~ClassLock() {  // with an exception on its way, too
+    if (is_held_) env_->MonitorExit(class_);
+    env_->DeleteLocalRef(class_);
+  }
+  ClassLock(const ClassLock&) = delete;
+  ClassLock& operator=(const ClassLock&) = delete;
+
+  bool IsHeld() const { return is_held_; }
+
+ private:
+  JNIEnv* env_;
+  jclass class_;
+  bool is_held_;
+};
+
+// Whether a start of the engine will find its memory, 700 KB on 64 bits: its environment check ends the
+// process where it does not. As much and half again is taken, in small blocks as there, and given back.
+bool HasMemoryForStart() {
+  struct Block {
+    Block* next;
+    uint8_t rest[248];
+  };
+  constexpr int32_t kBlocks = (1 << 20) / sizeof(Block);
+  Block* blocks = nullptr;
+  int32_t count = 0;
+  for (; count < kBlocks; ++count) {
+    Block* block = NewZeroed<Block>(1);
+    if (block == nullptr) break;
+    block->next = blocks;
+    blocks = block;
+  }
+  while (blocks != nullptr) {
+    Block* next = blocks->next;
+    Release(blocks);
+    blocks = next;
+  }
+  return count == kBlocks;
+}
 
 void Throw(JNIEnv* env, const char* type, const char* message) {
   const jclass found = env->FindClass(type);
@@ -119,16 +167,27 @@ class Text {
 extern "C" {
 
 VASK_JAVA(jint, Vask_1epd_1init)(JNIEnv* env, jobject, jstring kb_dir, jint mode) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   const vask::Text dir(env, kb_dir);
-  return dir.Characters() != nullptr ? android_init_frontend(dir.Characters(), mode) : 0;
+  if (dir.Characters() == nullptr) return 0;
+  if (!vask::HasMemoryForStart()) {
+    vask::Throw(env, "java/lang/OutOfMemoryError", "the front end finds no memory to start");
+    return 0;
+  }
+  return android_init_frontend(dir.Characters(), mode);
 }
 
-VASK_JAVA(jint, Vask_1epd_1set_1option)(JNIEnv*, jobject, jint option, jint value) {
+VASK_JAVA(jint, Vask_1epd_1set_1option)(JNIEnv* env, jobject, jint option, jint value) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   Vask_epd_set_option(option, value);
   return 0;
 }
 
 VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshortArray samples) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   if (samples == nullptr || !vask::Holds(env, samples, n)) return 0;
   jshort* elements = env->GetShortArrayElements(samples, nullptr);
   if (elements == nullptr) return 0;
@@ -139,12 +198,16 @@ VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshort
 
 VASK_JAVA(jint, Vask_1epd_1get_1raw_1data)(JNIEnv* env, jobject, jint max, jshortArray out) {
   if (max < 1) return max;
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   if (!vask::IsThere(env, out)) return 0;
   const int32_t count = std::min(max, android_get_available_frames());
   return vask::Deliver<int16_t>(env, out, count, [=](int16_t* to) { return android_get_frames(count, to); });
 }
 
 VASK_JAVA(jint, Vask_1epd_1get_1pkt_1data)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   if (n < 1 || !vask::IsThere(env, out)) return 0;
   const int32_t bytes = vask_packet_size(n, last);
   return vask::Deliver<uint8_t>(env, out, bytes,
@@ -152,18 +215,24 @@ VASK_JAVA(jint, Vask_1epd_1get_1pkt_1data)(JNIEnv* env, jobject, jint n, jbyteAr
 }
 
 VASK_JAVA(jint, Vask_1epd_1get_1pkt_1stream)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   if (n < 1 || !vask::IsThere(env, out)) return 0;
   const int32_t bytes = vask_packet_stream_size(n, last);
   return vask::Deliver<uint8_t>(env, out, bytes,
                                 [=](uint8_t* to) { return vask_take_packet_stream(n, to, bytes, last); });
 }
 
-VASK_JAVA(jint, Vask_1epd_1wrapup)(JNIEnv*, jobject) {
+VASK_JAVA(jint, Vask_1epd_1wrapup)(JNIEnv* env, jobject) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   android_wrapup_frontend();
   return 1;
 }
 
-VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv*, jobject) {
+VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv* env, jobject) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return;
   android_reset_frontend();
   refersh_adpcm_state();
 }
@@ -171,19 +240,29 @@ VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv*, jobject) {
 VASK_JAVA(jint, Vask_1epd_1get_1mfc_1data)(JNIEnv*, jobject) { return 0; }
 
 VASK_JAVA(jint, Vask_1fopen)(JNIEnv* env, jobject, jstring path) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   const vask::Text name(env, path);
   vask::RawFile& raw = vask::FileOfTheProcess();
   return name.Characters() != nullptr ? vask::OpenRawFile(raw, name.Characters()) : raw.Token();
 }
 
 VASK_JAVA(jint, Vask_1fread)(JNIEnv* env, jobject, jint n, jshortArray out) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   return vask::Read<int16_t>(env, n, out);
 }
 
 VASK_JAVA(jint, Vask_1fread_1byte)(JNIEnv* env, jobject, jint n, jbyteArray out) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
   return vask::Read<uint8_t>(env, n, out);
 }
 
-VASK_JAVA(jint, Vask_1fclose)(JNIEnv*, jobject) { return vask::CloseRawFile(vask::FileOfTheProcess()); }
+VASK_JAVA(jint, Vask_1fclose)(JNIEnv* env, jobject) {
+  const vask::ClassLock lock(env);
+  if (!lock.IsHeld()) return 0;
+  return vask::CloseRawFile(vask::FileOfTheProcess());
+}
 
 }  // extern "C"

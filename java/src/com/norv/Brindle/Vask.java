@@ -4,8 +4,11 @@ package com.norv.Brindle;
  * A speech front end: takes microphone samples, removes the background noise, finds the spoken utterance and
  * gives it back as samples or as compressed packets.
  *
- * <p>Sound is 16-bit signed PCM at 16000 Hz, one channel. There is one stream in a process and there are no
- * locks: call all methods from one thread at a time.
+ * <p>Sound is 16-bit signed PCM at 16000 Hz, one channel. There is one stream in a process. The methods may be
+ * called from any thread: each holds the monitor of this class while it works, so that the others wait, also for
+ * a {@link #Vask_fread} that waits for a pipe. Calls that belong together are kept together by {@code
+ * synchronized (Vask.class)}. Native code that uses the C interface beside this class enters the same monitor, or
+ * does so while no method of it is running.
  *
  * <p>Calling order:
  *
@@ -34,7 +37,8 @@ public final class Vask {
    * @param kbDir knowledge-base directory, up to 118 bytes in UTF-8; it need not exist
    * @param mode 1: every noise-reduced frame is queued; 2: the samples of the utterance, from 350 ms before its
    *     start; 3 or 4: nothing, only the end is found
-   * @return 1; 0 if there is no memory, or {@code kbDir} is null or too long
+   * @return 1; 0 if {@code kbDir} is null or too long
+   * @throws OutOfMemoryError if there is no memory for it; what was running goes on
    */
   public static native int Vask_epd_init(String kbDir, int mode);
 
@@ -50,6 +54,9 @@ public final class Vask {
   /**
    * Takes samples and processes every frame of 160 samples (10 ms) that is complete; the rest waits for the next
    * call. At most 160000 samples (10 s) between two resets: a longer stream ends the utterance.
+   *
+   * <p>In mode 1 a rejected segment is not reported at once. If the mode is changed, the next frame reports it,
+   * even after a new {@link #Vask_epd_init}: 1 with an empty queue, though that frame ends nothing.
    *
    * @param n number of samples, at most the length of the array
    * @param samples the samples; those whose frame was processed in this call are clipped to -30000 ... 30000 in

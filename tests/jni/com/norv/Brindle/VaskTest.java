@@ -203,6 +203,35 @@ public final class VaskTest {
   }
 
   @Test
+  public void aMethodWaitsUntilTheClassIsFree() throws InterruptedException {
+    short[] shorts = new short[BUFFER];
+    byte[] bytes = new byte[BUFFER];
+    Runnable[] methods = {
+      () -> Vask.Vask_epd_init(".", 1),
+      () -> Vask.Vask_epd_set_option(3, 0),
+      () -> Vask.Vask_epd_process_frames(BUFFER, shorts),
+      () -> Vask.Vask_epd_get_raw_data(BUFFER, shorts),
+      () -> Vask.Vask_epd_get_pkt_data(BUFFER, bytes, 1),
+      () -> Vask.Vask_epd_get_pkt_stream(160, bytes, 1),
+      Vask::Vask_epd_wrapup,
+      Vask::Vask_epd_reset,
+      () -> Vask.Vask_fopen(file.getPath()),
+      () -> Vask.Vask_fread(1, shorts),
+      () -> Vask.Vask_fread_byte(1, bytes),
+      Vask::Vask_fclose,
+    };
+    for (int i = 0; i < methods.length; i++) {
+      Thread thread = new Thread(methods[i]);
+      synchronized (Vask.class) {
+        thread.start();
+        while (thread.isAlive() && thread.getState() != Thread.State.BLOCKED) Thread.sleep(1);
+        assertTrue("method " + i + " did not wait", thread.isAlive());
+      }
+      thread.join(); // and it leaves the class free again
+    }
+  }
+
+  @Test
   public void filesAreReadFromFrontToEnd() throws IOException {
     short[] expected = samplesOf(Files.readAllBytes(file.toPath()), 0);
     assertEquals(0, Vask.Vask_fopen(file + ".missing"));
