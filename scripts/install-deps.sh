@@ -1,27 +1,33 @@
 #!/usr/bin/env bash
 # Install the packages that building and testing need and that are not there yet, with apt-get.
 #
-#   scripts/install-deps.sh --build   what building needs
-#   scripts/install-deps.sh           also what the tests run
-#   scripts/install-deps.sh --ci      also clang and its tools, the cross compilers and the emulator
+#   scripts/install-deps.sh --command   what building and running the command needs
+#   scripts/install-deps.sh --build     what building everything needs
+#   scripts/install-deps.sh             also what the tests run
+#   scripts/install-deps.sh --ci        also clang and its tools, the cross compilers and the emulator
 set -euo pipefail
 cd "$(dirname "$0")/.."
+extent=${1:-}
 
-packages=(g++ make cmake ninja-build pkg-config
-  libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev zlib1g-dev # the command
-  default-jdk-headless                     # the Java class
-  libgtest-dev                             # the tests
-  junit4 proguard-cli python3 python3-numpy # those of the Java class, the codec and the cepstra
-  libbenchmark-dev libspeexdsp-dev)        # the benchmarks
-if [ "${1:-}" != --build ]; then
+packages=(g++ cmake ninja-build pkg-config
+  libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev zlib1g-dev)
+if [ "$extent" != --command ]; then
+  packages+=(make
+    default-jdk-headless                      # the Java class
+    libgtest-dev                              # the tests
+    junit4 proguard-cli python3 python3-numpy # those of the Java class, the codec and the cepstra
+    libbenchmark-dev libspeexdsp-dev)         # the benchmarks
+fi
+if [ "$extent" != --command ] && [ "$extent" != --build ]; then
+  runs_tests=1
   packages+=(praat sctk sox locales # the formats of vask detect, by their own readers
-    mandoc man-db groff-base zsh)                    # the manual and the completions
+    mandoc man-db groff-base zsh)   # the manual and the completions
   packages+=(chromium fonts-dejavu-core) # the report
   # The user's own Node may come from elsewhere.
   command -v node > /dev/null || packages+=(nodejs)
   command -v npm > /dev/null || packages+=(npm)
 fi
-if [ "${1:-}" = --ci ]; then
+if [ "$extent" = --ci ]; then
   packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf qemu-user
     aapt android-framework-res) # the manifests
 fi
@@ -34,12 +40,17 @@ fi
 
 # The packages of npm, where their list has changed since the last time.
 node_packages() {
+  [ -n "${runs_tests:-}" ] || return 0
   local folder installed
   for folder in tests/web viewer; do
     installed=$folder/node_modules/.installed.json
     cmp -s $folder/package-lock.json "$installed" && continue
     echo "Installing with npm: $folder"
-    npm --prefix $folder ci --silent --ignore-scripts
+    if ! npm --prefix $folder ci --loglevel error --ignore-scripts > /dev/null; then
+      echo "npm ci failed in $folder, see above. If it does not reach its registry, set proxy and certificates" \
+        "(npm config set proxy URL, cafile FILE); then run scripts/install-deps.sh again." >&2
+      exit 1
+    fi
     cp $folder/package-lock.json "$installed"
   done
 }
@@ -50,7 +61,7 @@ for package in "${packages[@]}"; do
   grep -qx installed <<< "$state" || missing+=("$package")
 done
 if [ ${#missing[@]} -eq 0 ]; then
-  [ "${1:-}" = --build ] || node_packages
+  node_packages
   echo "All needed packages are installed."
   exit 0
 fi
@@ -75,5 +86,5 @@ for step in update "install -y --no-install-recommends ${missing[*]}"; do
     exit 1
   fi
 done
-[ "${1:-}" = --build ] || node_packages
+node_packages
 echo "Installed."
