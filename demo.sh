@@ -6,17 +6,19 @@ cd "$(dirname "$0")"
 say() { printf '\n== %s\n' "$*"; }
 
 say "Installing what is missing"
-scripts/install-deps.sh --build
+scripts/install-deps.sh --command
 
-say "Building the command (build/release)"
-cmake --preset release > /dev/null
-cmake --build --preset release --target vask
+say "Building the command (build/command)"
+cmake --preset command > /dev/null
+cmake --build --preset command --target vask
 
-vask=build/release/vask
+vask=build/command/vask
 mkdir -p out
 say "Finding the utterances: vask detect samples/room.wav -o out/utterances"
 rm -rf out/utterances
-"$vask" detect samples/room.wav -o out/utterances | tee out/utterances.txt
+"$vask" detect samples/room.wav -o out/utterances > out/utterances.txt
+printf 'FILE\tNUMBER\tSTART\tEND\tSPAN_START\tSPAN_END\tVOICED\tENDED\n' |
+  cat - out/utterances.txt | expand -t 20,28,36,44,56,66,74
 say "Taking the noise away: vask denoise samples/room.wav -o out/room-denoised.wav"
 rm -f out/room-denoised.wav
 "$vask" denoise samples/room.wav -o out/room-denoised.wav
