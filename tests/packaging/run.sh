@@ -5,7 +5,8 @@
 #   run.sh SOURCE_DIR BUILD_DIR WORK_DIR LIBDIR
 #
 # LIBDIR is the folder of the libraries below the prefix. The example gets a recording, as raw 16 kHz mono 16-bit
-# samples, as its argument and on its standard input; it must succeed and print something.
+# samples, as its argument and on its standard input; it must succeed and print something. Of a recording that ends
+# within an utterance it prints that one, too.
 set -euo pipefail
 source_dir=$1 build_dir=$2 work=$3 libdir=$4
 here="$source_dir/tests/packaging"
@@ -47,11 +48,17 @@ for link in Vask Static; do
   run "find_package_$link" "$work/$link/example"
 done
 
+head -c 96000 "$work/room.raw" | "$work/Vask/example" > "$work/open.out" 2> /dev/null # 3 s
+if [ "$(wc -l < "$work/open.out")" -ne 1 ]; then
+  echo "an utterance that is open at the end is lost"
+  exit 1
+fi
+
 export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
 strict="-std=c11 -Wall -Wextra -Wpedantic -Werror"
-# shellcheck disable=SC2046,SC2086  # the flags are words
-$cc $strict $(pkg-config --cflags vask) "$work/example.c" -o "$work/with_pkg_config" \
-  $(pkg-config --libs vask) -Wl,-rpath,"$prefix/$libdir"
+# As README.md says.
+as_written=$(sed -n 's/^    cc example.c //p' "$source_dir/README.md")
+(cd "$work" && eval "$cc $strict example.c $as_written -o with_pkg_config")
 run pkg_config_shared "$work/with_pkg_config"
 
 # Without the shared library the same flags find the static one, of which no part needs more than C's own libraries.
