@@ -19,8 +19,8 @@
  *                 adapts, *_resetting only what belongs to a rejected segment. close_* releases and nulls,
  *                 so that a second close is harmless.
  *   messages      "ERROR: " lines on standard output, information on standard error, flushed at once.
- *   threads       none, and no locks: one stream in a process, one thread at a time, but for those of
- * stream.h. A record that the caller owns depends on nothing else, so two may be worked on at once.
+ *   threads       none, and no locks: one stream in a process, one thread at a time; stream.h has neither
+ *                 limit. A record that the caller owns depends on nothing else: two may be worked on at once.
  *   allocation    only in init_*, create_* and vask_stream_open: nothing is allocated per frame.
  */
 #ifndef VASK_VASK_H_

@@ -69,8 +69,8 @@ int32_t UpperMean(const int32_t* power, int32_t bins) { return BandMean(power, k
 }  // namespace
 
 int32_t SquareEnergy(std::span<const int16_t> samples, int32_t shift) {
-  return LimitTo32(
-      SumOfSquares(samples, shift));  // no term is negative: the sum overflows where a part of it does
+  // No term is negative: the sum overflows where a part of it does.
+  return LimitTo32(SumOfSquares(samples, shift));
 }
 
 int32_t NoiseRobustEnergy(const int32_t* power) { return BandSum(power, kRobustFirst, kRobustEnd, 3); }
