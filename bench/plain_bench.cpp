@@ -44,7 +44,7 @@ class Window {
 
 void Transform(benchmark::State& state, bool plain) {
   fft_tables twiddles{};
-  BuildTwiddles(twiddles, 9, {cc1_data, ss1_data, cc3_data, ss3_data});
+  BuildTwiddles(twiddles, 9);
   Window window;
   Packed512 narrow;
   std::array<int64_t, 512> wide;

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "benchmarks.h"
+#include "dsp/fft.h"
 #include "per_frame.h"
 #include "signals.h"
 
@@ -22,19 +23,13 @@ constexpr int32_t kBands = 35;
 constexpr int32_t kFftPoints = 512, kFftOrder = 9;
 constexpr int32_t kMinLag = 32, kMaxLag = 267;  // samples
 
-// The stages of a flat table of twiddle factors: slot s begins with entry 2^(s-1) - s.
-class TwiddleSlots {
- public:
-  explicit TwiddleSlots(int32_t* flat) {
-    for (size_t s = 2; s < slots_.size(); ++s) slots_[s] = flat + (size_t{1} << (s - 1)) - s;
+const fft_tables& Twiddles() {
+  static fft_tables tables;
+  if (tables.cc1 == nullptr && !BuildTwiddles(tables, kFftOrder)) {
+    throw std::runtime_error("no memory for the twiddle factors");
   }
-  int32_t** get() { return slots_.data(); }
-
- private:
-  std::array<int32_t*, kFftOrder - 1> slots_{};
-};
-
-TwiddleSlots cc1(cc1_data), ss1(ss1_data), cc3(cc3_data), ss3(ss3_data);
+  return tables;
+}
 
 // The noise reduction with its history of four frames.
 class NoiseReduction {
@@ -51,7 +46,8 @@ class NoiseReduction {
     std::copy_n(record_.sig_hist + kFrameLength, 3 * kFrameLength, record_.sig_hist);
     std::ranges::copy(frame, record_.sig_hist + 3 * kFrameLength);
     if (++record_.frame_count < 3) return;
-    WienerFiltering(&record_, &record_.mel_fb, cc1.get(), ss1.get(), cc3.get(), ss3.get());
+    const fft_tables& t = Twiddles();
+    WienerFiltering(&record_, &record_.mel_fb, t.cc1, t.ss1, t.cc3, t.ss3);
   }
 
   wiener_filt& record() { return record_; }
@@ -86,7 +82,8 @@ class Detector {
     std::ranges::copy(frame, record_.win_samples + kFrameLength);
     PreEmphasis(&pre_emphasis_, frame.data(), record_.win_emph + kFrameLength, kFrameLength);
     if (++record_.engine_frames < 2) return;
-    epd_based_on_energy_feature(&record_, &samples_, &spectra_, cc1.get(), ss1.get(), cc3.get(), ss3.get());
+    const fft_tables& t = Twiddles();
+    epd_based_on_energy_feature(&record_, &samples_, &spectra_, t.cc1, t.ss1, t.cc3, t.ss3);
     record_.speech_start_flag = 0;
     if (record_.reset_request == 1 || record_.end_found == 1) {
       record_.reset_request == 1 ? energy_epd_resetting(&record_) : energy_epd_setting(&record_);
@@ -194,10 +191,11 @@ const std::vector<DetectorInput>& DetectorInputs() {
 void WindowAndFft(benchmark::State& state) {
   std::array<int32_t, 400> hanning;
   init_hanning_wind(hanning.data(), 400);
+  const fft_tables& t = Twiddles();
   std::array<int64_t, kFftPoints> x;
   PerFrameWithoutAllocation(state, NoiseReductionInputs(), [&](const NoiseReductionInput& input) {
     windowing(input.window.data(), hanning.data(), x.data(), 400, kFftPoints);
-    rfft(x.data(), kFftPoints, kFftOrder, cc1.get(), ss1.get(), cc3.get(), ss3.get());
+    rfft(x.data(), kFftPoints, kFftOrder, t.cc1, t.ss1, t.cc3, t.ss3);
     benchmark::DoNotOptimize(x.data());
   });
 }

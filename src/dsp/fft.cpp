@@ -74,11 +74,11 @@ void RealFft(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
   }
 }
 
-bool BuildTwiddles(fft_tables& twiddles, int32_t order, const FlatTwiddles& flat) {
+bool BuildTwiddles(fft_tables& twiddles, int32_t order) {
   const int32_t slots = order - 1;
   twiddles = {};
-  const bool built = BuildSlots(twiddles.cc1, slots, flat.cc1) && BuildSlots(twiddles.ss1, slots, flat.ss1) &&
-                     BuildSlots(twiddles.cc3, slots, flat.cc3) && BuildSlots(twiddles.ss3, slots, flat.ss3);
+  const bool built = BuildSlots(twiddles.cc1, slots, cc1_data) && BuildSlots(twiddles.ss1, slots, ss1_data) &&
+                     BuildSlots(twiddles.cc3, slots, cc3_data) && BuildSlots(twiddles.ss3, slots, ss3_data);
   if (!built) ReleaseTwiddles(twiddles, order);
   return built;
 }

@@ -15,13 +15,9 @@ inline constexpr int32_t kRootOfTwoQ30 = 1518500249;
 void RealFft(std::span<int64_t> x, int32_t order, const fft_tables& twiddles);
 void RealFftFull(std::span<int64_t> x, int32_t order, const fft_tables& twiddles);  // the plain form
 
-// The four flat tables of 120 values from which the slots of every stage are cut.
-struct FlatTwiddles {
-  std::span<const int32_t> cc1, ss1, cc3, ss3;
-};
-
-// Cut the slots of all stages up to 2^order points; false if storage ran out (nothing is kept then).
-bool BuildTwiddles(fft_tables& twiddles, int32_t order, const FlatTwiddles& flat);
+// Cut the slots of all stages up to 2^order points from the built-in tables; false if there is no memory
+// (nothing is kept then).
+bool BuildTwiddles(fft_tables& twiddles, int32_t order);
 void ReleaseTwiddles(fft_tables& twiddles, int32_t order);
 
 }  // namespace vask

@@ -1,5 +1,6 @@
 #include "engine/lifecycle.h"
 
+#include "dsp/fft.h"
 #include "dsp/filters.h"
 #include "dsp/memory.h"
 #include "dsp/message.h"
@@ -19,8 +20,8 @@ bool AllocateBuffers(epd_engine& e) {
   return e.frame_q15 != nullptr && e.frame_copy != nullptr && samples && spectra;
 }
 
-bool CreateStages(epd_engine& e, const epd_profile& profile, const EngineTables& tables) {
-  if (!CreateWiener(e.wiener, tables.mel_bank)) {
+bool CreateStages(epd_engine& e, const epd_profile& profile) {
+  if (!CreateWiener(e.wiener)) {
     Say(stdout, "ERROR: can't init. Wiener filter parameters\n");
     return false;
   }
@@ -29,7 +30,7 @@ bool CreateStages(epd_engine& e, const epd_profile& profile, const EngineTables&
   ClearDcFilter(e.dc);
   ClearPreEmphasis(e.pre);
   if (!CreateDetector(e.epd, e.frame_len, profile)) return false;
-  if (!AllocateBuffers(e) || !BuildTwiddles(e.tables, e.fft_order, tables.twiddles)) {
+  if (!AllocateBuffers(e) || !BuildTwiddles(e.tables, e.fft_order)) {
     Say(stdout, "ERROR: can't init. engine buffers\n");
     return false;
   }
@@ -40,8 +41,8 @@ bool CreateStages(epd_engine& e, const epd_profile& profile, const EngineTables&
 
 }  // namespace
 
-bool StartStages(epd_engine& e, const epd_profile& profile, const EngineTables& tables) {
-  if (CreateStages(e, profile, tables)) return true;
+bool StartStages(epd_engine& e, const epd_profile& profile) {
+  if (CreateStages(e, profile)) return true;
   StopStages(e);
   return false;
 }
@@ -56,9 +57,9 @@ void StopStages(epd_engine& e) {
   Release(e.spectrum_queue.data);
 }
 
-bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile, const EngineTables& tables) {
+bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile) {
   StopEngine(engine);
-  if (!StartStages(engine.state, profile, tables)) return false;
+  if (!StartStages(engine.state, profile)) return false;
   engine.history.enabled = InitEnvironment(engine.environment, engine.history);
   if (mode == kEnergyOnlyRequest) engine.energy_only = 1;
   engine.state.mode = mode;

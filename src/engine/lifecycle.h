@@ -2,26 +2,18 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
-#include "dsp/fft.h"
 #include "engine/record.h"
 
 namespace vask {
 
-// The built-in tables as the stream's owner holds them.
-struct EngineTables {
-  FlatTwiddles twiddles;
-  std::span<const int32_t> mel_bank;
-};
-
 // False on failure, which has been reported on the standard output stream; everything is released then. An
 // engine that is up is taken down first. The per-utterance fields are left to WrapUp.
-bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile, const EngineTables& tables);
+bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile);
 
 // The same for the stages alone, without the environment check: all that frames in modes 1 and 2 need. The
 // record is to be down.
-bool StartStages(epd_engine& state, const epd_profile& profile, const EngineTables& tables);
+bool StartStages(epd_engine& state, const epd_profile& profile);
 void StopStages(epd_engine& state);
 
 bool IsUp(const epd_engine& state);

@@ -10,7 +10,7 @@
 #include "dsp/operators.h"
 #include "dsp/regression.h"
 #include "dsp/square_root.h"
-#include "mfcc/parameters.h"
+#include "mfcc/tables.h"
 
 namespace vask {
 namespace {

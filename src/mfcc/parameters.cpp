@@ -5,6 +5,8 @@
 #include "dsp/memory.h"
 #include "dsp/message.h"
 #include "dsp/regression.h"
+#include "dsp/rounding.h"
+#include "mfcc/tables.h"
 
 namespace vask {
 namespace {
@@ -70,11 +72,11 @@ bool CreateExtractor(mfcc_prm& m, int32_t points, const char* base_dir) {
   });
 }
 
-bool CreateExtractor(mfcc_prm& m, const MfccTables& tables) {
+bool CreateExtractor(mfcc_prm& m) {
   return Create(m, [&] {
-    std::copy(tables.lo_chan.begin(), tables.lo_chan.end(), FromBinOne(m.lo_chan).begin());
-    std::copy(tables.weights_q30.begin(), tables.weights_q30.end(), FromBinOne(m.fbank_wt).begin());
-    std::copy(tables.basis_q30.begin(), tables.basis_q30.end(), m.dct);
+    std::ranges::copy(loChan_data, FromBinOne(m.lo_chan).begin());
+    std::ranges::copy(InitFBank_data, FromBinOne(m.fbank_wt).begin());
+    std::ranges::copy(InitDCTMatrix_data, m.dct);
     return true;
   });
 }
@@ -101,3 +103,16 @@ void ReleaseExtractor(mfcc_prm& m) {
 }
 
 }  // namespace vask
+
+extern "C" {
+
+int32_t vask_init_mfcc_prm(mfcc_prm* m) {
+  const vask::RoundToNearest rounding;
+  return m != nullptr && vask::CreateExtractor(*m) ? 1 : 0;
+}
+
+void close_mfcc_prm(mfcc_prm* m) {
+  if (m != nullptr) vask::ReleaseExtractor(*m);
+}
+
+}  // extern "C"

@@ -5,14 +5,12 @@
 
 #include <cstdint>
 
-#include "mfcc/tables.h"
-
 namespace vask {
 
 // False on failure, which has been reported on the standard output stream; nothing is kept then. The mean is
 // zero. The transform has 512 points.
 bool CreateExtractor(mfcc_prm& m, int32_t points, const char* base_dir);
-bool CreateExtractor(mfcc_prm& m, const MfccTables& tables);
+bool CreateExtractor(mfcc_prm& m);  // from the built-in tables
 
 bool IsUp(const mfcc_prm& m);
 

@@ -11,13 +11,6 @@ inline constexpr int32_t kMfccPoints = 512;  // of the transform that the tables
 inline constexpr int32_t kMelChannels = 23;
 inline constexpr int32_t kCepstra = 13;
 
-// The built-in tables as their owner holds them: bins 1 .. 256, and the cepstrum basis row by row.
-struct MfccTables {
-  std::span<const int32_t> lo_chan;      // 0 .. 23
-  std::span<const int32_t> weights_q30;  // of the lower channel
-  std::span<const int32_t> basis_q30;
-};
-
 bool HasPreEmphasisFile(const char* base_dir);
 
 // As many values as the spans hold.

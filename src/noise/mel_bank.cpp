@@ -106,6 +106,14 @@ void ReleaseMelBank(mel_band& first, int32_t bands) {
 
 extern "C" {
 
+int32_t InitMelFBFromSource(mel_band* first, int32_t n) {
+  return first != nullptr && vask::BuildMelBank(*first, n, mel_filt_data) ? 1 : 0;
+}
+
+int32_t InitMelFB(mel_band* first, int32_t n) {
+  return first != nullptr && vask::BuildMelBank(*first, n, mel_filt_data) ? 1 : 0;
+}
+
 void CloseMelFB(mel_band* first, int32_t n) {
   if (first != nullptr) vask::ReleaseMelBank(*first, n);
 }

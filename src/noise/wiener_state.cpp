@@ -94,14 +94,14 @@ void ReleaseRings(int64_rbuf*& rings, int32_t bands) {
 
 }  // namespace
 
-bool CreateWiener(wiener_filt& wf, std::span<const int32_t> mel_table) {
+bool CreateWiener(wiener_filt& wf) {
   wf = {};
   // All three are attempted, so that each reports its own failure.
   const bool parameters = CreateWienerParameters(wf, kSupportedRate);
   const bool spectrum = CreateSpectrum(wf.spectrum, kMelBands);
   const bool gsap = CreateGsapData(wf.gsap_data, kMelBands);
   SetVad(wf.vad);
-  if (!parameters || !spectrum || !gsap || !BuildMelBank(wf.mel_fb, kMelBands, mel_table)) {
+  if (!parameters || !spectrum || !gsap || !BuildMelBank(wf.mel_fb, kMelBands, mel_filt_data)) {
     ReleaseWiener(wf);
     return false;
   }
@@ -230,6 +230,8 @@ void ReleaseGsapData(wiener_gsap_data& data) { Release(data.lratio); }
 }  // namespace vask
 
 extern "C" {
+
+int32_t init_wiener_filt(wiener_filt* wf) { return wf != nullptr && vask::CreateWiener(*wf) ? 1 : 0; }
 
 int32_t init_wiener_filt_param(wiener_filt* wf, int32_t rate) {
   return wf != nullptr && vask::CreateWienerParameters(*wf, rate) ? 1 : 0;

@@ -12,7 +12,7 @@ inline constexpr int32_t kSupportedRate = 16000;  // Hz
 inline constexpr int32_t kGsapAbsent = 65536;     // speech-absence probability 1.0, Q16
 
 // Creation. False on failure, which has been reported on the standard output stream.
-bool CreateWiener(wiener_filt& wf, std::span<const int32_t> mel_table);
+bool CreateWiener(wiener_filt& wf);  // with the built-in mel filter bank
 bool CreateWienerParameters(wiener_filt& wf, int32_t rate);
 bool CreateSpectrum(wiener_spectrum& spectrum, int32_t bands);
 bool CreateGsapData(wiener_gsap_data& data, int32_t bands);

@@ -36,37 +36,6 @@
 
 extern "C" {
 
-const int32_t cc1_N = 120, ss1_N = 120, cc3_N = 120, ss3_N = 120;
-int32_t cc1_data[120] = {
-#include "dsp/tables/cc1.inc"
-};
-int32_t ss1_data[120] = {
-#include "dsp/tables/ss1.inc"
-};
-int32_t cc3_data[120] = {
-#include "dsp/tables/cc3.inc"
-};
-int32_t ss3_data[120] = {
-#include "dsp/tables/ss3.inc"
-};
-const int32_t mel_filt_N = 293;
-int32_t mel_filt_data[293] = {
-#include "dsp/tables/mel_filt.inc"
-};
-const int32_t loChan_N = 256, pre_emph_N = 257, InitDCTMatrix_N = 299, InitFBank_N = 256;
-int32_t loChan_data[256] = {
-#include "dsp/tables/lo_chan.inc"
-};
-int32_t pre_emph_data[257] = {
-#include "dsp/tables/pre_emph.inc"
-};
-int32_t InitDCTMatrix_data[299] = {
-#include "dsp/tables/init_dct_matrix.inc"
-};
-int32_t InitFBank_data[256] = {
-#include "dsp/tables/init_fbank.inc"
-};
-
 int32_t deviceID = 2, osID = 2;
 float Vask_EPD_Sampling_Rate = 16000.0f;
 float __Hi_Freq__ = 8000.0f;
@@ -130,8 +99,7 @@ int32_t InitEngine(const char* dir, int32_t mode) {
   const vask::RoundToNearest rounding;
   vask::StopEngine(engine);
   if (!SetBaseDir(dir)) return 0;
-  const vask::EngineTables tables = {{cc1_data, ss1_data, cc3_data, ss3_data}, mel_filt_data};
-  return vask::StartEngine(engine, mode, vask::DeviceProfile(deviceID, osID), tables) ? 1 : 0;
+  return vask::StartEngine(engine, mode, vask::DeviceProfile(deviceID, osID)) ? 1 : 0;
 }
 
 int32_t RunFrameInMode(int32_t mode, int16_t* frame, int16_t* out, int32_t* count) {
@@ -380,18 +348,6 @@ int32_t init_energy_epd_prm(energy_epd_prm* prm, int32_t frame_shift) {
                                                                                                         : 0;
 }
 
-int32_t init_wiener_filt(wiener_filt* wf) {
-  return wf != nullptr && vask::CreateWiener(*wf, mel_filt_data) ? 1 : 0;
-}
-
-int32_t InitMelFBFromSource(mel_band* first, int32_t n) {
-  return first != nullptr && vask::BuildMelBank(*first, n, mel_filt_data) ? 1 : 0;
-}
-
-int32_t InitMelFB(mel_band* first, int32_t n) {
-  return first != nullptr && vask::BuildMelBank(*first, n, mel_filt_data) ? 1 : 0;
-}
-
 int32_t InitMelFBFromFile(mel_band* first, int32_t n) {
   return first != nullptr && vask::ReadMelBank(*first, n, Vask_epd_base_dir) ? 1 : 0;
 }
@@ -460,21 +416,12 @@ int32_t init_mfcc_prm(mfcc_prm* m, int32_t fft_len) {
   return 1;
 }
 
-int32_t vask_init_mfcc_prm(mfcc_prm* m) {
-  const vask::RoundToNearest rounding;
-  return m != nullptr && vask::CreateExtractor(*m, {loChan_data, InitFBank_data, InitDCTMatrix_data}) ? 1 : 0;
-}
-
 void refresh_mfcc_prm(mfcc_prm* m) {
   if (m == nullptr) return;
   vask::StartUtterance(*m);
   if (mean_loaded || !vask::IsUp(*m)) return;
   mean_loaded = true;
   vask::ReadMean(*m, Vask_epd_base_dir);
-}
-
-void close_mfcc_prm(mfcc_prm* m) {
-  if (m != nullptr) vask::ReleaseExtractor(*m);
 }
 
 int32_t InitFBank(int32_t fft_len, int32_t /*channels_plus_one*/, int32_t* lo_chan, int32_t* wt) {

@@ -21,22 +21,6 @@
 namespace vask {
 namespace {
 
-constexpr int32_t kCc1[] = {
-#include "dsp/tables/cc1.inc"
-};
-constexpr int32_t kSs1[] = {
-#include "dsp/tables/ss1.inc"
-};
-constexpr int32_t kCc3[] = {
-#include "dsp/tables/cc3.inc"
-};
-constexpr int32_t kSs3[] = {
-#include "dsp/tables/ss3.inc"
-};
-constexpr int32_t kMelBank[] = {
-#include "dsp/tables/mel_filt.inc"
-};
-
 // How far behind the frame being fed the engine is, in frames.
 constexpr int64_t kNoiseDelay = 2;                      // the noise reduction hears two frames ahead
 constexpr int64_t kDetectorDelay = kNoiseDelay + 1;     // the detector's window begins a frame before that
@@ -306,7 +290,7 @@ bool OpenStream(vask_stream& s, const vask_stream_options& options) {
   const bool has_notes = s.history.Open(static_cast<int32_t>(notes));
   const bool has_outbox = s.outbox.Open(s.options.queue_samples, options.mode == VASK_STREAM_UTTERANCES);
   if (!has_notes || !has_outbox) return false;
-  if (!StartStages(s.own.state, options.profile, {{kCc1, kSs1, kCc3, kSs3}, kMelBank})) return false;
+  if (!StartStages(s.own.state, options.profile)) return false;
   Reset(s);
   return true;
 }

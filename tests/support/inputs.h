@@ -88,7 +88,7 @@ std::vector<T> Operands(int random_ones) {
 
 inline const fft_tables& Twiddles() {
   static fft_tables tables;
-  if (tables.cc1 == nullptr) BuildTwiddles(tables, 9, {cc1_data, ss1_data, cc3_data, ss3_data});
+  if (tables.cc1 == nullptr) BuildTwiddles(tables, 9);
   return tables;
 }
 

@@ -38,10 +38,7 @@ struct Stream {
   Stream& operator=(const Stream&) = delete;
   ~Stream() { StopEngine(engine); }
 
-  bool Start(int32_t mode, int32_t device = 2) {
-    const EngineTables tables = {{cc1_data, ss1_data, cc3_data, ss3_data}, mel_filt_data};
-    return StartEngine(engine, mode, DeviceProfile(device, 2), tables);
-  }
+  bool Start(int32_t mode, int32_t device = 2) { return StartEngine(engine, mode, DeviceProfile(device, 2)); }
 
   Emitted Process(int32_t mode, const Samples& samples, size_t t) {  // frame t of them
     Samples frame(&samples[160 * t], &samples[160 * t] + 160), out(kQueueFrames * kFrame);

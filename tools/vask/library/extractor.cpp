@@ -11,19 +11,8 @@
 namespace vask::command {
 namespace {
 
-constexpr int32_t kOrder = 9;      // 512 points
 constexpr int32_t kSpareBits = 8;  // of the samples under the window, so that the FFT keeps their fractions
 constexpr double kOneQ16 = 1 << 16, kOneQ20 = 1 << 20;
-
-// Slot s serves the stage of 2^(s+2) points: 2^(s-1) - 1 values.
-std::vector<int32_t*> Slots(int32_t* table) {
-  std::vector<int32_t*> slots = {nullptr};
-  for (int32_t s = 1; s < kOrder - 1; ++s) {
-    slots.push_back(table);
-    table += (1 << (s - 1)) - 1;
-  }
-  return slots;
-}
 
 bool HasTableFiles(const std::string& knowledge_base) {
   const auto is_there = [&](const char* name) {
@@ -53,7 +42,6 @@ Extractor::Extractor(const std::string& knowledge_base) {
     }
   }
   init_hamm_window(window_q30_.data(), static_cast<int32_t>(window_q30_.size()));
-  twiddles_ = {Slots(cc1_data), Slots(ss1_data), Slots(cc3_data), Slots(ss3_data)};
 }
 
 Extractor::~Extractor() { close_mfcc_prm(&prm_); }
@@ -69,8 +57,7 @@ bool Extractor::Extract(bool with_dynamics) {
   for (size_t i = 0; i < samples_.size(); ++i) {
     x[i] = (int64_t{samples_[i]} * window_q30_[i]) >> (30 - kSpareBits);
   }
-  rfft(x.data(), kPoints, kOrder, twiddles_[0].data(), twiddles_[1].data(), twiddles_[2].data(),
-       twiddles_[3].data());
+  Transform(x);
   for (size_t k = 0; k <= kPoints / 2; ++k) {
     const int64_t real = x[k], imaginary = k % (kPoints / 2) == 0 ? 0 : x[kPoints - k];
     constexpr int64_t kHalf = int64_t{1} << (2 * kSpareBits - 1);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "library/transform.h"
 #include "sound/format.h"
 
 namespace vask::command {
@@ -40,14 +41,13 @@ class Extractor {
   void SaveMean();
 
  private:
-  static constexpr int32_t kPoints = 512;
+  static constexpr int32_t kPoints = kTransformPoints;
 
   bool Extract(bool with_dynamics);
 
   mfcc_prm prm_ = {};
   std::array<int32_t, 2 * kFrameSamples> window_q30_ = {};
   std::array<int16_t, 2 * kFrameSamples> samples_ = {};
-  std::array<std::vector<int32_t*>, 4> twiddles_;  // cc1, ss1, cc3, ss3
 };
 
 }  // namespace vask::command

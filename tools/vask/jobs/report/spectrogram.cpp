@@ -8,28 +8,11 @@
 namespace vask::command {
 namespace {
 
-constexpr int32_t kOrder = 9;  // 512 points
-
 // Samples times 2^6: a thousandth of a step is kept, and the library's transform takes its fast way.
 constexpr int32_t kWindowShift = 30 - 6;
 
 // A sine at full scale reaches 2^15 * 2^6 * 512 / 2 under a window whose mean is 1/2.
 constexpr double kFullScalePower = 0x1p56;
-
-// The library's twiddle factors, cut into the slots of its transform: 0, 0, 1, 3, 7, 15, 31 and 63 values.
-struct Twiddles {
-  using Slots = std::array<int32_t*, kOrder - 1>;
-  Slots cc1 = Cut(cc1_data), ss1 = Cut(ss1_data), cc3 = Cut(cc3_data), ss3 = Cut(ss3_data);
-
-  static Slots Cut(int32_t* values) {
-    Slots slots = {};
-    for (size_t s = 1; s < slots.size(); ++s) {
-      slots[s] = values;
-      values += (1 << (s - 1)) - 1;
-    }
-    return slots;
-  }
-};
 
 }  // namespace
 
@@ -56,11 +39,9 @@ void Spectrogram::Finish() {
 }
 
 void Spectrogram::AddFrame() {
-  static Twiddles twiddles;
   std::array<int64_t, kPoints> x;
   for (size_t i = 0; i < x.size(); ++i) x[i] = (int64_t{samples_[i]} * window_[i]) >> kWindowShift;
-  rfft(x.data(), kPoints, kOrder, twiddles.cc1.data(), twiddles.ss1.data(), twiddles.cc3.data(),
-       twiddles.ss3.data());
+  Transform(x);
   for (size_t k = 1; k < kPoints / 2; ++k) {
     const auto re = static_cast<double>(x[k]), im = static_cast<double>(x[kPoints - k]);
     power_[k / 2] += re * re + im * im;

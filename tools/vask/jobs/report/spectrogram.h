@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "library/transform.h"
 #include "sound/format.h"
 
 namespace vask::command {
@@ -24,7 +25,7 @@ class Spectrogram {
   const std::vector<uint8_t>& values() const { return values_; }  // column after column, low bands first
 
  private:
-  static constexpr int32_t kPoints = 512;
+  static constexpr int32_t kPoints = kTransformPoints;
 
   void AddFrame();
   void EndColumn();
