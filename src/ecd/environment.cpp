@@ -29,8 +29,8 @@ void ReleaseHistories(EnvironmentHistory& history) {
 
 }  // namespace
 
-int32_t InitEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history) {
-  StopEnvironment(detector, history);
+int32_t CreateEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history) {
+  ReleaseEnvironment(detector, history);
   EnvChangeDetect& window = detector.matrices;
   window.dim = kScoredColumns;
   window.block = MakeMatrix(kBlockRows, window.dim);
@@ -41,11 +41,11 @@ int32_t InitEnvironment(EnvironmentDetector& detector, EnvironmentHistory& histo
   history.mel_energies = MakeMatrix(kHistoryCapacity, kMelColumns);
   history.log_energies = NewZeroed<float>(kHistoryCapacity);
   if (history.log_energies != nullptr) return 1;
-  StopEnvironment(detector, history);
+  ReleaseEnvironment(detector, history);
   return 0;
 }
 
-void StopEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history) {
+void ReleaseEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history) {
   ReleaseWindow(detector.matrices);
   ReleaseHistories(history);
 }
@@ -105,7 +105,7 @@ int32_t MelRowsOf(const EnvironmentHistory& history) {
   return history.mel_energies == nullptr ? 0 : CountOf(history.mel_frames);
 }
 
-void EmptyHistories(EnvironmentHistory& history) { history.mel_frames = history.log_frames = 0; }
+void ClearHistories(EnvironmentHistory& history) { history.mel_frames = history.log_frames = 0; }
 
 void ClearExtremes(EnvironmentHistory& history) { history.sample_min = history.sample_max = 0; }
 

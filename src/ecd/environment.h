@@ -37,8 +37,8 @@ struct EnvironmentDetector {
 
 // 1 when the detector is ready, 0 when the histories found no memory (all is released then). Ends the process
 // when the matrices find none.
-int32_t InitEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
-void StopEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
+int32_t CreateEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
+void ReleaseEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
 void ReleaseWindow(EnvChangeDetect& window);
 
 // Producers, once a frame.
@@ -51,7 +51,7 @@ using MelRow = std::array<float, kMelColumns>;
 bool TakesMelRows(const EnvironmentHistory& history);
 void NoteMelRow(EnvironmentHistory& history, const MelRow& row);
 
-void EmptyHistories(EnvironmentHistory& history);
+void ClearHistories(EnvironmentHistory& history);
 void ClearExtremes(EnvironmentHistory& history);
 
 // Rows of mel energies that the analysis may look at: the counter, kept to what exists.

@@ -41,28 +41,13 @@ bool CreateStages(epd_engine& e, const epd_profile& profile) {
 
 }  // namespace
 
-bool StartStages(epd_engine& e, const epd_profile& profile) {
-  if (CreateStages(e, profile)) return true;
-  StopStages(e);
-  return false;
-}
-
-void StopStages(epd_engine& e) {
-  ReleaseWiener(e.wiener);
-  Release(e.frame_q15);
-  Release(e.frame_copy);
-  ReleaseTwiddles(e.tables, e.fft_order);
-  ReleaseDetector(e.epd);
-  Release(e.speech_queue.data);
-  Release(e.spectrum_queue.data);
-}
-
-bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile) {
-  StopEngine(engine);
-  if (!StartStages(engine.state, profile)) return false;
-  engine.history.enabled = InitEnvironment(engine.environment, engine.history);
-  if (mode == kEnergyOnlyRequest) engine.energy_only = 1;
-  engine.state.mode = mode;
+bool CreateEngine(epd_engine& e, int32_t mode, const epd_profile& profile) {
+  ReleaseEngine(e);
+  if (!CreateStages(e, profile)) {
+    ReleaseEngine(e);
+    return false;
+  }
+  e.mode = mode;
   return true;
 }
 
@@ -82,10 +67,15 @@ void WrapUp(epd_engine& e) {
   e.frames_in = 0;
 }
 
-void StopEngine(Engine& engine) {
-  CloseLog(engine.state);
-  StopStages(engine.state);
-  StopEnvironment(engine.environment, engine.history);
+void ReleaseEngine(epd_engine& e) {
+  CloseLog(e);
+  ReleaseWiener(e.wiener);
+  Release(e.frame_q15);
+  Release(e.frame_copy);
+  ReleaseTwiddles(e.tables, e.fft_order);
+  ReleaseDetector(e.epd);
+  Release(e.speech_queue.data);
+  Release(e.spectrum_queue.data);
 }
 
 }  // namespace vask

@@ -1,4 +1,4 @@
-// Bring a stream's engine up, put it back to its start between utterances, take it down.
+// Bring an engine up, put it back to its start between utterances, take it down.
 #pragma once
 
 #include <cstdint>
@@ -9,19 +9,14 @@ namespace vask {
 
 // False on failure, which has been reported on the standard output stream; everything is released then. An
 // engine that is up is taken down first. The per-utterance fields are left to WrapUp.
-bool StartEngine(Engine& engine, int32_t mode, const epd_profile& profile);
+bool CreateEngine(epd_engine& e, int32_t mode, const epd_profile& profile);
 
-// The same for the stages alone, without the environment check: all that frames in modes 1 and 2 need. The
-// record is to be down.
-bool StartStages(epd_engine& state, const epd_profile& profile);
-void StopStages(epd_engine& state);
+bool IsUp(const epd_engine& e);
 
-bool IsUp(const epd_engine& state);
+// Ready for a new utterance. Settings stay.
+void WrapUp(epd_engine& e);
 
-// Ready for a new utterance. Settings, sample extremes and environment histories stay.
-void WrapUp(epd_engine& state);
-
-// Release everything; harmless when done already.
-void StopEngine(Engine& engine);
+// Release everything and close the log; harmless when done already.
+void ReleaseEngine(epd_engine& e);
 
 }  // namespace vask

@@ -24,9 +24,9 @@ int32_t Loudness(int32_t sum_of_magnitudes, int32_t energy) {
 
 }  // namespace
 
-void MeasureAndClip(Engine& engine, std::span<int16_t> frame) {
+void MeasureAndClip(const Engine& engine, std::span<int16_t> frame) {
   epd_engine& e = engine.state;
-  NoteSamples(engine.history, frame);
+  if (engine.history != nullptr) NoteSamples(*engine.history, frame);
   int32_t magnitudes = 0;
   for (int16_t& sample : frame) {
     sample = std::clamp<int16_t>(sample, -kClipLevel, kClipLevel);
@@ -34,7 +34,7 @@ void MeasureAndClip(Engine& engine, std::span<int16_t> frame) {
   }
   std::copy(frame.begin(), frame.end(), e.frame_copy);
   e.energy = SquareEnergy(frame);
-  NoteEnergy(engine.history, e.energy);
+  if (engine.history != nullptr) NoteEnergy(*engine.history, e.energy);
   e.loudness = Loudness(magnitudes, e.energy);
 }
 

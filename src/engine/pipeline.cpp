@@ -43,7 +43,6 @@ void EnterDetectorWindow(epd_engine& e) {
   const std::span<const int16_t> frame(e.wiener.out_frame, kFrame);
   Emphasize(e.pre, frame, e.epd.win_emph + kFrame);
   std::copy(frame.begin(), frame.end(), e.epd.win_samples + kFrame);
-  std::copy(frame.begin(), frame.end(), e.enhanced);
 }
 
 void ShiftDetectorWindow(energy_epd_prm& prm) {
@@ -52,7 +51,7 @@ void ShiftDetectorWindow(energy_epd_prm& prm) {
 }
 
 // A rejected segment: forget it, keep what was learned of the noise.
-void RestartIfRequested(Engine& engine) {
+void RestartIfRequested(const Engine& engine) {
   epd_engine& e = engine.state;
   if (e.epd.reset_request != 1) return;
   e.restarted = 1;
@@ -62,15 +61,15 @@ void RestartIfRequested(Engine& engine) {
   ResetDetector(e.epd);
   ClearQueue(e.speech_queue);
   ClearQueue(e.spectrum_queue);
-  EmptyHistories(engine.history);
+  if (engine.history != nullptr) ClearHistories(*engine.history);
 }
 
-void FilterAndDetect(Engine& engine) {
+void FilterAndDetect(const Engine& engine) {
   epd_engine& e = engine.state;
   FilterFrame(e.wiener, e.wiener.mel_fb, e.tables);
   RemoveDcFromOutput(e);
   EnterDetectorWindow(e);
-  NoteLogEnergy(engine.history, e.energy);
+  if (engine.history != nullptr) NoteLogEnergy(*engine.history, e.energy);
   if (e.epd.engine_frames > 1) DetectEndpoint(e.epd, e.speech_queue, e.spectrum_queue, e.tables);
   ShiftDetectorWindow(e.epd);
   e.epd.speech_start_flag = 0;
@@ -81,19 +80,12 @@ void FilterAndDetect(Engine& engine) {
 std::span<const int16_t> DrainSpeech(epd_engine& e) {
   int32_t drained = 0;
   if (e.mode == kSpeechFrames || e.pcm_log_on != 0) {
-    while (drained < kQueueFrames * kFrame &&
-           ReadQueue(e.speech_queue, e.block, kFrame, kFrame) == QueueRead::kRead) {
-      std::copy_n(e.block, kFrame, e.speech_out + drained);
+    while (drained < kMostEmitted &&
+           ReadQueue(e.speech_queue, e.speech_out + drained, kFrame, kFrame) == QueueRead::kRead) {
       drained += kFrame;
     }
   }
   return {e.speech_out, static_cast<size_t>(drained)};
-}
-
-void Emit(std::span<const int16_t> samples, int16_t* out, int32_t& count) {
-  if (out == nullptr) return;
-  std::copy(samples.begin(), samples.end(), out);
-  count = static_cast<int32_t>(samples.size());
 }
 
 void LatchEnd(epd_engine& e) {
@@ -104,29 +96,20 @@ void LatchEnd(epd_engine& e) {
 
 }  // namespace
 
-int32_t ProcessFrameInMode(Engine& engine, int32_t mode, int16_t* frame, int16_t* out, int32_t& count) {
-  engine.state.mode = mode;
-  engine.compute_dynamic_feature = mode == kFeatures ? 1 : 0;
-  return ProcessFrame(engine, frame, out, count);
-}
-
-int32_t ProcessFrame(Engine& engine, int16_t* frame, int16_t* out, int32_t& count) {
+Step ProcessFrame(const Engine& engine, std::span<int16_t, kFrame> frame) {
   epd_engine& e = engine.state;
-  count = 0;
-  if (!IsUp(e) || frame == nullptr) return kGoOn;
+  if (!IsUp(e)) return {};
 
   OpenLogIfDue(e);
-  MeasureAndClip(engine, {frame, kFrame});
+  MeasureAndClip(engine, frame);
   CountUp(e.frames_in);
   const bool is_leading_silence = e.started == 0 && e.energy == 0;
   if (!is_leading_silence) {
     EnterHistory(e);
-    if (e.wiener.frame_count > 2) {
-      FilterAndDetect(engine);
-      if (e.mode == kEnhancedSpeech) Emit(e.enhanced, out, count);
-    }
+    const bool is_full = e.wiener.frame_count > 2;
+    if (is_full) FilterAndDetect(engine);
     ShiftHistory(e.wiener);
-    if (e.mode == kEnhancedSpeech) return kGoOn;
+    if (e.mode == kEnhancedSpeech) return {kGoOn, {e.wiener.out_frame, is_full ? size_t{kFrame} : 0}};
   }
 
   const std::span<const int16_t> speech = DrainSpeech(e);
@@ -135,10 +118,9 @@ int32_t ProcessFrame(Engine& engine, int16_t* frame, int16_t* out, int32_t& coun
   if (e.restarted == 1) {
     EmptyLog(e);
     e.restarted = 0;
-    return kRestarted;
+    return {kRestarted};
   }
-  if (e.mode == kSpeechFrames) Emit(speech, out, count);
-  return e.end_latched == 1 ? kEnded : kGoOn;
+  return {e.end_latched == 1 ? kEnded : kGoOn, speech.first(e.mode == kSpeechFrames ? speech.size() : 0)};
 }
 
 }  // namespace vask

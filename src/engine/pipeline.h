@@ -8,12 +8,15 @@
 
 namespace vask {
 
-// Set the mode, then process. frame: 160 samples, clipped to +-30000 in place. out: room for 160 samples in
-// mode 1, for 14080 in mode 2; may be null, then nothing is put out. count: samples put out.
-// Result: kGoOn, kEnded or kRestarted.
-int32_t ProcessFrameInMode(Engine& engine, int32_t mode, int16_t* frame, int16_t* out, int32_t& count);
+// What a frame led to, and the samples that it emitted: they stay in the engine's record until the
+// next frame or wrap-up.
+struct Step {
+  int32_t result = kGoOn;  // kGoOn, kEnded or kRestarted
+  std::span<const int16_t> emitted = {};
+};
 
-// The same in the mode that is set.
-int32_t ProcessFrame(Engine& engine, int16_t* frame, int16_t* out, int32_t& count);
+// In the mode that is set. The frame is clipped to +-30000 in place. Nothing happens while the engine is
+// down.
+Step ProcessFrame(const Engine& engine, std::span<int16_t, kFrame> frame);
 
 }  // namespace vask

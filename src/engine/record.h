@@ -13,9 +13,9 @@
 
 namespace vask {
 
-inline constexpr int32_t kFrame = 160;          // samples: 10 ms at 16 kHz
-inline constexpr int32_t kQueueFrames = 88;     // frames that the speech and spectrum queues hold
-inline constexpr int32_t kMostDrained = 20000;  // samples that one frame may emit
+inline constexpr int32_t kFrame = 160;       // samples: 10 ms at 16 kHz
+inline constexpr int32_t kQueueFrames = 88;  // frames that the speech and spectrum queues hold
+inline constexpr int32_t kMostEmitted = kQueueFrames * kFrame;  // samples that one frame may emit
 
 // Output modes. Others are carried, and emit nothing.
 inline constexpr int32_t kEnhancedSpeech = 1;
@@ -39,7 +39,7 @@ struct epd_engine {
   int16_t* frame_copy;  // the frame after clipping
   int32_t* frame_q15;   // scratch of the DC filter: samples << 15
   fft_tables tables;
-  int16_t enhanced[vask::kFrame];  // the last noise-reduced frame
+  int16_t enhanced[vask::kFrame];  // not used
   int32_t frames_in;               // since the last wrap-up
   int32_t energy;                  // sum of squares of the last clipped frame
   int32_t loudness;                // 0 to 100
@@ -47,8 +47,8 @@ struct epd_engine {
   int32_t end_latched;             // the end has been reported; cleared by the wrap-up only
   int32_t restarted;               // the detector restarted in the current frame
   int32_t restart_count;           // since the last wrap-up
-  int16_t speech_out[vask::kMostDrained];
-  int16_t block[vask::kFrame];
+  int16_t speech_out[20000];       // the first kMostEmitted of them are used
+  int16_t block[vask::kFrame];     // not used
   int32_t pcm_log_on;
   FILE* pcm_log_file;
   char pcm_log_dir[128];
@@ -70,15 +70,11 @@ namespace vask {
 // A record with its first values, made while the program runs: no compiler sees through this call.
 epd_engine NewEngineRecord();
 
-// Everything that one stream's engine works on. The record is the stream's own; history and flags may stand
-// elsewhere (the process-wide stream exports them).
+// An engine and what goes with it where its owner has it: one of a stream has its record alone.
 struct Engine {
   epd_engine& state;
-  EnvironmentDetector& environment;
-  EnvironmentHistory history;
-  int32_t& energy_only;              // set by an energy-only initialisation
-  int32_t& compute_dynamic_feature;  // 1 while a frame runs in mode 4
-  bool tells_restarts = true;        // on standard error, which all threads share
+  EnvironmentHistory* history = nullptr;  // what the environment check looks at
+  bool tells_restarts = true;             // on standard error, which all threads share
 };
 
 }  // namespace vask

@@ -43,47 +43,45 @@ struct Outcome {
   bool is_over;  // the engine has been wrapped up
 };
 
-Outcome End(Engine& engine) {
+Outcome End(const Engine& engine) {
   WrapUp(engine.state);
   return {kEnded, true};
 }
 
 // As the engine's own end, for want of room.
-Outcome EndForWantOfRoom(Engine& engine, const char* what) {
+Outcome EndForWantOfRoom(const Engine& engine, const char* what) {
   Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
   return End(engine);
 }
 
 // The frame at frame_pos.
-Outcome RunFrame(FrontEnd& front_end, Engine& engine) {
-  frontend& f = front_end.record;
-  int32_t count = 0;
-  const int32_t result = ProcessFrameInMode(engine, f.mode, f.input + f.frame_pos, front_end.emitted, count);
-  if (!Queue(f, {front_end.emitted, static_cast<size_t>(count)}))
-    return EndForWantOfRoom(engine, "output queue");
-  if (f.mode == kEnhancedSpeech || result == kGoOn)
-    return {result, false};  // mode 1 runs on until it is stopped
-  if (result == kRestarted) f.read_pos = f.write_pos = 0;
+Outcome RunFrame(frontend& f, const Engine& engine) {
+  engine.state.mode = f.mode;
+  const Step step = ProcessFrame(engine, std::span<int16_t, kFrame>(f.input + f.frame_pos, kFrame));
+  if (!Queue(f, step.emitted)) return EndForWantOfRoom(engine, "output queue");
+  if (f.mode == kEnhancedSpeech || step.result == kGoOn)
+    return {step.result, false};  // mode 1 runs on until it is stopped
+  if (step.result == kRestarted) f.read_pos = f.write_pos = 0;
   return End(engine);
 }
 
 }  // namespace
 
-int32_t ProcessSamples(FrontEnd& front_end, Engine& engine, std::span<int16_t> samples) {
-  frontend& f = front_end.record;
-  if (!IsUp(engine.state)) return kNoFrame;
+Processed ProcessSamples(frontend& f, const Engine& engine, std::span<int16_t> samples) {
+  if (!IsUp(engine.state)) return {};
   const int32_t first = f.input_len;
   const auto taken = static_cast<size_t>(Append(f, samples));
-  Outcome outcome = {kNoFrame, false};
+  Processed processed;
   for (; HasFrame(f); f.frame_pos += kFrame) {
     if (!RunsEngine(f.mode)) continue;
-    outcome = RunFrame(front_end, engine);
+    const Outcome outcome = RunFrame(f, engine);
+    processed = {outcome.result, true};
     WriteBack(f, first, samples.first(taken));
     // The frame that ended the utterance stays in the input, for the fresh engine or a reset.
     if (outcome.is_over) break;
   }
-  if (taken < samples.size()) outcome = EndForWantOfRoom(engine, "input buffer");
-  return outcome.result;
+  if (taken < samples.size()) processed.result = EndForWantOfRoom(engine, "input buffer").result;
+  return processed;
 }
 
 int32_t AvailableEntries(const frontend& f) { return f.write_pos - f.read_pos; }

@@ -27,18 +27,16 @@ struct frontend {
 
 namespace vask {
 
-// The record and, beside it rather than on the stack, what the engine emits for one frame.
-struct FrontEnd {
-  frontend record;
-  int16_t emitted[kMostDrained];
-};
-
 inline constexpr int32_t kNoFrame = -1;  // result of a call in which nothing was processed
 
-// Take the samples in, process every complete frame. Result: kNoFrame, or that of the last frame processed;
-// kEnded once the utterance is over. Clipped samples are written back into `samples` if their frame was
-// processed in this call.
-int32_t ProcessSamples(FrontEnd& front_end, Engine& engine, std::span<int16_t> samples);
+struct Processed {
+  int32_t result = kNoFrame;  // kNoFrame, or that of the last frame; kEnded once the utterance is over
+  bool ran_engine = false;    // for a frame at least
+};
+
+// Take the samples in, process every complete frame. Clipped samples are written back into `samples` if their
+// frame was processed in this call.
+Processed ProcessSamples(frontend& f, const Engine& engine, std::span<int16_t> samples);
 
 int32_t AvailableEntries(const frontend& f);
 

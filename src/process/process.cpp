@@ -62,24 +62,20 @@ namespace {
 // before all else, so that what a program starts from its own constructors stays.
 [[gnu::init_priority(101)]] epd_engine engine_state = vask::NewEngineRecord();
 vask::EnvironmentDetector environment;
-vask::FrontEnd front_end;
+frontend front_end;
 bool mean_loaded = false;  // by the first refresh of an extractor
 int32_t mean_updates = 0;  // since the mean's file was written
 
-vask::Engine engine = {
-    .state = engine_state,
-    .environment = environment,
-    .history = {.enabled = __Vask_epd_detect_env_change,
-                .mel_energies = ecdLFBE,
-                .mel_frames = ecdFrames,
-                .log_energies = ecdorgLFBE,
-                .log_frames = ecdorgFrames,
-                .frame_energies = frame_energy,
-                .sample_min = sample_min,
-                .sample_max = sample_max},
-    .energy_only = Vask_EPD_Energy_Only,
-    .compute_dynamic_feature = __compute_dynamic_feature__,
-};
+vask::EnvironmentHistory history = {.enabled = __Vask_epd_detect_env_change,
+                                    .mel_energies = ecdLFBE,
+                                    .mel_frames = ecdFrames,
+                                    .log_energies = ecdorgLFBE,
+                                    .log_frames = ecdorgFrames,
+                                    .frame_energies = frame_energy,
+                                    .sample_min = sample_min,
+                                    .sample_max = sample_max};
+
+vask::Engine engine = {.state = engine_state, .history = &history};
 
 vask::Settings settings = {.sampling_rate = Vask_EPD_Sampling_Rate,
                            .cutoff = __Hi_Freq__,
@@ -95,17 +91,36 @@ bool SetBaseDir(const char* dir) {
   return true;
 }
 
+void StopEngine() {
+  vask::ReleaseEngine(engine_state);
+  vask::ReleaseEnvironment(environment, history);
+}
+
 int32_t InitEngine(const char* dir, int32_t mode) {
   const vask::RoundToNearest rounding;
-  vask::StopEngine(engine);
+  StopEngine();
   if (!SetBaseDir(dir)) return 0;
-  return vask::StartEngine(engine, mode, vask::DeviceProfile(deviceID, osID)) ? 1 : 0;
+  if (!vask::CreateEngine(engine_state, mode, vask::DeviceProfile(deviceID, osID))) return 0;
+  __Vask_epd_detect_env_change = vask::CreateEnvironment(environment, history);
+  if (mode == vask::kEnergyOnlyRequest) Vask_EPD_Energy_Only = 1;
+  return 1;
+}
+
+int32_t RunFrame(int16_t* frame, int16_t* out, int32_t* count) {
+  const vask::RoundToNearest rounding;
+  if (count != nullptr) *count = 0;
+  if (frame == nullptr) return vask::kGoOn;
+  const vask::Step step = vask::ProcessFrame(engine, std::span<int16_t, vask::kFrame>(frame, vask::kFrame));
+  if (out == nullptr) return step.result;
+  std::copy(step.emitted.begin(), step.emitted.end(), out);
+  if (count != nullptr) *count = static_cast<int32_t>(step.emitted.size());
+  return step.result;
 }
 
 int32_t RunFrameInMode(int32_t mode, int16_t* frame, int16_t* out, int32_t* count) {
-  const vask::RoundToNearest rounding;
-  int32_t ignored = 0;
-  return vask::ProcessFrameInMode(engine, mode, frame, out, count != nullptr ? *count : ignored);
+  engine_state.mode = mode;
+  __compute_dynamic_feature__ = mode == vask::kFeatures ? 1 : 0;
+  return RunFrame(frame, out, count);
 }
 
 void SetPcmLog(int32_t flag, const char* dir) {
@@ -164,7 +179,7 @@ extern "C" {
 // --- front end
 
 int32_t android_init_frontend(const char* dir, int32_t mode) {
-  front_end.record.mode = mode;
+  front_end.mode = mode;
   const int32_t result = InitEngine(dir, mode);
   SetTrailingSilence(kDefaultTrailingSilence);
   return result;
@@ -176,18 +191,21 @@ int32_t android_process_frame(int32_t n, int16_t* samples) {
     vask::WrapUp(engine_state);
     return vask::kEnded;
   }
-  return vask::ProcessSamples(front_end, engine, {samples, static_cast<size_t>(std::max(n, 0))});
+  const vask::Processed processed =
+      vask::ProcessSamples(front_end, engine, {samples, static_cast<size_t>(std::max(n, 0))});
+  if (processed.ran_engine) __compute_dynamic_feature__ = front_end.mode == vask::kFeatures ? 1 : 0;
+  return processed.result;
 }
 
 int32_t android_get_frames(int32_t max, int16_t* dst) {
-  return vask::TakeFrames(front_end.record, Destination(dst, max));
+  return vask::TakeFrames(front_end, Destination(dst, max));
 }
 
 int32_t android_get_features(int32_t max, int32_t* dst) {
-  return vask::TakeFeatures(front_end.record, Destination(dst, max));
+  return vask::TakeFeatures(front_end, Destination(dst, max));
 }
 
-int32_t android_get_available_frames(void) { return vask::AvailableEntries(front_end.record); }
+int32_t android_get_available_frames(void) { return vask::AvailableEntries(front_end); }
 
 int32_t android_wrapup_frontend(void) {
   vask::WrapUp(engine_state);
@@ -195,35 +213,33 @@ int32_t android_wrapup_frontend(void) {
 }
 
 int32_t android_reset_frontend(void) {
-  vask::ResetPositions(front_end.record);
-  vask::EmptyHistories(engine.history);
-  vask::ClearExtremes(engine.history);
+  vask::ResetPositions(front_end);
+  vask::ClearHistories(history);
+  vask::ClearExtremes(history);
   return 0;
 }
 
-void android_stop_frontend(void) { vask::StopEngine(engine); }
+void android_stop_frontend(void) { StopEngine(); }
 
 void android_enable_log(int32_t on, const char* dir) { SetPcmLog(on, dir); }
 
 // --- packets
 
-int32_t vask_packet_size(int32_t n, int32_t last) { return vask::PacketSize(front_end.record, n, last != 0); }
+int32_t vask_packet_size(int32_t n, int32_t last) { return vask::PacketSize(front_end, n, last != 0); }
 
 int32_t vask_take_packet(int32_t n, uint8_t* out, int32_t size, int32_t last) {
-  const int32_t bytes = vask::PacketSize(front_end.record, n, last != 0);
+  const int32_t bytes = vask::PacketSize(front_end, n, last != 0);
   if (out == nullptr || bytes == 0 || size < bytes) return 0;
-  vask::TakePacket(front_end.record, enc_state, {out, static_cast<size_t>(bytes)});
+  vask::TakePacket(front_end, enc_state, {out, static_cast<size_t>(bytes)});
   return bytes;
 }
 
-int32_t vask_packet_stream_size(int32_t n, int32_t last) {
-  return vask::StreamSize(front_end.record, n, last != 0);
-}
+int32_t vask_packet_stream_size(int32_t n, int32_t last) { return vask::StreamSize(front_end, n, last != 0); }
 
 int32_t vask_take_packet_stream(int32_t n, uint8_t* out, int32_t size, int32_t last) {
-  const int32_t bytes = vask::StreamSize(front_end.record, n, last != 0);
+  const int32_t bytes = vask::StreamSize(front_end, n, last != 0);
   if (out == nullptr || bytes == 0 || size < bytes) return 0;
-  vask::TakeStream(front_end.record, enc_state, n, last != 0, {out, static_cast<size_t>(bytes)});
+  vask::TakeStream(front_end, enc_state, n, last != 0, {out, static_cast<size_t>(bytes)});
   return bytes;
 }
 
@@ -267,7 +283,7 @@ int32_t Vask_epd_wrapup(void* /*out*/, int32_t* count) {
   return 1;
 }
 
-void Vask_epd_stop(void) { vask::StopEngine(engine); }
+void Vask_epd_stop(void) { StopEngine(); }
 
 int32_t Vask_epd_speechenhance(int16_t* frame, int32_t /*n*/, int16_t* out, int32_t* count) {
   return RunFrameInMode(vask::kEnhancedSpeech, frame, out, count);
@@ -287,9 +303,7 @@ int32_t Vask_epd_features(int16_t* frame, int32_t /*n*/, int32_t* /*out*/, int32
 }
 
 int32_t Vask_epd_frame_baseline(int16_t* frame, int32_t /*n*/, void* out, int32_t* count) {
-  const vask::RoundToNearest rounding;
-  int32_t ignored = 0;
-  return vask::ProcessFrame(engine, frame, static_cast<int16_t*>(out), count != nullptr ? *count : ignored);
+  return RunFrame(frame, static_cast<int16_t*>(out), count);
 }
 
 int32_t Vask_epd_frame_energy(void) { return engine_state.loudness; }
@@ -354,22 +368,21 @@ int32_t InitMelFBFromFile(mel_band* first, int32_t n) {
 
 // --- environment change
 
-int32_t __Vask_epd_ecd_Init(void) { return vask::InitEnvironment(environment, engine.history); }
+int32_t __Vask_epd_ecd_Init(void) { return vask::CreateEnvironment(environment, history); }
 
 int32_t __Vask_epd_ecd_Stop(void) {
-  vask::StopEnvironment(environment, engine.history);
+  vask::ReleaseEnvironment(environment, history);
   return 1;
 }
 
 int32_t __Vask_epd_ecd_change(void) {
   const vask::RoundToNearest rounding;
-  return vask::AnalyzeChange(environment, engine.history);
+  return vask::AnalyzeChange(environment, history);
 }
 
 void EnvChangeValue(int32_t* first, int32_t* last, int32_t* count) {
   const vask::RoundToNearest rounding;
-  const vask::Changes changes =
-      vask::FindChanges(environment.matrices, ecdLFBE, vask::MelRowsOf(engine.history));
+  const vask::Changes changes = vask::FindChanges(environment.matrices, ecdLFBE, vask::MelRowsOf(history));
   if (first != nullptr) *first = changes.first;
   if (last != nullptr) *last = changes.last;
   if (count != nullptr) *count = changes.count;
@@ -377,27 +390,26 @@ void EnvChangeValue(int32_t* first, int32_t* last, int32_t* count) {
 
 int32_t ECVreport(int32_t first, int32_t last, int32_t count) {
   const vask::RoundToNearest rounding;
-  return vask::ReportChange(environment, engine.history, {first, last, count});
+  return vask::ReportChange(environment, history, {first, last, count});
 }
 
 int32_t Vask_epd_ecd(void) {
   const vask::RoundToNearest rounding;
-  const int32_t code =
-      __Vask_epd_detect_env_change == 0 ? -1 : vask::AnalyzeChange(environment, engine.history);
-  vask::EmptyHistories(engine.history);
+  const int32_t code = __Vask_epd_detect_env_change == 0 ? -1 : vask::AnalyzeChange(environment, history);
+  vask::ClearHistories(history);
   return code;
 }
 
 int32_t Vask_epd_ecd_reset(void) {
-  vask::EmptyHistories(engine.history);
-  vask::ClearExtremes(engine.history);
+  vask::ClearHistories(history);
+  vask::ClearExtremes(history);
   return 0;
 }
 
 float Vask_epd_ecd_snr(int16_t* min, int16_t* max) {
   if (min != nullptr) *min = sample_min;
   if (max != nullptr) *max = sample_max;
-  vask::ClearExtremes(engine.history);
+  vask::ClearExtremes(history);
   return environment.snr;
 }
 
@@ -442,7 +454,7 @@ int32_t* InitDCTMatrix(int32_t rows, int32_t cols) {
 void mfcc_feat_ex(mfcc_prm* m, int32_t* ready, int32_t /*unused*/, int32_t with_dynamics) {
   const vask::RoundToNearest rounding;
   if (m == nullptr || ready == nullptr) return;
-  *ready = vask::IsUp(*m) && vask::ExtractFrame(*m, engine.history, with_dynamics != 0) ? 1 : 0;
+  *ready = vask::IsUp(*m) && vask::ExtractFrame(*m, history, with_dynamics != 0) ? 1 : 0;
 }
 
 void global_cms_update(mfcc_prm* m) {

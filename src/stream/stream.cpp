@@ -38,40 +38,12 @@ constexpr int32_t kFlushUtterances = 14;
 
 constexpr int64_t kNoEnd = INT64_MAX;
 
-// An engine with all its storage. The environment check is off: nobody asks a stream for it.
-struct OwnEngine {
-  epd_engine state;
-  EnvironmentDetector environment;
-  int32_t detects_environment;
-  fmatrix mel_energies;
-  int32_t mel_frames;
-  float* log_energies;
-  int32_t log_frames;
-  std::array<int32_t, kHistoryLimit + 1> frame_energies;
-  int16_t sample_min, sample_max;
-  int32_t energy_only, compute_dynamic_feature;
-
-  Engine engine = {.state = state,
-                   .environment = environment,
-                   .history = {.enabled = detects_environment,
-                               .mel_energies = mel_energies,
-                               .mel_frames = mel_frames,
-                               .log_energies = log_energies,
-                               .log_frames = log_frames,
-                               .frame_energies = frame_energies,
-                               .sample_min = sample_min,
-                               .sample_max = sample_max},
-                   .energy_only = energy_only,
-                   .compute_dynamic_feature = compute_dynamic_feature,
-                   .tells_restarts = false};
-};
-
 }  // namespace
 }  // namespace vask
 
 struct vask_stream {
   vask_stream_options options;
-  vask::OwnEngine own;
+  epd_engine engine;
   vask::History history;
   vask::Segment segment;
   vask::Outbox outbox;
@@ -83,7 +55,6 @@ struct vask_stream {
   int64_t input_end;     // positions; kNoEnd until the input ends
   int64_t continuous;    // samples put out in continuous mode
   bool is_over;
-  int16_t emitted[vask::kMostDrained];
 };
 
 namespace vask {
@@ -93,7 +64,7 @@ using SampleFrame = std::array<int16_t, kFrame>;
 
 // --- what the engine says, on the input's time line
 
-const energy_epd_prm& DetectorOf(const vask_stream& s) { return s.own.state.epd; }
+const energy_epd_prm& DetectorOf(const vask_stream& s) { return s.engine.epd; }
 
 SegmentContext ContextOf(vask_stream& s) {
   const int64_t heard = std::min((s.frames + 1) * kFrame, s.input_end);
@@ -127,23 +98,17 @@ void NoteDetector(vask_stream& s) {
 
 // --- one frame
 
-struct Step {
-  int32_t result;
-  std::span<const int16_t> emitted;
-};
-
 // The frame, clipped on the way, through the engine.
 Step RunEngine(vask_stream& s, SampleFrame frame) {
-  const bool had_started = s.own.state.started != 0;
-  int32_t count = 0;
-  const int32_t result = ProcessFrameInMode(s.own.engine, s.options.mode, frame.data(), s.emitted, count);
+  const bool had_started = s.engine.started != 0;
+  const Step step = ProcessFrame({.state = s.engine, .tells_restarts = false}, frame);
   if (!had_started) s.origin = s.frames;
-  return {result, {s.emitted, static_cast<size_t>(count)}};
+  return step;
 }
 
 void PutOutContinuous(vask_stream& s, const Step& step) {
   // The engine leaves silence of all zeros before its first sound out.
-  const bool is_leading_silence = s.own.state.started == 0;
+  const bool is_leading_silence = s.engine.started == 0;
   const int64_t wanted = is_leading_silence ? kFrame : static_cast<int64_t>(step.emitted.size());
   const int64_t count = std::min(wanted, s.input_end - s.continuous);
   s.continuous += count;
@@ -177,7 +142,7 @@ void EndSegment(vask_stream& s, int32_t result, const SampleFrame& frame) {
   const bool is_forced = vad.hangover_count > 0 || vad.speech_run > 0;
   s.segment.End(ContextOf(s), FrameBehindSpeech(s),
                 is_forced ? VASK_STREAM_BY_LONG_NOISE : VASK_STREAM_BY_SILENCE, result == kEnded);
-  WrapUp(s.own.state);
+  WrapUp(s.engine);
   RunEngine(s, frame);
 }
 
@@ -268,7 +233,7 @@ vask_stream_measures MeasuresOf(const vask_stream& s) {
 }
 
 void Reset(vask_stream& s) {
-  WrapUp(s.own.state);
+  WrapUp(s.engine);
   s.segment.Clear();
   s.outbox.Clear();
   s.pending_count = s.flush_frames = 0;
@@ -278,7 +243,7 @@ void Reset(vask_stream& s) {
 }
 
 void CloseStream(vask_stream& s) {
-  StopStages(s.own.state);
+  ReleaseEngine(s.engine);
   s.history.Close();
   s.outbox.Close();
 }
@@ -290,7 +255,7 @@ bool OpenStream(vask_stream& s, const vask_stream_options& options) {
   const bool has_notes = s.history.Open(static_cast<int32_t>(notes));
   const bool has_outbox = s.outbox.Open(s.options.queue_samples, options.mode == VASK_STREAM_UTTERANCES);
   if (!has_notes || !has_outbox) return false;
-  if (!StartStages(s.own.state, options.profile)) return false;
+  if (!CreateEngine(s.engine, options.mode, options.profile)) return false;
   Reset(s);
   return true;
 }

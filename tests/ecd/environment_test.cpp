@@ -1,24 +1,14 @@
 // Environment-change detection: memory that is missing, and histories whose counters say anything.
-#include "ecd/environment.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
-#include <vask/ecd.h>
+#include <vask/vask.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <initializer_list>
 
-#include "support/stream.h"
-
-namespace vask::test {
 namespace {
-
-struct Detector : Stream {
-  Detector() { EXPECT_EQ(InitEnvironment(environment, history), 1); }
-  void Note(int32_t energy) {
-    NoteEnergy(history, energy);
-    NoteLogEnergy(history, energy);
-  }
-};
 
 // The standard output takes the place of the standard error, which is what is compared.
 TEST(MatrixDeathTest, ASizeThatNoMemoryMeetsEndsTheProcessWithSuccess) {
@@ -34,20 +24,30 @@ TEST(Environment, WritesWithinTheHistoriesAndOnlyWhileItIsOn) {
   struct Case {
     int32_t enabled, written, slot, energy, next;
   };
+  std::array<int16_t, 160> frame;
+  const auto process = [&](std::initializer_list<int16_t> samples) {
+    frame = {};
+    std::copy(samples.begin(), samples.end(), frame.begin());
+    Vask_epd_speechenhance(frame.data(), 160, nullptr, nullptr);
+  };
   for (const Case& c : {Case{1, -1, 0, 3, 1}, Case{1, INT32_MIN, 0, 3, 1}, Case{1, 2047, 2047, 3, 2048},
                         Case{1, INT32_MAX, 2048, 3, INT32_MAX}, Case{0, 5, 5, 0, 5}}) {
-    Detector d;
-    d.enabled = c.enabled;
-    d.log_frames = c.written;
-    d.Note(3);
-    EXPECT_EQ(d.energies[static_cast<size_t>(c.slot)], c.energy) << c.written;
-    EXPECT_EQ(d.log_frames, c.next) << c.written;
-    for (int32_t call = 0; call < 2; ++call) StopEnvironment(d.environment, d.history);
-    EXPECT_TRUE(d.mel_energies == nullptr && d.log_energies == nullptr);
-    d.Note(6);  // without storage
-    EXPECT_EQ(d.log_frames, c.next) << c.written;
-    EXPECT_EQ(AnalyzeChange(d.environment, d.history), -1);
+    ASSERT_EQ(Vask_epd_init(".", 1), 1);
+    for (int32_t t = 0; t < 2; ++t) process({1});  // the noise reduction fills its history
+    std::fill(std::begin(frame_energy), std::end(frame_energy), 0);
+    __Vask_epd_detect_env_change = c.enabled;
+    ecdorgFrames = c.written;
+    process({1, -1, 1});
+    EXPECT_EQ(frame_energy[c.slot], c.energy) << c.written;
+    EXPECT_EQ(ecdorgFrames, c.next) << c.written;
+    for (int32_t call = 0; call < 2; ++call) __Vask_epd_ecd_Stop();
+    EXPECT_EQ(ecdLFBE, nullptr);
+    EXPECT_EQ(ecdorgLFBE, nullptr);
+    process({2});  // without storage
+    EXPECT_EQ(ecdorgFrames, c.next) << c.written;
+    EXPECT_EQ(__Vask_epd_ecd_change(), -1) << c.written;
   }
+  Vask_epd_stop();
 }
 
 TEST(Environment, AnalysisMovesTheMostRecentLogEnergiesWhateverTheCountersSay) {
@@ -57,17 +57,17 @@ TEST(Environment, AnalysisMovesTheMostRecentLogEnergiesWhateverTheCountersSay) {
   for (const Case& c : {Case{100, 40, 60, 40}, Case{100, 100, 0, 0}, Case{40, 100, 0, 0}, Case{100, 0, 0, 0},
                         Case{2048, 2047, 1, 2047}, Case{9999, 40, 2008, 40}, Case{INT32_MAX, INT32_MAX, 0, 0},
                         Case{-7, 40, 0, 0}, Case{100, -1, 0, 0}}) {
-    Detector d;
-    for (int32_t i = 0; i < 2050; ++i) d.log_energies[i] = static_cast<float>(i);
-    d.log_frames = c.log_frames;
-    d.mel_frames = c.mel_frames;
-    AnalyzeChange(d.environment, d.history);
+    ASSERT_EQ(__Vask_epd_ecd_Init(), 1);
+    for (int32_t i = 0; i < 2050; ++i) ecdorgLFBE[i] = static_cast<float>(i);
+    ecdorgFrames = c.log_frames;
+    ecdFrames = c.mel_frames;
+    __Vask_epd_ecd_change();
     for (int32_t i = 0; i < 2050; ++i) {
-      ASSERT_EQ(d.log_energies[i], static_cast<float>(i < c.moved ? c.first + i : i))
+      ASSERT_EQ(ecdorgLFBE[i], static_cast<float>(i < c.moved ? c.first + i : i))
           << c.log_frames << " and " << c.mel_frames << " frames, entry " << i;
     }
   }
+  __Vask_epd_ecd_Stop();
 }
 
 }  // namespace
-}  // namespace vask::test
