@@ -73,3 +73,19 @@ int32_t ReadPacketHeader(std::span<const uint8_t> bytes, char& type) {
 }
 
 }  // namespace vask
+
+extern "C" {
+
+int32_t vask_write_packet_header(char type, int32_t n, uint8_t* out) {
+  if (out == nullptr || !vask::IsPacketSize(n) || (type != 'D' && type != 'E')) return 0;
+  vask::WritePacketHeader(type, n, out);
+  return VASK_PACKET_HEADER;
+}
+
+int32_t vask_read_packet_header(const uint8_t* bytes, int32_t size, char* type) {
+  char ignored = 0;
+  if (bytes == nullptr || size < 0) return 0;
+  return vask::ReadPacketHeader({bytes, static_cast<size_t>(size)}, type != nullptr ? *type : ignored);
+}
+
+}  // extern "C"
