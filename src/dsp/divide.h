@@ -11,8 +11,6 @@
 
 namespace vask {
 
-inline constexpr int64_t kExactInDouble = int64_t{1} << 53;
-
 inline int64_t DivideBelow2To53(int64_t p, int64_t q) {
   return static_cast<int64_t>(static_cast<double>(p) / static_cast<double>(q));
 }

@@ -16,6 +16,7 @@
 #include "dsp/rounding.h"
 #include "epd/endpoint_tracker.h"
 #include "epd/energy.h"
+#include "epd/levels.h"
 #include "epd/records.h"
 #include "epd/vad.h"
 #include "epd/voicing_decision.h"
@@ -30,7 +31,7 @@ constexpr int32_t kWindowShift = 4;
 constexpr int32_t kSaturatedEnergy = 268435455;  // 2147483647 >> 3
 constexpr int32_t kStrongPower = 1000000000;
 constexpr int32_t kStrongFirst = 3, kStrongEnd = 129;  // bins
-constexpr int32_t kFirstCallRise = 30 * kOneQ16;
+constexpr int32_t kFirstCallRise = Units(30);
 
 // History slots: 0 is the oldest of 70 frames; slot j holds frame frame_index - 70 + j.
 constexpr int32_t kDelayedSlot = 67;  // the frame that is delivered while speech goes on

@@ -15,6 +15,8 @@ namespace {
 constexpr int32_t kRobustFirst = 7, kCarFirst = 20, kRobustEnd = 200;
 constexpr int32_t kLowFirst = 9, kUpperFirst = 116;
 
+constexpr int32_t kWrappedEnergy = 1 << 22;  // 2^31 >> 9
+
 struct Total {
   int64_t sum;
   int32_t bits;  // the union of all
@@ -75,7 +77,9 @@ int32_t SquareEnergy(std::span<const int16_t> samples, int32_t shift) {
 
 int32_t NoiseRobustEnergy(const int32_t* power) { return BandSum(power, kRobustFirst, kRobustEnd, 3); }
 
-int32_t QuantizeEnergy(int32_t energy) { return 16 * Log2Q16(energy < 0 ? 4194304 : (energy >> 9) + 1); }
+int32_t QuantizeEnergy(int32_t energy) {
+  return 16 * Log2Q16(energy < 0 ? kWrappedEnergy : (energy >> 9) + 1);
+}
 
 }  // namespace vask
 

@@ -9,6 +9,7 @@
 #include "dsp/ring.h"
 #include "dsp/windows.h"
 #include "epd/profiles.h"
+#include "epd/voicing_temporal.h"
 
 namespace vask {
 namespace {
@@ -91,8 +92,8 @@ bool CreateVad(energy_vad_prm& vad, int32_t threshold) {
 }
 
 bool CreateVoicing(uv_prm& uv, int32_t history_frames) {
-  uv.min_lag = 32;
-  uv.max_lag = 267;
+  uv.min_lag = kMinLag;
+  uv.max_lag = kMaxLag;
   ClearVoicingState(uv);
   const bool raw = MakeRing(uv.uv_raw_hist, kMedianFrames);
   const bool smoothed = MakeRing(uv.uv_hist, history_frames);

@@ -6,16 +6,14 @@
 #include "dsp/arith.h"
 #include "dsp/filters.h"
 #include "dsp/ring.h"
+#include "epd/levels.h"
 
 namespace vask {
 namespace {
 
-constexpr int32_t Units(int32_t n) { return n * kOneQ16; }
-
 constexpr int32_t kLearningFrames = 10;  // without a decision; the noise level is their running mean
 constexpr int32_t kMaxRise = Units(15);  // a frame more than this above the noise does not count as noise
 constexpr int32_t kLeastNoise = Units(120);
-constexpr int32_t kBaseLow = Units(150), kBaseHigh = Units(300);
 constexpr int64_t kFallRateQ30 = 1932735284;   // 1.8: the estimate is pulled past a falling energy
 constexpr int32_t kRiseRateQ30 = 10737419;     // 0.01
 constexpr int32_t kCheckedFrames = 50;         // length of the span in which a segment needs voice
@@ -45,7 +43,7 @@ constexpr int32_t LoudnessMargin(int32_t peak) {
 }
 
 bool ExceedsNoise(const energy_vad_prm& vad) {
-  const int32_t base = std::clamp(vad.noise_level, kBaseLow, kBaseHigh) + LoudnessMargin(vad.peak_amplitude);
+  const int32_t base = BaseLevel(vad.noise_level) + LoudnessMargin(vad.peak_amplitude);
   return vad.vad_frames > kLearningFrames && (WrapSub(vad.log_energy, base) >> 16) > vad.vad_threshold;
 }
 

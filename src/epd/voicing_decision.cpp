@@ -11,6 +11,7 @@
 #include "dsp/filters.h"
 #include "dsp/ring.h"
 #include "dsp/rounding.h"
+#include "epd/levels.h"
 #include "epd/records.h"
 #include "epd/voicing_crossings.h"
 #include "epd/voicing_lags.h"
@@ -20,7 +21,6 @@
 namespace vask {
 namespace {
 
-constexpr int32_t kBaseLow = 150 * kOneQ16, kBaseHigh = 300 * kOneQ16;
 constexpr int32_t kStrongBins = 96;
 constexpr int64_t kMostVotes = 10;
 
@@ -54,8 +54,8 @@ bool IsEnergyAbove(int32_t energy, int32_t reference, int32_t margin) {
 bool IsVoiced(std::span<const int16_t> window, std::span<const int32_t> power, uv_prm& uv, int32_t noise,
               int32_t noise_ref, const energy_vad_prm& vad, const epd_profile& profile) {
   const int32_t margin = EnergyMargin(vad.peak_amplitude, profile.vad_threshold);
-  const int32_t reference = std::max(std::clamp(noise, kBaseLow, kBaseHigh),
-                                     WrapAdd(noise_ref, WrapMul(profile.uv_energy_offset, kOneQ16)));
+  const int32_t reference =
+      std::max(BaseLevel(noise), WrapAdd(noise_ref, WrapMul(profile.uv_energy_offset, kOneQ16)));
   if (!IsEnergyAbove(uv.log_energy, reference, WrapMul(margin, kOneQ16))) return false;
   uv.high_low_ratio = HighToLowRatio(power);
   if (uv.high_low_ratio >= profile.h2l_ratio_max) return false;

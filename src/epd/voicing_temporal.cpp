@@ -75,7 +75,7 @@ int32_t ClippingLevel(std::span<const int16_t> s) {
 }
 
 int32_t CenterClip(std::span<const int16_t> s, int16_t* out, int32_t level) {
-  int16_t changes = 0, unchanged = 320;
+  int16_t changes = 0, unchanged = kMaxWindow;  // as after a window without a change
   for (size_t i = 0; i < s.size(); ++i) {
     out[i] = s[i] >= level ? int16_t{1} : s[i] <= WrapNeg(level) ? int16_t{-1} : int16_t{0};
     if (i == 0) continue;

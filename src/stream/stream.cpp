@@ -12,6 +12,7 @@
 #include "engine/lifecycle.h"
 #include "engine/pipeline.h"
 #include "engine/record.h"
+#include "epd/endpoint_tracker.h"
 #include "stream/history.h"
 #include "stream/level.h"
 #include "stream/options.h"
@@ -25,7 +26,6 @@ namespace {
 constexpr int64_t kNoiseDelay = 2;                      // the noise reduction hears two frames ahead
 constexpr int64_t kDetectorDelay = kNoiseDelay + 1;     // the detector's window begins a frame before that
 constexpr int64_t kDeliveryDelay = kDetectorDelay + 2;  // speech is handed on
-constexpr int64_t kEndLag = 3;  // frames between the last speech and where the hangover begins
 
 constexpr int64_t kFramesInFlight = 128;  // margin before a start, delays and flush, with room to spare
 
