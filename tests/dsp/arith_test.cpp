@@ -33,7 +33,8 @@ TEST(Arith, KeepsTheLowBitsOfTheExactResult) {
     }
     ASSERT_EQ(WrapShl(a, 30), Low64(Int128{a} << 30)) << a;
     ASSERT_EQ((int64_t{High32(a)} << 32) + static_cast<uint32_t>(Low32(a)), a);
-    ASSERT_TRUE(MaxIfNegative(a) == (a < 0 ? kMax64 : a) && AtLeastOne(a) == (a < 1 ? 1 : a)) << a;
+    ASSERT_EQ(MaxIfNegative(a), a < 0 ? kMax64 : a);
+    ASSERT_EQ(AtLeastOne(a), a < 1 ? 1 : a) << a;
     ASSERT_EQ(LimitTo32(a & kMax64), std::min<int64_t>(a & kMax64, INT32_MAX)) << a;
   }
   int16_t run = 32766;

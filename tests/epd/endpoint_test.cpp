@@ -14,9 +14,9 @@ namespace {
 class Endpoint : public testing::Test {
  protected:
   Endpoint() {
-    EXPECT_EQ(init_energy_epd_prm_org(&prm_, 160) & init_sin_buff(&speech_, 88 * 160) &
-                  init_in64_buff(&spectra_, 88 * 257),
-              1);
+    EXPECT_EQ(init_energy_epd_prm_org(&prm_, 160), 1);
+    EXPECT_EQ(init_sin_buff(&speech_, 88 * 160), 1);
+    EXPECT_EQ(init_in64_buff(&spectra_, 88 * 257), 1);
   }
   ~Endpoint() override { close_energy_epd_prm(&prm_), close_sin_buff(&speech_), close_in64_buff(&spectra_); }
 
@@ -76,7 +76,8 @@ TEST_F(Endpoint, AcceptsTenFramesOfWhichOneInTwentyIsVoiced) {
     prm_.speech_on = prm_.speech_end = 1, prm_.backfill_pending = 0;
     prm_.start_frame = 50, prm_.end_frame = 50 + length, prm_.uv.voiced_frames = voiced;
     epd_based_on_energy_feature(&prm_, &speech_, &spectra_, t.cc1, t.ss1, t.cc3, t.ss3);
-    EXPECT_TRUE(prm_.end_found == accepted && prm_.reset_request == !accepted) << voiced << " of " << length;
+    EXPECT_EQ(prm_.end_found, accepted) << voiced << " of " << length;
+    EXPECT_NE(prm_.reset_request, accepted) << voiced << " of " << length;
   }
 }
 

@@ -8,13 +8,16 @@ namespace {
 
 TEST(Paths, AreBuiltWholeOrRefused) {
   char path[10] = "old";
-  EXPECT_FALSE(JoinPath(path, "kb", "seg", ".pcm") || JoinPath(path, nullptr, "b") ||
-               JoinPath(path, "kb", nullptr));
+  EXPECT_FALSE(JoinPath(path, "kb", "seg", ".pcm"));
+  EXPECT_FALSE(JoinPath(path, nullptr, "b"));
+  EXPECT_FALSE(JoinPath(path, "kb", nullptr));
   EXPECT_STREQ(path, "old");
   EXPECT_TRUE(JoinPath(path, "k", "seg", ".pcm"));
   EXPECT_STREQ(path, "k/seg.pcm");
-  EXPECT_FALSE(CopyText(path, "1234567890") || CopyText(path, nullptr));
-  EXPECT_TRUE(CopyText(path, path + 1) && CopyText(path, path));  // onto itself
+  EXPECT_FALSE(CopyText(path, "1234567890"));
+  EXPECT_FALSE(CopyText(path, nullptr));
+  EXPECT_TRUE(CopyText(path, path + 1));
+  EXPECT_TRUE(CopyText(path, path));  // onto itself
   EXPECT_STREQ(path, "/seg.pcm");
 }
 

@@ -134,7 +134,10 @@ TEST(MfccFiles, TakeTheMeanAsFarAsItCanBeRead) {
 
 class Mfcc : public testing::Test {
  protected:
-  Mfcc() { EXPECT_EQ(vask_init_mfcc_prm(&m_) + __Vask_epd_ecd_Init(), 2); }
+  Mfcc() {
+    EXPECT_EQ(vask_init_mfcc_prm(&m_), 1);
+    EXPECT_EQ(__Vask_epd_ecd_Init(), 1);
+  }
   ~Mfcc() override { close_mfcc_prm(&m_), __Vask_epd_ecd_Stop(); }
 
   int32_t Feed(int64_t power, int32_t with_dynamics = 0) {

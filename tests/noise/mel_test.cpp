@@ -24,7 +24,8 @@ TEST(MelBank, IsBuiltWholeOrNotAtAll) {
   EXPECT_EQ(numbers, Values(mel_filt_data, mel_filt_data + mel_filt_N));
   for (int round = 0; round < 2; ++round) CloseMelFB(&bank, 35);
   EXPECT_TRUE(IsEmpty(bank));
-  EXPECT_EQ(InitMelFB(&bank, 1) + BuildMelBank(bank, 35, {mel_filt_data, 292}), 0);
+  EXPECT_EQ(InitMelFB(&bank, 1), 0);
+  EXPECT_FALSE(BuildMelBank(bank, 35, {mel_filt_data, 292}));
   EXPECT_TRUE(IsEmpty(bank));
 }
 
@@ -37,15 +38,20 @@ TEST(MelBank, IsReadFromAFileOrSaysThatItIsWrong) {
     bool good = false;
     const std::string said = Hear([&] { good = ReadMelBank(bank, bands, dir.c_str()); }).out;
     EXPECT_EQ(said.find("ERROR:") == std::string::npos, good) << numbers;
-    EXPECT_TRUE(!good || (bank.weights[0] == 5 && bank.next->count == 2 && bank.next->weights[1] == -8));
+    if (good) {
+      EXPECT_EQ((Values{bank.weights[0], bank.next->count, bank.next->weights[1]}), (Values{5, 2, -8}))
+          << numbers;
+    }
     ReleaseMelBank(bank, bands);
     return good;
   };
-  EXPECT_TRUE(read("0\n1\n5\n3\r\n2\n7\n-8\n", 2) && read("0\n1\n5\n127\n2\n7\n-8\n", 2));
+  EXPECT_TRUE(read("0\n1\n5\n3\r\n2\n7\n-8\n", 2));
+  EXPECT_TRUE(read("0\n1\n5\n127\n2\n7\n-8\n", 2));
   for (const char* numbers : {"0 1 5 128 2 7 8", "0 1 5 130 -1 7", "-1 1 5 1 1 5", "0 -1 5 1 1 5",
                               "0 1 5 1 2 7", "0 1 5 1 2 7 x", "0 130 5"})
     EXPECT_FALSE(read(numbers, 2)) << numbers;
-  EXPECT_FALSE(read("0 1 5 1 1 6", 3) || read("0 1 5", 1));
+  EXPECT_FALSE(read("0 1 5 1 1 6", 3));
+  EXPECT_FALSE(read("0 1 5", 1));
 }
 
 }  // namespace

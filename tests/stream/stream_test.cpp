@@ -347,9 +347,9 @@ TEST(Stream, RefusesBadOptionsAndArguments) {
   EXPECT_EQ(vask_stream_write(nullptr, &sample, 1), VASK_STREAM_BAD_ARGUMENT);
   EXPECT_EQ(vask_stream_flush(nullptr), VASK_STREAM_BAD_ARGUMENT);
   EXPECT_EQ(vask_stream_measure(nullptr, &measures), VASK_STREAM_BAD_ARGUMENT);
-  EXPECT_EQ(vask_stream_next(nullptr, &event) + vask_stream_read(nullptr, &sample, 1) +
-                vask_stream_available(nullptr),
-            0);
+  EXPECT_EQ(vask_stream_next(nullptr, &event), 0);
+  EXPECT_EQ(vask_stream_read(nullptr, &sample, 1), 0);
+  EXPECT_EQ(vask_stream_available(nullptr), 0);
   EXPECT_NE(vask_stream_complaint(nullptr), nullptr);
   vask_stream_reset(nullptr);
   vask_stream_close(nullptr);
@@ -361,6 +361,7 @@ TEST(Stream, OddProfilesKeepTheirPromises) {
   const Samples input = Scene();
   std::mt19937 random(9);
   for (int round = 0; round < 12; ++round) {
+    SCOPED_TRACE("round " + std::to_string(round) + ", seed 9");
     StreamOptions options;
     options.Robust();
     options.profile.hangover_frames = static_cast<int32_t>(random() % (round < 6 ? 8 : 3000));
@@ -372,8 +373,8 @@ TEST(Stream, OddProfilesKeepTheirPromises) {
     options.queue_samples = 32000 + 160 * options.profile.hangover_frames;
     int64_t last_end = 0;
     for (const auto& [event, audio] : Listen(options, input)) {
-      EXPECT_LE(event.span_start, event.span_end) << "round " << round;
-      EXPECT_LE(event.start, std::max(event.end, event.start));
+      EXPECT_LE(event.span_start, event.span_end);
+      EXPECT_LE(event.start, event.end);
       EXPECT_LE(event.end, static_cast<int64_t>(input.size()));
       EXPECT_LE(event.span_end, static_cast<int64_t>(input.size()));
       if (event.continues == 1) {
