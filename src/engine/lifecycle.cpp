@@ -34,8 +34,8 @@ bool CreateStages(epd_engine& e, const epd_profile& profile) {
     Say(stdout, "ERROR: can't init. engine buffers\n");
     return false;
   }
-  SetDetector(e.epd);
-  SetWiener(e.wiener);
+  ClearDetector(e.epd);
+  ClearWiener(e.wiener);
   return true;
 }
 
@@ -57,8 +57,8 @@ void WrapUp(epd_engine& e) {
   e.end_latched = 0;
   CloseLog(e);
   e.restart_count = 0;
-  SetDetector(e.epd);
-  SetWiener(e.wiener);
+  ClearDetector(e.epd);
+  ClearWiener(e.wiener);
   ClearPreEmphasis(e.pre);
   ClearDcFilter(e.dc);
   e.started = 0;

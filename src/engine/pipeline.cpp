@@ -57,8 +57,8 @@ void RestartIfRequested(const Engine& engine) {
   e.restarted = 1;
   if (engine.tells_restarts) Say(stderr, "EPD RESET(%d, f=%d) ", e.restart_count, e.frames_in);
   CountUp(e.restart_count);
-  ResetWiener(e.wiener);
-  ResetDetector(e.epd);
+  ForgetSegment(e.wiener);
+  ForgetSegment(e.epd);
   ClearQueue(e.speech_queue);
   ClearQueue(e.spectrum_queue);
   if (engine.history != nullptr) ClearHistories(*engine.history);

@@ -18,7 +18,7 @@ constexpr int32_t kMedianFrames = 7;
 constexpr int32_t kEnergyFrames = 10;
 
 // The fields of the current segment.
-void ClearSegment(energy_epd_prm& prm) {
+void ClearSegmentFields(energy_epd_prm& prm) {
   prm.speech_on = prm.speech_start_flag = prm.speech_end = 0;
   prm.start_frame = prm.end_frame = -1;
   prm.transitions = 0;
@@ -65,7 +65,7 @@ bool AllocateDetector(energy_epd_prm& prm) {
 bool CreateDetector(energy_epd_prm& prm, int32_t frame_shift, const epd_profile& profile) {
   prm = {};
   prm.profile = profile;
-  ClearSegment(prm);
+  ClearSegmentFields(prm);
   prm.fft_size = kDetectorFftSize;
   prm.fft_order = 9;
   prm.num_bins = kSpectrumBins;
@@ -103,11 +103,11 @@ bool CreateVoicing(uv_prm& uv, int32_t history_frames) {
   return false;
 }
 
-void SetDetector(energy_epd_prm& prm) {
-  ClearSegment(prm);
+void ClearDetector(energy_epd_prm& prm) {
+  ClearSegmentFields(prm);
   prm.frame_index = prm.engine_frames = 0;
-  SetVad(prm.vad);
-  SetVoicing(prm.uv);
+  ClearVad(prm.vad);
+  ClearVoicing(prm.uv);
   ClearRing(prm.sample_hist);
   ClearRing(prm.spectrum_hist);
   Zero(prm.win_samples, prm.win_len);
@@ -115,7 +115,7 @@ void SetDetector(energy_epd_prm& prm) {
   Zero(prm.power_spec, prm.fft_size);
 }
 
-void SetVad(energy_vad_prm& vad) {
+void ClearVad(energy_vad_prm& vad) {
   ClearDecision(vad);
   vad.peak_amplitude = 0;
   vad.noise_level = 0;
@@ -124,19 +124,19 @@ void SetVad(energy_vad_prm& vad) {
   ClearRing(vad.vad_raw_hist);
 }
 
-void SetVoicing(uv_prm& uv) {
+void ClearVoicing(uv_prm& uv) {
   ClearVoicingState(uv);
   ClearRing(uv.uv_raw_hist);
   ClearRing(uv.uv_hist);
 }
 
-void ResetDetector(energy_epd_prm& prm) {
-  ClearSegment(prm);
-  ResetVad(prm.vad);
-  SetVoicing(prm.uv);
+void ForgetSegment(energy_epd_prm& prm) {
+  ClearSegmentFields(prm);
+  ForgetSegment(prm.vad);
+  ClearVoicing(prm.uv);
 }
 
-void ResetVad(energy_vad_prm& vad) {
+void ForgetSegment(energy_vad_prm& vad) {
   ClearDecision(vad);
   vad.peak_amplitude = 0;
   ClearRing(vad.vad_raw_hist);
@@ -192,23 +192,23 @@ void close_uv_prm(uv_prm* uv) {
 }
 
 void energy_epd_setting(energy_epd_prm* prm) {
-  if (prm != nullptr) vask::SetDetector(*prm);
+  if (prm != nullptr) vask::ClearDetector(*prm);
 }
 
 void energy_epd_resetting(energy_epd_prm* prm) {
-  if (prm != nullptr) vask::ResetDetector(*prm);
+  if (prm != nullptr) vask::ForgetSegment(*prm);
 }
 
 void energy_vad_setting(energy_vad_prm* vad) {
-  if (vad != nullptr) vask::SetVad(*vad);
+  if (vad != nullptr) vask::ClearVad(*vad);
 }
 
 void energy_vad_resetting(energy_vad_prm* vad) {
-  if (vad != nullptr) vask::ResetVad(*vad);
+  if (vad != nullptr) vask::ForgetSegment(*vad);
 }
 
 void uv_prm_setting(uv_prm* uv) {
-  if (uv != nullptr) vask::SetVoicing(*uv);
+  if (uv != nullptr) vask::ClearVoicing(*uv);
 }
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// The life of the endpoint detector's records: creation, the two kinds of clearing, release.
+// The endpoint detector's records: create, clear (all, or the segment alone), release.
 #pragma once
 
 #include <vask/epd.h>
@@ -12,19 +12,19 @@ inline constexpr int32_t kSpectrumBins = 257;
 inline constexpr int32_t kDetectorFftSize = 512;
 inline constexpr int32_t kMaxWindow = 320;  // samples: the analysis window is two frames
 
-// Creation. False on failure, which has been reported on the standard output stream.
+// False on failure, which has been reported on the standard output stream.
 bool CreateDetector(energy_epd_prm& prm, int32_t frame_shift, const epd_profile& profile);
 bool CreateVad(energy_vad_prm& vad, int32_t threshold);
 bool CreateVoicing(uv_prm& uv, int32_t history_frames);
 
-// Everything adaptive is forgotten: at the start and between utterances.
-void SetDetector(energy_epd_prm& prm);
-void SetVad(energy_vad_prm& vad);
-void SetVoicing(uv_prm& uv);
+// Forget everything adaptive: at the start and between utterances.
+void ClearDetector(energy_epd_prm& prm);
+void ClearVad(energy_vad_prm& vad);
+void ClearVoicing(uv_prm& uv);
 
-// The state of the segment only: after a rejected one. Noise level, frame count and histories are kept.
-void ResetDetector(energy_epd_prm& prm);
-void ResetVad(energy_vad_prm& vad);
+// Forget the segment alone, after a rejected one. Noise level, frame count and histories are kept.
+void ForgetSegment(energy_epd_prm& prm);
+void ForgetSegment(energy_vad_prm& vad);
 
 // Release; harmless when done already.
 void ReleaseDetector(energy_epd_prm& prm);

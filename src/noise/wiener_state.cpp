@@ -100,7 +100,7 @@ bool CreateWiener(wiener_filt& wf) {
   const bool parameters = CreateWienerParameters(wf, kSupportedRate);
   const bool spectrum = CreateSpectrum(wf.spectrum, kMelBands);
   const bool gsap = CreateGsapData(wf.gsap_data, kMelBands);
-  SetVad(wf.vad);
+  ClearVad(wf.vad);
   if (!parameters || !spectrum || !gsap || !BuildMelBank(wf.mel_fb, kMelBands, mel_filt_data)) {
     ReleaseWiener(wf);
     return false;
@@ -147,14 +147,14 @@ bool CreateGsapData(wiener_gsap_data& data, int32_t bands) {
   return data.lratio != nullptr;
 }
 
-void SetWiener(wiener_filt& wf) {
-  SetWienerParameters(wf);
-  SetSpectrum(wf.spectrum, wf.num_bands);
-  SetGsapData(wf.gsap_data);
-  SetVad(wf.vad);
+void ClearWiener(wiener_filt& wf) {
+  ClearWienerParameters(wf);
+  ClearSpectrum(wf.spectrum, wf.num_bands);
+  ClearGsapData(wf.gsap_data);
+  ClearVad(wf.vad);
 }
 
-void SetWienerParameters(wiener_filt& wf) {
+void ClearWienerParameters(wiener_filt& wf) {
   wf.frame_count = 0;
   Zero(wf.fft_buf, wf.fft_size);
   Zero(wf.sig_hist, wf.sig_hist_len);
@@ -166,27 +166,27 @@ void SetWienerParameters(wiener_filt& wf) {
   Zero(wf.impulse, kImpulseLen);
 }
 
-void SetSpectrum(wiener_spectrum& spectrum, int32_t bands) {
+void ClearSpectrum(wiener_spectrum& spectrum, int32_t bands) {
   for (int64_t* values : {spectrum.sig_band, spectrum.clean_band, spectrum.noise_band}) Zero(values, bands);
   for (int64_rbuf* rings : {spectrum.ring_short, spectrum.ring_long}) {
     if (rings != nullptr) std::for_each_n(rings, bands, [](int64_rbuf& ring) { ClearRing(ring); });
   }
 }
 
-void SetGsapData(wiener_gsap_data& data) {
+void ClearGsapData(wiener_gsap_data& data) {
   data.gsap = kGsapAbsent;
   data.vad_flag = 0;
 }
 
-void SetVad(wiener_vad& vad) { vad = {}; }
+void ClearVad(wiener_vad& vad) { vad = {}; }
 
-void ResetWiener(wiener_filt& wf) {
-  ResetSpectrum(wf.spectrum, wf.num_bands);
-  SetGsapData(wf.gsap_data);
-  ResetVad(wf.vad);
+void ForgetSegment(wiener_filt& wf) {
+  SeedBandNoise(wf.spectrum, wf.num_bands);
+  ClearGsapData(wf.gsap_data);
+  ForgetSegment(wf.vad);
 }
 
-void ResetSpectrum(wiener_spectrum& spectrum, int32_t bands) {
+void SeedBandNoise(wiener_spectrum& spectrum, int32_t bands) {
   if (spectrum.ring_long == nullptr || spectrum.noise_band == nullptr) return;
   for (int32_t b = 0; b < bands; ++b) {
     if (!IsUsable(spectrum.ring_long[b])) continue;
@@ -197,7 +197,7 @@ void ResetSpectrum(wiener_spectrum& spectrum, int32_t bands) {
   }
 }
 
-void ResetVad(wiener_vad& vad) {
+void ForgetSegment(wiener_vad& vad) {
   vad.vad_flag = 0;
   vad.hangover = 0;
   vad.speech_run = 0;
@@ -246,35 +246,35 @@ int32_t init_wiener_gsap_data(wiener_gsap_data* g, int32_t n) {
 }
 
 void wiener_filt_setting(wiener_filt* wf) {
-  if (wf != nullptr) vask::SetWiener(*wf);
+  if (wf != nullptr) vask::ClearWiener(*wf);
 }
 
 void wiener_filt_param_setting(wiener_filt* wf) {
-  if (wf != nullptr) vask::SetWienerParameters(*wf);
+  if (wf != nullptr) vask::ClearWienerParameters(*wf);
 }
 
 void wiener_spectrum_setting(wiener_spectrum* spec, int32_t n) {
-  if (spec != nullptr) vask::SetSpectrum(*spec, std::min(n, spec->num_bands));
+  if (spec != nullptr) vask::ClearSpectrum(*spec, std::min(n, spec->num_bands));
 }
 
 void wiener_gsap_data_setting(wiener_gsap_data* g, int32_t /*n*/) {
-  if (g != nullptr) vask::SetGsapData(*g);
+  if (g != nullptr) vask::ClearGsapData(*g);
 }
 
 void wiener_vad_setting(wiener_vad* v) {
-  if (v != nullptr) vask::SetVad(*v);
+  if (v != nullptr) vask::ClearVad(*v);
 }
 
 void wiener_filt_resetting(wiener_filt* wf) {
-  if (wf != nullptr) vask::ResetWiener(*wf);
+  if (wf != nullptr) vask::ForgetSegment(*wf);
 }
 
 void wiener_spectrum_resetting(wiener_spectrum* spec, int32_t n) {
-  if (spec != nullptr) vask::ResetSpectrum(*spec, std::min(n, spec->num_bands));
+  if (spec != nullptr) vask::SeedBandNoise(*spec, std::min(n, spec->num_bands));
 }
 
 void wiener_vad_resetting(wiener_vad* v) {
-  if (v != nullptr) vask::ResetVad(*v);
+  if (v != nullptr) vask::ForgetSegment(*v);
 }
 
 void close_wiener_filt(wiener_filt* wf) {
