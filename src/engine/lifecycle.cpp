@@ -6,8 +6,8 @@
 #include "dsp/message.h"
 #include "dsp/queue.h"
 #include "engine/pcm_log.h"
-#include "epd/records.h"
-#include "noise/wiener_state.h"
+#include "epd/detector_lifecycle.h"
+#include "noise/wiener_lifecycle.h"
 
 namespace vask {
 namespace {

@@ -12,10 +12,10 @@
 #include "engine/lifecycle.h"
 #include "engine/measures.h"
 #include "engine/pcm_log.h"
+#include "epd/detector_lifecycle.h"
 #include "epd/endpoint.h"
-#include "epd/records.h"
 #include "noise/wiener_filter.h"
-#include "noise/wiener_state.h"
+#include "noise/wiener_lifecycle.h"
 
 namespace vask {
 namespace {

@@ -14,10 +14,10 @@
 #include "dsp/queue.h"
 #include "dsp/ring.h"
 #include "dsp/rounding.h"
+#include "epd/detector_lifecycle.h"
 #include "epd/endpoint_tracker.h"
 #include "epd/energy.h"
 #include "epd/levels.h"
-#include "epd/records.h"
 #include "epd/vad.h"
 #include "epd/voicing_decision.h"
 

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "dsp/arith.h"
-#include "epd/records.h"
+#include "epd/detector_lifecycle.h"
 
 namespace vask {
 namespace {

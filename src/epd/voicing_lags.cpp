@@ -7,7 +7,7 @@
 #include "dsp/arith.h"
 #include "dsp/cpu.h"
 #include "dsp/square_root.h"
-#include "epd/records.h"
+#include "epd/detector_lifecycle.h"
 
 #if VASK_HAS_AVX2_KERNELS
 #include <immintrin.h>

@@ -10,7 +10,7 @@
 
 #include "dsp/arith.h"
 #include "dsp/square_root.h"
-#include "epd/records.h"
+#include "epd/detector_lifecycle.h"
 
 namespace vask {
 namespace {

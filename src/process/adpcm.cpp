@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "codec/adpcm.h"
+#include "codec/ima_adpcm.h"
 
 extern "C" {
 

@@ -2,8 +2,8 @@
 #include <vask/epd.h>
 #include <vask/settings.h>
 
+#include "epd/detector_lifecycle.h"
 #include "epd/profiles.h"
-#include "epd/records.h"
 
 extern "C" {
 

@@ -6,7 +6,7 @@
 
 #include "dsp/rounding.h"
 #include "engine/lifecycle.h"
-#include "epd/options.h"
+#include "epd/ignored_options.h"
 #include "process/process.h"
 
 namespace process = vask::process;

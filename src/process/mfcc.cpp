@@ -8,7 +8,7 @@
 #include "dsp/rounding.h"
 #include "mfcc/cepstral_mean.h"
 #include "mfcc/extraction.h"
-#include "mfcc/parameters.h"
+#include "mfcc/extractor_lifecycle.h"
 #include "mfcc/tables.h"
 #include "process/process.h"
 

@@ -2,7 +2,7 @@
 #include <vask/adpcm.h>
 #include <vask/packets.h>
 
-#include "frontend/packets.h"
+#include "frontend/packing.h"
 #include "process/process.h"
 
 namespace process = vask::process;

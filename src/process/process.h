@@ -6,8 +6,8 @@
 #include <span>
 
 #include "ecd/environment.h"
+#include "engine/config_file.h"
 #include "engine/record.h"
-#include "engine/settings.h"
 #include "frontend/framing.h"
 
 namespace vask::process {

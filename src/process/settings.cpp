@@ -6,7 +6,7 @@
 
 #include "dsp/message.h"
 #include "engine/coefficient_export.h"
-#include "epd/options.h"
+#include "epd/ignored_options.h"
 #include "process/process.h"
 
 namespace process = vask::process;

@@ -1,4 +1,4 @@
-// The settings of a stream that its owner may store elsewhere, and what changes them.
+// Settings that their owner stores elsewhere, and the file that changes them.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // IMA ADPCM: int16 samples in, 4-bit codes out, two to a byte with the first in the high nibble; and back.
-#include "codec/adpcm.h"
+#include "codec/ima_adpcm.h"
 
 #include <algorithm>
 #include <iterator>

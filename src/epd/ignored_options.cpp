@@ -1,4 +1,4 @@
-#include "epd/options.h"
+#include "epd/ignored_options.h"
 
 #include <vask/epd.h>
 

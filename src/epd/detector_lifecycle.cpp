@@ -1,5 +1,5 @@
 // Records of the detector, its frame voice-activity decision and its voicing decision.
-#include "epd/records.h"
+#include "epd/detector_lifecycle.h"
 
 #include <algorithm>
 

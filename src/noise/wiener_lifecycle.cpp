@@ -1,6 +1,6 @@
 // Records of the noise reduction at 16 kHz: sizes, storage, windows and weights. Spectra are int64 without a
 // fixed Q (they scale with the input); windows, gains and weights are Q30.
-#include "noise/wiener_state.h"
+#include "noise/wiener_lifecycle.h"
 
 #include <algorithm>
 

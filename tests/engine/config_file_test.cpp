@@ -1,5 +1,5 @@
 // config.Vask and the knowledge-base directory: any content, and paths of any length.
-#include "engine/settings.h"
+#include "engine/config_file.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "mfcc/parameters.h"
+#include "mfcc/extractor_lifecycle.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // Sampling rate and configuration file. The file holds one key and value a line; keys of other programs and
 // marker lines are passed over.
-#include "engine/settings.h"
+#include "engine/config_file.h"
 
 #include <charconv>
 #include <string_view>

@@ -1,11 +1,11 @@
 // Packets: int16 samples off the front end's queue in, IMA ADPCM bytes out, under headers of text if wanted.
-#include "frontend/packets.h"
+#include "frontend/packing.h"
 
 #include <vask/packets.h>
 
 #include <algorithm>
 
-#include "codec/adpcm.h"
+#include "codec/ima_adpcm.h"
 
 namespace vask {
 namespace {
