@@ -133,17 +133,22 @@ VASK_API int32_t Vask_epd_set_trailing_silence(int32_t frames);
 
 /**
  * Write a knowledge base: the folders dir, dir/Vask.db and dir/LOG, the nine built-in tables as text files in
- * dir/Vask.db (one decimal integer a line) and a default dir/config.Vask.
+ * dir/Vask.db (one decimal integer a line) and a default dir/config.Vask. A file that exists is left as it
+ * is.
  *
  * dir     knowledge-base directory, up to 118 bytes; its parent folder must exist
  *
- * return  1: everything is written
- *         2: nothing is done: dir/Vask.db/cc1.txt exists, and the knowledge base counts as complete
- *         0: not everything could be written; what could be is there, each file whole
+ * return  1: what was missing is written
+ *         2: nothing is done: all ten files exist
+ *         0: not everything could be written; what could be is there, each file whole, and the next call
+ *            writes the rest
  */
 VASK_API int32_t vask_make_coeff_files(const char *dir);
 
-/** Do as vask_make_coeff_files, in /sdcard/kb_embedded. Failures are not reported. */
+/**
+ * Write the same in /sdcard/kb_embedded, all of it, unless /sdcard/kb_embedded/Vask.db/cc1.txt exists: then
+ * nothing is done. Failures are not reported.
+ */
 VASK_API void android_make_coeff_files(void);
 
 VASK_END_DECLS

@@ -19,11 +19,19 @@ constexpr const char* kDefaultConfig =
     "Vask_SENSITIVITY: y\n"
     "<END_VASK_CONFIG>\n";
 
-bool Exists(const char* path) {
+bool CanBeOpened(const char* path) {
   FILE* file = std::fopen(path, "r");
   if (file != nullptr) std::fclose(file);
   return file != nullptr;
 }
+
+// A folder in its place is none, nor is a link to nothing.
+bool IsMissing(const char* path) {
+  struct stat status;
+  return stat(path, &status) != 0 || !S_ISREG(status.st_mode);
+}
+
+bool Always(const char* /*path*/) { return true; }
 
 bool WriteConfig(const char* path) {
   WholeFile file(path);
@@ -32,24 +40,43 @@ bool WriteConfig(const char* path) {
   return file.Commit();
 }
 
+// Readable and writable for all: the storage is shared. A folder that is missing shows in the files.
+void MakeFolder(const char* name) { mkdir(name, 0777); }
+
+// The files for which `is_wanted`; kThereAlready if there are none.
+Export WriteFiles(const char* root, std::span<const NamedTable> tables, bool (*is_wanted)(const char* path)) {
+  char folder[256], log[256], config[256], path[256];
+  if (root == nullptr || root[0] == '\0' || !JoinPath(folder, root, "Vask.db") ||
+      !JoinPath(log, root, "LOG") || !JoinPath(config, root, "config.Vask")) {
+    return Export::kFailed;
+  }
+  MakeFolder(root);
+  MakeFolder(folder);
+  MakeFolder(log);
+  Export result = Export::kThereAlready;
+  const auto note = [&result](bool is_written) {
+    if (!is_written) result = Export::kFailed;
+    if (result == Export::kThereAlready) result = Export::kWritten;
+  };
+  for (const NamedTable& table : tables) {
+    const bool fits = JoinPath(path, folder, table.file);
+    if (!fits || is_wanted(path)) note(fits && WriteCoefficients(path, table.values));
+  }
+  if (is_wanted(config)) note(WriteConfig(config));
+  return result;
+}
+
 }  // namespace
 
 Export ExportCoefficients(const char* root, std::span<const NamedTable> tables) {
-  char folder[256], log[256], config[256], path[256];
-  if (root == nullptr || root[0] == '\0' || !JoinPath(folder, root, "Vask.db") ||
-      !JoinPath(log, root, "LOG") || !JoinPath(config, root, "config.Vask") ||
-      !JoinPath(path, folder, tables.front().file)) {
-    return Export::kFailed;
-  }
-  if (Exists(path)) return Export::kThereAlready;
-  // Readable and writable for all: the storage is shared. A folder that is missing shows in the files.
-  for (const char* name : {root, static_cast<const char*>(folder), static_cast<const char*>(log)})
-    mkdir(name, 0777);
-  bool all = true;
-  for (const NamedTable& table : tables)
-    all = JoinPath(path, folder, table.file) && WriteCoefficients(path, table.values) && all;
-  all = WriteConfig(config) && all;
-  return all ? Export::kWritten : Export::kFailed;
+  char folder[256], first[256];
+  if (JoinPath(folder, root, "Vask.db") && JoinPath(first, folder, tables.front().file) && CanBeOpened(first))
+    return Export::kThereAlready;
+  return WriteFiles(root, tables, Always);
+}
+
+Export CompleteCoefficients(const char* root, std::span<const NamedTable> tables) {
+  return WriteFiles(root, tables, IsMissing);
 }
 
 }  // namespace vask

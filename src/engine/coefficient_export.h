@@ -18,4 +18,7 @@ enum class Export : int32_t { kFailed = 0, kWritten = 1, kThereAlready = 2 };
 // is passed over, and kFailed the result.
 Export ExportCoefficients(const char* root, std::span<const NamedTable> tables);
 
+// Make what is missing of the same. What is there stays as it is.
+Export CompleteCoefficients(const char* root, std::span<const NamedTable> tables);
+
 }  // namespace vask

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int32_t kLeastTrailingSilence = 30;  // frames
 
-vask::Export ExportTables(const char* root) {
+vask::Export ExportTables(const char* root, decltype(vask::ExportCoefficients)& write_files) {
   const vask::NamedTable tables[] = {
       {"cc1.txt", cc1_data},
       {"cc3.txt", cc3_data},
@@ -27,7 +27,7 @@ vask::Export ExportTables(const char* root) {
       {"InitFBank.txt", InitFBank_data},
       {"mel_filt.txt", mel_filt_data},
   };
-  return vask::ExportCoefficients(root, tables);
+  return write_files(root, std::span(tables));
 }
 
 }  // namespace
@@ -79,8 +79,10 @@ int32_t Vask_epd_set_trailing_silence(int32_t frames) {
   return vask::ReportTrailingSilence(frames);
 }
 
-int32_t vask_make_coeff_files(const char* root) { return static_cast<int32_t>(ExportTables(root)); }
+int32_t vask_make_coeff_files(const char* root) {
+  return static_cast<int32_t>(ExportTables(root, vask::CompleteCoefficients));
+}
 
-void android_make_coeff_files(void) { ExportTables("/sdcard/kb_embedded"); }
+void android_make_coeff_files(void) { ExportTables("/sdcard/kb_embedded", vask::ExportCoefficients); }
 
 }  // extern "C"

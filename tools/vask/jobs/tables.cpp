@@ -14,13 +14,15 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Writes DIR/Vask.db/ with the nine table files, DIR/config.Vask and an empty DIR/LOG/. Where
-DIR/Vask.db/cc1.txt is there, nothing is written.
+    R"(Writes DIR/Vask.db/ with the nine table files, DIR/config.Vask and an empty DIR/LOG/. A file that
+exists is left as it is.
 Example:
   vask tables kb)";
 
-// Makes `dir` and the folders above it as needed; what is complete stays as it is. True if it was written.
-bool WriteKnowledgeBase(const std::string& dir) {
+enum class Written { kAll, kRest, kNothing };
+
+// Makes `dir` and the folders above it as needed, and the files that are missing in it.
+Written WriteKnowledgeBase(const std::string& dir) {
   std::error_code error;
   std::filesystem::create_directories(dir, error);
   if (error || !std::filesystem::is_directory(dir, error)) {
@@ -28,12 +30,25 @@ bool WriteKnowledgeBase(const std::string& dir) {
                     "cannot be made a folder (" + (error ? error.message() : "a file has this name") + ")",
                     "choose another");
   }
+  const bool was_begun = std::filesystem::exists(dir + "/Vask.db", error);
   const int32_t result = vask_make_coeff_files(dir.c_str());
   if (result == 0) {
     throw FileError(dir, "not all files could be written",
-                    "check the permissions and the room on the disk, remove Vask.db/cc1.txt, and try again");
+                    "check the permissions and the room on the disk, and try again");
   }
-  return result == 1;
+  if (result == 2) return Written::kNothing;
+  return was_begun ? Written::kRest : Written::kAll;
+}
+
+const char* WordsFor(Written written) {
+  switch (written) {
+    case Written::kAll:
+      return "nine tables and config.Vask written";
+    case Written::kRest:
+      return "written what was missing of nine tables and config.Vask";
+    default:
+      return "nothing written, nine tables and config.Vask are there already";
+  }
 }
 
 }  // namespace
@@ -47,10 +62,8 @@ Job TablesJob(CLI::App& app) {
       ->type_name("")
       ->check(CheckNotEmpty);
   return {tables, [folder] {
-            const bool written = WriteKnowledgeBase(*folder);
-            std::printf(written ? "%s: nine tables and config.Vask written\n"
-                                : "%s: nothing written, Vask.db/cc1.txt is there already\n",
-                        Printable(*folder).c_str());
+            const Written written = WriteKnowledgeBase(*folder);
+            std::printf("%s: %s\n", Printable(*folder).c_str(), WordsFor(written));
             if (std::fflush(stdout) != 0) ThrowOutputError();
             return EXIT_SUCCESS;
           }};
