@@ -1,6 +1,7 @@
 #include "mfcc/cepstral_mean.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <string_view>
@@ -21,11 +22,14 @@ constexpr double kKeep = 0.8f, kTake = 0.2f;  // single precision: together a li
 constexpr double kOneQ20 = 1 << 20;
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
+using Line = std::array<char, kLineBytes + 1>;  // with its end and a closing zero
+
 // A line without the part that does not fit; false at the end of the file.
-bool ReadLine(FILE* file, std::span<char, kLineBytes> line) {
+bool ReadLine(FILE* file, Line& line) {
   if (std::fgets(line.data(), static_cast<int>(line.size()), file) == nullptr) return false;
-  if (std::strlen(line.data()) + 1 < line.size()) return true;
-  line[kLineBytes - 2] = '\n';
+  char& last = line[kLineBytes - 1];
+  if (std::strlen(line.data()) < kLineBytes || last == '\n') return true;
+  last = '\n';
   for (int c = 0; c != '\n' && c != EOF;) c = std::fgetc(file);
   return true;
 }
@@ -54,15 +58,15 @@ void Report(const mfcc_prm& m) {
 }  // namespace
 
 bool ReadWord(FILE* file, std::span<char, kLineBytes> word) {
-  char line[kLineBytes];
+  Line line;
   while (ReadLine(file, line)) {
-    if (line[0] == '#') Say(stdout, "%s", line + 1);
+    if (line[0] == '#') Say(stdout, "%s", line.data() + 1);
     if (line[0] == '#' || line[0] == ' ') continue;
-    const std::string_view text(line);
+    const std::string_view text(line.data());
     const size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
     const size_t end = std::min(text.find_first_of(kBlanks, first), text.size());
     if (first == end) continue;
-    *std::copy(line + first, line + end, word.begin()) = '\0';
+    *std::copy(text.begin() + first, text.begin() + end, word.begin()) = '\0';
     return true;
   }
   return false;

@@ -9,7 +9,7 @@
 
 namespace vask {
 
-inline constexpr size_t kLineBytes = 256;  // what a line of a mean file may hold, with a closing zero
+inline constexpr size_t kLineBytes = 256;  // what a line of a mean file may hold, with its end
 
 // The first word of the next line that is neither a comment (echoed), nor empty, nor begins with a space.
 // What stands behind the first 255 bytes of a line is left out. False at the end of the file.

@@ -108,7 +108,11 @@ TEST(MfccFiles, TakeTheMeanAsFarAsItCanBeRead) {
       {"beyond 32 bits", "13\n2147483648\n" + tail, 1, bad},
       {"long lines", std::string("13") + std::string(1000, ' ') + "77\n" + tail, 13, ""},
       {"a long comment", std::string("#") + std::string(1000, 'c') + "\n" + kMean, 13,
-       std::string(253, 'c') + "\n"},
+       std::string(254, 'c') + "\n"},
+      {"lines of 254, 255 and 256 characters",
+       "13" + std::string(252, ' ') + "\n12" + std::string(253, ' ') + "\n11" + std::string(254, ' ') + "\n" +
+           tail.substr(6),
+       13, ""},
       {"a long word", std::string(1000, '7') + "\n" + kMean, 0, bad},
       {"no line end", std::string(kMean, sizeof kMean - 2), 13, ""},
   };
