@@ -24,7 +24,8 @@ class TableCursor {
   std::span<const int32_t> rest_;
 };
 
-enum class Fill { kDone, kMalformed, kNoMemory };
+// What the chain came to: kNoLaterRecord for a record behind the second one, kNoMemory for all other storage.
+enum class Fill { kDone, kMalformed, kNoMemory, kNoLaterRecord };
 
 template <typename Source>
 Fill FillBand(mel_band& band, Source& source) {
@@ -42,27 +43,21 @@ Fill FillBand(mel_band& band, Source& source) {
   return Fill::kDone;
 }
 
-struct Built {
-  Fill fill;
-  int32_t bands;  // bands begun; on failure the last of them is the one that failed
-};
-
 // Numbers, storage and links of one band after the other; what was made is released on failure.
 template <typename Source>
-Built BuildChain(mel_band& first, int32_t bands, Source& source) {
+Fill BuildChain(mel_band& first, int32_t bands, Source& source) {
   Fill fill = FillBand(first, source);
-  int32_t begun = 1;
-  for (mel_band* last = &first; fill == Fill::kDone && begun < bands; last = last->next) {
-    ++begun;
+  mel_band* last = &first;
+  for (int32_t b = 1; fill == Fill::kDone && b < bands; ++b, last = last->next) {
     last->next = NewZeroed<mel_band>(1);
     if (last->next == nullptr) {
-      fill = Fill::kNoMemory;
+      fill = b == 1 ? Fill::kNoMemory : Fill::kNoLaterRecord;
       break;
     }
     fill = FillBand(*last->next, source);
   }
   if (fill != Fill::kDone) ReleaseMelBank(first, bands);
-  return {fill, begun};
+  return fill;
 }
 
 }  // namespace
@@ -70,7 +65,7 @@ Built BuildChain(mel_band& first, int32_t bands, Source& source) {
 bool BuildMelBank(mel_band& first, int32_t bands, std::span<const int32_t> table) {
   if (bands < 2) return false;
   TableCursor cursor(table);
-  return BuildChain(first, bands, cursor).fill == Fill::kDone;
+  return BuildChain(first, bands, cursor) == Fill::kDone;
 }
 
 bool ReadMelBank(mel_band& first, int32_t bands, const char* base_dir) {
@@ -82,12 +77,11 @@ bool ReadMelBank(mel_band& first, int32_t bands, const char* base_dir) {
     Say(stdout, "\nERROR: can't open [ %s ]\n", path);
     return false;
   }
-  const Built built = bands < 2 ? Built{Fill::kMalformed, 0} : BuildChain(first, bands, file);
-  if (built.fill == Fill::kMalformed) Say(stdout, "\nERROR: short or malformed table [ %s ]\n", path);
-  if (built.fill == Fill::kNoMemory) {
-    Say(stdout, "%sERROR:   Memory allocation error occured!\r\n", built.bands <= 2 ? "\n" : "");
-  }
-  return built.fill == Fill::kDone;
+  const Fill fill = bands < 2 ? Fill::kMalformed : BuildChain(first, bands, file);
+  if (fill == Fill::kMalformed) Say(stdout, "\nERROR: short or malformed table [ %s ]\n", path);
+  if (fill == Fill::kNoMemory) Say(stdout, "\nERROR:   Memory allocation error occured!\r\n");
+  if (fill == Fill::kNoLaterRecord) Say(stdout, "ERROR:   Memory allocation error occured!\r\n");
+  return fill == Fill::kDone;
 }
 
 void ReleaseMelBank(mel_band& first, int32_t bands) {

@@ -17,6 +17,7 @@
 #endif
 
 #include "support/capture.h"
+#include "support/knowledge_base.h"
 #include "support/scene.h"
 
 namespace {
@@ -125,6 +126,23 @@ TEST(Allocation, EveryFailureWithinAPartIsReportedAndReleased) {
     for (int32_t call = 0; call < 2; ++call) c.close();
     EXPECT_EQ(Unreleased(), 0u) << c.name;
   }
+}
+
+// A bank takes the first weights, then a record and its weights for each further band.
+TEST(Allocation, AMelBankFromAFileBeginsALineButForALaterRecord) {
+  const KnowledgeBase kb;
+  mel_band bank = {};
+  const size_t all = CountOf([&] { EXPECT_EQ(InitMelFBFromFile(&bank, 35), 1); });
+  CloseMelFB(&bank, 35);
+  EXPECT_EQ(all, 69u);
+  for (size_t k = 1; k <= all; ++k) {
+    Fail(k);
+    const bool is_later_record = k % 2 == 0 && k > 2;
+    EXPECT_EQ(Hear([&] { InitMelFBFromFile(&bank, 35); }).out,
+              std::string(is_later_record ? "" : "\n") + "ERROR:   Memory allocation error occured!\r\n")
+        << "allocation " << k;
+  }
+  Fail(0);
 }
 
 TEST(AllocationDeathTest, EveryFailureOfAStartIsReportedAndReleased) {
