@@ -3,7 +3,43 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
+#include <span>
+
+#include "kb/paths.h"
+
 namespace vask {
+namespace {
+
+constexpr int kMostLinks = 40;
+constexpr mode_t kModeBits = 07777;
+
+// Where the links at `path` lead to, if only to a file that is still to be made. False if that does not fit
+// or they go in a circle.
+bool FollowLinks(std::span<char> path) {
+  char target[1024];
+  for (int link = 0; link < kMostLinks; ++link) {
+    const ssize_t length = readlink(path.data(), target, sizeof target - 1);
+    if (length < 0) return true;
+    if (length == sizeof target - 1) return false;  // perhaps cut
+    target[length] = '\0';
+    // One that does not begin with a slash is seen from the folder of the link.
+    const char* slash = target[0] == '/' ? nullptr : std::strrchr(path.data(), '/');
+    if (!CopyText(path.subspan(slash != nullptr ? static_cast<size_t>(slash + 1 - path.data()) : 0), target))
+      return false;
+  }
+  return false;
+}
+
+// Give the new file the mode of the one at `path`. Some file systems cannot, but have only one mode.
+bool TakeMode(const char* path, int file) {
+  struct stat old_one, new_one;
+  if (stat(path, &old_one) != 0 || fstat(file, &new_one) != 0) return true;
+  const mode_t mode = old_one.st_mode & kModeBits;
+  return (new_one.st_mode & kModeBits) == mode || fchmod(file, mode) == 0;
+}
+
+}  // namespace
 
 FILE* OpenText(const char* path) {
   FILE* file = std::fopen(path, "r");
@@ -15,14 +51,20 @@ FILE* OpenText(const char* path) {
   return file;
 }
 
-WholeFile::WholeFile(const char* path) : path_(path) {
-  const int length = std::snprintf(temporary_, sizeof temporary_, "%s.new", path);
-  if (length > 0 && length < static_cast<int>(sizeof temporary_)) stream_ = std::fopen(temporary_, "w");
+WholeFile::WholeFile(const char* path) {
+  if (!CopyText(path_, path) || !FollowLinks(path_)) return;
+  std::snprintf(temporary_, sizeof temporary_, "%s.new", path_);
+  stream_ = std::fopen(temporary_, "w");
+  if (stream_ != nullptr && !TakeMode(path_, fileno(stream_))) GiveUp();
 }
 
 WholeFile::~WholeFile() {
-  if (stream_ == nullptr) return;
+  if (stream_ != nullptr) GiveUp();
+}
+
+void WholeFile::GiveUp() {
   std::fclose(stream_);
+  stream_ = nullptr;
   unlink(temporary_);
 }
 

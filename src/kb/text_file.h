@@ -8,8 +8,9 @@ namespace vask {
 // Open for reading; null if there is no such file, or a directory in its place.
 FILE* OpenText(const char* path);
 
-// A file that replaces the one at `path` at once. What is written goes to "path.new" beside it; a crash or a
-// full disk in between leaves the old file as it was.
+// A file that replaces the one at `path` at once, with its mode; where that is a link, the file that it leads
+// to. What is written goes to a file beside it, with ".new" behind its name; a crash or a full disk in
+// between leaves the old file as it was.
 class WholeFile {
  public:
   explicit WholeFile(const char* path);
@@ -21,8 +22,9 @@ class WholeFile {
   bool Commit();                            // false: nothing has changed
 
  private:
-  const char* path_;
-  char temporary_[288];
+  void GiveUp();
+
+  char path_[1024], temporary_[sizeof path_ + 4];
   FILE* stream_ = nullptr;
 };
 

@@ -92,5 +92,27 @@ TEST(CoefficientFile, LeavesTheOldFileWholeWhenTheNewOneCannotBeWritten) {
   EXPECT_EQ(kb.Read("x.txt"), "0\n-1\n2147483647\n-2147483648\n");
 }
 
+TEST(CoefficientFile, StaysALinkAndKeepsItsMode) {
+  const KnowledgeBase kb;
+  const test::fs::path file = kb.dir() / "LOG" / "x.txt", link = kb.Table("x.txt");
+  for (const test::fs::path& target : {file, test::fs::path("../LOG/x.txt"), test::fs::path("y.txt")}) {
+    SCOPED_TRACE(target);
+    test::fs::remove(link);
+    test::fs::create_symlink(target, link);
+    if (target == "y.txt") test::fs::create_symlink("../LOG/x.txt", kb.Table("y.txt"));
+    for (const auto mode : {test::fs::perms(0640), test::fs::perms(0604)}) {
+      const bool is_new = !test::fs::exists(file);  // the link leads nowhere yet
+      if (!is_new) test::fs::permissions(file, mode);
+      EXPECT_TRUE(WriteCoefficients(link.c_str(), Values{static_cast<int32_t>(mode)}));
+      EXPECT_EQ(test::fs::read_symlink(link), target);
+      EXPECT_EQ(test::ContentOf(file), std::to_string(static_cast<int32_t>(mode)) + "\n");
+      EXPECT_TRUE(is_new || test::fs::status(file).permissions() == mode);
+    }
+  }
+  test::fs::remove(link);
+  test::fs::create_symlink("x.txt", link);  // in a circle
+  EXPECT_FALSE(WriteCoefficients(link.c_str(), Values{1}));
+}
+
 }  // namespace
 }  // namespace vask
