@@ -14,7 +14,8 @@
  *   null          a function that gets a null record or array reads and writes nothing, and returns its
  *                 result for failure, or 0 where it has none.
  *   counts        a negative count is taken as 0.
- *   rounding      the library computes in round-to-nearest and puts the application's rounding mode back.
+ *   float modes   the library computes in round-to-nearest and with subnormal numbers, and puts the
+ *                 application's modes back.
  *   life cycle    init_* allocates: 1, or 0 if there is no memory. *_setting clears everything that
  *                 adapts, *_resetting only what belongs to a rejected segment. close_* releases and nulls,
  *                 so that a second close is harmless.

@@ -6,8 +6,8 @@
 #include <cstdlib>
 
 #include "dsp/arith.h"
+#include "dsp/float_mode.h"
 #include "dsp/memory.h"
-#include "dsp/rounding.h"
 
 namespace vask {
 namespace {
@@ -98,12 +98,12 @@ std::span<fir_filt> OpenFilters(fir_filt* f, int32_t count) {
 extern "C" {
 
 int32_t iinit_filter(fir_filt* f, int32_t len) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   return f != nullptr && vask::CreateRegression(*f, len) ? 1 : 0;
 }
 
 int32_t init_filter(fir_filt* f, int32_t count, int32_t len) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (count < 1) return 1;
   if (f == nullptr) return 0;
   if (vask::CreateRegressions({f, static_cast<size_t>(count)}, len)) return 1;

@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/float_mode.h"
 #include "dsp/portable_math.h"
-#include "dsp/rounding.h"
 #include "dsp/tables/windows.h"
 
 namespace vask {
@@ -46,7 +46,7 @@ void init_hamm_window(int32_t* dst, int32_t n) {
 }
 
 void init_filter_wind(int32_t* dst, int32_t n) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (dst != nullptr && n > 0) vask::MakeFilterWindow({dst, static_cast<size_t>(n)});
 }
 

@@ -10,10 +10,10 @@
 #include "dsp/arith.h"
 #include "dsp/cpu.h"
 #include "dsp/fft.h"
+#include "dsp/float_mode.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/queue.h"
 #include "dsp/ring.h"
-#include "dsp/rounding.h"
 #include "epd/detector_lifecycle.h"
 #include "epd/endpoint_tracker.h"
 #include "epd/energy.h"
@@ -173,7 +173,7 @@ void epd_based_on_energy_feature(energy_epd_prm* prm, sin_buff* out_samples, in6
   if (prm == nullptr || out_samples == nullptr || out_spectra == nullptr) return;
   if (cc1 == nullptr || ss1 == nullptr || cc3 == nullptr || ss3 == nullptr) return;
   if (prm->win_samples == nullptr || prm->win_emph == nullptr) return;  // never created, or released
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   vask::DetectEndpoint(*prm, *out_samples, *out_spectra, {cc1, ss1, cc3, ss3});
 }
 

@@ -10,8 +10,8 @@
 #include "dsp/cpu.h"
 #include "dsp/divide.h"
 #include "dsp/exponential.h"
+#include "dsp/float_mode.h"
 #include "dsp/logarithm.h"
-#include "dsp/rounding.h"
 
 namespace vask {
 namespace {
@@ -165,13 +165,13 @@ int32_t tonality_es(const int32_t* P, int32_t n) {
 int32_t WeightedBandPartitioningSpectralEntropyEst(const int32_t* P, int32_t n, int32_t bands, int32_t* band,
                                                    int32_t* weight) {
   if (P == nullptr || band == nullptr || weight == nullptr || n < 1 || bands < 1) return 0;
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   return vask::WeightedBandEntropy({P, static_cast<size_t>(n)}, bands, band, weight);
 }
 
 int32_t WeightedSpectralEntropyEst(int32_t* p, int32_t n, const int32_t* weight) {
   if (p == nullptr || weight == nullptr || n < 1) return 0;
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   return vask::WeightedEntropy({p, static_cast<size_t>(n)}, weight);
 }
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "dsp/float_mode.h"
 #include "dsp/memory.h"
 #include "dsp/message.h"
 #include "dsp/regression.h"
-#include "dsp/rounding.h"
 #include "mfcc/tables.h"
 
 namespace vask {
@@ -107,7 +107,7 @@ void ReleaseExtractor(mfcc_prm& m) {
 extern "C" {
 
 int32_t vask_init_mfcc_prm(mfcc_prm* m) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   return m != nullptr && vask::CreateExtractor(*m) ? 1 : 0;
 }
 

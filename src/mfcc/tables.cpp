@@ -3,10 +3,10 @@
 #include <vask/mfcc.h>
 
 #include "dsp/arith.h"
+#include "dsp/float_mode.h"
 #include "dsp/logarithm.h"
 #include "dsp/message.h"
 #include "dsp/portable_math.h"
-#include "dsp/rounding.h"
 #include "kb/coefficient_file.h"
 #include "kb/paths.h"
 #include "kb/text_file.h"
@@ -53,6 +53,6 @@ float MelOfBin(int32_t bin, float resolution) {
 }  // namespace vask
 
 extern "C" float Melf(int32_t k, float r) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   return vask::MelOfBin(k, r);
 }

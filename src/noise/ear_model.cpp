@@ -6,8 +6,8 @@
 #include <bit>
 #include <cmath>
 
+#include "dsp/float_mode.h"
 #include "dsp/portable_math.h"
-#include "dsp/rounding.h"
 
 namespace vask {
 namespace {
@@ -37,6 +37,6 @@ void EarModel(std::span<double> out, int32_t rate) {
 }  // namespace vask
 
 extern "C" void OuterAndMiddleEarModel(double* out, int32_t n, int32_t rate) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (out != nullptr && n > 1 && rate > 0) vask::EarModel({out, static_cast<size_t>(n)}, rate);
 }

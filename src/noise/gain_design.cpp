@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
-#include "dsp/rounding.h"
+#include "dsp/float_mode.h"
 #include "dsp/square_root.h"
 #include "noise/gain_design_fast.h"
 
@@ -81,7 +81,7 @@ extern "C" void FilterCalc(int64_t* cur, int64_t* noise, int64_t* den, int64_t* 
   if (cur == nullptr || noise == nullptr || den == nullptr || mean == nullptr || gain == nullptr) return;
   if (vad == nullptr || n <= 0) return;
   const auto bins = static_cast<size_t>(n);
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   vask::Roots({cur, bins}, cur);
   vask::Roots({mean, bins}, mean);
   vask::DesignGain({{cur, bins}, {mean, bins}, {noise, bins}, {den, bins}, {gain, bins}}, *vad);

@@ -8,8 +8,8 @@
 
 #include "dsp/arith.h"
 #include "dsp/exponential.h"
+#include "dsp/float_mode.h"
 #include "dsp/ring.h"
-#include "dsp/rounding.h"
 #include "noise/gsap_fast.h"
 
 namespace vask {
@@ -140,6 +140,6 @@ extern "C" void VAD_BasedOnGSAP(wiener_vad* vad, wiener_spectrum* spectrum, wien
                                 const int64_t* x, int32_t nb) {
   if (vad == nullptr || spectrum == nullptr || gsap_data == nullptr || x == nullptr || nb < 1) return;
   if (spectrum->ring_short == nullptr || gsap_data->lratio == nullptr) return;  // never created, or released
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   vask::DetectSpeech(*vad, *spectrum, *gsap_data, {x, static_cast<size_t>(nb)});
 }

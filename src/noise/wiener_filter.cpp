@@ -8,8 +8,8 @@
 #include "dsp/arith.h"
 #include "dsp/cpu.h"
 #include "dsp/fft.h"
+#include "dsp/float_mode.h"
 #include "dsp/power_spectrum.h"
-#include "dsp/rounding.h"
 #include "dsp/square_root.h"
 #include "noise/convolution.h"
 #include "noise/convolution_fast.h"
@@ -153,7 +153,7 @@ void WienerFiltering(wiener_filt* wf, mel_band* mel_fb, int32_t** cc1, int32_t**
                      int32_t** ss3) {
   if (wf == nullptr || mel_fb == nullptr || wf->fft_buf == nullptr) return;
   if (cc1 == nullptr || ss1 == nullptr || cc3 == nullptr || ss3 == nullptr) return;
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   vask::FilterFrame(*wf, *mel_fb, {cc1, ss1, cc3, ss3});
 }
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <span>
 
-#include "dsp/rounding.h"
+#include "dsp/float_mode.h"
 #include "engine/lifecycle.h"
 #include "engine/measures.h"
 #include "engine/pipeline.h"
@@ -16,7 +16,7 @@ namespace process = vask::process;
 namespace {
 
 int32_t RunFrame(int16_t* frame, int16_t* out, int32_t* count) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (count != nullptr) *count = 0;
   if (frame == nullptr) return vask::kGoOn;
   const vask::Step step =

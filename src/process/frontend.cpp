@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "dsp/rounding.h"
+#include "dsp/float_mode.h"
 #include "engine/lifecycle.h"
 #include "epd/ignored_options.h"
 #include "process/process.h"
@@ -27,7 +27,7 @@ int32_t android_init_frontend(const char* dir, int32_t mode) {
 }
 
 int32_t android_process_frame(int32_t n, int16_t* samples) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (samples == nullptr) {
     vask::WrapUp(process::engine_state);
     return vask::kEnded;

@@ -4,8 +4,8 @@
 
 #include <span>
 
+#include "dsp/float_mode.h"
 #include "dsp/memory.h"
-#include "dsp/rounding.h"
 #include "mfcc/cepstral_mean.h"
 #include "mfcc/extraction.h"
 #include "mfcc/extractor_lifecycle.h"
@@ -17,7 +17,7 @@ namespace process = vask::process;
 extern "C" {
 
 int32_t init_mfcc_prm(mfcc_prm* m, int32_t fft_len) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (m == nullptr || !vask::CreateExtractor(*m, fft_len, Vask_epd_base_dir)) return 0;
   vask::ReadMean(*m, Vask_epd_base_dir);  // a mean that is missing is no failure
   return 1;
@@ -47,13 +47,13 @@ int32_t* InitDCTMatrix(int32_t rows, int32_t cols) {
 }
 
 void mfcc_feat_ex(mfcc_prm* m, int32_t* ready, int32_t /*unused*/, int32_t with_dynamics) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (m == nullptr || ready == nullptr) return;
   *ready = vask::IsUp(*m) && vask::ExtractFrame(*m, process::history, with_dynamics != 0) ? 1 : 0;
 }
 
 void global_cms_update(mfcc_prm* m) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   if (m != nullptr && vask::IsUp(*m)) vask::UpdateMean(*m, process::mean_updates, Vask_epd_base_dir);
 }
 

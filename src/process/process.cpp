@@ -5,8 +5,8 @@
 
 #include <vask/vask.h>
 
+#include "dsp/float_mode.h"
 #include "dsp/message.h"
-#include "dsp/rounding.h"
 #include "engine/lifecycle.h"
 #include "engine/pcm_log.h"
 #include "epd/profiles.h"
@@ -62,7 +62,7 @@ constinit Settings settings = {.sampling_rate = Vask_EPD_Sampling_Rate,
                                .loud_definition = engine_state.loud_definition};
 
 int32_t Start(const char* dir, int32_t mode) {
-  const RoundToNearest rounding;
+  const DefaultFloatMode float_mode;
   Stop();
   if (!SetBaseDir(dir)) return 0;
   if (!CreateEngine(engine_state, mode, DeviceProfile(deviceID, osID))) return 0;

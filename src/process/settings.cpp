@@ -4,6 +4,7 @@
 #include <vask/noise.h>
 #include <vask/settings.h>
 
+#include "dsp/float_mode.h"
 #include "dsp/message.h"
 #include "engine/coefficient_export.h"
 #include "epd/ignored_options.h"
@@ -40,11 +41,13 @@ void Vask_epd_set_option(int32_t option, int32_t value) {
 }
 
 int32_t __check_Vask_Config__(const char* dir) {
+  const vask::DefaultFloatMode float_mode;
   vask::ApplyConfigFile(process::settings, dir);
   return 0;
 }
 
 int32_t Vask_EPD_Set_Samplign_Rate(int32_t rate) {
+  const vask::DefaultFloatMode float_mode;
   vask::SetSamplingRate(process::settings, rate);
   return 1;
 }

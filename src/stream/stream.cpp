@@ -7,8 +7,8 @@
 #include <new>
 #include <span>
 
+#include "dsp/float_mode.h"
 #include "dsp/memory.h"
-#include "dsp/rounding.h"
 #include "engine/lifecycle.h"
 #include "engine/pipeline.h"
 #include "engine/record.h"
@@ -266,7 +266,7 @@ bool OpenStream(vask_stream& s, const vask_stream_options& options) {
 extern "C" {
 
 vask_stream* vask_stream_open(const vask_stream_options* options) {
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   const vask_stream_options chosen = options != nullptr ? *options : vask::DefaultOptions();
   if (vask::ComplaintAbout(chosen) != nullptr) return nullptr;
   void* storage = std::malloc(sizeof(vask_stream));
@@ -279,13 +279,13 @@ vask_stream* vask_stream_open(const vask_stream_options* options) {
 
 int32_t vask_stream_write(vask_stream* stream, const int16_t* samples, int32_t n) {
   if (stream == nullptr || n < 0 || (samples == nullptr && n > 0)) return VASK_STREAM_BAD_ARGUMENT;
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   return vask::Write(*stream, {samples, static_cast<size_t>(n)});
 }
 
 int32_t vask_stream_flush(vask_stream* stream) {
   if (stream == nullptr) return VASK_STREAM_BAD_ARGUMENT;
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   return vask::Flush(*stream);
 }
 
@@ -304,7 +304,7 @@ int32_t vask_stream_available(const vask_stream* stream) {
 
 int32_t vask_stream_measure(const vask_stream* stream, vask_stream_measures* measures) {
   if (stream == nullptr || measures == nullptr) return VASK_STREAM_BAD_ARGUMENT;
-  const vask::RoundToNearest rounding;
+  const vask::DefaultFloatMode float_mode;
   *measures = vask::MeasuresOf(*stream);
   return 0;
 }

@@ -1,4 +1,4 @@
-// Change points and verdicts over histories at their limits, of nonsense, and in any rounding mode.
+// Change points and verdicts over histories at their limits, of nonsense, and in any float mode.
 #include <gtest/gtest.h>
 #include <vask/ecd.h>
 
@@ -8,6 +8,8 @@
 #include <functional>
 #include <random>
 #include <vector>
+
+#include "dsp/float_mode.h"
 
 namespace {
 
@@ -95,19 +97,29 @@ TEST_F(Change, FailsNoTestByALevelThatIsNotANumber) {
     ECVreport(row, row, 2);  // nothing out of bounds
 }
 
-TEST_F(Change, DependsOnNoRoundingModeOfTheCaller) {
-  Fill(200, [&](int t, int) { return (t > 60 && t < 130 ? 9 : 4) + Noise(0.5); });
+TEST_F(Change, DependsOnNoFloatModeOfTheCaller) {
+  // The determinant of the quiet halves is about 0.14^46 = 5e-40, a subnormal number.
+  Fill(200, [&](int t, int) { return (t > 60 && t < 130 ? 9 : 4) + Noise(t > 60 ? 0.5 : 0.14); });
   for (int t = 0; t < 200; ++t) ecdorgLFBE[t] = ecdLFBE[t][0];
   std::vector<float> snr;
-  for (const int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
-    std::fesetround(mode);
-    const int32_t code = __Vask_epd_ecd_change();
-    EXPECT_EQ(std::fegetround(), mode);
-    std::fesetround(FE_TONEAREST);
-    EXPECT_EQ(code, 0);
-    snr.push_back(__Vask_epd_ecd_get_SNR());
+  std::vector<Found> found;
+  for (const int rounding : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+    for (const uint32_t flush_bits : {0u, ~0u}) {
+      std::fesetround(rounding);
+      vask::SetFlushBits(flush_bits);
+      const uint32_t flushes = vask::FlushBits();
+      const int32_t code = __Vask_epd_ecd_change();
+      found.push_back(Look());
+      EXPECT_EQ(std::fegetround(), rounding);
+      EXPECT_EQ(vask::FlushBits(), flushes);
+      std::fesetround(FE_TONEAREST);
+      vask::SetFlushBits(0);
+      EXPECT_EQ(code, 0);
+      snr.push_back(__Vask_epd_ecd_get_SNR());
+    }
   }
-  EXPECT_EQ(snr, std::vector<float>(4, snr[0]));
+  EXPECT_EQ(snr, std::vector<float>(8, snr[0]));
+  EXPECT_EQ(found, std::vector<Found>(8, found[0]));
 }
 
 }  // namespace
