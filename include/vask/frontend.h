@@ -90,7 +90,8 @@ VASK_API int32_t android_wrapup_frontend(void);
  * on   1: on, any other: off
  * dir  directory of the files; empty: the current one. At most 127 bytes together with the name of a file
  *
- * A longer directory is refused with an "ERROR: " line, and nothing changes.
+ * A longer directory is refused with an "ERROR: " line, and nothing changes. The first file that cannot be
+ * written after that is reported with such a line too, and the log goes on.
  */
 VASK_API void android_enable_log(int32_t on, const char *dir);
 

@@ -101,7 +101,8 @@ VASK_API void Vask_epd_save_pcm_valid(int32_t flag);
  * flag  1: on, any other: off, and the previous directory is kept
  * dir   directory of the files; empty: the current one. At most 127 bytes together with the name of a file
  *
- * A longer directory is refused with an "ERROR: " line, and nothing changes.
+ * A longer directory is refused with an "ERROR: " line, and nothing changes. The first file that cannot be
+ * written after that is reported with such a line too, and the log goes on.
  */
 VASK_API void Vask_epd_save_pcm_dir(int32_t flag, const char *dir);
 

@@ -9,6 +9,19 @@ namespace {
 
 constexpr char kFirstName[] = "in_000001.pcm";
 
+// The log goes on: another file, or room on the disk, may help. It is one line for all of them.
+void TellFault(epd_engine& e) {
+  if (e.has_told_log_fault) return;
+  e.has_told_log_fault = true;
+  Say(stdout, "ERROR: PCM log %s cannot be written: check the folder and the room on the disk\n",
+      e.pcm_log_path);
+}
+
+void Open(epd_engine& e) {
+  e.pcm_log_file = std::fopen(e.pcm_log_path, "wb");
+  if (e.pcm_log_file == nullptr) TellFault(e);
+}
+
 }  // namespace
 
 bool LogInto(epd_engine& e, const char* dir) {
@@ -19,6 +32,7 @@ bool LogInto(epd_engine& e, const char* dir) {
   }
   CopyText(e.pcm_log_dir, dir);
   e.pcm_log_on = 1;
+  e.has_told_log_fault = false;
   return true;
 }
 
@@ -34,22 +48,23 @@ void OpenLogIfDue(epd_engine& e) {
     return;
   }
   e.pcm_log_count = WrapAdd(e.pcm_log_count, 1);
-  e.pcm_log_file = std::fopen(e.pcm_log_path, "wb");
+  Open(e);
 }
 
-void WriteLog(const epd_engine& e, std::span<const int16_t> samples) {
+void WriteLog(epd_engine& e, std::span<const int16_t> samples) {
   if (e.pcm_log_on == 0 || e.pcm_log_file == nullptr || samples.empty()) return;
-  std::fwrite(samples.data(), sizeof(int16_t), samples.size(), e.pcm_log_file);
+  const size_t written = std::fwrite(samples.data(), sizeof(int16_t), samples.size(), e.pcm_log_file);
+  if (written < samples.size()) TellFault(e);
 }
 
 void EmptyLog(epd_engine& e) {
   if (e.pcm_log_on == 0 || e.pcm_log_file == nullptr) return;
   std::fclose(e.pcm_log_file);
-  e.pcm_log_file = std::fopen(e.pcm_log_path, "wb");
+  Open(e);
 }
 
 void CloseLog(epd_engine& e) {
-  if (e.pcm_log_file != nullptr) std::fclose(e.pcm_log_file);
+  if (e.pcm_log_file != nullptr && std::fclose(e.pcm_log_file) != 0) TellFault(e);
   e.pcm_log_file = nullptr;
 }
 

@@ -13,9 +13,9 @@ namespace vask {
 bool LogInto(epd_engine& e, const char* dir);
 
 // Open the next file if logging is on and none is open. A failed open is tried again with the next frame,
-// under the next number.
+// under the next number. The first failure to open or write a file since logging was switched on is reported.
 void OpenLogIfDue(epd_engine& e);
-void WriteLog(const epd_engine& e, std::span<const int16_t> samples);
+void WriteLog(epd_engine& e, std::span<const int16_t> samples);
 void EmptyLog(epd_engine& e);  // the speech so far was none
 void CloseLog(epd_engine& e);
 

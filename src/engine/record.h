@@ -63,6 +63,7 @@ struct epd_engine {
   pre_emph_filt pre;
   sin_buff speech_queue;
   in64_buff spectrum_queue;
+  bool has_told_log_fault;  // since logging was switched on; beside the fields of the interface
 };
 
 namespace vask {

@@ -143,9 +143,22 @@ TEST(PcmLog, PathsAreNeverCutAndFilesThatCannotBeOpenedGetAnotherNumber) {
   EXPECT_EQ(stream.state.pcm_log_on, 0);
   ASSERT_TRUE(LogInto(stream.state, (folder / "later").c_str()));
   stream.state.pcm_log_count = 7;
-  EXPECT_TRUE(play(utterance));
+  const auto fault = [&](const char* name) {
+    return "ERROR: PCM log " + folder / name +
+           " cannot be written: check the folder and the room on the disk\n";
+  };
+  bool is_heard = false;
+  EXPECT_EQ(Hear([&] { is_heard = play(utterance); }).out, fault("later/in_000007.pcm"));
+  EXPECT_TRUE(is_heard);
   EXPECT_EQ(stream.state.pcm_log_count, 317);  // tried in each of 310 frames
   fs::create_directory(folder / "later");
+  ASSERT_TRUE(LogInto(stream.state, (folder / "later").c_str()));
+  for (const char* full : {"later/in_000317.pcm", "later/in_000318.pcm"}) {
+    fs::create_symlink("/dev/full", folder / full);
+    WrapUp(stream.state);
+    EXPECT_EQ(Hear([&] { play(utterance); }).out, full[14] == '7' ? fault(full) : "");
+  }
+  WrapUp(stream.state);
   stream.state.pcm_log_count = INT32_MAX;
   play(faint);
   EXPECT_EQ(ContentOf(folder / "later/in_2147483647.pcm"), "");
