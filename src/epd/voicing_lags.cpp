@@ -227,7 +227,7 @@ VASK_KERNEL void BoundCoefficientsBody(const LagSums& sums, const Energies& ener
   for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
     const int32_t e1 = std::min(energies.later[lag], kOneQ30), e2 = std::min(energies.now[lag], kOneQ30);
     const double root = std::sqrt(static_cast<double>(e1) * static_cast<double>(e2));
-    const double over_root = 1 / root;
+    const double over_root = 1 / std::max(root, 1.0);
     const double value = std::min(sums.products[lag] * 65536.0 * over_root, 65536.0);
     const bool holds = (std::min(e1, e2) >= kLeastEnergy) & (value > kWrapsBelow);
     const double error = holds ? std::abs(value) * (1.4e-6 + 1.01 * over_root) + 1.0 : HUGE_VAL;
