@@ -1,5 +1,6 @@
 // The native methods of the Java class com.norv.Brindle.Vask: Java arrays and strings in and out, the C
-// interface beneath. Each method is one critical section, whether it is declared static or not.
+// interface beneath. The class declares each method synchronized: the virtual machine lets one thread in at a
+// time.
 //
 // A fault of the caller becomes a Java exception before anything is taken from the queue or read from the
 // file, and nothing is asked of the virtual machine after that.
@@ -17,30 +18,6 @@
 
 namespace vask {
 namespace {
-
-// The monitor of the Java class, as long as this lives: that of `synchronized (Vask.class)`, so that an
-// application, from Java or from C, can make several calls one critical section. Where there is none,
-// an exception has been thrown.
-class ClassLock {
- public:
-  explicit ClassLock(JNIEnv* env)
-      : env_(env),
-        class_(env->FindClass("com/norv/Brindle/Vask")),
-        is_held_(class_ != nullptr && env->MonitorEnter(class_) == JNI_OK) {}
-  ~ClassLock() {  // with an exception on its way, too
-    if (is_held_) env_->MonitorExit(class_);
-    env_->DeleteLocalRef(class_);
-  }
-  ClassLock(const ClassLock&) = delete;
-  ClassLock& operator=(const ClassLock&) = delete;
-
-  bool IsHeld() const { return is_held_; }
-
- private:
-  JNIEnv* env_;
-  jclass class_;
-  bool is_held_;
-};
 
 // Whether a start of the engine will find its memory, 700 KB on 64 bits: its environment check ends the
 // process where it does not. As much and half again is taken, in small blocks as there, and given back.
@@ -167,8 +144,6 @@ class Text {
 extern "C" {
 
 VASK_JAVA(jint, Vask_1epd_1init)(JNIEnv* env, jobject, jstring kb_dir, jint mode) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   const vask::Text dir(env, kb_dir);
   if (dir.Characters() == nullptr) return 0;
   if (!vask::HasMemoryForStart()) {
@@ -178,16 +153,12 @@ VASK_JAVA(jint, Vask_1epd_1init)(JNIEnv* env, jobject, jstring kb_dir, jint mode
   return android_init_frontend(dir.Characters(), mode);
 }
 
-VASK_JAVA(jint, Vask_1epd_1set_1option)(JNIEnv* env, jobject, jint option, jint value) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
+VASK_JAVA(jint, Vask_1epd_1set_1option)(JNIEnv*, jobject, jint option, jint value) {
   Vask_epd_set_option(option, value);
   return 0;
 }
 
 VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshortArray samples) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   if (samples == nullptr || !vask::Holds(env, samples, n)) return 0;
   jshort* elements = env->GetShortArrayElements(samples, nullptr);
   if (elements == nullptr) return 0;
@@ -198,16 +169,12 @@ VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshort
 
 VASK_JAVA(jint, Vask_1epd_1get_1raw_1data)(JNIEnv* env, jobject, jint max, jshortArray out) {
   if (max < 1) return max;
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   if (!vask::IsThere(env, out)) return 0;
   const int32_t count = std::min(max, android_get_available_frames());
   return vask::Deliver<int16_t>(env, out, count, [=](int16_t* to) { return android_get_frames(count, to); });
 }
 
 VASK_JAVA(jint, Vask_1epd_1get_1pkt_1data)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   if (n < 1 || !vask::IsThere(env, out)) return 0;
   const int32_t bytes = vask_packet_size(n, last);
   return vask::Deliver<uint8_t>(env, out, bytes,
@@ -215,24 +182,18 @@ VASK_JAVA(jint, Vask_1epd_1get_1pkt_1data)(JNIEnv* env, jobject, jint n, jbyteAr
 }
 
 VASK_JAVA(jint, Vask_1epd_1get_1pkt_1stream)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   if (n < 1 || !vask::IsThere(env, out)) return 0;
   const int32_t bytes = vask_packet_stream_size(n, last);
   return vask::Deliver<uint8_t>(env, out, bytes,
                                 [=](uint8_t* to) { return vask_take_packet_stream(n, to, bytes, last); });
 }
 
-VASK_JAVA(jint, Vask_1epd_1wrapup)(JNIEnv* env, jobject) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
+VASK_JAVA(jint, Vask_1epd_1wrapup)(JNIEnv*, jobject) {
   android_wrapup_frontend();
   return 1;
 }
 
-VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv* env, jobject) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return;
+VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv*, jobject) {
   android_reset_frontend();
   refersh_adpcm_state();
 }
@@ -240,29 +201,19 @@ VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv* env, jobject) {
 VASK_JAVA(jint, Vask_1epd_1get_1mfc_1data)(JNIEnv*, jobject) { return 0; }
 
 VASK_JAVA(jint, Vask_1fopen)(JNIEnv* env, jobject, jstring path) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   const vask::Text name(env, path);
   vask::RawFile& raw = vask::FileOfTheProcess();
   return name.Characters() != nullptr ? vask::OpenRawFile(raw, name.Characters()) : raw.Token();
 }
 
 VASK_JAVA(jint, Vask_1fread)(JNIEnv* env, jobject, jint n, jshortArray out) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   return vask::Read<int16_t>(env, n, out);
 }
 
 VASK_JAVA(jint, Vask_1fread_1byte)(JNIEnv* env, jobject, jint n, jbyteArray out) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
   return vask::Read<uint8_t>(env, n, out);
 }
 
-VASK_JAVA(jint, Vask_1fclose)(JNIEnv* env, jobject) {
-  const vask::ClassLock lock(env);
-  if (!lock.IsHeld()) return 0;
-  return vask::CloseRawFile(vask::FileOfTheProcess());
-}
+VASK_JAVA(jint, Vask_1fclose)(JNIEnv*, jobject) { return vask::CloseRawFile(vask::FileOfTheProcess()); }
 
 }  // extern "C"

@@ -40,7 +40,7 @@ public final class Vask {
    * @return 1; 0 if {@code kbDir} is null or too long
    * @throws OutOfMemoryError if there is no memory for it; what was running goes on
    */
-  public static native int Vask_epd_init(String kbDir, int mode);
+  public static synchronized native int Vask_epd_init(String kbDir, int mode);
 
   /**
    * Chooses the device or its operating system, whose tuning the next {@link #Vask_epd_init} takes.
@@ -49,7 +49,7 @@ public final class Vask {
    * @param value number of the device or system; 2 is the default of both
    * @return 0
    */
-  public static native int Vask_epd_set_option(int option, int value);
+  public static synchronized native int Vask_epd_set_option(int option, int value);
 
   /**
    * Takes samples and processes every frame of 160 samples (10 ms) that is complete; the rest waits for the next
@@ -66,7 +66,7 @@ public final class Vask {
    *     0, and nothing is processed, if {@code samples} is null
    * @throws ArrayIndexOutOfBoundsException if n is negative or greater than the length of the array
    */
-  public static native int Vask_epd_process_frames(int n, short[] samples);
+  public static synchronized native int Vask_epd_process_frames(int n, short[] samples);
 
   /**
    * Takes samples from the queue.
@@ -77,7 +77,7 @@ public final class Vask {
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what is there to take
    */
-  public static native int Vask_epd_get_raw_data(int max, short[] out);
+  public static synchronized native int Vask_epd_get_raw_data(int max, short[] out);
 
   /**
    * Takes 2n samples from the queue as a packet of n bytes, IMA ADPCM without a header. All packets between two
@@ -90,7 +90,7 @@ public final class Vask {
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if there is a packet and {@code out} is shorter
    */
-  public static native int Vask_epd_get_pkt_data(int n, byte[] out, int last);
+  public static synchronized native int Vask_epd_get_pkt_data(int n, byte[] out, int last);
 
   /**
    * Takes all whole packets from the queue, each with a header of 8 characters before its n bytes: "D", or "E"
@@ -104,27 +104,27 @@ public final class Vask {
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than the packets
    */
-  public static native int Vask_epd_get_pkt_stream(int n, byte[] out, int last);
+  public static synchronized native int Vask_epd_get_pkt_stream(int n, byte[] out, int last);
 
   /**
    * Ends the utterance from outside. What is queued stays.
    *
    * @return 1
    */
-  public static native int Vask_epd_wrapup();
+  public static synchronized native int Vask_epd_wrapup();
 
   /**
    * Makes ready for the next utterance: empties input and queue and begins a new packet stream. In the middle of
    * an utterance call {@link #Vask_epd_wrapup} as well.
    */
-  public static native void Vask_epd_reset();
+  public static synchronized native void Vask_epd_reset();
 
   /**
    * Does nothing; there are no features to take.
    *
    * @return 0
    */
-  public static native int Vask_epd_get_mfc_data();
+  public static synchronized native int Vask_epd_get_mfc_data();
 
   /**
    * Opens a file for {@link #Vask_fread}. Close the one before first: it is replaced and not closed.
@@ -133,7 +133,7 @@ public final class Vask {
    * @return a number other than 0 that stands for the file; 0 if it cannot be opened, and then no file is open.
    *     With a null path the number of the file that is open
    */
-  public static native int Vask_fopen(String path);
+  public static synchronized native int Vask_fopen(String path);
 
   /**
    * Reads 16-bit samples, in the byte order of the machine, from the open file.
@@ -145,7 +145,7 @@ public final class Vask {
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what was read; the file stands where it
    *     stood, unless it is a pipe
    */
-  public static native int Vask_fread(int n, short[] out);
+  public static synchronized native int Vask_fread(int n, short[] out);
 
   /**
    * Reads bytes from the open file, otherwise as {@link #Vask_fread}.
@@ -156,12 +156,12 @@ public final class Vask {
    * @throws NullPointerException if a file is open and {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what was read
    */
-  public static native int Vask_fread_byte(int n, byte[] out);
+  public static synchronized native int Vask_fread_byte(int n, byte[] out);
 
   /**
    * Closes the open file.
    *
    * @return 0, also if no file is open; another number if closing failed
    */
-  public static native int Vask_fclose();
+  public static synchronized native int Vask_fclose();
 }
