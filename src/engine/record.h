@@ -71,7 +71,7 @@ namespace vask {
 // A record with its first values, made while the program runs: no compiler sees through this call.
 epd_engine NewEngineRecord();
 
-// An engine and what goes with it where its owner has it: one of a stream has its record alone.
+// An engine's record, and what its owner may add to it. A stream's engine is the record alone.
 struct Engine {
   epd_engine& state;
   EnvironmentHistory* history = nullptr;  // what the environment check looks at

@@ -48,8 +48,8 @@ Outcome End(const Engine& engine) {
   return {kEnded, true};
 }
 
-// As the engine's own end, for want of room.
-Outcome EndForWantOfRoom(const Engine& engine, const char* what) {
+// As the engine's own end, because a buffer is full.
+Outcome EndBecauseFull(const Engine& engine, const char* what) {
   Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
   return End(engine);
 }
@@ -58,7 +58,7 @@ Outcome EndForWantOfRoom(const Engine& engine, const char* what) {
 Outcome RunFrame(frontend& f, const Engine& engine) {
   engine.state.mode = f.mode;
   const Step step = ProcessFrame(engine, std::span<int16_t, kFrame>(f.input + f.frame_pos, kFrame));
-  if (!Queue(f, step.emitted)) return EndForWantOfRoom(engine, "output queue");
+  if (!Queue(f, step.emitted)) return EndBecauseFull(engine, "output queue");
   if (f.mode == kEnhancedSpeech || step.result == kGoOn)
     return {step.result, false};  // mode 1 runs on until it is stopped
   if (step.result == kRestarted) f.read_pos = f.write_pos = 0;
@@ -80,7 +80,7 @@ Processed ProcessSamples(frontend& f, const Engine& engine, std::span<int16_t> s
     // The frame that ended the utterance stays in the input, for the fresh engine or a reset.
     if (outcome.is_over) break;
   }
-  if (taken < samples.size()) processed.result = EndForWantOfRoom(engine, "input buffer").result;
+  if (taken < samples.size()) processed.result = EndBecauseFull(engine, "input buffer").result;
   return processed;
 }
 
