@@ -58,7 +58,8 @@ VASK_API void __Vask_Util_detach__(void);
  * return  0: go on; in mode 1 always, once the signal has begun
  *         1: the utterance has ended, in this frame or an earlier one: wrap up
  *         2: what was found was not speech; the detector has restarted, *count is 0, and "EPD RESET" is on
- *            standard error
+ *            standard error. A restart in mode 1 is reported late, by the next frame that is in another mode
+ *            or is an all-zero frame before the signal, even after a wrap-up, or a stop and a new start
  *
  * All-zero frames before the first signal are skipped. The first two frames fill the history; from the third
  * on each call processes the frame of two calls earlier. Before a start nothing is processed: 0 entries,

@@ -21,7 +21,8 @@ VASK_BEGIN_DECLS
  *
  * dir     knowledge-base directory, up to 118 bytes
  * mode    1: every noise-reduced frame; 2: the samples of the utterance, from 350 ms before its start;
- *         3, 4: nothing, only the end is found; any other: frames are taken but not processed
+ *         3, 4: nothing, only the end is found; any other: frames are taken but not processed. Before the
+ *         first call it is 2, for those who start the engine with Vask_epd_init alone
  *
  * return  1: the engine runs
  *         0: no memory, or the directory is too long; an "ERROR: " line says which
@@ -52,6 +53,9 @@ VASK_API int32_t android_reset_frontend(void);
  *           2: mode 1 only, in place of 0: the detector restarted before the last wrap-up
  *
  * Mode 1 does not look for the end: only null and an overflow return 1.
+ * A restart of the detector in mode 1 is reported late, by the next frame that is in another mode or is an
+ * all-zero frame before the signal: 2 in mode 1, else 1 with an empty queue, an end without an utterance. A
+ * wrap-up does not cancel that report, nor do android_stop_frontend and a new android_init_frontend.
  * If input or queue would overflow, what fits is taken and processed, then the utterance ends with result 1
  * and one "ERROR: " line; the queue is kept.
  * Frames after the one that ended the utterance are kept and processed by the next call, unless reset.

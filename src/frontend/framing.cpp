@@ -67,6 +67,8 @@ Outcome RunFrame(frontend& f, const Engine& engine) {
 
 }  // namespace
 
+void ChooseMode(frontend& f, int32_t mode) { f.mode = mode; }
+
 Processed ProcessSamples(frontend& f, const Engine& engine, std::span<int16_t> samples) {
   if (!IsUp(engine.state)) return {};
   const int32_t first = f.input_len;

@@ -15,7 +15,7 @@ inline constexpr int32_t kOutputCapacity = 160000;  // entries of either queue
 
 // Field by field, in the order of the interface. Nothing wraps round: positions return to 0 at a reset.
 struct frontend {
-  int32_t mode;  // set by every initialisation, before which no frame is processed
+  int32_t mode;  // 2 until an initialisation chooses
   int16_t input[vask::kInputCapacity];
   int32_t input_len;
   int32_t frame_pos;                        // first sample of the next frame
@@ -33,6 +33,8 @@ struct Processed {
   int32_t result = kNoFrame;  // kNoFrame, or that of the last frame; kEnded once the utterance is over
   bool ran_engine = false;    // for a frame at least
 };
+
+void ChooseMode(frontend& f, int32_t mode);
 
 // Take the samples in, process every complete frame. Clipped samples are written back into `samples` if their
 // frame was processed in this call.

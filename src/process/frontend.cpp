@@ -20,7 +20,7 @@ constexpr int32_t kDefaultTrailingSilence = 40;  // frames
 extern "C" {
 
 int32_t android_init_frontend(const char* dir, int32_t mode) {
-  process::front_end.mode = mode;
+  vask::ChooseMode(process::front_end, mode);
   const int32_t result = process::Start(dir, mode);
   vask::ReportTrailingSilence(kDefaultTrailingSilence);
   return result;

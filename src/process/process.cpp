@@ -42,6 +42,8 @@ namespace vask::process {
 [[gnu::init_priority(101)]] epd_engine engine_state = NewEngineRecord();
 EnvironmentDetector environment;
 frontend front_end;
+// Also by a call, and as early: its 1.3 MB of zeros.
+[[gnu::constructor(101)]] static void ChooseFirstMode() { ChooseMode(front_end, kSpeechFrames); }
 bool mean_loaded = false;
 int32_t mean_updates = 0;
 

@@ -50,6 +50,17 @@ std::vector<Samples> Play(int32_t mode, const Samples& all, size_t piece_size) {
   return queued;
 }
 
+// In a fresh process: who starts the engine alone gets the samples of the utterance.
+TEST(FrontEndDeathTest, IsInModeTwoAtLoad) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto listen = [] {
+    Samples scene = Utterance();
+    const bool ends = Vask_epd_init(".", 1) == 1 && Push(scene) == 1;
+    std::exit(ends && android_get_available_frames() > 80 * 160 ? 0 : 1);
+  };
+  EXPECT_EXIT(listen(), testing::ExitedWithCode(0), "");
+}
+
 TEST(FrontEnd, HandsOutTheQueueInOrder) {
   Samples samples = Hiss(6, 3000, 2), out(2000, 7);
   const Samples whole = Play(1, samples, 960)[0];
