@@ -14,7 +14,7 @@ bool any_forbidden = false;
 
 #ifdef __GLIBC__
 
-// The C library's own entrances. operator new comes to malloc by itself.
+// The C library's own entry points. operator new ends up in malloc anyway.
 extern "C" {
 void* __libc_malloc(size_t size) noexcept;
 void* __libc_calloc(size_t count, size_t size) noexcept;

@@ -1,18 +1,18 @@
-// Counts what is taken from the C heap in this process, the library's own calls included: the program brings
-// its own malloc, calloc, realloc and their aligned kin, which count and go on to those of the C library.
+// Counts allocations from the C heap in this process, including the library's own: the program has its own
+// malloc, calloc, realloc and aligned variants, which count and then call those of the C library.
 #pragma once
 
 #include <cstdint>
 
 namespace vask::bench {
 
-// Allocations since the program started, of all threads.
+// Allocations by all threads since the program started.
 uint64_t AllocationCount();
 
-// Whether they are counted on this platform; it takes glibc.
+// Whether they are counted on this platform; that needs glibc.
 bool AllocationsAreCounted();
 
-// A part that must not allocate did: remembered until the end of the run.
+// Record that code which must not allocate did; kept until the end of the run.
 void ReportForbiddenAllocation();
 bool AnyForbiddenAllocation();
 

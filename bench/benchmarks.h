@@ -8,7 +8,7 @@ namespace vask::bench {
 // Names: stage/<stage>, over speech.
 void RegisterStages();
 
-// Names: FormName of every pair of forms, over speech.
+// Names: FormName of each pair of forms, over speech.
 void RegisterPlain();
 
 // Names: frontend/...
@@ -21,7 +21,7 @@ void RegisterStreams();
 void RegisterEngine();
 void RegisterReference();
 
-inline constexpr int kEngineModes[] = {1, 2};  // 1: every frame comes out noise-reduced; 2: the utterances do
+inline constexpr int kEngineModes[] = {1, 2};  // 1: every frame, noise-reduced; 2: the utterances
 
 inline constexpr const char* kForms[] = {"transform", "gain_design", "likelihood_ratios", "convolution",
                                          "lags"};

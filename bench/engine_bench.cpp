@@ -12,9 +12,9 @@
 namespace vask::bench {
 namespace {
 
-constexpr size_t kMaxOutput = 88 * 160;  // samples that one frame may give
+constexpr size_t kMaxOutput = 88 * 160;  // samples that one frame may return
 
-// As the front end drives it: in mode 2 the end of an utterance (1) and a restart (2) wrap up the engine.
+// Driven as by the front end: in mode 2 the end of an utterance (1) and a restart (2) wrap up the engine.
 void Engine(benchmark::State& state, int mode, const Signal& signal) {
   const Quiet quiet;
   if (Vask_epd_init(".", mode) != 1) return state.SkipWithError("the engine cannot be set up");

@@ -1,4 +1,4 @@
-// The front end: its start, and the time of a frame by the size of the pieces in which the caller hands in
+// The front end: its start-up, and the time per frame by the size of the pieces in which the caller passes
 // the speech.
 #include <benchmark/benchmark.h>
 #include <vask/vask.h>

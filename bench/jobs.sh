@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# How `vask detect --jobs` scales: a thousand files of 5 s, with one job and with one a core, in turn. Prints the
-# speed-up of the best of five rounds and its share of what that many cores could give.
+# How `vask detect --jobs` scales: a thousand files of 5 s, alternately with one job and with one per core. Prints
+# the speed-up of the best of five rounds and its share of the ideal for that many cores.
 #
-#   bench/jobs.sh [VASK [JOBS]]    (build/release/vask, one a core)
+#   bench/jobs.sh [VASK [JOBS]]    (build/release/vask, one per core)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 vask=$(realpath "${1:-build/release/vask}")

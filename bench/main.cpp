@@ -1,5 +1,5 @@
-// vask-bench: times the library per frame of 10 ms, beside SpeexDSP in the same run, and fails if a frame
-// allocates. Takes the options of Google Benchmark.
+// vask-bench: times the library per 10 ms frame, with SpeexDSP in the same run, and fails if a frame
+// allocates. Accepts the options of Google Benchmark.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -16,7 +16,7 @@
 namespace vask::bench {
 namespace {
 
-// Prints as usual and keeps the mean CPU time of a frame for every benchmark.
+// Prints as usual and keeps each benchmark's mean CPU time per frame.
 class Report : public benchmark::ConsoleReporter {
  public:
   Report() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_Tabular) {}
@@ -31,7 +31,7 @@ class Report : public benchmark::ConsoleReporter {
     }
   }
 
-  // The ratios, of those that ran.
+  // The ratios between benchmarks that ran.
   void PrintRatios() const {
     for (const char* form : kForms) {
       const double plain = SecondsPerFrame(FormName(form, true)),

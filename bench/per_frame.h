@@ -9,8 +9,8 @@
 
 namespace vask::bench {
 
-// Runs `step` over all elements of `frames`, again and again, and reports the allocations of one frame.
-// Returns those of all frames.
+// Runs `step` over all elements of `frames`, again and again, and reports the allocations per frame.
+// Returns the total.
 template <typename Element, typename Step>
 uint64_t PerFrame(benchmark::State& state, const std::vector<Element>& frames, Step step) {
   uint64_t allocations = 0;
@@ -24,8 +24,7 @@ uint64_t PerFrame(benchmark::State& state, const std::vector<Element>& frames, S
   return allocations;
 }
 
-// The same for a part of this library: once set up it takes nothing from the heap, and the run fails if it
-// does.
+// The same for code of this library: once set up it must not allocate, and the run fails if it does.
 template <typename Element, typename Step>
 void PerFrameWithoutAllocation(benchmark::State& state, const std::vector<Element>& frames, Step step) {
   if (PerFrame(state, frames, step) > 0) ReportForbiddenAllocation();

@@ -1,4 +1,4 @@
-// The plain forms of the stages and the fast ones that take their place, over the same input.
+// The plain forms of the stages and the fast forms that replace them, over the same input.
 #include <benchmark/benchmark.h>
 #include <vask/vask.h>
 
@@ -61,7 +61,7 @@ void Transform(benchmark::State& state, bool plain) {
   ReleaseTwiddles(twiddles, 9);
 }
 
-// Amplitudes of a steady noise with the frame on top, as many as there are bins.
+// Amplitudes of a steady noise with the frame added, one per bin.
 template <size_t kCount>
 std::array<int64_t, kCount> Amplitudes(const Frame& frame) {
   std::array<int64_t, kCount> amplitudes;

@@ -1,4 +1,4 @@
-// Keeps the error stream quiet for a while: the engine and the SpeexDSP preprocessor report there.
+// Silences the error stream for a while: the engine and the SpeexDSP preprocessor write messages to it.
 #pragma once
 
 #include <fcntl.h>

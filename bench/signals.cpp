@@ -24,7 +24,7 @@ Signal ReadSpeech() {
   return signal;
 }
 
-// White and equally distributed over -range ... range.
+// White, uniformly distributed over -range ... range.
 Signal Noise(int32_t range) {
   std::mt19937 random(1);  // its sequence is the same in every C++ library
   const auto span = static_cast<uint32_t>(2 * range + 1);
@@ -36,7 +36,7 @@ Signal Noise(int32_t range) {
   return signal;
 }
 
-// The engine skips zeros before the first signal of an utterance: one frame of noise starts it.
+// The engine skips zeros before an utterance's first signal, so one frame of noise starts it.
 Signal Silence() {
   Signal signal = Noise(2000);
   std::fill(signal.begin() + 1, signal.end(), Frame{});

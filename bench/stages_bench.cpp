@@ -56,7 +56,7 @@ class NoiseReduction {
   wiener_filt record_{};
 };
 
-// The endpoint detector with its output queues, which are emptied as the engine does.
+// The endpoint detector with its output queues, which are emptied as in the engine.
 class Detector {
  public:
   Detector() {
@@ -106,7 +106,7 @@ class Detector {
   pre_emph_filt pre_emphasis_{};
 };
 
-// Takes the DC offset off a frame, in place.
+// Removes the DC offset from a frame, in place.
 void RemoveOffset(dc_filt& filter, Frame& frame) {
   std::array<int32_t, kFrameLength> wide;
   std::ranges::transform(frame, wide.begin(), [](int32_t sample) { return sample * 32768; });
@@ -114,7 +114,7 @@ void RemoveOffset(dc_filt& filter, Frame& frame) {
   std::ranges::transform(wide, frame.begin(), [](int32_t x) { return static_cast<int16_t>(x >> 15); });
 }
 
-// The speech as it comes to the endpoint detector.
+// The speech as it reaches the endpoint detector.
 const Signal& CleanedSpeech() {
   static const Signal cleaned = [] {
     Signal recorded;
@@ -132,7 +132,7 @@ const Signal& CleanedSpeech() {
   return cleaned;
 }
 
-// What the inner stages of the noise reduction see in a frame.
+// What the inner stages of the noise reduction get for a frame.
 struct NoiseReductionInput {
   std::array<int16_t, 400> window;
   std::array<int64_t, kSmoothedBins> power, mean_power;
@@ -151,7 +151,7 @@ const std::vector<NoiseReductionInput>& NoiseReductionInputs() {
       NoiseReductionInput& input = recorded.emplace_back();
       std::copy_n(record.sig_hist + record.win_offset, input.window.size(), input.window.begin());
       std::copy_n(record.mel_amp, kBands, input.band_amplitude.begin());
-      const auto square = [](int64_t root) { return root * root; };  // the filter leaves the roots behind
+      const auto square = [](int64_t root) { return root * root; };  // the filter leaves the roots there
       std::transform(record.psd_cur, record.psd_cur + kSmoothedBins, input.power.begin(), square);
       std::transform(record.psd_mean, record.psd_mean + kSmoothedBins, input.mean_power.begin(), square);
       input.speech = record.vad.vad_flag;
@@ -161,7 +161,7 @@ const std::vector<NoiseReductionInput>& NoiseReductionInputs() {
   return inputs;
 }
 
-// What the inner stages of the endpoint detector see in a frame.
+// What the inner stages of the endpoint detector get for a frame.
 struct DetectorInput {
   std::array<int16_t, kWindowLength> window;
   std::array<int32_t, kWindowLength> shifted;    // window << 16

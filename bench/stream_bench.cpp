@@ -1,4 +1,4 @@
-// Streams beside the engine itself: what positions, events and the queue cost on top of a frame.
+// Streams compared with the engine alone: what positions, events and the queue add to the cost of a frame.
 #include <benchmark/benchmark.h>
 
 #include <array>
