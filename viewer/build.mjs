@@ -1,6 +1,6 @@
-// Builds the page that the command fills in: one file, minified, the libraries and their licences in it.
+// Builds the page that the command fills in: one file, minified, including the libraries and their licences.
 //   node build.mjs          writes tools/vask/jobs/report/template.html
-//   node build.mjs --check  fails if that file is not what would be written
+//   node build.mjs --check  fails if that file differs from what would be written
 import {build} from 'esbuild';
 import {readFile, writeFile} from 'node:fs/promises';
 import {fileURLToPath} from 'node:url';
@@ -36,7 +36,7 @@ async function page() {
   const {script, style} = await bundle();
   const licences = (await Promise.all(kLibraries.map(licence))).join('\n\n');
   const html = await readFile(here('index.html'), 'utf8');
-  // As functions: a "$" in the text means nothing then. "</script" ends a script wherever it stands.
+  // As functions, so that a "$" in the text has no meaning. "</script" ends a script wherever it occurs.
   return html
     .replace('/*style*/', () => style)
     .replace('/*script*/', () => script.replaceAll('</script', '<\\/script'))

@@ -1,4 +1,4 @@
-// A canvas as large as its track, in the pixels of the screen.
+// A canvas as large as its track, in screen pixels.
 export class TrackCanvas {
   constructor(container) {
     this.container = container;
@@ -7,7 +7,7 @@ export class TrackCanvas {
     this.context = this.canvas.getContext('2d');
   }
 
-  // Fits it to the track and empties it; the sizes in pixels of the screen.
+  // Fits it to the track and clears it; sizes in screen pixels.
   clear() {
     const width = Math.round(this.container.clientWidth * devicePixelRatio);
     const height = Math.round(this.container.clientHeight * devicePixelRatio);

@@ -172,7 +172,7 @@ async function main() {
     if (index >= 0) playSegment(report.segments[index]);
   });
 
-  // What the reader listens to stays in view.
+  // Keeps the position being played in view.
   const zoom = (factor) => {
     const x = view.xOf(player.time);
     view.zoom(factor, x >= 0 && x <= view.width ? x : undefined);

@@ -1,4 +1,4 @@
-// From black over violet and orange to a light yellow, each step lighter than the one before.
+// From black through violet and orange to a light yellow, each step lighter than the one before.
 const kStops = [
   [0, 0, 4],
   [28, 16, 68],

@@ -1,4 +1,4 @@
-// Plays input or output, from where the reader is, on request until the end of a span.
+// Plays the input or the output from the current position, optionally only to the end of a span.
 import {soundUrl} from './report.js';
 
 export class Player {
@@ -6,8 +6,8 @@ export class Player {
   #urls = {};
   #listeners = [];
   #stopAt = Infinity;
-  #time = 0; // where to play from, while nothing is loaded yet
-  #loaded = false; // the sound stands at #time: the browser's own state runs ahead of its event
+  #time = 0; // where to play from while nothing is loaded
+  #loaded = false; // the sound is at #time: the browser's own state changes before its event
 
   constructor(report) {
     this.report = report;
@@ -84,7 +84,7 @@ export class Player {
     try {
       await this.#media.play();
     } catch (error) {
-      if (error.name !== 'AbortError') throw error; // paused, or another sound, before it began
+      if (error.name !== 'AbortError') throw error; // paused, or another sound chosen, before it began
     }
   }
 

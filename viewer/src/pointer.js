@@ -1,5 +1,5 @@
 // The pointer over the tracks: a line with the values there, clicks, the wheel and, on a touch screen,
-// pushing.
+// dragging.
 import {clock} from './format.js';
 
 export class Pointer {
@@ -11,7 +11,7 @@ export class Pointer {
     this.#letPush();
   }
 
-  // A click, with the time of its place.
+  // A click, with the time at its position.
   on(event, listener) {
     this.tracks.addEventListener(event, (e) => {
       const x = this.#xOf(e);

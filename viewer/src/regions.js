@@ -1,8 +1,8 @@
-// The segments on the waveform. They lie in its scrolled element at shares of its width, so scrolling and
-// zooming move them without a line of script, however many there are.
+// The segments on the waveform. They are placed in its scrolled element by percentages of its width, so
+// scrolling and zooming move them without any script, however many there are.
 import {inWords} from './format.js';
 
-// Edges and labels of those too narrow for them are left out.
+// Segments too narrow for an edge or a label are drawn without it.
 const kStyle = `
   div { position: absolute; top: 0; bottom: 0; overflow: hidden; container-type: inline-size; }
   div[data-kind=span] { background: var(--span); }

@@ -18,7 +18,7 @@ async function valuesOf(name) {
 
 export const kBands = 128;
 
-// Each column was written as its difference to the one before.
+// Each column was written as its difference from the previous one.
 function undoDifferences(columns) {
   for (let i = kBands; i < columns.length; ++i) columns[i] += columns[i - kBands];
   return columns;
@@ -43,8 +43,8 @@ export async function readReport() {
   return {...report, values};
 }
 
-// The sound of 'input' or 'output' as an address that a player takes. Decoding an hour takes a moment, so it
-// is done when somebody wants to listen.
+// The sound of 'input' or 'output' as a URL for the player. Decoding an hour takes a moment, so it is done
+// only when it is to be played.
 export function soundUrl(report, side) {
   const name = `sound-${side}`;
   const url = URL.createObjectURL(new Blob([bytesOf(name)], {type: report.sound}));

@@ -33,7 +33,7 @@ export class SegmentList {
       cell(row, clock(segment.start));
       cell(row, clock(segment.end), '\u2013');
       cell(row, `${(segment.end - segment.start).toFixed(2)} s`);
-      cell(row, `${clock(segment.span_start)}\u2009\u2013\u2009${clock(segment.span_end)}`, 'put out');
+      cell(row, `${clock(segment.span_start)}\u2009\u2013\u2009${clock(segment.span_end)}`, 'delivered');
       cell(row, `${Math.round(100 * segment.voiced)} %`, 'voiced');
       cell(row, `${decimal(segment.level)} dB`);
       cell(row, inWords(segment.rejected ?? segment.ended));
@@ -50,7 +50,7 @@ export class SegmentList {
     });
   }
 
-  // The listener gets the segment and what is to happen: 'select', 'show', 'input' or 'output'.
+  // The listener gets the segment and the action: 'select', 'show', 'input' or 'output'.
   onAction(listener) {
     this.#listeners.push(listener);
   }
@@ -66,7 +66,7 @@ export class SegmentList {
     for (const listener of this.#listeners) listener(this.current, action);
   }
 
-  // The utterance before or after a time, the rejected ones left out.
+  // The utterance before or after a time, skipping rejected segments.
   step(direction, time) {
     const places = this.segments.map((_, i) => i).filter((i) => this.segments[i].rejected === null);
     const index =

@@ -6,8 +6,8 @@ import {kBands} from './report.js';
 const kColours = palette();
 const kRangeDb = 70;
 
-// The level that 99.9 % of all values stay below, for one scale of input and output. Of silence it is a low
-// one.
+// The level below which 99.9 % of all values lie, so that input and output share one scale. For silence it is
+// low.
 export function brightest(columns) {
   const counts = new Uint32Array(256);
   for (const value of columns) ++counts[value];
@@ -23,7 +23,7 @@ export class Spectrogram {
   constructor(container, columns, step, top) {
     this.columns = columns;
     this.count = columns.length / kBands;
-    this.step = step; // seconds a column
+    this.step = step; // seconds per column
     this.colours = Uint32Array.from({length: 256}, (_, value) => {
       const share = (value - top + kRangeDb) / kRangeDb;
       return kColours[Math.round(255 * Math.min(Math.max(share, 0), 1))];
@@ -44,7 +44,7 @@ export class Spectrogram {
     const first = Math.min(Math.floor(view.start / this.step), this.count);
     const last = Math.min(Math.ceil(view.end / this.step), this.count);
     if (last <= first || width === 0) return;
-    const across = Math.min(last - first, width); // columns of the image: a pixel shows its loudest
+    const across = Math.min(last - first, width); // image columns; each shows the loudest it covers
     this.#image.width = across;
     this.#image.height = kBands;
     const context = this.#image.getContext('2d');

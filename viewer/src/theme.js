@@ -1,4 +1,4 @@
-// Light or dark: as the system says until the reader decides.
+// Light or dark: follows the system until the user chooses.
 const kKey = 'vask-report-theme';
 const system = matchMedia('(prefers-color-scheme: dark)');
 
@@ -6,7 +6,7 @@ function remembered() {
   try {
     return localStorage.getItem(kKey);
   } catch {
-    return null; // a browser may keep nothing for files
+    return null; // a browser may store nothing for local files
   }
 }
 
@@ -34,7 +34,7 @@ export class Theme {
     try {
       localStorage.setItem(kKey, this.#chosen);
     } catch {
-      // then it holds until the page is closed
+      // then the choice lasts until the page is closed
     }
     this.#apply();
   }

@@ -14,12 +14,12 @@ function gutter() {
   return parseFloat(colour('gutter'));
 }
 
-// Labels of the time axis need as many decimals as their distance has.
+// Labels of the time axis need as many decimals as their spacing.
 function timeLabels(plot, splits) {
   const distance = splits.length > 1 ? splits[1] - splits[0] : 1;
   const decimals =
     [0, 1, 2].find((n) => Math.abs(distance * 10 ** n - Math.round(distance * 10 ** n)) < 1e-6) ?? 3;
-  const room = plot.bbox.width / devicePixelRatio - 22; // the label of the right edge would be cut
+  const room = plot.bbox.width / devicePixelRatio - 22; // a label at the right edge would be clipped
   return splits.map((time) => (plot.valToPos(time, 'x') > room ? '' : clock(time, decimals)));
 }
 
@@ -69,7 +69,7 @@ class Plot {
 }
 
 export class Traces extends Plot {
-  // lines: {values, name} each, name being that of a colour; range: [lowest, highest] of the axis
+  // lines: a list of {values, name}, name being that of a colour; range: [lowest, highest] of the axis
   constructor(container, height, step, lines, range) {
     const times = Float64Array.from(lines[0].values, (_, t) => (t + 0.5) * step);
     super(

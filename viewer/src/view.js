@@ -1,6 +1,6 @@
-// The part of the recording that all tracks show. The waveform holds it, as its scroll position and zoom; the
-// other tracks are told when it changes.
-const kClosest = 2000; // pixels a second
+// The part of the recording that all tracks show. The waveform holds it as its scroll position and zoom; the
+// other tracks are notified when it changes.
+const kClosest = 2000; // pixels per second
 
 export class View {
   #listeners = [];
@@ -21,7 +21,7 @@ export class View {
     return this.surfer.getWidth();
   }
   get scale() {
-    // pixels a second
+    // pixels per second
     return Math.max(this.surfer.getWrapper().clientWidth, 1) / this.seconds;
   }
   get start() {
@@ -38,7 +38,7 @@ export class View {
     return Math.min(Math.max(this.start + x / this.scale, 0), this.seconds);
   }
 
-  // Zooms by a factor; what is at `x` stays there.
+  // Zooms by a factor, keeping what is at `x` in place.
   zoom(factor, x = this.width / 2) {
     const time = this.timeAt(x);
     const whole = this.width / this.seconds;
@@ -56,14 +56,14 @@ export class View {
     this.surfer.setScroll(this.surfer.getScroll() + pixels);
   }
 
-  // Zooms so that the span takes the middle.
+  // Zooms so that the span fills the middle.
   frame(start, end) {
     this.zoom((0.6 * this.width) / (end - start) / this.scale);
     this.surfer.setScroll(((start + end) / 2) * this.scale - this.width / 2);
     this.#changed();
   }
 
-  // Scrolls, and zooms out if need be, until the span can be seen.
+  // Scrolls, and zooms out if necessary, until the span is visible.
   reveal(start, end) {
     const margin = (0.1 * this.width) / this.scale;
     if (start >= this.start && end <= this.end) return;
