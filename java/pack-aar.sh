@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Pack an Android archive: the class, the libraries, the rules for R8, and headers and libraries once more as native
+# Pack an Android archive: the class, the libraries, the rules for R8, and the headers and libraries again where native
 # builds look for them (Prefab).
 #
 #   pack-aar.sh OUT.aar VERSION VASK.jar ABI=LIBRARY...
 #
-# JAR names the jar tool. NDK_MAJOR and API are those that the libraries were built with.
+# JAR names the jar tool. NDK_MAJOR and API are those with which the libraries were built.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 out=$(realpath -m "$1") version=$2 jar=$3
@@ -31,7 +31,7 @@ for pair in "$@"; do
     mkdir -p "$folder"
     cp "$library" "$folder/libVask.so"
   done
-  # No C++ crosses the interface, so it fits every C++ library of the application.
+  # No C++ crosses the interface, so it works with any C++ library in the application.
   printf '{"abi": "%s", "api": %d, "ndk": %d, "stl": "none", "static": false}\n' \
     "$abi" "${API:-21}" "${NDK_MAJOR:-0}" > "$module/libs/android.$abi/abi.json"
 done

@@ -43,9 +43,9 @@ public final class Vask {
   public static synchronized native int Vask_epd_init(String kbDir, int mode);
 
   /**
-   * Chooses the device or its operating system, whose tuning the next {@link #Vask_epd_init} takes.
+   * Selects the device or its operating system; the next {@link #Vask_epd_init} uses its tuning.
    *
-   * @param option 1: device; 2: operating system; any other: nothing happens
+   * @param option 1: device; 2: operating system; any other: no effect
    * @param value number of the device or system; 2 is the default of both
    * @return 0
    */
@@ -61,9 +61,9 @@ public final class Vask {
    * @param n number of samples, at most the length of the array
    * @param samples the samples; those whose frame was processed in this call are clipped to -30000 ... 30000 in
    *     place
-   * @return 0: go on; 1: the utterance has ended. What turns out to be no speech ends it too, with an empty queue;
-   *     -1: no frame was complete, or {@link #Vask_epd_init} has not been called; 2: only in mode 1, like 0. Also
-   *     0, and nothing is processed, if {@code samples} is null
+   * @return 0: continue; 1: the utterance has ended, or what was heard turned out not to be speech and the queue is
+   *     empty; -1: no frame was complete, or {@link #Vask_epd_init} has not been called; 2: only in mode 1, same as
+   *     0. Also 0, with nothing processed, if {@code samples} is null
    * @throws ArrayIndexOutOfBoundsException if n is negative or greater than the length of the array
    */
   public static synchronized native int Vask_epd_process_frames(int n, short[] samples);
@@ -71,11 +71,11 @@ public final class Vask {
   /**
    * Takes samples from the queue.
    *
-   * @param max the greatest number of samples wanted
+   * @param max maximum number of samples to take
    * @param out gets the samples, from index 0
    * @return the number of samples taken; max itself if it is less than 1
    * @throws NullPointerException if {@code out} is null
-   * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what is there to take
+   * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what could be taken
    */
   public static synchronized native int Vask_epd_get_raw_data(int max, short[] out);
 
@@ -85,7 +85,7 @@ public final class Vask {
    *
    * @param n size of a packet in bytes, 1 to 999999
    * @param out gets the packet, from index 0
-   * @param last not 0 at the end of the utterance: what is missing is filled up with silence
+   * @param last not 0 at the end of the utterance: the packet is filled up with silence
    * @return n; 0 if fewer than 2n samples are queued and {@code last} is 0, or if n is out of range
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if there is a packet and {@code out} is shorter
@@ -93,64 +93,64 @@ public final class Vask {
   public static synchronized native int Vask_epd_get_pkt_data(int n, byte[] out, int last);
 
   /**
-   * Takes all whole packets from the queue, each with a header of 8 characters before its n bytes: "D", or "E"
-   * for the last of an utterance, a blank, and n in six columns, as in {@code "D    160"}.
+   * Takes all whole packets from the queue, each with a header of 8 characters before its n bytes: "D" ("E" for the
+   * last of an utterance), a space, and n in six columns, as in {@code "D    160"}.
    *
    * @param n size of a packet in bytes without its header, 1 to 999999
-   * @param out gets the packets, one after the other, from index 0
-   * @param last not 0 at the end of the utterance: what is left is filled up with silence and sent as "E"; there
-   *     is always one
-   * @return the number of bytes, k (n + 8) for k packets; 0 if there is none, or if n is out of range
+   * @param out gets the packets, one after another, from index 0
+   * @param last not 0 at the end of the utterance: the rest is filled up with silence and sent as "E"; there is
+   *     always such a packet
+   * @return the number of bytes, k (n + 8) for k packets; 0 if there are none, or if n is out of range
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than the packets
    */
   public static synchronized native int Vask_epd_get_pkt_stream(int n, byte[] out, int last);
 
   /**
-   * Ends the utterance from outside. What is queued stays.
+   * Ends the utterance from outside. The queue is kept.
    *
    * @return 1
    */
   public static synchronized native int Vask_epd_wrapup();
 
   /**
-   * Makes ready for the next utterance: empties input and queue and begins a new packet stream. In the middle of
-   * an utterance call {@link #Vask_epd_wrapup} as well.
+   * Prepares for the next utterance: empties input and queue and begins a new packet stream. In the middle of an
+   * utterance call {@link #Vask_epd_wrapup} as well.
    */
   public static synchronized native void Vask_epd_reset();
 
   /**
-   * Does nothing; there are no features to take.
+   * Does nothing; there are no features.
    *
    * @return 0
    */
   public static synchronized native int Vask_epd_get_mfc_data();
 
   /**
-   * Opens a file for {@link #Vask_fread}. Close the one before first: it is replaced and not closed.
+   * Opens a file for {@link #Vask_fread}. Close the previous one first: it is replaced without being closed.
    *
    * @param path its name
-   * @return a number other than 0 that stands for the file; 0 if it cannot be opened, and then no file is open.
-   *     With a null path the number of the file that is open
+   * @return a number other than 0 that identifies the file; 0 if it cannot be opened, and then no file is open. With
+   *     a null path, the number of the file that is open
    */
   public static synchronized native int Vask_fopen(String path);
 
   /**
    * Reads 16-bit samples, in the byte order of the machine, from the open file.
    *
-   * @param n the greatest number of samples wanted
+   * @param n maximum number of samples to read
    * @param out gets the samples, from index 0
    * @return the number of samples read; 0 at the end, if no file is open, or if n is less than 1
    * @throws NullPointerException if a file is open and {@code out} is null
-   * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what was read; the file stands where it
-   *     stood, unless it is a pipe
+   * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what was read; the position in the
+   *     file is then unchanged, unless it is a pipe
    */
   public static synchronized native int Vask_fread(int n, short[] out);
 
   /**
    * Reads bytes from the open file, otherwise as {@link #Vask_fread}.
    *
-   * @param n the greatest number of bytes wanted
+   * @param n maximum number of bytes to read
    * @param out gets the bytes, from index 0
    * @return the number of bytes read; 0 at the end, if no file is open, or if n is less than 1
    * @throws NullPointerException if a file is open and {@code out} is null
@@ -161,7 +161,7 @@ public final class Vask {
   /**
    * Closes the open file.
    *
-   * @return 0, also if no file is open; another number if closing failed
+   * @return 0, also if no file is open; another value if closing failed
    */
   public static synchronized native int Vask_fclose();
 }

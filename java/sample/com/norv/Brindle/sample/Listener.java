@@ -10,24 +10,24 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
 
-/** Feeds sound to the front end as it comes, 20 ms at a time, and collects the utterances. */
+/** Feeds sound to the front end as it arrives, 20 ms at a time, and collects the utterances. */
 final class Listener {
   static final int RATE = 16000;
 
   private static final int FRAME = 160;
   private static final int BUFFER = 2 * FRAME;
-  /** Frames by which a start is noticed late: 2 of noise reduction, 9 of onset, 3 of smoothing. */
+  /** Frames by which detecting a start is delayed: 2 of noise reduction, 9 of onset, 3 of smoothing. */
   private static final int START_DELAY = 14;
   /** The same for an end: 2 frames, 100 of hangover, 3 of smoothing. */
   private static final int END_DELAY = 105;
-  /** Buffers of silence after the sound, in which the last utterance ends. */
+  /** Buffers of silence after the sound, so that the last utterance ends. */
   private static final int TAIL = 150;
-  /** Bytes of a packet: 20 ms. */
+  /** Bytes per packet: 20 ms. */
   private static final int PACKET = BUFFER / 2;
   /** Samples that the front end holds. */
   private static final int CAPACITY = 160000;
 
-  /** An utterance: the buffers that began and ended it, and what the front end gave for it. */
+  /** An utterance: the buffers in which it began and ended, and what the front end returned for it. */
   static final class Utterance {
     final int first;
     int last;
@@ -44,9 +44,9 @@ final class Listener {
   private int spoken;
 
   /**
-   * Listens twice: to the sound itself, taking samples, then to what was kept of it, taking packets.
+   * Processes the sound twice: as it arrives, taking samples, then from a copy of it, taking packets.
    *
-   * @param sound 16-bit samples, low byte first, to its end
+   * @param sound 16-bit samples, low byte first; read to its end
    * @return the utterances
    */
   List<Utterance> listen(InputStream sound) throws IOException {
@@ -83,13 +83,13 @@ final class Listener {
     Vask.Vask_epd_wrapup();
   }
 
-  /** Returns the utterance that is open afterwards. */
+  /** Returns the utterance that is open afterwards, or null. */
   private Utterance feedForSamples(short[] buffer, Utterance open) {
     int now = buffers.size() - 1;
     boolean ended = Vask.Vask_epd_process_frames(BUFFER, buffer) == 1;
     if (open == null) {
-      // The first sample tells that an utterance has begun. The others wait for its end: if it turns out to be
-      // no speech they are gone then, and it is one that never was.
+      // The first sample shows that an utterance has begun. The others stay queued until its end: if it turns out
+      // not to be speech they are gone by then, and there was no utterance.
       short[] first = new short[1];
       if (Vask.Vask_epd_get_raw_data(1, first) == 1) {
         open = new Utterance(now);
@@ -113,7 +113,7 @@ final class Listener {
       open.last = now;
       utterances.add(open);
     }
-    // Nothing is wanted of what the front end holds; it has room for 10 s from here.
+    // Nothing the front end holds is needed any more; after the reset it has room for another 10 s.
     Vask.Vask_epd_reset();
     return null;
   }
@@ -122,7 +122,7 @@ final class Listener {
     return Math.max(0, (buffer + 1) * 2 - delay) * FRAME / (double) RATE;
   }
 
-  /** Fills the buffer, with silence behind the end of the sound; false when nothing is left. */
+  /** Fills the buffer, with silence after the end of the sound; false when nothing is left. */
   private static boolean read(InputStream sound, short[] buffer) throws IOException {
     byte[] bytes = new byte[2 * buffer.length];
     int at = 0;

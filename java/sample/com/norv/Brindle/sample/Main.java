@@ -17,7 +17,7 @@ import javax.sound.sampled.UnsupportedAudioFileException;
 
 /**
  * Finds the utterances of a recording or of the microphone, writes each as raw samples and as packets, decodes the
- * packets again and says how near they come.
+ * packets again and reports how close they are.
  */
 public final class Main {
   private static final AudioFormat FORMAT = new AudioFormat(Listener.RATE, 16, 1, true, false);
@@ -27,7 +27,7 @@ public final class Main {
   /**
    * Runs the sample.
    *
-   * @param args the folder of the results, then a WAV file or {@code --microphone SECONDS}
+   * @param args the folder for the results, then a WAV file or {@code --microphone SECONDS}
    */
   public static void main(String[] args) {
     boolean microphone = args.length == 3 && args[1].equals("--microphone");
@@ -59,7 +59,7 @@ public final class Main {
     Listener.print("%d utterances written to %s\n", utterances.size(), folder);
   }
 
-  /** How far the noise of the codec lies below the signal. The last packet may go on behind it. */
+  /** How far the codec's noise is below the signal, in dB. The last packet may extend beyond the samples. */
   private static double snrDb(short[] samples, short[] decoded) {
     double signal = 0;
     double noise = 0;

@@ -4,7 +4,7 @@ import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 
-/** What a receiver does with headed packets: splits the stream and decodes the IMA ADPCM in it. */
+/** What a receiver does with packets with headers: splits the stream and decodes the IMA ADPCM in it. */
 final class PacketReader {
   static final int HEADER = 8;
 
@@ -25,8 +25,8 @@ final class PacketReader {
   /**
    * Decodes the packets of one utterance.
    *
-   * @param stream headed packets, the last of type E
-   * @return two samples for each byte of code
+   * @param stream packets with headers, the last of type E
+   * @return two samples per byte of code
    */
   static short[] decode(byte[] stream) throws IOException {
     PacketReader reader = new PacketReader();
