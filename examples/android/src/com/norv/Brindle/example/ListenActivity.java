@@ -6,7 +6,7 @@ import android.content.pm.PackageManager;
 import android.os.Bundle;
 import android.widget.TextView;
 
-/** Shows how long the last utterance was. Listens while it is on the screen and may use the microphone. */
+/** Shows how long the last utterance was. Listens while it is on screen and has permission to record. */
 public final class ListenActivity extends Activity implements Microphone.Listener {
   private static final int REQUEST = 1;
 

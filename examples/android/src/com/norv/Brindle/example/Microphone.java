@@ -8,7 +8,7 @@ import java.util.Arrays;
 
 /** The microphone's thread, and the only one that calls the front end. */
 final class Microphone extends Thread {
-  /** Told on this thread. */
+  /** Called on this thread. */
   interface Listener {
     void onUtterance(byte[] packets, int seconds);
 
@@ -40,7 +40,7 @@ final class Microphone extends Thread {
 
   @Override
   public void run() {
-    synchronized (FRONT_END) { // the thread of a screen that was left may still be at work
+    synchronized (FRONT_END) { // the thread of a closed screen may still be running
       if (closed) return;
       if (Vask.Vask_epd_init(folder, 2) != 1) {
         listener.onFailure("The front end does not start.");
@@ -77,7 +77,7 @@ final class Microphone extends Thread {
       }
       fed += count;
       if (Vask.Vask_epd_process_frames(count, buffer) == 1) {
-        // The whole utterance has waited for its end. More than the closing packet: it was speech.
+        // The whole utterance was queued until its end. More than the closing packet: it was speech.
         int size = Vask.Vask_epd_get_pkt_stream(PACKET, packets, 1);
         if (size > PACKET + 8) listener.onUtterance(Arrays.copyOf(packets, size), size / (PACKET + 8) / 50);
       } else if (fed < IDLE_RESET || utteranceIsOpen()) {
@@ -88,7 +88,7 @@ final class Microphone extends Thread {
     }
   }
 
-  /** Whether anything is queued: a packet that does not fit is refused and stays. */
+  /** Whether anything is queued: a packet that does not fit is refused and stays queued. */
   private static boolean utteranceIsOpen() {
     try {
       return Vask.Vask_epd_get_pkt_data(1, NO_ROOM, 0) > 0;
