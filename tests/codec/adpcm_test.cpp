@@ -1,4 +1,4 @@
-// IMA ADPCM from states that no encoder makes. tests/codec/audioop_check.py compares the bits.
+// IMA ADPCM from states that no encoder produces. tests/codec/audioop_check.py compares the bits.
 #include <gtest/gtest.h>
 #include <vask/adpcm.h>
 
@@ -9,7 +9,7 @@ namespace {
 using vask::test::Noise, vask::test::Samples;
 using Bytes = std::vector<uint8_t>;
 
-TEST(Adpcm, TakesAnIndexBeyondTheTableAsItsLast) {
+TEST(Adpcm, TreatsAnIndexBeyondTheTableAsItsLast) {
   const Samples in = Noise(64, 32767, 9);
   for (const uint8_t index : {uint8_t{89}, uint8_t{255}}) {
     adpcm_state good = {100, 88}, wrong = {100, index};

@@ -2,7 +2,7 @@
 
     audioop_check.py LIBRARY RECORDING.wav
 
-Exit status 77: this Python has no audioop (it is gone from 3.13 on).
+Exit status 77: this Python has no audioop (removed in 3.13).
 """
 import array
 import ctypes

@@ -1,13 +1,13 @@
 /*
- * The whole front end on one line a mode: a digest of everything that it gave for a recording. The digests
- * are the same for every size of piece, compiler, level of optimisation and processor, which is what this
+ * The whole front end in one line per mode: a digest of everything that it returned for a recording. The
+ * digests are the same for every piece size, compiler, optimisation level and processor, which is what this
  * checks.
  *
- *   vask-digest print FILE.wav [PIECE...]               print the digests, as expected.txt keeps them
- *   vask-digest check EXPECTED.txt FILE.wav [PIECE...]  compare them with the lines that are kept
+ *   vask-digest print FILE.wav [PIECE...]               print the digests, as in expected.txt
+ *   vask-digest check EXPECTED.txt FILE.wav [PIECE...]  compare them with those lines
  *
- * FILE.wav is 16 kHz mono 16-bit with a header of 44 bytes. A PIECE is the number of samples handed over at
- * once; without any it is 160. Beside the recording the program makes noise and clipped material of its own.
+ * FILE.wav is 16 kHz mono 16-bit with a header of 44 bytes. A PIECE is the number of samples passed per call,
+ * 160 by default. In addition to the recording the program generates noise and clipped material.
  */
 #include <inttypes.h>
 #include <stdio.h>
@@ -18,9 +18,9 @@
 
 enum {
   kFrame = 160,
-  kBlock = 100 * kFrame,     /* samples between two chances to reset the front end, whatever the piece */
-  kTail = 350 * kFrame,      /* silence behind the input, so that an open utterance ends */
-  kMadeSamples = 12 * 16000, /* length of the material made here */
+  kBlock = 100 * kFrame,     /* samples between two chances to reset the front end, whatever the piece size */
+  kTail = 350 * kFrame,      /* silence after the input, so that an open utterance ends */
+  kMadeSamples = 12 * 16000, /* length of the generated material */
   kHeaderBytes = 44,
   kMostSamples = 1 << 22, /* of a recording */
   kMaxPiece = kBlock
@@ -38,7 +38,7 @@ typedef struct {
 } Digest;
 
 typedef struct {
-  Digest output;  /* samples or features, in the order in which they came */
+  Digest output;  /* samples or features, in order of arrival */
   Digest history; /* the log energies and extremes kept for the environment-change detection */
   int32_t ends;   /* utterances that ended or were dropped */
 } Result;
@@ -71,7 +71,7 @@ static void Drain(Digest* digest, int32_t mode) {
   }
 }
 
-/* All that was handed in has been processed: take over the histories and clear the positions. */
+/* All input has been processed: add the histories to the digest and clear the positions. */
 static void TakeHistory(Digest* digest) {
   int32_t i;
   for (i = 0; i < ecdorgFrames; ++i) {
@@ -96,14 +96,15 @@ static int Run(const Signal* signal, int32_t mode, int32_t piece, Result* result
     fprintf(stderr, "vask-digest: the front end cannot be initialised\n");
     return 0;
   }
-  /* A restart in mode 1 is reported by the next frame in another mode: not to the run that follows. */
+  /* A restart in mode 1 is reported by the next frame in another mode: keep it out of the run that follows.
+   */
   Vask_epd_features(buffer, kFrame, &nothing, &count);
   android_wrapup_frontend();
   android_reset_frontend();
   while (at < end) {
     int32_t i, n = piece, ended;
     if (n > kBlock - at % kBlock)
-      n = kBlock - at % kBlock; /* every size of piece meets the ends of the blocks */
+      n = kBlock - at % kBlock; /* pieces of every size end at the block boundaries */
     if (n > end - at) n = end - at;
     for (i = 0; i < n; ++i) buffer[i] = at + i < signal->count ? signal->samples[at + i] : 0;
     at += n;
@@ -128,7 +129,7 @@ static uint32_t Random(uint32_t* state) {
   return *state >> 16;
 }
 
-/* Noise that grows from nothing to the full scale, with two seconds of silence in it. */
+/* Noise that grows from silence to full scale, with two seconds of silence in it. */
 static void MakeNoise(Signal* signal) {
   uint32_t state = 1;
   int32_t i;
@@ -139,7 +140,7 @@ static void MakeNoise(Signal* signal) {
   }
 }
 
-/* Faint noise, then every second a burst of a full-scale square wave of another pitch. */
+/* Faint noise, then every second a burst of a full-scale square wave of a different pitch. */
 static void MakeSquares(Signal* signal) {
   uint32_t state = 2;
   int32_t i;
@@ -165,7 +166,7 @@ static int ReadWav(const char* path, Signal* signal) {
   return signal->count > 0;
 }
 
-/* Is this line in the file of expected ones? */
+/* Is this line among the expected ones? */
 static int IsExpected(FILE* expected, const char* line) {
   char kept[256];
   rewind(expected);

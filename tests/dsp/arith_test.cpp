@@ -1,4 +1,4 @@
-// Wrapping, saturating and shifting arithmetic against wider integers.
+// Wrapping, saturating and shifting arithmetic, compared with wider integers.
 #include "dsp/arith.h"
 
 #include <gtest/gtest.h>

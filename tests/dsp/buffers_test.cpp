@@ -1,4 +1,4 @@
-// Queues at their limits: the end of the storage, positions that run out, skips beyond the writer.
+// Queues at their limits: the end of the storage, positions about to overflow, skips past the writer.
 #include <gtest/gtest.h>
 #include <vask/buffers.h>
 
@@ -8,7 +8,7 @@
 namespace vask::test {
 namespace {
 
-TEST(Queue, RefusesABlockThatCrossesTheEndAndCountsOnWhenNobodyReads) {
+TEST(Queue, RefusesABlockThatCrossesTheEndAndKeepsCountingWhenNobodyReads) {
   sin_buff q = {};
   ASSERT_EQ(init_sin_buff(&q, 8), 1);
   const int16_t block[9] = {-2, 1, 32767, -32768, 5, 6, 7, 8, 9};
@@ -16,7 +16,7 @@ TEST(Queue, RefusesABlockThatCrossesTheEndAndCountsOnWhenNobodyReads) {
   for (int32_t n : {9, 6, 3, 2}) write_sin_buff(block, &q, n);
   EXPECT_EQ(IReadFromSIn_Buff(&q, got.data(), 8, 8), 1);
   EXPECT_EQ(got, (Values{-131072, 65536, 2147418112, INT32_MIN, 5 << 16, 6 << 16, -131072, 65536}));
-  EXPECT_EQ(q.read_pos, 8);  // this reader stands at the capacity, and reads slot 0 all the same
+  EXPECT_EQ(q.read_pos, 8);  // this reader is at the capacity and still reads slot 0
   write_sin_buff(block + 1, &q, 8);
   EXPECT_EQ(IReadFromSIn_Buff(&q, got.data(), 8, 1), 1);
   EXPECT_EQ((Values{got[0], q.read_pos, q.write_pos}), (Values{65536, 1, 8}));
@@ -24,8 +24,7 @@ TEST(Queue, RefusesABlockThatCrossesTheEndAndCountsOnWhenNobodyReads) {
   write_sin_buff(block, &q, 8);
   EXPECT_EQ((Values{q.data[0], q.read_pos, q.write_pos}), (Values{-2, 8, 16}));
   int16_t samples[8] = {};
-  EXPECT_EQ(ReadFromSIn_Buff(&q, samples, 8, 12),
-            1);  // skips beyond the writer: an error until it has caught up
+  EXPECT_EQ(ReadFromSIn_Buff(&q, samples, 8, 12), 1);  // past the writer: an error until it catches up
   EXPECT_EQ(Hear([&] { ReadFromSIn_Buff(&q, samples, 1, 1); }).out, "ERROR: Input Buffer Error\n");
   for (int round = 0; round < 2; ++round) close_sin_buff(&q), sin_buff_setting(&q);
   EXPECT_EQ(q.data, nullptr);

@@ -1,4 +1,4 @@
-// The functions that stand in for the mathematics library, against it.
+// The functions that replace those of the maths library, compared with it.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,16 +10,16 @@
 namespace vask {
 namespace {
 
-TEST(Elementary, TheEnergysLogarithmIsTheNearestFloat) {
+TEST(Elementary, TheLogarithmOfAnEnergyIsTheNearestFloat) {
   std::mt19937 random(6);
-  for (int32_t i = 1 << 23; i < (1 << 24) + 500000; ++i) {  // an octave, then any length
+  for (int32_t i = 1 << 23; i < (1 << 24) + 500000; ++i) {  // an octave, then random lengths
     const int32_t energy = i < 1 << 24 ? i : static_cast<int32_t>(random() >> 1 >> (random() % 31));
     const double rounded = static_cast<double>(static_cast<float>(energy));
     ASSERT_EQ(NaturalLogOfEnergy(energy), static_cast<float>(std::log(rounded))) << energy << ", seed 6";
   }
 }
 
-TEST(Elementary, PortableFunctionsAreWithinTwoUnitsOfTheLastPlace) {
+TEST(Elementary, PortableFunctionsAreWithinTwoUnitsInTheLastPlace) {
   const auto check = [](double (*function)(double), long double (*exact)(long double), double low,
                         double high) {
     std::mt19937_64 random(7);

@@ -1,4 +1,4 @@
-// The built-in tables: what is stored is what the recipes give.
+// The built-in tables: the stored values are those of the recipes.
 #include <gtest/gtest.h>
 #include <vask/dsp.h>
 #include <vask/mfcc.h>

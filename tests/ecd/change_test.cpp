@@ -1,4 +1,4 @@
-// Change points and verdicts over histories at their limits, of nonsense, and in any float mode.
+// Change points and verdicts: histories at their limits, meaningless values, every float mode.
 #include <gtest/gtest.h>
 #include <vask/ecd.h>
 
@@ -44,7 +44,7 @@ class Change : public testing::Test {
   std::mt19937 random_{11};
 };
 
-TEST_F(Change, StartsWithTheTwentySixthRowAndLeavesTheLastOneOut) {
+TEST_F(Change, StartsWithTheTwentySixthRowAndLeavesOutTheLast) {
   const auto step = [](int t, int k) { return (t < 20 ? 1.0 : 5.0) + 0.01 * ((t * 7 + k * 3) % 5); };
   for (const int frames : {-5, 0, 1, 2, 24, 25}) {
     Fill(26, step);
@@ -57,18 +57,18 @@ TEST_F(Change, StartsWithTheTwentySixthRowAndLeavesTheLastOneOut) {
   EXPECT_EQ(ecdFrames, 0);
 }
 
-TEST_F(Change, TakesConstantsAndNonsenseAsTheyCome) {
+TEST_F(Change, CopesWithConstantsAndMeaninglessValues) {
   Fill(60, [](int, int) { return 5.0; });
   EXPECT_EQ(Look(), (Found{-1, -1, 0}));  // no variance anywhere
   Fill(60, [&](int t, int) { return t < 30 ? 5.0 : 5 + Noise(1); });
-  EXPECT_GE(Look()[2], 1);  // one half without any
+  EXPECT_GE(Look()[2], 1);  // only one half has any
   for (const double value : {double{NAN}, double{INFINITY}, -double{INFINITY}, 3e38}) {
     Fill(60, [&](int t, int) { return t < 30 ? Noise(1) : value; });
     const Found f = Look();
     EXPECT_TRUE(f[0] >= -1 && f[0] <= 60 && f[1] <= 60) << value << ": " << f[0] << ", " << f[1];
     Vask_epd_ecd();
   }
-  ecdFrames = INT32_MAX;  // written by the application: the nearest that is valid
+  ecdFrames = INT32_MAX;  // written by the application: counts as the nearest valid value
   Look();
   ecdFrames = INT32_MIN;
   EXPECT_EQ(Look(), (Found{-1, -1, 0}));
@@ -77,8 +77,8 @@ TEST_F(Change, TakesConstantsAndNonsenseAsTheyCome) {
   EXPECT_EQ(ECVreport(10, 20, 2), 3);
 }
 
-TEST_F(Change, FailsNoTestByALevelThatIsNotANumber) {
-  // Levels before the first change and behind the last, and between the changes, as each producer sees them.
+TEST_F(Change, ALevelThatIsNotANumberFailsNoTest) {
+  // Levels outside the changes (before the first, after the last) and between them, from each producer.
   const auto levels = [&](double before, double between, double background, double speech) {
     Fill(200, [&](int t, int) { return t < 40 || t >= 140 ? before : between; });
     for (int t = 0; t < 200; ++t)
@@ -97,7 +97,7 @@ TEST_F(Change, FailsNoTestByALevelThatIsNotANumber) {
     ECVreport(row, row, 2);  // nothing out of bounds
 }
 
-TEST_F(Change, DependsOnNoFloatModeOfTheCaller) {
+TEST_F(Change, DoesNotDependOnTheCallersFloatMode) {
   // The determinant of the quiet halves is about 0.14^46 = 5e-40, a subnormal number.
   Fill(200, [&](int t, int) { return (t > 60 && t < 130 ? 9 : 4) + Noise(t > 60 ? 0.5 : 0.14); });
   for (int t = 0; t < 200; ++t) ecdorgLFBE[t] = ecdLFBE[t][0];

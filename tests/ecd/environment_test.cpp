@@ -1,4 +1,4 @@
-// Environment-change detection: memory that is missing, and histories whose counters say anything.
+// Environment-change detection: no memory, and histories with arbitrary counters.
 #include <gtest/gtest.h>
 #include <unistd.h>
 #include <vask/vask.h>
@@ -10,8 +10,8 @@
 
 namespace {
 
-// The standard output takes the place of the standard error, which is what is compared.
-TEST(MatrixDeathTest, ASizeThatNoMemoryMeetsEndsTheProcessWithSuccess) {
+// Standard output goes to standard error, since that is what a death test compares.
+TEST(MatrixDeathTest, ASizeBeyondTheMemoryEndsTheProcessWithStatusZero) {
   const auto join = [] { dup2(STDERR_FILENO, STDOUT_FILENO), close(STDERR_FILENO); };
   const char message[] = "^Not enough memory : size = -1\n$";
   EXPECT_EXIT((join(), ecd_alloc(-1)), testing::ExitedWithCode(0), message);

@@ -32,8 +32,8 @@ class Endpoint : public testing::Test {
 
 TEST_F(Endpoint, DelaysTheRiseByNineFramesAndTheFallByTheHangover) {
   prm_.profile.hangover_frames = 30;
-  // Frames of 0, 1, 0, ... in turn, in and out: plain; too short; resumed in the hangover; after settled
-  // silence; and a countdown that runs on without speech.
+  // Runs of frames of 0, 1, 0, ..., in and out: plain; too short; resumed in the hangover; after settled
+  // silence; and a countdown that continues without speech.
   const std::pair<Values, Values> cases[] = {{{0, 20, 50}, {9, 41, 20}},
                                              {{5, 9}, {14}},
                                              {{0, 20, 29, 5, 40}, {9, 75, 10}},
@@ -58,7 +58,7 @@ TEST_F(Endpoint, DelaysTheRiseByNineFramesAndTheFallByTheHangover) {
 
 TEST_F(Endpoint, CutsALongSegmentThatHasBeenUnvoicedForLong) {
   prm_.profile.long_speech_frames = 130, prm_.profile.max_unvoiced_run = 150;
-  // In speech, frames, since voice, flag.
+  // In speech, frames, frames since voiced, flag.
   for (const auto& [on, frames, unvoiced_run, flag] : std::initializer_list<std::array<int32_t, 4>>{
            {1, 131, 151, 0}, {1, 130, 151, 1}, {1, 131, 150, 1}, {0, 131, 151, 1}}) {
     prm_.vad.onset_count = prm_.vad.silence_run = 0, prm_.speech_on = static_cast<int16_t>(on);

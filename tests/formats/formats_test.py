@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Each form of `vask detect -f`, and the audio of -o, read by its own reader and compared with jsonl.
+"""Each format of `vask detect -f`, and the audio of -o, read by its own reader and compared with jsonl.
 
     formats_test.py VASK ROOM.wav WEB_DIR [test...]
 """
@@ -49,7 +49,7 @@ def detect(form, inputs, *options, **more):
 
 @functools.cache
 def reference(inputs, *options):
-    """What jsonl says, a list a file, by name as jsonl has it."""
+    """The segments that jsonl lists: a list per file, by the name in jsonl."""
     found = {}
     for line in detect('jsonl', inputs, *options).decode().splitlines():
         segment = json.loads(line)
@@ -58,7 +58,7 @@ def reference(inputs, *options):
 
 
 def intervals(segments, case, rejected=False):
-    """The intervals in whole milliseconds that the forms of intervals show, with their text."""
+    """What the interval formats show: intervals in whole milliseconds, with their text."""
     _, pad_start, pad_end = CASES[case]
     shown, before = [], 0
     for s in segments:
@@ -101,7 +101,7 @@ class Formats(unittest.TestCase):
         with wave.open(ROOM) as room:
             frames = room.readframes(room.getnframes())
         cls.inputs = []
-        # Names that break lines, columns, quotes and encodings; each from another place in the recording on.
+        # Names that break lines, columns, quotes and encodings; each starts at another place in the recording.
         for k, name in enumerate((b'room.wav', b'a b.wav', b'q"u\'o,te.wav', b'tab\tline\nend.wav', b'caf\xc3\xa9.wav',
                                   b'caf\xe9 \xff.wav', b'-o.wav', b'wide\xe3\x80\x80space.wav', b'x.y,z.wav')):
             with open(name, 'wb') as file, wave.open(file) as copy:
@@ -125,12 +125,12 @@ class Formats(unittest.TestCase):
                 yield case, options, found
 
     def each_file(self, form, read):
-        """Each recording's listing, as read(paths) gives it: case, name, segments, what was read."""
+        """Each recording's listing, as read(paths) returns it: case, name, segments, what was read."""
         for case, options, found in self.each_case():
             shutil.rmtree('listings', ignore_errors=True)
             detect(form, self.inputs, '-o', 'listings', *options)
             paths = []
-            for k, name in enumerate(self.inputs):  # not all readers take all names
+            for k, name in enumerate(self.inputs):  # not every reader accepts every name
                 paths.append(f'listings/{k}')
                 os.rename(b'listings/' + os.path.splitext(name)[0] + OF_ONE[form].encode(), paths[-1])
             with open(paths[0], 'rb') as file:
@@ -138,7 +138,7 @@ class Formats(unittest.TestCase):
             for name, listing in zip(self.inputs, read(paths), strict=True):
                 yield case, name, found.get(text_of(name), []), listing
 
-    def test_the_cases_show_what_they_are_for(self):
+    def test_the_cases_cover_what_they_are_for(self):
         for case, _, found in self.each_case():
             segments = [s for one in found.values() for s in one]
             self.assertEqual(any(s['ended'] == 'split' for s in segments), case == 'split')
@@ -225,7 +225,7 @@ class Formats(unittest.TestCase):
 
     def test_kaldi(self):
         os.makedirs('again', exist_ok=True)
-        shutil.copy('room.wav', 'again/a b.wav')  # the same name once more
+        shutil.copy('room.wav', 'again/a b.wav')  # the same name again
         shutil.copy('room.wav', 'again/a_b.wav')
         for case, options, _ in self.each_case():
             inputs = (*self.inputs, b'again/a b.wav', b'again/a_b.wav')
@@ -258,7 +258,7 @@ class Formats(unittest.TestCase):
                 for ((first, last), rate, path), count in zip(utterances, counts, strict=True):
                     self.assertAlmostEqual(count, (last - first) * 16000 / rate, msg=path,
                                            delta=0 if rate == 16000 else 1)
-                run('sox', *paths, '-n', 'stat')  # they decode to their ends
+                run('sox', *paths, '-n', 'stat')  # they decode to the end
 
     def test_webvtt_beyond_an_hour(self):
         hour = 3600 * 16000 * 2
@@ -277,7 +277,7 @@ class Formats(unittest.TestCase):
         os.makedirs('locales', exist_ok=True)
         run('localedef', '-i', 'de_DE', '-f', 'UTF-8', './locales/de_DE.UTF-8')
         german = dict(os.environ, LOCPATH=os.path.abspath('locales'), LC_ALL='de_DE.UTF-8')
-        self.assertEqual(run('bash', '-c', 'printf %.1f 1,5', env=german), b'1,5')  # the locale is in force
+        self.assertEqual(run('bash', '-c', 'printf %.1f 1,5', env=german), b'1,5')  # the locale is in effect
         for form in FORMATS:
             one = self.inputs[:1]
             self.assertEqual(detect(form, one, '--pad-end', '0.25', env=german),
@@ -288,7 +288,7 @@ class Formats(unittest.TestCase):
             with_it = detect(form, [b'room.wav', b'none.wav', b'a b.wav'], status=1)
             self.assertEqual(with_it, detect(form, [b'room.wav', b'a b.wav']))
 
-    def test_forms_of_one_recording_want_a_folder_for_more(self):
+    def test_formats_for_one_recording_need_a_folder_for_more(self):
         for form in OF_ONE:
             self.assertEqual(detect(form, [b'room.wav', b'a b.wav'], status=None), b'')
             run('bash', '-c', '! "$@"', '-', VASK, 'detect', '-f', form, 'room.wav', 'a b.wav')

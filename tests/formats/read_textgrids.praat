@@ -1,4 +1,4 @@
-# Print, of the TextGrids 0, 1, 2 ... in a folder, the end, then the intervals: start, end, label.
+# For each TextGrid 0, 1, 2 ... in a folder, print its end, then its intervals: start, end, label.
 form Files
   sentence Folder
   integer Count

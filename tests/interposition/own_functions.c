@@ -1,7 +1,7 @@
 /*
  * An application that has functions of its own under nearly every name that the library exports (traps.c,
  * made from the list), and runs the library over noise and a loud tone. A call made inside the library must
- * not end in them.
+ * not reach them.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -22,7 +22,7 @@ int main(void) {
     if (android_init_frontend(".", mode) != 1) return 1;
     android_reset_frontend();
     for (piece = 0; piece < 60; ++piece) {
-      /* one second of noise, one of a 200 Hz square wave with it, and so on: utterances begin and end */
+      /* a second of noise, a second of noise and a 200 Hz square wave, and so on: utterances begin and end */
       const int32_t tone = piece / 10 % 2 ? 8000 : 0;
       for (i = 0; i < 1600; ++i) {
         random = random * 1664525u + 1013904223u;
@@ -32,10 +32,10 @@ int main(void) {
       while (android_get_available_frames() > 0 && mode <= 2) frames += android_get_frames(1600, out);
       android_reset_frontend();
     }
-    android_process_frame(0, NULL); /* wraps the engine up */
+    android_process_frame(0, NULL); /* wraps up the engine */
     android_stop_frontend();
   }
-  /* mode 1 gives every frame but the two that fill the history */
+  /* mode 1 delivers every frame but the two that fill the history */
   if (frames < 6 * 16000 - 2 * 160) {
     fprintf(stderr, "only %d samples came out\n", (int)frames);
     return 1;

@@ -1,5 +1,5 @@
 /*
- * The exported variables are one and the same for the program and the library, in both directions.
+ * The program and the library share the exported variables, in both directions.
  */
 #include <stdio.h>
 #include <string.h>
@@ -37,7 +37,7 @@ int main(void) {
   Vask_EPD_Set_Samplign_Rate(16000);
   Expect(Vask_EPD_Sampling_Rate == 16000.0f, "the program reads the sampling rate");
 
-  /* both: a loud frame moves the extremes, and a history counter that the program clears starts again */
+  /* both: a loud frame changes the extremes, and a history counter that the program clears starts again */
   if (Vask_epd_init(".", 1) != 1) return 1;
   frame[0] = 1234;
   frame[1] = -2345;

@@ -19,7 +19,7 @@ TEST(CoefficientFile, NamesTheFileTheLineAndTheFault) {
     const char* name;
     std::string text;
     Values read;        // of three
-    const char* fault;  // behind the file's name; null: none
+    const char* fault;  // after the file's name; null: none
   };
   const Case cases[] = {
       {"plain", "1\n-2\n+3\n", {1, -2, 3}, nullptr},
@@ -30,7 +30,7 @@ TEST(CoefficientFile, NamesTheFileTheLineAndTheFault) {
       {"empty", "", {}, ", line 1: the table ends too early"},
       {"short", "1\n2\n", {1, 2}, ", line 3: the table ends too early"},
       {"letters", "1\n\n\ntwo\n3\n", {1}, ", line 4: not a number"},
-      {"letters behind a number", "1\n2x\n3\n", {1}, ", line 2: not a number"},
+      {"letters after a number", "1\n2x\n3\n", {1}, ", line 2: not a number"},
       {"a fraction", "1\n2.5\n3\n", {1}, ", line 2: not a number"},
       {"a sign alone", "-\n2\n3\n", {}, ", line 1: not a number"},
       {"two signs", "1\n--2\n", {1}, ", line 2: not a number"},
@@ -67,7 +67,7 @@ TEST(CoefficientFile, LeavesTheOldFileWholeWhenTheNewOneCannotBeWritten) {
   const KnowledgeBase kb;
   const std::string path = kb.Table("x.txt"), beside = path + ".new";
   kb.Write("x.txt", "old\n");
-  // Another thing has the temporary name; a folder has the name itself; the folder is missing.
+  // A folder has the temporary name; a folder has the name itself; the parent folder is missing.
   test::fs::create_directory(beside);
   EXPECT_FALSE(WriteCoefficients(path.c_str(), Values{1}));
   test::fs::remove(beside);
@@ -75,7 +75,7 @@ TEST(CoefficientFile, LeavesTheOldFileWholeWhenTheNewOneCannotBeWritten) {
   EXPECT_FALSE(WriteCoefficients(kb.Table("folder").c_str(), Values{1}));
   EXPECT_FALSE(test::fs::exists(kb.Table("folder.new")));
   EXPECT_FALSE(WriteCoefficients(kb.Table("none/x.txt").c_str(), Values{1}));
-  // A disk that fills up after 100 bytes: a limit of the process stands in for it.
+  // A disk that is full after 100 bytes, simulated by a limit on the process.
   rlimit old = {};
   getrlimit(RLIMIT_FSIZE, &old);
   const rlimit full = {100, old.rlim_max};

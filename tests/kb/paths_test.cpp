@@ -1,4 +1,4 @@
-// Paths and texts that fit whole or not at all.
+// Paths and texts fit whole or are refused.
 #include "kb/paths.h"
 
 #include <gtest/gtest.h>

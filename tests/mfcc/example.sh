@@ -1,5 +1,5 @@
 #!/bin/sh
-# The example of docs/environment-and-mfcc.md and `vask env` must judge a recording alike.
+# The example of docs/environment-and-mfcc.md and `vask env` must give the same verdict on a recording.
 #
 #   example.sh EXAMPLE VASK WAV
 set -eu

@@ -1,4 +1,4 @@
-// The extractor: its files, good and bad, and what it writes where the records say anything.
+// The extractor: its files, good and bad, and what it writes when its record holds arbitrary values.
 #include <gtest/gtest.h>
 #include <vask/ecd.h>
 #include <vask/mfcc.h>
@@ -13,7 +13,7 @@ namespace {
 
 const char kMean[] = "13\n12\n11\n10\n9\n8\n7\n6\n5\n4\n3\n2\n1\n";
 
-// What a set-up says, and whether it is done.
+// The result of a set-up and what it printed.
 template <typename... A>
 std::pair<int32_t, std::string> Call(int32_t (*set_up)(A...), std::type_identity_t<A>... arguments) {
   int32_t result = 9;
@@ -31,10 +31,10 @@ bool IsEmpty(const mfcc_prm& m) {
 
 TEST(MfccFiles, MalformedTablesAreNamedAndNothingIsKept) {
   const KnowledgeBase kb;
-  const std::string dir = kb.Table("").string();  // with a slash at its end
+  const std::string dir = kb.Table("").string();  // ends with a slash
   const std::string no_channel = std::string("24\n") + kb.Read("loChan.txt");
   struct Case {
-    const char *table, *contents, *message;  // contents null: a folder in its place; message behind the name
+    const char *table, *contents, *message;  // contents null: a folder in its place; message after the name
   };
   const Case cases[] = {
       {"pre_emph.txt", nullptr, nullptr},
@@ -89,7 +89,7 @@ TEST(MfccFiles, TakeTheMeanAsFarAsItCanBeRead) {
   struct Case {
     const char* name;
     std::string text;
-    int read;  // 13, 12, ... of the mean above
+    int read;  // how many of the mean above
     std::string printed;
   };
   const std::string open = "ERROR: can't open global_cms\n", bad = "ERROR: read global_cms\n";
@@ -158,7 +158,7 @@ TEST_F(Mfcc, WritesARowForTheEnvironmentCheckWhileThereIsRoom) {
   for (const auto& [before, after] :
        {std::pair{0, 1}, {2047, 2048}, {2048, 2048}, {INT32_MAX, INT32_MAX}, {-9, 1}}) {
     ecdFrames = before;
-    Feed(1 << 20, 1);  // also while derivatives wait
+    Feed(1 << 20, 1);  // even while derivatives are not ready
     EXPECT_EQ(ecdFrames, after);
   }
   __Vask_epd_detect_env_change = 0;
@@ -169,7 +169,7 @@ TEST_F(Mfcc, WritesARowForTheEnvironmentCheckWhileThereIsRoom) {
   EXPECT_EQ(ecdFrames, 1);
 }
 
-TEST_F(Mfcc, KeepsToItsArraysWhateverTheRecordSays) {
+TEST_F(Mfcc, StaysWithinItsArraysWhateverTheRecordHolds) {
   m_.klo = INT32_MIN;
   m_.khi = INT32_MAX;
   for (int32_t k = 0; k < m_.bins; ++k) m_.lo_chan[k] = k % 2 ? INT32_MAX : INT32_MIN;

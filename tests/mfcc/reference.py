@@ -28,7 +28,7 @@ def log_energies(samples):
     frames = np.stack([padded[160 * t:160 * t + 320] for t in range(n)])
     window = 0.54 - 0.46 * np.cos(2 * np.pi * np.arange(320) / 319)
     magnitude = np.abs(np.fft.rfft(frames * window, 512))
-    # The bank counts bins from 1: its bin k stands at (k - 1) * 31.25 Hz.
+    # The bank counts bins from 1: its bin k is at (k - 1) * 31.25 Hz.
     mel = lambda bins: 1127 * np.log(1 + (bins - 1) * 31.25 / 700)
     bins, centres = np.arange(2, 257), mel(257) * np.arange(25) / 24
     place = mel(bins)
@@ -41,7 +41,7 @@ def slope(rows):
 
 
 def derivatives(rows):
-    """The first row is repeated before the start, and so is the first slope; the last row behind the end."""
+    """The first row and the first slope are repeated before the start, the last row after the end."""
     first = slope(np.pad(rows, ((2, 4), (0, 0)), mode="edge"))
     return first[:-2], slope(np.pad(first, ((2, 0), (0, 0)), mode="edge"))
 

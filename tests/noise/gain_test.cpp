@@ -1,4 +1,4 @@
-// Noise tracking of one bin, and the whole reduction of a steady noise.
+// Noise tracking of one bin, and the whole noise reduction over steady noise.
 #include <gtest/gtest.h>
 #include <vask/noise.h>
 
@@ -11,7 +11,7 @@
 namespace vask::test {
 namespace {
 
-// One bin. Amplitudes: powers are the squares, and half a unit more, since the roots are up to 5e-7 low.
+// One bin. Amplitudes a; their powers are a * (a + 1), half a unit above, since the roots are up to 5e-7 low.
 struct Bin {
   int64_t current, mean, noise, cleaned;
   int32_t gain = 0;
@@ -24,8 +24,8 @@ struct Bin {
   }
 };
 
-TEST(NoiseTracker, LearnsAMeanThenForgetsOnePercentAFrameAndStandsStillInSpeech) {
-  // Frame, flag, noise, amplitude, noise afterwards: 98/99; 99 % and 1 %, cut; never below 1.
+TEST(NoiseTracker, LearnsAMeanThenForgetsOnePercentPerFrameAndHoldsInSpeech) {
+  // Frame, flag, noise, amplitude, noise afterwards: 98/99; 99 % and 1 %, truncated; never below 1.
   for (const auto& [t, flag, before, amplitude, after] :
        std::vector<std::array<int32_t, 5>>{{99, 0, 990000, 0, 980000},
                                            {100, 0, 1000000, 0, 989999},
@@ -39,7 +39,7 @@ TEST(NoiseTracker, LearnsAMeanThenForgetsOnePercentAFrameAndStandsStillInSpeech)
   }
 }
 
-TEST(NoiseReduction, TakesStationaryNoiseDownAndLetsSpeechThrough) {
+TEST(NoiseReduction, ReducesStationaryNoiseAndPassesSpeech) {
   const Samples scene = Join({Hiss(140, 300, 18), Hiss(8, 20000, 20)});
   Stream stream(1);
   const auto energy = [](const int16_t* s) { return std::inner_product(s, s + 160, s, 0.0); };
@@ -49,7 +49,7 @@ TEST(NoiseReduction, TakesStationaryNoiseDownAndLetsSpeechThrough) {
     if (t == 0 || t == 140) in = out = 0;
     if (t >= 100) in += energy(&scene[(t - 2) * 160]), out += energy(frame.data());
     if (t == 139) {
-      EXPECT_LT(out, in / 40);  // the floor is -22.7 dB, less where the ear is sharp
+      EXPECT_LT(out, in / 40);  // the floor is -22.7 dB, higher where the ear is sensitive
     }
   }
   EXPECT_GT(out, in / 2);

@@ -1,4 +1,4 @@
-// The mel filter bank from its table and from files, whole or wrong.
+// The mel filter bank from its table and from files, valid and malformed.
 #include "noise/mel_bank.h"
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ TEST(MelBank, IsBuiltWholeOrNotAtAll) {
   EXPECT_TRUE(IsEmpty(bank));
 }
 
-TEST(MelBank, IsReadFromAFileOrSaysThatItIsWrong) {
+TEST(MelBank, IsReadFromAFileOrReportsThatItIsWrong) {
   const KnowledgeBase kb;
   const std::string dir = kb.Table("").string();
   const auto read = [&](const char* numbers, int32_t bands) {

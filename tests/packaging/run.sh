@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Install the build into a folder of its own, then build the README's C example against what is installed and run
+# Install the build into a separate folder, then build the README's C example against the installed files and run
 # it: through find_package and through pkg-config, with the shared and with the static library.
 #
 #   run.sh SOURCE_DIR BUILD_DIR WORK_DIR LIBDIR
 #
-# LIBDIR is the folder of the libraries below the prefix. The example gets a recording, as raw 16 kHz mono 16-bit
-# samples, as its argument and on its standard input; it must succeed and print something. Of a recording that ends
-# within an utterance it prints that one, too.
+# LIBDIR is the folder of the libraries under the prefix. The example gets a recording, as raw 16 kHz mono 16-bit
+# samples, as its argument and on its standard input; it must succeed and print something. If the recording ends
+# within an utterance, it must print that one too.
 set -euo pipefail
 source_dir=$1 build_dir=$2 work=$3 libdir=$4
 here="$source_dir/tests/packaging"
@@ -61,7 +61,7 @@ as_written=$(sed -n 's/^    cc example.c //p' "$source_dir/README.md")
 (cd "$work" && eval "$cc $strict example.c $as_written -o with_pkg_config")
 run pkg_config_shared "$work/with_pkg_config"
 
-# Without the shared library the same flags find the static one, of which no part needs more than C's own libraries.
+# Without the shared library the same flags find the static one, no part of which needs more than the C libraries.
 rm "$prefix/$libdir"/libVask.so*
 # shellcheck disable=SC2046,SC2086
 $cc $strict $(pkg-config --cflags vask) "$work/example.c" -o "$work/with_pkg_config_static" \

@@ -1,7 +1,8 @@
 /*
  * Load a library, as a Java virtual machine would, and run its codec over a signal.
  *
- *   load LIBRARY      prints a digest of the codes; exit status 1 and the loader's words if it does not load
+ *   load LIBRARY      prints a digest of the codes; exit status 1 and the loader's message if it does not
+ * load
  */
 #include <dlfcn.h>
 #include <stdint.h>

@@ -11,7 +11,7 @@ struct Said {
   std::string out, err;
 };
 
-// Nothing is asserted within `action`: the text of the failure would be caught too.
+// Nothing may be asserted within `action`: the text of the failure would be captured too.
 template <typename Action>
 Said Hear(Action action) {
   testing::internal::CaptureStdout();

@@ -1,4 +1,4 @@
-// A folder for the files of a test, which goes with it.
+// A temporary folder for the files of a test, deleted at its end.
 #pragma once
 
 #include <cstdlib>
@@ -20,7 +20,7 @@ struct Folder {
   Folder& operator=(const Folder&) = delete;
 
   std::string operator/(const std::string& name) const { return path + "/" + name; }
-  // The same folder by a name of this length.
+  // The same folder under a name of this length.
   std::string Filled(size_t length) const { return path + std::string(length - path.size(), '/'); }
 };
 

@@ -31,7 +31,7 @@ inline Samples Noise(size_t n, int32_t amplitude, uint32_t seed) {
   return samples;
 }
 
-// The recorded speech; 44 bytes of header stand before its samples.
+// The recorded speech, without its 44-byte header.
 inline Samples Room() {
   std::ifstream file(std::string(VASK_SAMPLES_DIR) + "/room.wav", std::ios::binary);
   file.seekg(44);
@@ -42,11 +42,11 @@ inline Samples Room() {
 }
 
 struct Input {
-  std::string name;  // enough to repeat it
+  std::string name;  // enough to reproduce it
   Samples samples;
 };
 
-// Windows of n samples. Random ones at all levels, since the bounds of the fast forms are bounds of levels.
+// Windows of n samples. Random ones at all levels, since the fast forms are limited by level.
 inline std::vector<Input> Inputs(size_t n, int random_count = 300) {
   std::vector<Input> inputs;
   const auto add = [&](std::string name, auto sample) {
@@ -72,7 +72,7 @@ inline std::vector<Input> Inputs(size_t n, int random_count = 300) {
   return inputs;
 }
 
-// The extremes, powers of two and their neighbours of both signs, random values of every length (seed 4).
+// The extremes, powers of two and their neighbours with both signs, random values of every length (seed 4).
 template <typename T>
 std::vector<T> Operands(int random_ones) {
   constexpr auto kBits = static_cast<int>(8 * sizeof(T));

@@ -1,4 +1,4 @@
-// A knowledge base in a folder of its own.
+// A knowledge base in a temporary folder.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 class KnowledgeBase {
  public:
-  // With the built-in tables; the library's base directory is in it.
+  // Holds the built-in tables and becomes the library's base directory.
   KnowledgeBase() {
     EXPECT_EQ(vask_make_coeff_files(folder_.path.c_str()), 1);
     Hear([&] { Vask_epd_set_base_dir(folder_.path.c_str()); });

@@ -1,4 +1,4 @@
-// What a stream gives for a recording: its segments with their audio, or continuous audio.
+// What a stream returns for a recording: its segments with their audio, or continuous audio.
 #pragma once
 
 #include <algorithm>
@@ -27,15 +27,13 @@ inline bool operator==(const Heard& a, const Heard& b) {
 
 class Listener {
  public:
-  enum class Reads {
-    kAtTheEnd,
-    kEagerly
-  };  // an utterance's audio when it has ended, or as soon as it is there
+  // When an utterance's audio is read: once it has ended, or as soon as it is available.
+  enum class Reads { kAtTheEnd, kEagerly };
 
   explicit Listener(const vask_stream_options& options, Reads reads = Reads::kAtTheEnd)
       : stream_(options), is_eager_(reads == Reads::kEagerly) {}
 
-  // Hand over the next `piece` samples of the input; behind the last one end it. False when all is done.
+  // Write the next `piece` samples of the input; after the last, end it. False when all is done.
   bool Step(std::span<const int16_t> input, size_t piece) {
     const auto rest = input.subspan(done_);
     const int32_t result =

@@ -1,4 +1,4 @@
-// Scenes made for the engine, in frames of 160 samples.
+// Synthetic scenes for the engine, in frames of 160 samples.
 #pragma once
 
 #include <cmath>
@@ -17,7 +17,7 @@ inline Samples Join(std::initializer_list<Samples> parts) {
 
 inline Samples Hiss(size_t frames, int32_t peak, uint32_t seed) { return Noise(160 * frames, peak, seed); }
 
-// Ten harmonics of 125 Hz, falling by 6 dB an octave, over a faint hiss.
+// Ten harmonics of 125 Hz, falling by 6 dB per octave, over a faint hiss.
 inline Samples Vowel(size_t frames, double level) {
   Samples samples = Hiss(frames, 20, 1);
   for (size_t i = 0; i < samples.size(); ++i) {
@@ -28,7 +28,7 @@ inline Samples Vowel(size_t frames, double level) {
   return samples;
 }
 
-// A spoken utterance with its pauses, which is accepted, and a burst of noise, which is not.
+// An utterance between pauses, which is accepted, and a burst of noise, which is not.
 inline Samples Utterance() { return Join({Hiss(60, 20, 2), Vowel(80, 4000), Hiss(170, 20, 3)}); }
 inline Samples Burst() { return Join({Hiss(60, 20, 4), Hiss(40, 8000, 5), Hiss(170, 20, 6)}); }
 

@@ -1,4 +1,4 @@
-// An engine of its own, beside the one of the process.
+// An engine with its own storage, separate from that of the process.
 #pragma once
 
 #include <cstdint>

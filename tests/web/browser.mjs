@@ -1,4 +1,4 @@
-// The command's reports in a real browser: what every test of them needs.
+// What every test of the command's reports needs to open them in a real browser.
 import assert from 'node:assert/strict';
 import {execFileSync} from 'node:child_process';
 import {mkdtempSync, rmSync} from 'node:fs';
@@ -41,7 +41,7 @@ export function report(...args) {
   return page;
 }
 
-// Opens a report; what it must never do, a request or an error, fails the test that calls `check` at its end.
+// Opens a report. A request or an error must never occur: `check`, called at the end of a test, fails it.
 export async function open(file, options = {}) {
   const page = await browser.newPage({viewport: {width: 1400, height: 1000}, ...options});
   const wrong = [];
@@ -70,7 +70,7 @@ export async function valuesOf(page, name) {
   return inflateSync(Buffer.from(await page.textContent(`#data-${name}`), 'base64'));
 }
 
-// The drawn regions as times, by their places on the screen.
+// The drawn regions as times, computed from their positions on the screen.
 export const regionsOf = (page, seconds) =>
   page.evaluate((length) => {
     const root = document.querySelector('#waveform > div').shadowRoot.querySelector('#regions');

@@ -1,4 +1,4 @@
-// The report of an hour stays small, opens at once and plays coded sound where it is asked to.
+// The report of an hour is small, opens quickly and plays encoded sound from the requested position.
 import assert from 'node:assert/strict';
 import {statSync} from 'node:fs';
 import {join} from 'node:path';
@@ -21,7 +21,7 @@ test('an hour takes less than 30 MB and opens within 3 s', async () => {
   const times = [];
   let opened;
   for (let i = 0; i < 3; ++i) {
-    // the best of three: others may use the machine
+    // the best of three: other programs may be running
     await opened?.check();
     opened = await open(file);
     times.push(opened.seconds);

@@ -1,4 +1,4 @@
-// `vask report` as its reader sees it: in a browser, with keys, pointer and sound.
+// `vask report` as its user sees it: in a browser, with keys, pointer and sound.
 import assert from 'node:assert/strict';
 import {execFileSync} from 'node:child_process';
 import {copyFileSync, readdirSync} from 'node:fs';
@@ -94,7 +94,7 @@ test('draws the heights of the waveform', async () => {
   await check();
 });
 
-test('shows levels and frequencies in their places, and why a segment was rejected', async () => {
+test('shows levels and frequencies at the right places, and why a segment was rejected', async () => {
   const wav = join(folder, 'tone.wav');
   saveWav(wav, toneAndBurst(2000));
   const {page, check} = await open(report(wav));
@@ -141,7 +141,7 @@ test('shows levels and frequencies in their places, and why a segment was reject
     [false, false],
     [true, true],
   ]);
-  // The frame in which the tone begins, in what is measured at once and in what comes later.
+  // The frame in which the tone begins, in a value measured at once and in one measured later.
   for (const name of ['trace-level', 'trace-energy']) {
     const values = await valuesOf(page, name);
     near(
@@ -161,7 +161,7 @@ test('shows levels and frequencies in their places, and why a segment was reject
   await check();
 });
 
-test('plays, pauses, and ends an utterance at its end', async () => {
+test('plays, pauses, and stops at the end of an utterance', async () => {
   const {page, check} = await open(room);
   const {segments} = await dataOf(page);
   await page.keyboard.press('Space');
@@ -190,7 +190,7 @@ test('plays, pauses, and ends an utterance at its end', async () => {
   await check();
 });
 
-test('plays from where it was asked to, even if time is told before the sound is ready', async () => {
+test('plays from the requested position, even if a time update comes before the sound is ready', async () => {
   const {page, check} = await open(room);
   const {segments} = await dataOf(page);
   await page.evaluate(() => {
@@ -207,7 +207,7 @@ test('plays from where it was asked to, even if time is told before the sound is
   await check();
 });
 
-test('obeys its keys, buttons and clicks', async () => {
+test('responds to keys, buttons and clicks', async () => {
   const {page, check} = await open(room);
   const {seconds, segments} = await dataOf(page);
   const scale = async () => 1 / (await regionsOf(page, seconds))[0].pixel;
@@ -237,11 +237,11 @@ test('obeys its keys, buttons and clicks', async () => {
   const before = await line();
   await page.keyboard.press('+');
   await page.waitForTimeout(100);
-  near(await line(), before, 2, 'what is listened to stays in its place');
+  near(await line(), before, 2, 'the position being played stays in place');
   await page.keyboard.press('0');
   await page.click('#zoom-in');
   near((await scale()) / whole, 2, 0.02, 'button');
-  await page.keyboard.press('Space'); // it does not stay on the button that was clicked
+  await page.keyboard.press('Space'); // the focus does not stay on the button that was clicked
   await waitFor(
     async () => (await page.getAttribute('#play', 'aria-label')) === 'Pause',
     'the space bar plays'
@@ -263,7 +263,7 @@ test('obeys its keys, buttons and clicks', async () => {
   await check();
 });
 
-test("follows the system's theme until the reader decides, with enough contrast", async () => {
+test("follows the system's theme until the user chooses, with enough contrast", async () => {
   for (const [colorScheme, own, other] of [
     ['light', 'rgb(255, 255, 255)', 'rgb(18, 22, 27)'],
     ['dark', 'rgb(18, 22, 27)', 'rgb(255, 255, 255)'],
@@ -303,7 +303,7 @@ test("follows the system's theme until the reader decides, with enough contrast"
   }
 });
 
-test('fits a telephone: nothing is cut, every button is large enough and has a name', async () => {
+test('fits a phone: nothing is cut off, every button is large enough and has a name', async () => {
   const {page, check} = await open(room, {viewport: {width: 390, height: 844}, hasTouch: true});
   const found = await page.evaluate(() => ({
     wide: document.documentElement.scrollWidth - innerWidth,
@@ -319,13 +319,13 @@ test('fits a telephone: nothing is cut, every button is large enough and has a n
   await check();
 });
 
-test('bears any name and title', async () => {
+test('accepts any name and title', async () => {
   copyFileSync(
     kRoom,
     Buffer.concat([Buffer.from(`${folder}/<!--<script>"&`), Buffer.from([0xff]), Buffer.from('.wav')])
   );
   const file = join(folder, 'named.html');
-  // Arguments are text here: the shell finds the name that is none.
+  // Arguments are text here, so the shell has to find the name that is not valid text.
   execFileSync('sh', [
     '-c',
     'exec "$0" report "$1"/*script*.wav -o "$2"',
@@ -344,7 +344,7 @@ test('bears any name and title', async () => {
   }
 });
 
-test('leaves no sound in the page on request, and a file that is no audio leaves no page', async () => {
+test('leaves out the sound on request, and writes no page for a file that is not audio', async () => {
   const {page, check} = await open(report(kRoom, '--no-audio'));
   assert.ok(await page.locator('#play').isDisabled());
   await page.keyboard.press('Space');
