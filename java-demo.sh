@@ -24,7 +24,7 @@ say "Done"
 cat << END
    out/java/utterance-N.raw       16-bit samples, 16 kHz
    out/java/utterance-N.packets   the same as IMA ADPCM packets
-   build/release/vask unpack out/java/utterance-1.packets -o FILE.wav    listen to one of them
+   build/command/vask unpack out/java/utterance-1.packets -o FILE.wav    listen to one of them (./demo.sh builds vask)
    java/sample/                   the source of the sample
    docs/java.md                   how to use the class
 END

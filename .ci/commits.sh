@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Check the subjects of the commits since BASE, merges apart: "room: deed" or "room, room: deed", 90 characters at most,
-# without a full stop. CONTRIBUTING.md says more about them.
+# Check the subjects of the commits since BASE, merges apart: "room: deed" or "room, room: deed", 100 characters at most,
+# without a full stop.
 #
 #   .ci/commits.sh [BASE]
 set -euo pipefail
 base=${1:-cf55f51}
-longest=90
+longest=100
 room='[a-z0-9][a-z0-9._/-]*'
 
 if ! git merge-base --is-ancestor "$base" HEAD 2> /dev/null; then

@@ -1,6 +1,5 @@
 // The native methods of the Java class com.norv.Brindle.Vask: Java arrays and strings in and out, the C
-// interface beneath. The class declares each method synchronized: the virtual machine lets one thread in at a
-// time.
+// interface beneath. Threads take turns at the stream and at the file, a method a turn.
 //
 // A fault of the caller becomes a Java exception before anything is taken from the queue or read from the
 // file, and nothing is asked of the virtual machine after that.
@@ -15,6 +14,7 @@
 #include "dsp/memory.h"
 #include "jni/raw_file_reader.h"
 #include "process/raw_file.h"
+#include "process/turn.h"
 
 namespace vask {
 namespace {
@@ -144,6 +144,7 @@ class Text {
 extern "C" {
 
 VASK_JAVA(jint, Vask_1epd_1init)(JNIEnv* env, jobject, jstring kb_dir, jint mode) {
+  const vask::Turn turn(vask::TurnsAtTheStream());
   const vask::Text dir(env, kb_dir);
   if (dir.Characters() == nullptr) return 0;
   if (!vask::HasMemoryForStart()) {
@@ -154,11 +155,13 @@ VASK_JAVA(jint, Vask_1epd_1init)(JNIEnv* env, jobject, jstring kb_dir, jint mode
 }
 
 VASK_JAVA(jint, Vask_1epd_1set_1option)(JNIEnv*, jobject, jint option, jint value) {
+  const vask::Turn turn(vask::TurnsAtTheStream());
   Vask_epd_set_option(option, value);
   return 0;
 }
 
 VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshortArray samples) {
+  const vask::Turn turn(vask::TurnsAtTheStream());
   if (samples == nullptr || !vask::Holds(env, samples, n)) return 0;
   jshort* elements = env->GetShortArrayElements(samples, nullptr);
   if (elements == nullptr) return 0;
@@ -169,12 +172,14 @@ VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshort
 
 VASK_JAVA(jint, Vask_1epd_1get_1raw_1data)(JNIEnv* env, jobject, jint max, jshortArray out) {
   if (max < 1) return max;
+  const vask::Turn turn(vask::TurnsAtTheStream());
   if (!vask::IsThere(env, out)) return 0;
   const int32_t count = std::min(max, android_get_available_frames());
   return vask::Deliver<int16_t>(env, out, count, [=](int16_t* to) { return android_get_frames(count, to); });
 }
 
 VASK_JAVA(jint, Vask_1epd_1get_1pkt_1data)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
+  const vask::Turn turn(vask::TurnsAtTheStream());
   if (n < 1 || !vask::IsThere(env, out)) return 0;
   const int32_t bytes = vask_packet_size(n, last);
   return vask::Deliver<uint8_t>(env, out, bytes,
@@ -182,6 +187,7 @@ VASK_JAVA(jint, Vask_1epd_1get_1pkt_1data)(JNIEnv* env, jobject, jint n, jbyteAr
 }
 
 VASK_JAVA(jint, Vask_1epd_1get_1pkt_1stream)(JNIEnv* env, jobject, jint n, jbyteArray out, jint last) {
+  const vask::Turn turn(vask::TurnsAtTheStream());
   if (n < 1 || !vask::IsThere(env, out)) return 0;
   const int32_t bytes = vask_packet_stream_size(n, last);
   return vask::Deliver<uint8_t>(env, out, bytes,
@@ -189,11 +195,13 @@ VASK_JAVA(jint, Vask_1epd_1get_1pkt_1stream)(JNIEnv* env, jobject, jint n, jbyte
 }
 
 VASK_JAVA(jint, Vask_1epd_1wrapup)(JNIEnv*, jobject) {
+  const vask::Turn turn(vask::TurnsAtTheStream());
   android_wrapup_frontend();
   return 1;
 }
 
 VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv*, jobject) {
+  const vask::Turn turn(vask::TurnsAtTheStream());
   android_reset_frontend();
   refersh_adpcm_state();
 }
@@ -201,19 +209,25 @@ VASK_JAVA(void, Vask_1epd_1reset)(JNIEnv*, jobject) {
 VASK_JAVA(jint, Vask_1epd_1get_1mfc_1data)(JNIEnv*, jobject) { return 0; }
 
 VASK_JAVA(jint, Vask_1fopen)(JNIEnv* env, jobject, jstring path) {
+  const vask::Turn turn(vask::TurnsAtTheFile());
   const vask::Text name(env, path);
   vask::RawFile& raw = vask::FileOfTheProcess();
   return name.Characters() != nullptr ? vask::OpenRawFile(raw, name.Characters()) : raw.Token();
 }
 
 VASK_JAVA(jint, Vask_1fread)(JNIEnv* env, jobject, jint n, jshortArray out) {
+  const vask::Turn turn(vask::TurnsAtTheFile());
   return vask::Read<int16_t>(env, n, out);
 }
 
 VASK_JAVA(jint, Vask_1fread_1byte)(JNIEnv* env, jobject, jint n, jbyteArray out) {
+  const vask::Turn turn(vask::TurnsAtTheFile());
   return vask::Read<uint8_t>(env, n, out);
 }
 
-VASK_JAVA(jint, Vask_1fclose)(JNIEnv*, jobject) { return vask::CloseRawFile(vask::FileOfTheProcess()); }
+VASK_JAVA(jint, Vask_1fclose)(JNIEnv*, jobject) {
+  const vask::Turn turn(vask::TurnsAtTheFile());
+  return vask::CloseRawFile(vask::FileOfTheProcess());
+}
 
 }  // extern "C"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The check of the commits' subjects in a history of one commit a line, each with what is said of it.
+# The check of the commits' subjects, over histories made for it.
 #
 #   commits.sh SCRIPT WORK_DIR
 set -euo pipefail
@@ -24,11 +24,11 @@ expect() { # exit status, what is to be said, subject
     result=1
   fi
 }
-ninety="epd: $(printf '%085d' 0)"
+longest="epd: $(printf '%095d' 0)"
 expect 0 "of 1 commits" "epd: shorten the hangover"
 expect 0 "of 1 commits" "epd, tools/vask: shorten the hangover"
-expect 0 "of 1 commits" "$ninety"
-expect 1 "91 characters" "${ninety}0"
+expect 0 "of 1 commits" "$longest"
+expect 1 "101 characters" "${longest}0"
 for subject in "shorten the hangover" "epd:shorten the hangover" "epd,noise: shorten it" "Epd: shorten it" \
   "epd: shorten it." "epd and noise: shorten it"; do
   expect 1 "not \"room: deed\"" "$subject"

@@ -4,11 +4,10 @@ package com.norv.Brindle;
  * A speech front end: takes microphone samples, removes the background noise, finds the spoken utterance and
  * gives it back as samples or as compressed packets.
  *
- * <p>Sound is 16-bit signed PCM at 16000 Hz, one channel. There is one stream in a process. The methods may be
- * called from any thread: each holds the monitor of this class while it works, so that the others wait, also for
- * a {@link #Vask_fread} that waits for a pipe. Calls that belong together are kept together by {@code
- * synchronized (Vask.class)}. Native code that uses the C interface beside this class enters the same monitor, or
- * does so while no method of it is running.
+ * <p>Sound is 16-bit signed PCM at 16000 Hz, one channel. There is one stream in a process, and one open file.
+ * The methods may be called from any thread: they take turns, one whole method at a time. Calls that belong
+ * together need a lock of the application's own, and so does native code that uses the C interface beside this
+ * class.
  *
  * <p>Calling order:
  *
@@ -40,7 +39,7 @@ public final class Vask {
    * @return 1; 0 if {@code kbDir} is null or too long
    * @throws OutOfMemoryError if there is no memory for it; what was running goes on
    */
-  public static synchronized native int Vask_epd_init(String kbDir, int mode);
+  public static native int Vask_epd_init(String kbDir, int mode);
 
   /**
    * Selects the device or its operating system; the next {@link #Vask_epd_init} uses its tuning.
@@ -49,7 +48,7 @@ public final class Vask {
    * @param value number of the device or system; 2 is the default of both
    * @return 0
    */
-  public static synchronized native int Vask_epd_set_option(int option, int value);
+  public static native int Vask_epd_set_option(int option, int value);
 
   /**
    * Takes samples and processes every frame of 160 samples (10 ms) that is complete; the rest waits for the next
@@ -66,7 +65,7 @@ public final class Vask {
    *     0. Also 0, with nothing processed, if {@code samples} is null
    * @throws ArrayIndexOutOfBoundsException if n is negative or greater than the length of the array
    */
-  public static synchronized native int Vask_epd_process_frames(int n, short[] samples);
+  public static native int Vask_epd_process_frames(int n, short[] samples);
 
   /**
    * Takes samples from the queue.
@@ -77,7 +76,7 @@ public final class Vask {
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what could be taken
    */
-  public static synchronized native int Vask_epd_get_raw_data(int max, short[] out);
+  public static native int Vask_epd_get_raw_data(int max, short[] out);
 
   /**
    * Takes 2n samples from the queue as a packet of n bytes, IMA ADPCM without a header. All packets between two
@@ -90,7 +89,7 @@ public final class Vask {
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if there is a packet and {@code out} is shorter
    */
-  public static synchronized native int Vask_epd_get_pkt_data(int n, byte[] out, int last);
+  public static native int Vask_epd_get_pkt_data(int n, byte[] out, int last);
 
   /**
    * Takes all whole packets from the queue, each with a header of 8 characters before its n bytes: "D" ("E" for the
@@ -104,27 +103,27 @@ public final class Vask {
    * @throws NullPointerException if {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than the packets
    */
-  public static synchronized native int Vask_epd_get_pkt_stream(int n, byte[] out, int last);
+  public static native int Vask_epd_get_pkt_stream(int n, byte[] out, int last);
 
   /**
    * Ends the utterance from outside. The queue is kept.
    *
    * @return 1
    */
-  public static synchronized native int Vask_epd_wrapup();
+  public static native int Vask_epd_wrapup();
 
   /**
    * Prepares for the next utterance: empties input and queue and begins a new packet stream. In the middle of an
    * utterance call {@link #Vask_epd_wrapup} as well.
    */
-  public static synchronized native void Vask_epd_reset();
+  public static native void Vask_epd_reset();
 
   /**
    * Does nothing; there are no features.
    *
    * @return 0
    */
-  public static synchronized native int Vask_epd_get_mfc_data();
+  public static native int Vask_epd_get_mfc_data();
 
   /**
    * Opens a file for {@link #Vask_fread}. Close the previous one first: it is replaced without being closed.
@@ -133,7 +132,7 @@ public final class Vask {
    * @return a number other than 0 that identifies the file; 0 if it cannot be opened, and then no file is open. With
    *     a null path, the number of the file that is open
    */
-  public static synchronized native int Vask_fopen(String path);
+  public static native int Vask_fopen(String path);
 
   /**
    * Reads 16-bit samples, in the byte order of the machine, from the open file.
@@ -145,7 +144,7 @@ public final class Vask {
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what was read; the position in the
    *     file is then unchanged, unless it is a pipe
    */
-  public static synchronized native int Vask_fread(int n, short[] out);
+  public static native int Vask_fread(int n, short[] out);
 
   /**
    * Reads bytes from the open file, otherwise as {@link #Vask_fread}.
@@ -156,12 +155,12 @@ public final class Vask {
    * @throws NullPointerException if a file is open and {@code out} is null
    * @throws ArrayIndexOutOfBoundsException if {@code out} is shorter than what was read
    */
-  public static synchronized native int Vask_fread_byte(int n, byte[] out);
+  public static native int Vask_fread_byte(int n, byte[] out);
 
   /**
    * Closes the open file.
    *
    * @return 0, also if no file is open; another value if closing failed
    */
-  public static synchronized native int Vask_fclose();
+  public static native int Vask_fclose();
 }

@@ -17,6 +17,7 @@ import java.nio.file.Files;
 import java.nio.file.Paths;
 import java.util.Arrays;
 import java.util.Random;
+import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.After;
 import org.junit.Before;
 import org.junit.Test;
@@ -202,32 +203,38 @@ public final class VaskTest {
     Vask.Vask_epd_set_option(1, 2);
   }
 
+  /** Both at once, as far as two threads can be. */
+  private static void together(Runnable here, Runnable there) throws InterruptedException {
+    AtomicInteger ready = new AtomicInteger();
+    Thread other = new Thread(() -> {
+      ready.incrementAndGet();
+      while (ready.get() < 2) Thread.yield();
+      there.run();
+    });
+    other.start();
+    while (ready.get() < 1) Thread.yield();
+    ready.incrementAndGet();
+    here.run();
+    other.join();
+  }
+
   @Test
-  public void aMethodWaitsUntilTheClassIsFree() throws InterruptedException {
-    short[] shorts = new short[BUFFER];
-    byte[] bytes = new byte[BUFFER];
-    Runnable[] methods = {
-      () -> Vask.Vask_epd_init(".", 1),
-      () -> Vask.Vask_epd_set_option(3, 0),
-      () -> Vask.Vask_epd_process_frames(BUFFER, shorts),
-      () -> Vask.Vask_epd_get_raw_data(BUFFER, shorts),
-      () -> Vask.Vask_epd_get_pkt_data(BUFFER, bytes, 1),
-      () -> Vask.Vask_epd_get_pkt_stream(160, bytes, 1),
-      Vask::Vask_epd_wrapup,
-      Vask::Vask_epd_reset,
-      () -> Vask.Vask_fopen(file.getPath()),
-      () -> Vask.Vask_fread(1, shorts),
-      () -> Vask.Vask_fread_byte(1, bytes),
-      Vask::Vask_fclose,
-    };
-    for (int i = 0; i < methods.length; i++) {
-      Thread thread = new Thread(methods[i]);
-      synchronized (Vask.class) {
-        thread.start();
-        while (thread.isAlive() && thread.getState() != Thread.State.BLOCKED) Thread.sleep(1);
-        assertTrue("method " + i + " did not wait", thread.isAlive());
-      }
-      thread.join(); // and it leaves the class free again
+  public void threadsTakeTurns() throws InterruptedException, IOException {
+    short[] second = new short[16000];
+    for (int i = 0; i < second.length; i++) second[i] = (short) (i * i % 41);
+    start(1);
+    for (int round = 0; round < 50; round++) {
+      together(() -> Vask.Vask_epd_process_frames(16000, second), Vask::Vask_epd_reset);
+      int left = queued(); // of all, before the reset, or of nothing
+      assertTrue("round " + round + ": " + left, left == 0 || left == 16000 - 320);
+      Vask.Vask_epd_wrapup();
+      Vask.Vask_epd_process_frames(800, second.clone());
+      assertEquals("round " + round, 480, queued());
+      Vask.Vask_epd_wrapup();
+    }
+    for (int round = 0; round < 3000; round++) {
+      assertNotEquals(0, Vask.Vask_fopen(file.getPath()));
+      together(Vask::Vask_fclose, Vask::Vask_fclose); // twice, it would end the virtual machine
     }
   }
 
