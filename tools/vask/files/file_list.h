@@ -1,6 +1,5 @@
 // --files-from: names of inputs in a file.
-#ifndef TOOLS_VASK_FILES_FILE_LIST_H_
-#define TOOLS_VASK_FILES_FILE_LIST_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -12,5 +11,3 @@ namespace vask::command {
 std::vector<std::string> ReadFileList(const std::string& list, bool null);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_FILES_FILE_LIST_H_

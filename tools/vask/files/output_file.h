@@ -1,6 +1,5 @@
 // A file that is there whole or not at all.
-#ifndef TOOLS_VASK_FILES_OUTPUT_FILE_H_
-#define TOOLS_VASK_FILES_OUTPUT_FILE_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -43,5 +42,3 @@ class OutputFile {
 void RemoveLeftovers(const std::string& folder);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_FILES_OUTPUT_FILE_H_

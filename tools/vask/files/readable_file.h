@@ -1,6 +1,5 @@
 // Whether a file can be read at all, told in words for the person at the terminal.
-#ifndef TOOLS_VASK_FILES_READABLE_FILE_H_
-#define TOOLS_VASK_FILES_READABLE_FILE_H_
+#pragma once
 
 #include <string>
 
@@ -10,5 +9,3 @@ namespace vask::command {
 void CheckIsReadableFile(const std::string& path);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_FILES_READABLE_FILE_H_

@@ -1,7 +1,6 @@
 // The jobs of the command, one a subcommand. Each declares its own arguments and help, and does its work;
 // none knows another. main.cpp gathers them.
-#ifndef TOOLS_VASK_JOBS_JOBS_H_
-#define TOOLS_VASK_JOBS_JOBS_H_
+#pragma once
 
 #include <functional>
 
@@ -30,5 +29,3 @@ Job ReportJob(CLI::App& app, const EngineOptions& engine);
 Job TablesJob(CLI::App& app);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_JOBS_H_

@@ -1,7 +1,6 @@
 // The engine behind the C interface in its mode 1, started and stopped with this object, one frame at a time:
 // the environment check listens to it, and it reads config.Vask.
-#ifndef TOOLS_VASK_LIBRARY_ENGINE_SESSION_H_
-#define TOOLS_VASK_LIBRARY_ENGINE_SESSION_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -46,5 +45,3 @@ void CheckConfig(const EngineOptions& options);
 std::string LengthComplaint(const std::string& dir);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LIBRARY_ENGINE_SESSION_H_

@@ -1,6 +1,5 @@
 // The MFCC extractor behind the C interface, and the power spectrum that it wants.
-#ifndef TOOLS_VASK_LIBRARY_EXTRACTOR_H_
-#define TOOLS_VASK_LIBRARY_EXTRACTOR_H_
+#pragma once
 
 #include <vask/mfcc.h>
 
@@ -51,5 +50,3 @@ class Extractor {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LIBRARY_EXTRACTOR_H_

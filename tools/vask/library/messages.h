@@ -1,6 +1,5 @@
 // What the library prints, kept off the command's own output.
-#ifndef TOOLS_VASK_LIBRARY_MESSAGES_H_
-#define TOOLS_VASK_LIBRARY_MESSAGES_H_
+#pragma once
 
 #include <functional>
 #include <string>
@@ -26,5 +25,3 @@ class MessageCatcher {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LIBRARY_MESSAGES_H_

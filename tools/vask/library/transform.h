@@ -1,6 +1,5 @@
 // The library's Fourier transform of 512 points, with its built-in twiddle factors.
-#ifndef TOOLS_VASK_LIBRARY_TRANSFORM_H_
-#define TOOLS_VASK_LIBRARY_TRANSFORM_H_
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -13,5 +12,3 @@ inline constexpr int32_t kTransformPoints = 512;
 void Transform(std::array<int64_t, kTransformPoints>& x);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LIBRARY_TRANSFORM_H_

@@ -1,6 +1,5 @@
 // The options that say how a stream listens, for every subcommand that finds utterances.
-#ifndef TOOLS_VASK_LISTEN_LISTEN_OPTIONS_H_
-#define TOOLS_VASK_LISTEN_LISTEN_OPTIONS_H_
+#pragma once
 
 #include <vask/stream.h>
 
@@ -27,5 +26,3 @@ void AddListenOptions(CLI::App& command, ListenOptions& options);
 vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device, int32_t os);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LISTEN_LISTEN_OPTIONS_H_

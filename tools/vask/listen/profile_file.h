@@ -1,6 +1,5 @@
 // --profile FILE: values of the detector's profile as text or JSON.
-#ifndef TOOLS_VASK_LISTEN_PROFILE_FILE_H_
-#define TOOLS_VASK_LISTEN_PROFILE_FILE_H_
+#pragma once
 
 #include <vask/epd.h>
 
@@ -13,5 +12,3 @@ namespace vask::command {
 void ReadProfileFile(const std::string& path, epd_profile& profile);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LISTEN_PROFILE_FILE_H_

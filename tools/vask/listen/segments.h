@@ -1,6 +1,5 @@
 // A recording's walk through a stream: its utterances, and their audio, while they come.
-#ifndef TOOLS_VASK_LISTEN_SEGMENTS_H_
-#define TOOLS_VASK_LISTEN_SEGMENTS_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -28,5 +27,3 @@ void FindSegments(AudioReader& reader, Stream& stream, SegmentSink& sink);
 Segment SegmentOf(const vask_stream_event& event, const AudioReader& reader);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LISTEN_SEGMENTS_H_

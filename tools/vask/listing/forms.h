@@ -1,6 +1,5 @@
 // The forms by the names that -f takes.
-#ifndef TOOLS_VASK_LISTING_FORMS_H_
-#define TOOLS_VASK_LISTING_FORMS_H_
+#pragma once
 
 #include <memory>
 #include <string>
@@ -16,5 +15,3 @@ std::vector<std::string> FormNames();  // in the order of --help
 std::unique_ptr<Listing> MakeListing(const std::string& name, ListingEdges edges = {});
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LISTING_FORMS_H_

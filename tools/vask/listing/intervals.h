@@ -1,6 +1,5 @@
 // The forms that show one interval a segment, in whole milliseconds: all but text, jsonl and csv.
-#ifndef TOOLS_VASK_LISTING_INTERVALS_H_
-#define TOOLS_VASK_LISTING_INTERVALS_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -37,5 +36,3 @@ class IntervalListing : public Listing {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LISTING_INTERVALS_H_

@@ -1,7 +1,6 @@
 // The forms in which `vask detect` lists what it found. A listing turns segments into text and writes nothing
 // itself; it is called by one thread, in the order of the inputs.
-#ifndef TOOLS_VASK_LISTING_LISTING_H_
-#define TOOLS_VASK_LISTING_LISTING_H_
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -59,5 +58,3 @@ struct ListingEdges {
 std::string Decimal(double value, int decimals);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LISTING_LISTING_H_

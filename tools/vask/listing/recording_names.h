@@ -1,6 +1,5 @@
 // Names of recordings for forms whose readers split lines at white space.
-#ifndef TOOLS_VASK_LISTING_RECORDING_NAMES_H_
-#define TOOLS_VASK_LISTING_RECORDING_NAMES_H_
+#pragma once
 
 #include <set>
 #include <string>
@@ -18,5 +17,3 @@ class RecordingNames {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_LISTING_RECORDING_NAMES_H_

@@ -1,6 +1,5 @@
 // Any recording as 16 kHz mono 16-bit samples, a block at a time.
-#ifndef TOOLS_VASK_SOUND_AUDIO_READER_H_
-#define TOOLS_VASK_SOUND_AUDIO_READER_H_
+#pragma once
 
 #include <soxr.h>
 
@@ -53,5 +52,3 @@ class AudioReader {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_SOUND_AUDIO_READER_H_

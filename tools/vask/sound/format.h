@@ -1,6 +1,5 @@
 // The one sound format inside the command: 16 kHz, mono, 16-bit, in frames of 10 ms.
-#ifndef TOOLS_VASK_SOUND_FORMAT_H_
-#define TOOLS_VASK_SOUND_FORMAT_H_
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -13,5 +12,3 @@ constexpr int32_t kFrameSamples = 160;
 using Frame = std::array<int16_t, kFrameSamples>;
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_SOUND_FORMAT_H_

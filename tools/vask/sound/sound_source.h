@@ -1,6 +1,5 @@
 // Where a recording's samples come from, at its own rate and with all its channels.
-#ifndef TOOLS_VASK_SOUND_SOUND_SOURCE_H_
-#define TOOLS_VASK_SOUND_SOUND_SOURCE_H_
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -33,5 +32,3 @@ std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path);
 std::unique_ptr<SoundSource> OpenStandardInput();
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_SOUND_SOUND_SOURCE_H_

@@ -1,6 +1,5 @@
 // A 16 kHz mono 16-bit sound file that is there whole or not at all.
-#ifndef TOOLS_VASK_SOUND_SOUND_WRITER_H_
-#define TOOLS_VASK_SOUND_SOUND_WRITER_H_
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -21,5 +20,3 @@ std::unique_ptr<SoundWriter> MakeWavWriter(const std::string& target);
 std::unique_ptr<SoundWriter> MakeFlacWriter(const std::string& target);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_SOUND_SOUND_WRITER_H_

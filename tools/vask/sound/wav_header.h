@@ -1,6 +1,5 @@
 // The head of a WAV stream, read forwards only: a pipe cannot be read twice.
-#ifndef TOOLS_VASK_SOUND_WAV_HEADER_H_
-#define TOOLS_VASK_SOUND_WAV_HEADER_H_
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -29,5 +28,3 @@ WavForm ReadWavHeader(const std::string& name, const TakeBytes& take);
 double WavSample(const WavForm& form, const uint8_t* bytes);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_SOUND_WAV_HEADER_H_

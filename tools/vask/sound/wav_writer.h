@@ -1,6 +1,5 @@
 // A sound file as WAV.
-#ifndef TOOLS_VASK_SOUND_WAV_WRITER_H_
-#define TOOLS_VASK_SOUND_WAV_WRITER_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -26,5 +25,3 @@ class WavWriter : public SoundWriter {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_SOUND_WAV_WRITER_H_

@@ -1,6 +1,5 @@
 // Arguments that several jobs have.
-#ifndef TOOLS_VASK_TERMINAL_ARGUMENTS_H_
-#define TOOLS_VASK_TERMINAL_ARGUMENTS_H_
+#pragma once
 
 #include <string>
 
@@ -21,5 +20,3 @@ void AddInput(CLI::App& job, std::string& input, const char* name = "IN", const 
 void AddOutput(CLI::App& job, std::string& output, const char* help);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_TERMINAL_ARGUMENTS_H_

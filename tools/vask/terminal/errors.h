@@ -1,6 +1,5 @@
 // What may go wrong, in words for the person at the terminal, and the reasons to stop at once.
-#ifndef TOOLS_VASK_TERMINAL_ERRORS_H_
-#define TOOLS_VASK_TERMINAL_ERRORS_H_
+#pragma once
 
 #include <cerrno>
 #include <csignal>
@@ -54,5 +53,3 @@ struct Interruption {
 }
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_TERMINAL_ERRORS_H_

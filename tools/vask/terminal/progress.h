@@ -1,6 +1,5 @@
 // A line on the terminal that says how far a long file is; nothing anywhere else.
-#ifndef TOOLS_VASK_TERMINAL_PROGRESS_H_
-#define TOOLS_VASK_TERMINAL_PROGRESS_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -26,5 +25,3 @@ class Progress {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_TERMINAL_PROGRESS_H_

@@ -1,6 +1,5 @@
 // Ctrl-C and its like, noticed between two blocks of audio so that no unfinished file is left behind.
-#ifndef TOOLS_VASK_TERMINAL_SIGNALS_H_
-#define TOOLS_VASK_TERMINAL_SIGNALS_H_
+#pragma once
 
 namespace vask::command {
 
@@ -18,5 +17,3 @@ void CheckSignals();
 [[noreturn]] void EndBySignal(int signal);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_TERMINAL_SIGNALS_H_

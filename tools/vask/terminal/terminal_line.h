@@ -1,7 +1,6 @@
 // A line at the bottom of the terminal that is written again and again; nothing where standard error is no
 // terminal.
-#ifndef TOOLS_VASK_TERMINAL_TERMINAL_LINE_H_
-#define TOOLS_VASK_TERMINAL_TERMINAL_LINE_H_
+#pragma once
 
 #include <chrono>
 #include <string>
@@ -28,5 +27,3 @@ class TerminalLine {
 std::string Bar(double share);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_TERMINAL_TERMINAL_LINE_H_

@@ -1,6 +1,5 @@
 // What --version prints: the version, how it was built, and which of its features work on this machine.
-#ifndef TOOLS_VASK_TERMINAL_VERSION_H_
-#define TOOLS_VASK_TERMINAL_VERSION_H_
+#pragma once
 
 #include <string>
 
@@ -9,5 +8,3 @@ namespace vask::command {
 std::string Version();
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_TERMINAL_VERSION_H_

@@ -1,6 +1,5 @@
 // `vask detect`: where somebody speaks in recordings, and the utterances as files of their own.
-#ifndef TOOLS_VASK_JOBS_DETECT_DETECT_H_
-#define TOOLS_VASK_JOBS_DETECT_DETECT_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -26,5 +25,3 @@ struct DetectArguments {
 int DetectAll(const DetectArguments& arguments, const vask_stream_options& options);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_DETECT_DETECT_H_

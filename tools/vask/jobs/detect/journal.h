@@ -1,6 +1,5 @@
 // What `vask detect -o DIR` has finished, so that --resume can go on after a run that was killed.
-#ifndef TOOLS_VASK_JOBS_DETECT_JOURNAL_H_
-#define TOOLS_VASK_JOBS_DETECT_JOURNAL_H_
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -63,5 +62,3 @@ class Journal {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_DETECT_JOURNAL_H_

@@ -1,6 +1,5 @@
 // --meter: level and state of what is heard, on the terminal.
-#ifndef TOOLS_VASK_JOBS_DETECT_METER_H_
-#define TOOLS_VASK_JOBS_DETECT_METER_H_
+#pragma once
 
 #include <vask/stream.h>
 
@@ -12,5 +11,3 @@ namespace vask::command {
 std::string MeterLine(const vask_stream_measures& measures);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_DETECT_METER_H_

@@ -1,6 +1,5 @@
 // Results that several threads find at once, listed on standard output in the order of the inputs.
-#ifndef TOOLS_VASK_JOBS_DETECT_ORDERED_LISTING_H_
-#define TOOLS_VASK_JOBS_DETECT_ORDERED_LISTING_H_
+#pragma once
 
 #include <condition_variable>
 #include <map>
@@ -66,5 +65,3 @@ class OrderedListing {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_DETECT_ORDERED_LISTING_H_

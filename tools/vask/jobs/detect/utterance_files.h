@@ -1,6 +1,5 @@
 // The files of `vask detect -o DIR`: their names, and what runs before this one have left there.
-#ifndef TOOLS_VASK_JOBS_DETECT_UTTERANCE_FILES_H_
-#define TOOLS_VASK_JOBS_DETECT_UTTERANCE_FILES_H_
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -37,5 +36,3 @@ class UtteranceFiles {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_DETECT_UTTERANCE_FILES_H_

@@ -1,6 +1,5 @@
 // The outline of a waveform: the largest magnitude of each step, as a byte.
-#ifndef TOOLS_VASK_JOBS_REPORT_ENVELOPE_H_
-#define TOOLS_VASK_JOBS_REPORT_ENVELOPE_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -23,5 +22,3 @@ class Envelope {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_ENVELOPE_H_

@@ -1,6 +1,5 @@
 // The report's page: the built viewer with the data of one recording in it, in one file.
-#ifndef TOOLS_VASK_JOBS_REPORT_PAGE_H_
-#define TOOLS_VASK_JOBS_REPORT_PAGE_H_
+#pragma once
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -31,5 +30,3 @@ class Page {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_PAGE_H_

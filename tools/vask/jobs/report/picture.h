@@ -1,6 +1,5 @@
 // One of the two sounds of a report, before or after the noise reduction: what is drawn and played of it.
-#ifndef TOOLS_VASK_JOBS_REPORT_PICTURE_H_
-#define TOOLS_VASK_JOBS_REPORT_PICTURE_H_
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -38,5 +37,3 @@ class Picture {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_PICTURE_H_

@@ -1,6 +1,5 @@
 // `vask report`: what was found in a recording, as a page to look at and listen to.
-#ifndef TOOLS_VASK_JOBS_REPORT_REPORT_H_
-#define TOOLS_VASK_JOBS_REPORT_REPORT_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -20,5 +19,3 @@ struct ReportArguments {
 void Report(const ReportArguments& arguments, int32_t device, int32_t os);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_REPORT_H_

@@ -1,6 +1,5 @@
 // Sound as a browser plays it: a file in memory.
-#ifndef TOOLS_VASK_JOBS_REPORT_SOUND_H_
-#define TOOLS_VASK_JOBS_REPORT_SOUND_H_
+#pragma once
 
 #include <sndfile.h>
 
@@ -35,5 +34,3 @@ class Sound {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_SOUND_H_

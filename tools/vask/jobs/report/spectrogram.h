@@ -1,6 +1,5 @@
 // Levels over time and frequency: columns of 128 bands of 62.5 Hz, in bytes of 1 dB.
-#ifndef TOOLS_VASK_JOBS_REPORT_SPECTROGRAM_H_
-#define TOOLS_VASK_JOBS_REPORT_SPECTROGRAM_H_
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -40,5 +39,3 @@ class Spectrogram {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_SPECTROGRAM_H_

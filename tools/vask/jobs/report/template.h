@@ -1,6 +1,5 @@
 // The built viewer, report/template.html, as viewer/ makes it.
-#ifndef TOOLS_VASK_JOBS_REPORT_TEMPLATE_H_
-#define TOOLS_VASK_JOBS_REPORT_TEMPLATE_H_
+#pragma once
 
 #include <string_view>
 
@@ -9,5 +8,3 @@ namespace vask::command {
 std::string_view ReportTemplate();
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_TEMPLATE_H_

@@ -1,6 +1,5 @@
 // What the detector measured, frame by frame, in bytes.
-#ifndef TOOLS_VASK_JOBS_REPORT_TRACES_H_
-#define TOOLS_VASK_JOBS_REPORT_TRACES_H_
+#pragma once
 
 #include <vask/stream.h>
 
@@ -36,5 +35,3 @@ class Traces {
 };
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_JOBS_REPORT_TRACES_H_
