@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "format.h"
 #include "library/messages.h"
-#include "sound/format.h"
 
 namespace vask::command {
 

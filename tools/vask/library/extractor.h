@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "format.h"
 #include "library/transform.h"
-#include "sound/format.h"
 
 namespace vask::command {
 

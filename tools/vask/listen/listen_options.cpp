@@ -5,9 +5,9 @@
 #include <cmath>
 #include <vask/stream.hpp>
 
+#include "format.h"
 #include "listen/profile_file.h"
 #include "listing/listing.h"
-#include "sound/format.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

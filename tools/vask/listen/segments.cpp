@@ -5,7 +5,7 @@
 #include <cmath>
 #include <new>
 
-#include "sound/format.h"
+#include "format.h"
 
 namespace vask::command {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sound/format.h"
+#include "format.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

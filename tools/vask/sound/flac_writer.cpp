@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "files/output_file.h"
-#include "sound/format.h"
+#include "format.h"
 #include "sound/sndfile_lock.h"
 #include "sound/sound_writer.h"
 

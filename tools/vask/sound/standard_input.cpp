@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-#include "sound/format.h"
+#include "format.h"
 #include "sound/sound_source.h"
 #include "sound/wav_header.h"
 #include "terminal/errors.h"

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "sound/format.h"
+#include "format.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

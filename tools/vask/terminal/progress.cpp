@@ -1,6 +1,6 @@
 #include "terminal/progress.h"
 
-#include "sound/format.h"
+#include "format.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "sound/format.h"
+#include "format.h"
 
 namespace vask::command {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "sound/format.h"
+#include "format.h"
 
 namespace vask::command {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-#include "sound/format.h"
+#include "format.h"
 #include "terminal/errors.h"
 
 namespace vask::command {

@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "format.h"
 #include "library/transform.h"
-#include "sound/format.h"
 
 namespace vask::command {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sound/format.h"
+#include "format.h"
 
 namespace vask::command {
 namespace {
