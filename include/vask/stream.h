@@ -58,7 +58,8 @@ enum {
 /* Reasons: how an utterance ended, or why a segment was rejected. */
 enum {
   VASK_STREAM_BY_SILENCE = 1,        /* ended: hangover_frames without speech */
-  VASK_STREAM_BY_LONG_NOISE = 2,     /* ended: over long_speech_frames, unvoiced for max_unvoiced_run */
+  VASK_STREAM_BY_LONG_NOISE = 2,     /* ended: over long_speech_frames, unvoiced for max_unvoiced_run; where
+                                        it fell silent, or at the newest frame if it has not */
   VASK_STREAM_BY_INPUT_END = 3,      /* ended: flushed while it was open */
   VASK_STREAM_BY_SPLIT = 4,          /* ended: over max_samples; the next one continues from here */
   VASK_STREAM_TOO_SHORT = 11,        /* rejected: under 10 frames, or under min_samples */
@@ -78,7 +79,8 @@ enum {
 typedef struct vask_stream_options {
   int32_t mode;        /* VASK_STREAM_CONTINUOUS or _UTTERANCES */
   int32_t audio;       /* VASK_STREAM_CLEAN, _RAW or _NO_AUDIO */
-  epd_profile profile; /* the detector's seventeen values */
+  epd_profile profile; /* the detector's seventeen values. A max_unvoiced_run of less than hangover_frames +
+                          30 counts as that many: it would end an utterance before the hangover can */
   int32_t pad_start;   /* delivered from this long before the detected start; -1: from 0.35 s before */
   int32_t pad_end;     /* and until this long after the detected end; -1: all that the hangover covers */
   int32_t min_samples; /* an utterance shorter than this from start to end is rejected; 0: no limit */

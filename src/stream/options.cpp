@@ -17,6 +17,10 @@ constexpr int32_t kMostLength = 1000000000;  // samples: 17 hours
 constexpr int32_t kLeastLongest = 24000;     // beside a margin of 0.35 s there is room for speech
 constexpr int32_t kWholePercent = 100;
 
+// What may follow the last voiced frame of an utterance before it is silent, and the lag of the detector. The
+// preset for noisy rooms has no more.
+constexpr int32_t kUnvoicedTail = 30;  // frames
+
 bool IsIn(int32_t value, int32_t least, int32_t most) { return value >= least && value <= most; }
 
 }  // namespace
@@ -54,6 +58,11 @@ void MakeRobust(vask_stream_options& options) {
 int32_t LongestPadEnd(const vask_stream_options& options) {
   const int32_t hangover = options.profile.hangover_frames * kFrame;
   return options.pad_end < 0 ? hangover : std::min(options.pad_end, hangover);
+}
+
+epd_profile ProfileInForce(epd_profile profile) {
+  profile.max_unvoiced_run = std::max(profile.max_unvoiced_run, profile.hangover_frames + kUnvoicedTail);
+  return profile;
 }
 
 const char* ComplaintAbout(const vask_stream_options& options) {

@@ -8,6 +8,10 @@ namespace vask {
 vask_stream_options DefaultOptions();
 void MakeRobust(vask_stream_options& options);
 
+// The profile that a stream gives its detector: the run of unvoiced frames that ends an utterance is longer
+// than the hangover. `hangover_frames` is within its limits.
+epd_profile ProfileInForce(epd_profile profile);
+
 // A constant text, or null.
 const char* ComplaintAbout(const vask_stream_options& options);
 

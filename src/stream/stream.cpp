@@ -138,9 +138,8 @@ void Deliver(vask_stream& s, std::span<const int16_t> emitted) {
 // The engine has decided on the segment and starts afresh, with the frame that it decided in: that may be
 // speech again.
 void EndSegment(vask_stream& s, int32_t result, const SampleFrame& frame) {
-  const energy_vad_prm& vad = DetectorOf(s).vad;
-  const bool is_forced = vad.hangover_count > 0 || vad.speech_run > 0;
-  s.segment.End(ContextOf(s), FrameBehindSpeech(s),
+  const bool is_forced = DetectorOf(s).vad.silence_run == 0;
+  s.segment.End(ContextOf(s), is_forced ? FrameBehindSpeechSoFar(s) : FrameBehindSpeech(s),
                 is_forced ? VASK_STREAM_BY_LONG_NOISE : VASK_STREAM_BY_SILENCE, result == kEnded);
   WrapUp(s.engine);
   RunEngine(s, frame);
@@ -250,12 +249,13 @@ void CloseStream(vask_stream& s) {
 
 bool OpenStream(vask_stream& s, const vask_stream_options& options) {
   s.options = options;
+  s.options.profile = ProfileInForce(options.profile);
   if (s.options.queue_samples == 0) s.options.queue_samples = DefaultOptions().queue_samples;
   const int64_t notes = options.profile.hangover_frames + Segment::kSplitWindow + kFramesInFlight;
   const bool has_notes = s.history.Open(static_cast<int32_t>(notes));
   const bool has_outbox = s.outbox.Open(s.options.queue_samples, options.mode == VASK_STREAM_UTTERANCES);
   if (!has_notes || !has_outbox) return false;
-  if (!CreateEngine(s.engine, options.mode, options.profile)) return false;
+  if (!CreateEngine(s.engine, options.mode, s.options.profile)) return false;
   Reset(s);
   return true;
 }

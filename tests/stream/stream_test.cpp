@@ -204,6 +204,30 @@ TEST(Stream, SplitsWhatIsTooLongWhereItIsQuietest) {
   }
 }
 
+TEST(Stream, EndsWhereSpeechFellSilentHoweverLongTheHangover) {
+  const Samples speech = Utterance();  // frames 60 to 140
+  for (const bool is_robust : {false, true}) {
+    for (const int32_t hangover : {50, 100, 180, 500, 3000}) {
+      StreamOptions options;
+      if (is_robust) options.Robust();
+      options.max_tone_percent = 100;
+      options.profile.hangover_frames = hangover;
+      const std::vector<Heard> heard =
+          Listen(options, Join({speech, Hiss(static_cast<size_t>(hangover), 20, 5)}));
+      ASSERT_EQ(heard.size(), 1u) << hangover;
+      EXPECT_EQ(heard[0].event.reason, VASK_STREAM_BY_SILENCE) << hangover;
+      EXPECT_NEAR(static_cast<double>(heard[0].event.end), 142 * 160, 480) << hangover;
+    }
+  }
+  // Noise behind the vowel until frame 290: cut 190 frames behind the last voiced one, in the hangover.
+  const Samples noise = Hiss(150, 4000, 6);
+  const std::vector<Heard> cut = Listen(
+      StreamOptions(), Join({Samples(speech.begin(), speech.begin() + 140 * 160), noise, Hiss(100, 20, 7)}));
+  ASSERT_EQ(cut.size(), 1u);
+  EXPECT_EQ(cut[0].event.reason, VASK_STREAM_BY_LONG_NOISE);
+  EXPECT_NEAR(static_cast<double>(cut[0].event.end), 291 * 160, 480);
+}
+
 // At the end of the input a long hangover holds many pieces at once.
 TEST(Stream, SplitsAllThatTheHangoverHolds) {
   Samples input = Hiss(60, 20, 2);
