@@ -154,7 +154,7 @@ VASK_API void vask_stream_profile(int32_t device, int32_t os, epd_profile *profi
  *
  * options  in: the options
  *
- * return   a constant text such as "pad_start is not -1 to 16000000 samples"
+ * return   a constant text such as "pad_start is not -1 to 1000000000 samples"
  *          null: nothing is wrong
  */
 VASK_API const char *vask_stream_complaint(const vask_stream_options *options);

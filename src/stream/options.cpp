@@ -78,6 +78,9 @@ const char* ComplaintAbout(const vask_stream_options& options) {
   if (options.max_samples != 0 && !IsIn(options.max_samples, kLeastLongest, kMostLength)) {
     return "max_samples is not 0 or 24000 to 1000000000";
   }
+  if (options.max_samples != 0 && options.min_samples > options.max_samples) {
+    return "min_samples is above max_samples";
+  }
   if (options.min_voiced_frames < 0) return "min_voiced_frames is negative";
   if (!IsIn(options.max_tone_percent, 0, kWholePercent)) return "max_tone_percent is not 0 to 100";
   if (!IsIn(options.queue_samples, 0, kMostLength)) return "queue_samples is not 0 to 1000000000";

@@ -156,26 +156,27 @@ TEST_F(DetectCommand, SaysWhatDoesNotGoTogether) {
     int exit_code;
     std::string error;
   };
-  for (const Case& c :
-       std::vector<Case>{{{"--pad-start", "-1"}, 2, "--pad-start: -1 is not 0 to"},
-                         {{"--pad-end", "nan"}, 2, "--pad-end: nan is not 0 to"},
-                         {{"--hangover", "31"}, 2, "--hangover: 31 is not 0 to 30 s"},
-                         {{"--max-tones", "101"}, 2, "--max-tones"},
-                         {{"--max-segment", "1.4"}, 2, "--max-segment: 1.4 is not 1.5 to 36000 s"},
-                         {{"--preset", "loud"}, 2, "--preset"},
-                         {{"--format", "xml"}, 2, "--format"},
-                         {{"--resume"}, 2, "--output"},
-                         {{"--flac"}, 2, "--output"},
-                         {{"--jobs", "0"}, 2, "--jobs"},
-                         {{"-", "-"}, 2, "standard input (-) can be read once only"},
-                         {{"-", "--files-from", "-"}, 2, "once only"},
-                         {{kRoom, "-f", "webvtt"}, 2, "webvtt holds one recording"},
-                         {{"--profile", "none"}, 1, "none: no such file"},
-                         {{"--profile", "unknown"}, 1, "unknown: line 2: there is no value \"hangover\""},
-                         {{"--profile", "half"}, 1, "half: line 1: is no name and number"},
-                         {{"--profile", "text.json"}, 1, "yin_min is no whole number"},
-                         {{"--profile", "deep"}, 2, "--profile: sample_shift is not 0 to 15"},
-                         {{"--files-from", "none"}, 1, "none: no such file"}}) {
+  for (const Case& c : std::vector<Case>{
+           {{"--pad-start", "-1"}, 2, "--pad-start: -1 is not 0 to"},
+           {{"--pad-end", "nan"}, 2, "--pad-end: nan is not 0 to"},
+           {{"--hangover", "31"}, 2, "--hangover: 31 is not 0 to 30 s"},
+           {{"--max-tones", "101"}, 2, "--max-tones"},
+           {{"--max-segment", "1.4"}, 2, "--max-segment: 1.4 is not 1.5 to 36000 s"},
+           {{"--min-speech", "3", "--max-segment", "2"}, 2, "--min-speech is above --max-segment"},
+           {{"--preset", "loud"}, 2, "--preset"},
+           {{"--format", "xml"}, 2, "--format"},
+           {{"--resume"}, 2, "--output"},
+           {{"--flac"}, 2, "--output"},
+           {{"--jobs", "0"}, 2, "--jobs"},
+           {{"-", "-"}, 2, "standard input (-) can be read once only"},
+           {{"-", "--files-from", "-"}, 2, "once only"},
+           {{kRoom, "-f", "webvtt"}, 2, "webvtt holds one recording"},
+           {{"--profile", "none"}, 1, "none: no such file"},
+           {{"--profile", "unknown"}, 1, "unknown: line 2: there is no value \"hangover\""},
+           {{"--profile", "half"}, 1, "half: line 1: is no name and number"},
+           {{"--profile", "text.json"}, 1, "yin_min is no whole number"},
+           {{"--profile", "deep"}, 2, "--profile: sample_shift is not 0 to 15"},
+           {{"--files-from", "none"}, 1, "none: no such file"}}) {
     const Outcome outcome = Run(With({"detect", kRoom}, c.args));
     EXPECT_EQ(outcome.exit_code, c.exit_code) << c.error;
     EXPECT_EQ(outcome.out, "") << c.error;

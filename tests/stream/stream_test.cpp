@@ -364,6 +364,11 @@ TEST(Stream, RefusesBadOptionsAndArguments) {
       EXPECT_NE(options.Complaint(), nullptr);
     }
   }
+  StreamOptions options;
+  options.min_samples = options.max_samples = 24000;
+  EXPECT_EQ(options.Complaint(), nullptr);
+  ++options.min_samples;
+  EXPECT_STREQ(options.Complaint(), "min_samples is above max_samples");
   vask::Stream stream;
   vask_stream_event event;
   int16_t sample = 0;

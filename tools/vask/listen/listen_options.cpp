@@ -85,6 +85,9 @@ vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device
   stream.min_voiced_frames = options.min_voiced.value_or(stream.min_voiced_frames);
   stream.max_tone_percent = options.max_tones.value_or(stream.max_tone_percent);
   stream.profile.vad_threshold = options.threshold.value_or(stream.profile.vad_threshold);
+  if (stream.max_samples != 0 && stream.min_samples > stream.max_samples) {
+    throw UsageError("--min-speech is above --max-segment");
+  }
   // The other options have been looked at one by one.
   if (const char* complaint = stream.Complaint()) throw UsageError(std::string("--profile: ") + complaint);
   return stream;
