@@ -3,13 +3,15 @@
 
 #include <string>
 
+#include "dsp/level.h"
+
 namespace vask::bench {
 
 // Names: stage/<stage>, over speech.
 void RegisterStages();
 
-// Names: FormName of each pair of forms, over speech.
-void RegisterPlain();
+// Names: FormName of every form at every level of the machine, over speech.
+void RegisterForms();
 
 // Names: frontend/...
 void RegisterFrontEnd();
@@ -26,8 +28,8 @@ inline constexpr int kEngineModes[] = {1, 2};  // 1: every frame, noise-reduced;
 inline constexpr const char* kForms[] = {"transform", "gain_design", "likelihood_ratios", "convolution",
                                          "lags"};
 
-inline std::string FormName(const std::string& name, bool plain) {
-  return "form/" + name + (plain ? "/plain" : "/fast");
+inline std::string FormName(const std::string& name, Level level) {
+  return "form/" + name + '/' + NameOf(level);
 }
 inline std::string EngineName(int mode, const std::string& material) {
   return "engine/mode_" + std::to_string(mode) + '/' + material;

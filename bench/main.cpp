@@ -1,12 +1,14 @@
 // vask-bench: times the library per 10 ms frame, with SpeexDSP in the same run, and fails if a frame
-// allocates. Accepts the options of Google Benchmark.
+// allocates. Accepts the options of Google Benchmark, and --cpu=LEVEL as the first.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "allocations.h"
@@ -34,9 +36,12 @@ class Report : public benchmark::ConsoleReporter {
   // The ratios between benchmarks that ran.
   void PrintRatios() const {
     for (const char* form : kForms) {
-      const double plain = SecondsPerFrame(FormName(form, true)),
-                   fast = SecondsPerFrame(FormName(form, false));
-      if (plain > 0 && fast > 0) std::printf("ratio %s plain : fast = %.1f\n", form, plain / fast);
+      const double plain = SecondsPerFrame(FormName(form, Level::kPlain));
+      for (const Level level : LevelsHere().subspan(1)) {
+        const double fast = SecondsPerFrame(FormName(form, level));
+        if (plain <= 0 || fast <= 0) continue;
+        std::printf("ratio %s plain : %s = %.1f\n", form, NameOf(level), plain / fast);
+      }
     }
     for (int mode : kEngineModes) {
       for (const Material& material : Materials()) {
@@ -69,11 +74,19 @@ class Report : public benchmark::ConsoleReporter {
 
 int main(int argc, char** argv) try {
   using namespace vask::bench;
+  constexpr std::string_view kCpu = "--cpu=";
+  if (argc > 1 && std::string_view(argv[1]).starts_with(kCpu)) {
+    if (!vask::ForceLevel(std::string_view(argv[1]).substr(kCpu.size()))) {
+      throw std::runtime_error(std::string(argv[1]) + ": this machine does not have that level");
+    }
+    argv[1] = argv[0];
+    --argc, ++argv;
+  }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   const bool counted = AllocationsAreCounted();
   RegisterStages();
-  RegisterPlain();
+  RegisterForms();
   RegisterFrontEnd();
   RegisterStreams();
   RegisterEngine();

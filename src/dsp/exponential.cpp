@@ -7,6 +7,7 @@
 #include <array>
 
 #include "dsp/arith.h"
+#include "dsp/kernel.h"
 #include "dsp/logarithm.h"
 #include "dsp/portable_math.h"
 
@@ -72,7 +73,13 @@ int32_t PowQ6(int32_t x, int32_t y_q30) {
   return MaxIfNegative(ExpQ6(Low32(MulShift<30>(NaturalLogQ16(x), y_q30))));  // y ln x, Q16
 }
 
-int64_t ExpOfLikelihoodQ16(int64_t q) {
+static int64_t ExpOfLikelihoodPlainQ16(int64_t q) {
+  if (q < -12 * int64_t{kOneQ16}) return 0;  // e^-12 is below 1 in Q16
+  const auto nearest = static_cast<float>(PortableExp(static_cast<double>(q) / kOneQ16));
+  return static_cast<int64_t>(static_cast<double>(nearest) * kOneQ16);
+}
+
+int64_t ExpOfLikelihoodByTableQ16(int64_t q) {
   if (q < 0 || q > kMaxExponentQ16) return ExpOfLikelihoodPlainQ16(q);
   const auto step = static_cast<size_t>(q >> 10);
   const double x =
@@ -82,11 +89,8 @@ int64_t ExpOfLikelihoodQ16(int64_t q) {
   return static_cast<int64_t>(static_cast<double>(static_cast<float>(kExpOf64ths[step] * series)) * kOneQ16);
 }
 
-int64_t ExpOfLikelihoodPlainQ16(int64_t q) {
-  if (q < -12 * int64_t{kOneQ16}) return 0;  // e^-12 is below 1 in Q16
-  const auto nearest = static_cast<float>(PortableExp(static_cast<double>(q) / kOneQ16));
-  return static_cast<int64_t>(static_cast<double>(nearest) * kOneQ16);
-}
+VASK_PICK(int64_t, ExpOfLikelihoodQ16, (int64_t q), (q), ExpOfLikelihoodPlainQ16, ExpOfLikelihoodByTableQ16,
+          ExpOfLikelihoodByTableQ16, ExpOfLikelihoodByTableQ16)
 
 }  // namespace vask
 

@@ -13,6 +13,6 @@ int32_t PowQ6(int32_t x, int32_t y_q30);  // integer ^ Q30 -> Q6
 // The likelihood ratio's exponential: q in Q16, up to 10.0, -> exp(q) in Q16, cut toward zero from the
 // single-precision value nearest to it.
 int64_t ExpOfLikelihoodQ16(int64_t q);
-int64_t ExpOfLikelihoodPlainQ16(int64_t q);
+int64_t ExpOfLikelihoodByTableQ16(int64_t q);  // the fast form of it
 
 }  // namespace vask

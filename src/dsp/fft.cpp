@@ -8,6 +8,7 @@
 #include "dsp/fft_512.h"
 #include "dsp/fft_algorithm.h"
 #include "dsp/fft_bounded.h"
+#include "dsp/kernel.h"
 #include "dsp/memory.h"
 
 namespace vask {
@@ -43,6 +44,10 @@ void ReleaseSlots(int32_t**& slots, int32_t count) {
   Release(slots);
 }
 
+void RealFftPlain(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
+  RunRealFft<Full>(x, order, twiddles);
+}
+
 // The transform in 32 bits, where that holds; false if it does not.
 bool RealFftNarrow(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
   if (order != kLargestFftOrder) return false;
@@ -59,20 +64,19 @@ bool RealFftNarrow(std::span<int64_t> x, int32_t order, const fft_tables& twiddl
   return true;
 }
 
-}  // namespace
-
-void RealFftFull(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
-  RunRealFft<Full>(x, order, twiddles);
-}
-
-void RealFft(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
+void RealFftByBounds(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
   if (RealFftNarrow(x, order, twiddles)) return;  // speed only
   if (IsBounded(x)) {
     RealFftBounded(x, order, twiddles);  // speed only
   } else {
-    RealFftFull(x, order, twiddles);
+    RealFftPlain(x, order, twiddles);
   }
 }
+
+}  // namespace
+
+VASK_PICK(void, RealFft, (std::span<int64_t> x, int32_t order, const fft_tables& twiddles),
+          (x, order, twiddles), RealFftPlain, RealFftByBounds, RealFftByBounds, RealFftByBounds)
 
 bool BuildTwiddles(fft_tables& twiddles, int32_t order) {
   const int32_t slots = order - 1;

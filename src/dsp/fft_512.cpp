@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
+#include "dsp/kernel.h"
 
-#if VASK_HAS_AVX2_KERNELS
+#if VASK_HAS_AVX2
 #include <immintrin.h>
 #elif VASK_HAS_NEON
 #include <arm_neon.h>
@@ -26,7 +26,7 @@ constexpr std::array<int32_t, 32> kReversed5 = [] {
 constexpr std::array<int32_t, 16> kIsOneGroup = [] {
   std::array<int32_t, 16> mask{};
   for (size_t column = 0; column < mask.size(); ++column) {
-    for (int32_t start = 0, step = 64; start < kFft512; start = 2 * step - 32, step *= 4) {
+    for (int32_t start = 0, step = 64; start < kFftSize; start = 2 * step - 32, step *= 4) {
       if (16 * kReversed5[column] >= start && (16 * kReversed5[column] - start) % step == 0)
         mask[column] = -1;
     }
@@ -40,7 +40,7 @@ namespace portable {
 #include "dsp/fft_512_kernel.inc"
 }  // namespace portable
 
-#if VASK_HAS_AVX2_KERNELS
+#if VASK_HAS_AVX2
 namespace avx2 {
 VASK_BEGIN_AVX2
 #define VASK_LANES_AVX2
@@ -58,18 +58,18 @@ namespace neon {
 }  // namespace neon
 #endif
 
-VASK_KERNEL void PowerOf512Body(const Packed512& transform, int32_t shift, int64_t* x) {
+VASK_BODY void PowerOf512Body(const Packed512& transform, int32_t shift, int64_t* x) {
   const auto square = [&](int32_t i) {
     const int32_t value = transform[static_cast<size_t>(i)] >> shift;
     return int64_t{value} * value;
   };
-  for (int32_t k = kFft512 / 2 + 1; k < kFft512; ++k) x[k] = transform[static_cast<size_t>(k)];
+  for (int32_t k = kFftSize / 2 + 1; k < kFftSize; ++k) x[k] = transform[static_cast<size_t>(k)];
   x[0] = square(0);
-  for (int32_t k = 1; k < kFft512 / 2; ++k) x[k] = square(k) + square(kFft512 - k);
-  x[kFft512 / 2] = square(kFft512 / 2);
+  for (int32_t k = 1; k < kFftSize / 2; ++k) x[k] = square(k) + square(kFftSize - k);
+  x[kFftSize / 2] = square(kFftSize / 2);
 }
 
-VASK_KERNEL bool IsNarrowBody(const Samples512& samples) {
+VASK_BODY bool IsNarrowBody(const Samples512& samples) {
   constexpr uint32_t kBound = (1 << 22) - (1 << 10);  // of magnitudes / 512, cut; the sum is 32 bits at most
   uint32_t sum = 0;
   for (const int32_t v : samples) sum += static_cast<uint32_t>(v < 0 ? ~v : v) >> 9;
@@ -78,26 +78,13 @@ VASK_KERNEL bool IsNarrowBody(const Samples512& samples) {
 
 }  // namespace
 
-VASK_DISPATCH(bool, IsNarrow, (const Samples512& samples), (samples))
+VASK_KERNEL(bool, IsNarrow, (const Samples512& samples), (samples), IsNarrowPortable)
 
-void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512& x) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return avx2::Transform512(samples.data(), twiddles, x.data());
-#elif VASK_HAS_NEON
-  return neon::Transform512(samples.data(), twiddles, x.data());
-#endif
-  RealFft512Portable(samples, twiddles, x);
-}
+VASK_PICK(void, RealFft512, (const Samples512& samples, const fft_tables& twiddles, Packed512& x),
+          (samples.data(), twiddles, x.data()), portable::Transform512, portable::Transform512,
+          avx2::Transform512, neon::Transform512)
 
-void RealFft512Portable(const Samples512& samples, const fft_tables& twiddles, Packed512& x) {
-  portable::Transform512(samples.data(), twiddles, x.data());
-}
-
-VASK_DISPATCH(void, PowerOf512, (const Packed512& transform, int32_t shift, int64_t* x),
-              (transform, shift, x))
-
-void PowerOf512Portable(const Packed512& transform, int32_t shift, int64_t* x) {
-  PowerOf512Body(transform, shift, x);
-}
+VASK_KERNEL(void, PowerOf512, (const Packed512& transform, int32_t shift, int64_t* x), (transform, shift, x),
+            PowerOf512Portable)
 
 }  // namespace vask

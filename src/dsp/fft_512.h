@@ -10,21 +10,19 @@
 #include <span>
 
 #include "dsp/fft.h"
+#include "dsp/sizes.h"
 
 namespace vask {
 
-inline constexpr int32_t kFft512 = 512;
-using Samples512 = std::array<int32_t, kFft512>;
-using Packed512 = std::array<int32_t, kFft512 + 8>;  // the last 8 are scratch
+using Samples512 = std::array<int32_t, kFftSize>;
+using Packed512 = std::array<int32_t, kFftSize + 8>;  // the last 8 are scratch
 
 bool IsNarrow(const Samples512& samples);
 
-// Needs IsNarrow. `x` packed as by RealFft. The second form is for every processor.
+// Needs IsNarrow. `x` packed as by RealFft.
 void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512& x);
-void RealFft512Portable(const Samples512& samples, const fft_tables& twiddles, Packed512& x);
 
 // PowerSpectrum of the transform into 512 values; shifted by 1 or more, two squares fit 64 bits.
 void PowerOf512(const Packed512& transform, int32_t shift, int64_t* x);
-void PowerOf512Portable(const Packed512& transform, int32_t shift, int64_t* x);
 
 }  // namespace vask

@@ -2,7 +2,7 @@
 #include "dsp/filters.h"
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
+#include "dsp/kernel.h"
 
 namespace vask {
 namespace {
@@ -12,9 +12,16 @@ static_assert(kDcPoleQ30 == 0x3ff00000);
 constexpr int32_t kPreEmphasisQ30 = Q<30>(0.97);
 static_assert(kPreEmphasisQ30 == 0x3e147ae1);
 
-// From the second sample on. A sample << 16 times the factor >> 30 is the sample times the factor >> 14, in
+// From the second sample on. Opposite full-scale samples wrap.
+void EmphasizeRestPlain(int32_t coef, std::span<const int16_t> samples, int32_t* out) {
+  for (size_t i = 1; i < samples.size(); ++i) {
+    out[i] = Low32(samples[i] * 65536 - MulShift<30>(samples[i - 1] * 65536, coef));
+  }
+}
+
+// A sample << 16 times the factor >> 30 is the sample times the factor >> 14, in
 // two halves of the factor.
-VASK_KERNEL void EmphasizeRestBody(int32_t coef, std::span<const int16_t> samples, int32_t* out) {
+VASK_BODY void EmphasizeRestBody(int32_t coef, std::span<const int16_t> samples, int32_t* out) {
   const int32_t high = coef >> 16, low = coef & 0xffff;
   for (size_t i = 1; i < samples.size(); ++i) {
     const int32_t last = samples[i - 1];
@@ -22,8 +29,8 @@ VASK_KERNEL void EmphasizeRestBody(int32_t coef, std::span<const int16_t> sample
   }
 }
 
-VASK_DISPATCH(void, EmphasizeRest, (int32_t coef, std::span<const int16_t> samples, int32_t* out),
-              (coef, samples, out))
+VASK_KERNEL(void, EmphasizeRest, (int32_t coef, std::span<const int16_t> samples, int32_t* out),
+            (coef, samples, out), EmphasizeRestPlain)
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
+#include "dsp/kernel.h"
 
 namespace vask {
 
@@ -17,17 +18,24 @@ void PowerSpectrum(std::span<int64_t> x, int32_t shift) {
   x[n / 2] = MaxIfNegative(square(n / 2));
 }
 
-void PowerOfWindow(const Samples512& samples, int32_t shift, const fft_tables& twiddles,
-                   std::span<int64_t> x) {
-  if (IsNarrow(samples)) {  // speed only
-    Packed512 transform;
-    RealFft512(samples, twiddles, transform);
-    PowerOf512(transform, shift, x.data());
-  } else {
-    std::copy(samples.begin(), samples.end(), x.begin());
-    RealFft(x, kLargestFftOrder, twiddles);
-    PowerSpectrum(x, shift);
-  }
+static void PowerOfWindowPlain(const Samples512& samples, int32_t shift, const fft_tables& twiddles,
+                               std::span<int64_t> x) {
+  std::copy(samples.begin(), samples.end(), x.begin());
+  RealFft(x, kLargestFftOrder, twiddles);
+  PowerSpectrum(x, shift);
 }
+
+static void PowerOfWindowByBounds(const Samples512& samples, int32_t shift, const fft_tables& twiddles,
+                                  std::span<int64_t> x) {
+  if (!IsNarrow(samples)) return PowerOfWindowPlain(samples, shift, twiddles, x);
+  Packed512 transform;
+  RealFft512(samples, twiddles, transform);  // speed only
+  PowerOf512(transform, shift, x.data());
+}
+
+VASK_PICK(void, PowerOfWindow,
+          (const Samples512& samples, int32_t shift, const fft_tables& twiddles, std::span<int64_t> x),
+          (samples, shift, twiddles, x), PowerOfWindowPlain, PowerOfWindowByBounds, PowerOfWindowByBounds,
+          PowerOfWindowByBounds)
 
 }  // namespace vask

@@ -9,7 +9,7 @@
 #endif
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
+#include "dsp/kernel.h"
 #include "dsp/table_lookup.h"
 #include "dsp/tables/square_root.h"
 
@@ -30,7 +30,7 @@ int64_t RootQ30Plain(int64_t x) {
 
 // The same without a branch below 2^52: with m moved up to 52 bits the remainder of the interpolation has
 // always 42 of them, and its product with a step of the table, 2^20 at most from 1/4 on, fits 64.
-int64_t RootQ30(int64_t x) {
+int64_t RootQ30Portable(int64_t x) {
   if (static_cast<uint64_t>(x) >= uint64_t{1} << 52) return RootQ30Plain(x);
   const int32_t length = EvenLength(static_cast<uint64_t>(x) | 1);
   const int64_t m = x << (52 - length);
@@ -39,7 +39,17 @@ int64_t RootQ30(int64_t x) {
   return (entry[0] + ((step * rest) >> 42)) << (length / 2);
 }
 
-#if VASK_HAS_AVX2_KERNELS
+VASK_PICK(int64_t, RootQ30, (int64_t x), (x), RootQ30Plain, RootQ30Portable, RootQ30Portable, RootQ30Portable)
+
+void RootsPlain(std::span<const int64_t> x, int64_t* out) {
+  for (size_t i = 0; i < x.size(); ++i) out[i] = RootQ30Plain(x[i]) >> 30;
+}
+
+void RootsPortable(std::span<const int64_t> x, int64_t* out) {
+  for (size_t i = 0; i < x.size(); ++i) out[i] = RootQ30Portable(x[i]) >> 30;
+}
+
+#if VASK_HAS_AVX2
 // Root of 4 values below 2^52. The bit length of a value is its exponent as a double, which 2^52 added and
 // taken off again makes of it; one load brings an entry of the table and the next; the product of step and
 // remainder is formed in two parts of 21 bits.
@@ -68,12 +78,12 @@ VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) {
   for (; i + 4 <= x.size(); i += 4) {
     const __m256i values = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&x[i]));
     if (_mm256_testz_si256(values, _mm256_set1_epi64x(~((int64_t{1} << 52) - 1))) == 0) {
-      for (size_t k = i; k < i + 4; ++k) out[k] = Root(x[k]);
+      RootsPortable(x.subspan(i, 4), out + i);
     } else {
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), RootsOf4(values));
     }
   }
-  for (; i < x.size(); ++i) out[i] = Root(x[i]);
+  RootsPortable(x.subspan(i), out + i);
 }
 #endif
 
@@ -88,12 +98,8 @@ int32_t RootQ16(int32_t x) {
 int64_t Root(int64_t x) { return RootQ30(x) >> 30; }
 int64_t RootQ8(int64_t x) { return RootQ30(x) >> 22; }
 
-void Roots(std::span<const int64_t> x, int64_t* out) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return RootsAvx2(x, out);
-#endif
-  for (size_t i = 0; i < x.size(); ++i) out[i] = Root(x[i]);
-}
+VASK_PICK(void, Roots, (std::span<const int64_t> x, int64_t* out), (x, out), RootsPlain, RootsPortable,
+          RootsAvx2, RootsPortable)
 
 }  // namespace vask
 

@@ -9,11 +9,11 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "dsp/sizes.h"
 #include "ecd/environment.h"
 
 namespace vask {
 
-inline constexpr int32_t kFrame = 160;       // samples: 10 ms at 16 kHz
 inline constexpr int32_t kQueueFrames = 88;  // frames that the speech and spectrum queues hold
 inline constexpr int32_t kMostEmitted = kQueueFrames * kFrame;  // samples that one frame may emit
 

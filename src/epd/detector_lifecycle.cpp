@@ -7,6 +7,7 @@
 #include "dsp/memory.h"
 #include "dsp/message.h"
 #include "dsp/ring.h"
+#include "dsp/sizes.h"
 #include "dsp/windows.h"
 #include "epd/profiles.h"
 #include "epd/voicing_temporal.h"
@@ -66,11 +67,11 @@ bool CreateDetector(energy_epd_prm& prm, int32_t frame_shift, const epd_profile&
   prm = {};
   prm.profile = profile;
   ClearSegmentFields(prm);
-  prm.fft_size = kDetectorFftSize;
+  prm.fft_size = kFftSize;
   prm.fft_order = 9;
   prm.num_bins = kSpectrumBins;
   prm.frame_shift = frame_shift;
-  const bool fits = frame_shift > 0 && frame_shift <= kMaxWindow / 2;
+  const bool fits = frame_shift > 0 && frame_shift <= kFrame;
   prm.win_len = fits ? static_cast<int16_t>(2 * frame_shift) : int16_t{0};
   if (fits && AllocateDetector(prm)) return true;
   ReleaseDetector(prm);

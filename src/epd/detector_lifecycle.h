@@ -8,9 +8,6 @@
 namespace vask {
 
 inline constexpr int32_t kHistoryFrames = 70;  // frames of audio, spectra and voicing decisions
-inline constexpr int32_t kSpectrumBins = 257;
-inline constexpr int32_t kDetectorFftSize = 512;
-inline constexpr int32_t kMaxWindow = 320;  // samples: the analysis window is two frames
 
 // False on failure, which has been reported on the standard output stream.
 bool CreateDetector(energy_epd_prm& prm, int32_t frame_shift, const epd_profile& profile);

@@ -8,12 +8,13 @@
 #include <cstdlib>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
 #include "dsp/fft.h"
 #include "dsp/float_mode.h"
+#include "dsp/kernel.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/queue.h"
 #include "dsp/ring.h"
+#include "dsp/sizes.h"
 #include "epd/detector_lifecycle.h"
 #include "epd/endpoint_tracker.h"
 #include "epd/energy.h"
@@ -24,7 +25,7 @@
 namespace vask {
 namespace {
 
-using Spectrum = std::array<int64_t, kDetectorFftSize>;  // points of the transform, then 257 powers
+using Spectrum = std::array<int64_t, kFftSize>;  // points of the transform, then 257 powers
 
 constexpr int32_t kSpectrumShift = 10;
 constexpr int32_t kWindowShift = 4;
@@ -41,20 +42,23 @@ constexpr int32_t kMargin = 35;       // frames delivered before the detected st
 constexpr int32_t kLeastLength = 10;           // frames of an acceptable segment
 constexpr int64_t kLeastVoicedQ30 = 53687090;  // and 5 % of them voiced, or nearly
 
-VASK_KERNEL void WindowEmphasizedBody(const int32_t* samples, const int32_t* hamming, int32_t n,
-                                      int32_t* out) {
+VASK_BODY void WindowEmphasizedBody(const int32_t* samples, const int32_t* hamming, int32_t n, int32_t* out) {
   // Samples << 16 times Q30, upper half: samples << 14; then << 10.
   for (int32_t i = 0; i < n; ++i) out[i] = High32(int64_t{samples[i]} * hamming[i]) >> kWindowShift;
 }
 
-VASK_KERNEL void NarrowPowersBody(const int64_t* power, int32_t* narrow) {
+VASK_BODY void NarrowPowersBody(const int64_t* power, int32_t* narrow) {
   for (int32_t k = 0; k < kSpectrumBins; ++k) narrow[k] = LimitTo32(power[k]);
 }
 
-VASK_DISPATCH(void, WindowEmphasized,
-              (const int32_t* samples, const int32_t* hamming, int32_t n, int32_t* out),
-              (samples, hamming, n, out))
-VASK_DISPATCH(void, NarrowPowers, (const int64_t* power, int32_t* narrow), (power, narrow))
+}  // namespace
+
+VASK_KERNEL(void, WindowEmphasized, (const int32_t* samples, const int32_t* hamming, int32_t n, int32_t* out),
+            (samples, hamming, n, out), WindowEmphasizedPortable)
+VASK_KERNEL(void, NarrowPowers, (const int64_t* power, int32_t* narrow), (power, narrow),
+            NarrowPowersPortable)
+
+namespace {
 
 // Power spectrum of the pre-emphasised window, scaled down like the samples of the energies.
 void TransformWindow(const energy_epd_prm& prm, const fft_tables& twiddles, Spectrum& spectrum) {

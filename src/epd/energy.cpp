@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
+#include "dsp/kernel.h"
 #include "dsp/logarithm.h"
 
 namespace vask {
@@ -17,21 +17,28 @@ constexpr int32_t kLowFirst = 9, kUpperFirst = 116;
 
 constexpr int32_t kWrappedEnergy = 1 << 22;  // 2^31 >> 9
 
-struct Total {
-  int64_t sum;
-  int32_t bits;  // the union of all
-};
-
-VASK_KERNEL Total TotalOfBody(const int32_t* values, int32_t n, int32_t shift) {
-  Total total = {};
-  for (int32_t i = 0; i < n; ++i) {
-    total.sum += values[i] >> shift;
-    total.bits |= values[i];
+// Sum of power[k] >> shift over first <= k < end; as soon as the sum turns negative it has overflowed.
+int32_t BandSumPlain(const int32_t* power, int32_t first, int32_t end, int32_t shift) {
+  int32_t sum = 0;
+  for (int32_t k = first; k < end; ++k) {
+    sum = WrapAdd(sum, power[k] >> shift);
+    if (sum < 0) return kMax32;
   }
-  return total;
+  return sum;
 }
 
-VASK_KERNEL int64_t SumOfSquaresBody(std::span<const int16_t> samples, int32_t shift) {
+// Powers are not negative, so that it is enough to look at the whole sum; a caller's own may be.
+VASK_BODY int32_t BandSumBody(const int32_t* power, int32_t first, int32_t end, int32_t shift) {
+  int64_t sum = 0;
+  int32_t bits = 0;
+  for (int32_t k = first; k < end; ++k) {
+    sum += power[k] >> shift;
+    bits |= power[k];
+  }
+  return bits >= 0 ? LimitTo32(sum) : BandSumPlain(power, first, end, shift);
+}
+
+VASK_BODY int64_t SumOfSquaresBody(std::span<const int16_t> samples, int32_t shift) {
   int64_t sum = 0;
   for (const int16_t sample : samples) {
     const int32_t scaled = sample >> shift;
@@ -40,21 +47,10 @@ VASK_KERNEL int64_t SumOfSquaresBody(std::span<const int16_t> samples, int32_t s
   return sum;
 }
 
-VASK_DISPATCH(Total, TotalOf, (const int32_t* values, int32_t n, int32_t shift), (values, n, shift))
-VASK_DISPATCH(int64_t, SumOfSquares, (std::span<const int16_t> samples, int32_t shift), (samples, shift))
-
-// Sum of power[k] >> shift over first <= k < end; as soon as the sum turns negative it has overflowed. Powers
-// are not negative, so that it is enough to look at the whole sum; a caller's own may be.
-int32_t BandSum(const int32_t* power, int32_t first, int32_t end, int32_t shift) {
-  const Total total = TotalOf(power + first, std::max(end - first, 0), shift);
-  if (total.bits >= 0) return LimitTo32(total.sum);  // speed only
-  int32_t sum = 0;
-  for (int32_t k = first; k < end; ++k) {
-    sum = WrapAdd(sum, power[k] >> shift);
-    if (sum < 0) return kMax32;
-  }
-  return sum;
-}
+VASK_KERNEL(int32_t, BandSum, (const int32_t* power, int32_t first, int32_t end, int32_t shift),
+            (power, first, end, shift), BandSumPlain)
+VASK_KERNEL(int64_t, SumOfSquares, (std::span<const int16_t> samples, int32_t shift), (samples, shift),
+            SumOfSquaresPortable)
 
 int32_t BandMean(const int32_t* power, int32_t first, int32_t end) {
   if (end <= first) return 0;

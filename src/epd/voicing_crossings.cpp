@@ -3,20 +3,25 @@
 #include <array>
 
 #include "dsp/arith.h"
-#include "epd/detector_lifecycle.h"
+#include "dsp/kernel.h"
+#include "dsp/sizes.h"
+#include "epd/voicing_temporal.h"
 
 namespace vask {
 namespace {
 
 constexpr size_t kReach = 3;  // samples that must be without a change
 
-}  // namespace
+int32_t CountClipCrossingsPlain(std::span<const int16_t> s, int32_t level) {
+  std::array<int16_t, kWindow> clipped;
+  return CenterClip(s, clipped.data(), level);
+}
 
-int32_t CountClipCrossings(std::span<const int16_t> s, int32_t level) {
+int32_t CountClipCrossingsByChanges(std::span<const int16_t> s, int32_t level) {
   const size_t n = s.size();
   const int32_t low = WrapNeg(level);
-  std::array<int16_t, kMaxWindow> clipped;
-  std::array<int16_t, kMaxWindow + kReach> changed{};  // of sample i: entry i + kReach
+  std::array<int16_t, kWindow> clipped;
+  std::array<int16_t, kWindow + kReach> changed{};  // of sample i: entry i + kReach
   for (size_t i = 0; i < n; ++i) {
     clipped[i] = s[i] >= level ? int16_t{1} : s[i] <= low ? int16_t{-1} : int16_t{0};
   }
@@ -29,12 +34,20 @@ int32_t CountClipCrossings(std::span<const int16_t> s, int32_t level) {
   return count;
 }
 
-int32_t CountZeroCrossings(std::span<const int16_t> s, int16_t* signs) {
+int32_t CountZeroCrossingsBySigns(std::span<const int16_t> s, int16_t* signs) {
   const size_t n = s.size();
   for (size_t i = 0; i < n; ++i) signs[i] = static_cast<int16_t>((s[i] >> 15) | 1);
   int16_t count = 0;
   for (size_t i = 1; i < n; ++i) count = static_cast<int16_t>(count + (((s[i] ^ s[i - 1]) >> 15) & 1));
   return count;
 }
+
+}  // namespace
+
+VASK_PICK(int32_t, CountClipCrossings, (std::span<const int16_t> s, int32_t level), (s, level),
+          CountClipCrossingsPlain, CountClipCrossingsByChanges, CountClipCrossingsByChanges,
+          CountClipCrossingsByChanges)
+VASK_PICK(int32_t, CountZeroCrossings, (std::span<const int16_t> s, int16_t* signs), (s, signs),
+          ZeroCrossings, CountZeroCrossingsBySigns, CountZeroCrossingsBySigns, CountZeroCrossingsBySigns)
 
 }  // namespace vask

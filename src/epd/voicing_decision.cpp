@@ -11,7 +11,7 @@
 #include "dsp/filters.h"
 #include "dsp/float_mode.h"
 #include "dsp/ring.h"
-#include "epd/detector_lifecycle.h"
+#include "dsp/sizes.h"
 #include "epd/levels.h"
 #include "epd/voicing_crossings.h"
 #include "epd/voicing_lags.h"
@@ -98,7 +98,7 @@ void uv_detection(const int16_t* s, int32_t n, const int32_t* P, int32_t bins, e
                   int32_t noise, int32_t /*vad_raw*/, int32_t noise_ref, energy_vad_prm* vad,
                   const epd_profile* profile) {
   if (s == nullptr || P == nullptr || prm == nullptr || vad == nullptr || profile == nullptr) return;
-  if (n < 1 || n > vask::kMaxWindow || bins < 1 || !vask::IsUsable(prm->uv.uv_raw_hist)) return;
+  if (n < 1 || n > vask::kWindow || bins < 1 || !vask::IsUsable(prm->uv.uv_raw_hist)) return;
   const vask::DefaultFloatMode float_mode;
   vask::DecideVoicing({s, static_cast<size_t>(n)}, {P, static_cast<size_t>(bins)}, prm->uv, noise, noise_ref,
                       *vad, *profile);
@@ -109,7 +109,7 @@ int32_t uv_decision_based_on_energy(int32_t energy, int32_t reference, int32_t m
 }
 
 void uv_feat_ext(const int16_t* s, int32_t n, const int32_t* P, int32_t bins, uv_prm* prm) {
-  if (s == nullptr || P == nullptr || prm == nullptr || n < 1 || n > vask::kMaxWindow || bins < 1) return;
+  if (s == nullptr || P == nullptr || prm == nullptr || n < 1 || n > vask::kWindow || bins < 1) return;
   const vask::DefaultFloatMode float_mode;
   vask::ExtractVoicingFeatures({s, static_cast<size_t>(n)}, {P, static_cast<size_t>(bins)}, *prm);
 }

@@ -5,11 +5,11 @@
 #include <cmath>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
+#include "dsp/kernel.h"
+#include "dsp/sizes.h"
 #include "dsp/square_root.h"
-#include "epd/detector_lifecycle.h"
 
-#if VASK_HAS_AVX2_KERNELS
+#if VASK_HAS_AVX2
 #include <immintrin.h>
 #endif
 
@@ -17,7 +17,7 @@ namespace vask {
 namespace {
 
 constexpr int32_t kVector = 16;  // samples of a 256-bit vector: terms are rounded up to whole ones
-constexpr int32_t kPadded = kMaxWindow + 2 * kVector;
+constexpr int32_t kPadded = kWindow + 2 * kVector;
 constexpr int32_t kLagsAtOnce = 2;
 constexpr int32_t kLagCount = kMaxLag + 1;
 
@@ -57,7 +57,7 @@ void StoreSums(const RunningSums& running, int32_t n, int32_t lag, int32_t read,
   sums.products[at] = static_cast<int32_t>(products);
 }
 
-void SumLags(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
+void SumLagsPortable(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
   for (int32_t lag = 1; lag <= kMaxLag; ++lag) {
     const int32_t read = WholeVectors(std::max(n - lag, 0));
     const int16_t *now = x.plain, *later = x.plain + lag, *mag = x.magnitude, *mag_later = x.magnitude + lag;
@@ -73,7 +73,7 @@ void SumLags(const Samples& x, const RunningSums& running, int32_t n, LagSums& s
   }
 }
 
-#if VASK_HAS_AVX2_KERNELS
+#if VASK_HAS_AVX2
 VASK_AVX2 inline __m256i LoadVector(const int16_t* x) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
 }
@@ -115,6 +115,9 @@ VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t
 }
 #endif
 
+VASK_PICK(void, SumLags, (const Samples& x, const RunningSums& running, int32_t n, LagSums& sums),
+          (x, running, n, sums), SumLagsPortable, SumLagsPortable, SumLagsAvx2, SumLagsPortable)
+
 void Load(std::span<const int16_t> window, Samples& x, RunningSums& running) {
   x = {};
   std::copy(window.begin(), window.end(), x.plain);
@@ -143,7 +146,7 @@ int32_t SmallestRatioNarrowed(const LagValues& difference, const LagValues& sum)
 
 // The quotients of all lags, uncut: sum / lag and difference * 2^16 / mean are quotients of whole numbers
 // below 2^53, so that cutting them is exact, and cutting the smallest of them is enough.
-VASK_KERNEL void RatiosBody(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
+VASK_BODY void YinRatiosBody(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
   for (int32_t lag = kMinLag; lag < kLagCount; ++lag) {
     const auto i = static_cast<size_t>(lag);
     const auto quotient = static_cast<int32_t>(static_cast<double>(sum[i]) / lag);
@@ -152,24 +155,17 @@ VASK_KERNEL void RatiosBody(const LagValues& difference, const LagValues& sum, L
   }
 }
 
-VASK_KERNEL void MeansBody(const LagValues& sum, int32_t n, LagQuotients& mean) {
+VASK_BODY void AmdfMeansBody(const LagValues& sum, int32_t n, LagQuotients& mean) {
   for (int32_t lag = kMinLag; lag < kLagCount; ++lag) {
     const auto i = static_cast<size_t>(lag);
     mean[i] = sum[i] < 0 || lag >= n ? kMax32 : static_cast<double>(sum[i]) / std::max(n - lag, 1);
   }
 }
 
-void Ratios(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
-  RatiosBody(difference, sum, ratio);
-}
-void Means(const LagValues& sum, int32_t n, LagQuotients& mean) { MeansBody(sum, n, mean); }
-
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void RatiosAvx2(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
-  RatiosBody(difference, sum, ratio);
-}
-VASK_AVX2 void MeansAvx2(const LagValues& sum, int32_t n, LagQuotients& mean) { MeansBody(sum, n, mean); }
-#endif
+VASK_KERNEL(void, YinRatios, (const LagValues& difference, const LagValues& sum, LagQuotients& ratio),
+            (difference, sum, ratio), YinRatiosPortable)
+VASK_KERNEL(void, AmdfMeans, (const LagValues& sum, int32_t n, LagQuotients& mean), (sum, n, mean),
+            AmdfMeansPortable)
 
 struct Extremes {
   double smallest, largest;
@@ -223,7 +219,7 @@ constexpr double kWrapsBelow = -131000;  // a coefficient in Q30 would leave 32 
 // from the interpolation, the rest from the cut to Q16), and the upper half cuts by less than 1; roots
 // saturate at 2^30. So norm is below root = sqrt(e1 * e2) by less than 1.3e-6 * root + 1, and the quotient is
 // cut by less than 1. Where that does not hold the bounds are infinite.
-VASK_KERNEL void BoundCoefficientsBody(const LagSums& sums, const Energies& energies, Bounds& bounds) {
+VASK_BODY void BoundCoefficientsBody(const LagSums& sums, const Energies& energies, Bounds& bounds) {
   for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
     const int32_t e1 = std::min(energies.later[lag], kOneQ30), e2 = std::min(energies.now[lag], kOneQ30);
     const double root = std::sqrt(static_cast<double>(e1) * static_cast<double>(e2));
@@ -236,24 +232,10 @@ VASK_KERNEL void BoundCoefficientsBody(const LagSums& sums, const Energies& ener
   }
 }
 
-void BoundCoefficients(const LagSums& sums, const Energies& energies, Bounds& bounds) {
-  BoundCoefficientsBody(sums, energies, bounds);
-}
+VASK_KERNEL(void, BoundCoefficients, (const LagSums& sums, const Energies& energies, Bounds& bounds),
+            (sums, energies, bounds), BoundCoefficientsPortable)
 
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void BoundCoefficientsAvx2(const LagSums& sums, const Energies& energies, Bounds& bounds) {
-  BoundCoefficientsBody(sums, energies, bounds);
-}
-#endif
-
-struct Kernels {
-  void (*sums)(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums);
-  void (*ratios)(const LagValues& difference, const LagValues& sum, LagQuotients& ratio);
-  void (*means)(const LagValues& sum, int32_t n, LagQuotients& mean);
-  void (*bounds)(const LagSums& sums, const Energies& energies, Bounds& bounds);
-};
-
-int32_t SmallestRatio(const LagSums& sums, const Kernels& kernels) {
+int32_t SmallestRatio(const LagSums& sums) {
   LagValues difference, before;  // before: the sum over smaller lags
   LagQuotients ratio;
   uint32_t sum = 0;
@@ -262,15 +244,15 @@ int32_t SmallestRatio(const LagSums& sums, const Kernels& kernels) {
     before[lag] = static_cast<int32_t>(sum);
     sum += static_cast<uint32_t>(difference[lag]);
   }
-  kernels.ratios(difference, before, ratio);
+  YinRatios(difference, before, ratio);
   const Extremes extremes = ExtremesOf(ratio, ratio);
   if (extremes.largest >= 0x1p31) return SmallestRatioNarrowed(difference, before);
   return static_cast<int32_t>(extremes.smallest);
 }
 
-int32_t SmallestMean(const LagSums& sums, int32_t n, const Kernels& kernels) {
+int32_t SmallestMean(const LagSums& sums, int32_t n) {
   LagQuotients mean;
-  kernels.means(sums.magnitudes, n, mean);
+  AmdfMeans(sums.magnitudes, n, mean);
   return static_cast<int32_t>(ExtremesOf(mean, mean).smallest);
 }
 
@@ -287,7 +269,7 @@ int32_t PeakOverValley(const LagSums& sums, const Energies& energies, const Boun
   return PeakValleyRatio(peak, valley);
 }
 
-LagFeatures Measure(const Kernels& kernels, std::span<const int16_t> window) {
+LagFeatures MeasureLagsAtOnce(std::span<const int16_t> window) {
   const auto n = static_cast<int32_t>(window.size());
   Samples x;
   RunningSums running;
@@ -296,24 +278,26 @@ LagFeatures Measure(const Kernels& kernels, std::span<const int16_t> window) {
   Bounds bounds;
   Load(window, x, running);
   ReadEnergies(running, n, energies);
-  kernels.sums(x, running, n, sums);
-  kernels.bounds(sums, energies, bounds);
-  return {.yin_voicing = std::clamp(WrapSub(kOneQ16, SmallestRatio(sums, kernels)), 0, kOneQ16),
-          .amdf_min = SmallestMean(sums, n, kernels) >> 3,
+  SumLags(x, running, n, sums);
+  BoundCoefficients(sums, energies, bounds);
+  return {.yin_voicing = std::clamp(WrapSub(kOneQ16, SmallestRatio(sums)), 0, kOneQ16),
+          .amdf_min = SmallestMean(sums, n) >> 3,
           .peak_valley_ratio = PeakOverValley(sums, energies, bounds)};
+}
+
+LagFeatures MeasureLagsPlain(std::span<const int16_t> window) {
+  constexpr Lags kLags = {kMinLag, kMaxLag};
+  std::array<int32_t, kWindow> shifted;
+  std::transform(window.begin(), window.end(), shifted.begin(), [](int16_t s) { return s * 65536; });
+  const std::span<const int32_t> x(shifted.data(), window.size());
+  return {.yin_voicing = YinVoicing(x, kLags),
+          .amdf_min = AmdfMinimum(x, kLags),
+          .peak_valley_ratio = PeakValleyRatio(x, kLags)};
 }
 
 }  // namespace
 
-LagFeatures MeasureLags(std::span<const int16_t> window) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return Measure({SumLagsAvx2, RatiosAvx2, MeansAvx2, BoundCoefficientsAvx2}, window);
-#endif
-  return MeasureLagsPortable(window);
-}
-
-LagFeatures MeasureLagsPortable(std::span<const int16_t> window) {
-  return Measure({SumLags, Ratios, Means, BoundCoefficients}, window);
-}
+VASK_PICK(LagFeatures, MeasureLags, (std::span<const int16_t> window), (window), MeasureLagsPlain,
+          MeasureLagsAtOnce, MeasureLagsAtOnce, MeasureLagsAtOnce)
 
 }  // namespace vask

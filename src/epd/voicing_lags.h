@@ -23,8 +23,7 @@ struct LagFeatures {
 };
 
 // Of a window of at most 320 samples, over the lags 32 .. 267.
-// Assumes round-to-nearest. The second form is for every processor.
+// Assumes round-to-nearest.
 LagFeatures MeasureLags(std::span<const int16_t> window);
-LagFeatures MeasureLagsPortable(std::span<const int16_t> window);
 
 }  // namespace vask

@@ -7,60 +7,71 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
 #include "dsp/divide.h"
 #include "dsp/exponential.h"
 #include "dsp/float_mode.h"
+#include "dsp/kernel.h"
 #include "dsp/logarithm.h"
+#include "dsp/sizes.h"
 
 namespace vask {
 namespace {
 
-constexpr int32_t kLowFirst = 9, kHighFirst = 129;  // bins
-constexpr int32_t kLowBins = kHighFirst - kLowFirst, kHighBins = 257 - kHighFirst;
+constexpr int32_t kLowFirst = 9, kHighFirst = kSpectrumBins / 2 + 1;  // bins, the second above 4 kHz
+constexpr int32_t kLowBins = kHighFirst - kLowFirst, kHighBins = kSpectrumBins - kHighFirst;
 constexpr int32_t kLeastShareQ30 = 4211;  // 3.9e-6: keeps the logarithm off its lower end
 constexpr int32_t kThirdOf32Bits = 715827882;
 
 // Sum of (value >> shift) / divisor, every term divided by itself. A sum that wraps can be taken in any
 // order.
-VASK_KERNEL int32_t SumByDivisor(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
+VASK_BODY int32_t SumByDivisor(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
   uint32_t sum = 0;
   for (const int32_t v : values) sum += static_cast<uint32_t>((v >> shift) / divisor);
   return static_cast<int32_t>(sum);
 }
 
+int32_t SumOfSharesPlain(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
+  return SumByDivisor(values, shift, divisor);
+}
+
 // Divisors that are known here, those of the detector's spectrum, need no division.
-VASK_KERNEL int32_t SumOfSharesBody(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
+VASK_BODY int32_t SumOfSharesBody(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
   if (divisor == kLowBins) return SumByDivisor(values, shift, kLowBins);
   if (divisor == kHighBins) return SumByDivisor(values, shift, kHighBins);
   return SumByDivisor(values, shift, divisor);
 }
 
-VASK_DISPATCH(int32_t, SumOfShares, (std::span<const int32_t> values, int32_t shift, int32_t divisor),
-              (values, shift, divisor))
+VASK_KERNEL(int32_t, SumOfShares, (std::span<const int32_t> values, int32_t shift, int32_t divisor),
+            (values, shift, divisor), SumOfSharesPlain)
 
 std::span<const int32_t> Slice(std::span<const int32_t> values, size_t first, size_t end) {
   end = std::min(end, values.size());
   return first < end ? values.subspan(first, end - first) : std::span<const int32_t>();
 }
 
-VASK_KERNEL void MeansByWidth(const int32_t* power, int32_t bands, int32_t width, int32_t* mean) {
+VASK_BODY void MeansByWidth(const int32_t* power, int32_t bands, int32_t width, int32_t* mean) {
   for (int32_t b = 0; b < bands; ++b) {
     mean[b] = SumByDivisor({power + b * width, static_cast<size_t>(width)}, 0, width);
   }
 }
 
 // Means of `bands` bands of equal width; the bins left over are not used.
-VASK_KERNEL void BandMeansBody(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
+void BandMeansPlain(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
   const auto width = static_cast<int32_t>(power.size()) / bands;
-  if (width == 4) return MeansByWidth(power.data(), bands, 4, mean);
-  if (width == 8) return MeansByWidth(power.data(), bands, 8, mean);
   if (width > 0) return MeansByWidth(power.data(), bands, width, mean);
   std::fill_n(mean, bands, 0);
 }
 
-VASK_DISPATCH(void, BandMeans, (std::span<const int32_t> power, int32_t bands, int32_t* mean),
-              (power, bands, mean))
+// Nor do these widths, those of the detector's bands.
+VASK_BODY void BandMeansBody(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
+  const auto width = static_cast<int32_t>(power.size()) / bands;
+  if (width == 4) return MeansByWidth(power.data(), bands, 4, mean);
+  if (width == 8) return MeansByWidth(power.data(), bands, 8, mean);
+  BandMeansPlain(power, bands, mean);
+}
+
+VASK_KERNEL(void, BandMeans, (std::span<const int32_t> power, int32_t bands, int32_t* mean),
+            (power, bands, mean), BandMeansPlain)
 
 // -10/60 ln(geometric over arithmetic mean), Q16, not limited. Each value is raised to exponent_q30 =
 // 1/count.

@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "dsp/arith.h"
+#include "dsp/sizes.h"
 #include "dsp/square_root.h"
 #include "epd/detector_lifecycle.h"
 
@@ -75,7 +76,7 @@ int32_t ClippingLevel(std::span<const int16_t> s) {
 }
 
 int32_t CenterClip(std::span<const int16_t> s, int16_t* out, int32_t level) {
-  int16_t changes = 0, unchanged = kMaxWindow;  // as after a window without a change
+  int16_t changes = 0, unchanged = kWindow;  // as after a window without a change
   for (size_t i = 0; i < s.size(); ++i) {
     out[i] = s[i] >= level ? int16_t{1} : s[i] <= WrapNeg(level) ? int16_t{-1} : int16_t{0};
     if (i == 0) continue;

@@ -6,6 +6,7 @@
 #include "dsp/memory.h"
 #include "dsp/message.h"
 #include "dsp/regression.h"
+#include "dsp/sizes.h"
 #include "mfcc/tables.h"
 
 namespace vask {
@@ -20,7 +21,7 @@ constexpr int32_t* mfcc_prm::*kCoefficients[] = {
     &mfcc_prm::cep,     &mfcc_prm::delta, &mfcc_prm::accel,      &mfcc_prm::cms_new,
     &mfcc_prm::cms_utt, &mfcc_prm::cms,   &mfcc_prm::cms_sum_hi, &mfcc_prm::cms_sum_lo};
 
-std::span<int32_t> FromBinOne(int32_t* bins) { return {bins + 1, kMfccPoints / 2}; }
+std::span<int32_t> FromBinOne(int32_t* bins) { return {bins + 1, kFftSize / 2}; }
 
 bool Allocate(mfcc_prm& m) {
   m.lfbe = NewZeroed<int32_t>(kMelChannels + 1);
@@ -48,7 +49,7 @@ bool Create(mfcc_prm& m, Fill fill) {
   m.klo = kFirstBin;
   m.khi = kLastBin;
   m.dct_scale = kDctScaleQ30;
-  m.bins = kMfccPoints / 2 + 1;
+  m.bins = kSpectrumBins;
   StartUtterance(m);
   const bool has_storage = Allocate(m);
   if (!has_storage) Say(stdout, "ERROR: can't init. MFCC parameters\n");
@@ -62,8 +63,8 @@ bool Create(mfcc_prm& m, Fill fill) {
 bool CreateExtractor(mfcc_prm& m, int32_t points, const char* base_dir) {
   m = {};
   if (!HasPreEmphasisFile(base_dir)) return false;
-  if (points != kMfccPoints) {
-    Say(stdout, "ERROR: MFCC with an FFT of %d points, not %d\n", points, kMfccPoints);
+  if (points != kFftSize) {
+    Say(stdout, "ERROR: MFCC with an FFT of %d points, not %d\n", points, kFftSize);
     return false;
   }
   return Create(m, [&] {

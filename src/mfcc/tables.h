@@ -7,7 +7,6 @@
 
 namespace vask {
 
-inline constexpr int32_t kMfccPoints = 512;  // of the transform that the tables are for
 inline constexpr int32_t kMelChannels = 23;
 inline constexpr int32_t kCepstra = 13;
 

@@ -11,9 +11,7 @@
 
 namespace vask {
 
-// out[i] = sum of impulse[half + t] * now[i - t]; now[-half] .. now[n - 1 + half] are there. The second form
-// is for every processor.
-void ConvolveFast(const int16_t* now, const int32_t* impulse, std::span<int16_t> out, int32_t half);
-void ConvolvePortable(const int16_t* now, const int32_t* impulse, std::span<int16_t> out, int32_t half);
+// out[i] = sum of impulse[half + t] * now[i - t]; now[-n] .. now[n - 1 + half] are there, n = out.size().
+void ConvolveAdjacent(const int16_t* now, const int32_t* impulse, std::span<int16_t> out, int32_t half);
 
 }  // namespace vask

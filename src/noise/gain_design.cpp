@@ -13,12 +13,8 @@ namespace vask {
 namespace {
 
 constexpr int64_t kOneQ20 = 1 << 20;
-constexpr int64_t kFloorQ20 = 83291;  // 0.0794 = -22 dB
 constexpr int32_t kSlowKeepQ30 = Q<30>(0.99);
 static_assert(kSlowKeepQ30 == 1063004405);
-constexpr int64_t kOldSnrQ16 = Q<16>(0.98);
-constexpr int64_t kNewSnrQ16 = kOneQ16 - kOldSnrQ16;
-static_assert(kOldSnrQ16 == 64225 && kNewSnrQ16 == 1311);
 
 // Share of the old noise estimate that is kept: all of it in speech; else at frame t >= 1 a plain mean of the
 // first 99 frames, then 1 % new per frame.
@@ -45,7 +41,7 @@ int32_t BinGainQ30(int64_t mean, int64_t noise, int64_t cleaned_before) {
   const int64_t prior = std::max<int64_t>(
       WrapAdd(WrapMul(Limit(before), kOldSnrQ16) >> 16, WrapMul(Limit(above_noise), kNewSnrQ16) >> 16), 0);
   const int64_t first_gain = WienerGainQ30(prior);
-  const int64_t refined = std::max(WrapMul(first_gain >> 14, Limit(snr)) >> 16, kFloorQ20);
+  const int64_t refined = std::max(WrapMul(first_gain >> 14, Limit(snr)) >> 16, kGainFloorQ20);
   return WienerGainQ30(refined);
 }
 
@@ -60,10 +56,6 @@ void DesignBins(const GainSpectra& s, int32_t keep_q30, size_t first, size_t end
 }
 
 }  // namespace
-
-void DesignGainPlain(const GainSpectra& s, const wiener_vad& vad) {
-  DesignBins(s, KeepQ30(vad), 0, s.gain_q30.size());
-}
 
 void DesignGain(const GainSpectra& s, const wiener_vad& vad) {
   const int32_t keep_q30 = KeepQ30(vad);

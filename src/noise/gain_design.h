@@ -6,7 +6,16 @@
 #include <cstdint>
 #include <span>
 
+#include "dsp/arith.h"
+
 namespace vask {
+
+inline constexpr int64_t kGainFloorQ20 = Q<20>(0.079432823);  // -22 dB
+static_assert(kGainFloorQ20 == 83291);
+
+// Shares of the SNR of the frame before and of this one in the a-priori SNR.
+inline constexpr int32_t kOldSnrQ16 = Q<16>(0.98), kNewSnrQ16 = kOneQ16 - kOldSnrQ16;
+static_assert(kOldSnrQ16 == 64225 && kNewSnrQ16 == 1311);
 
 // The spectra that one frame's gain design works on, bins values each.
 struct GainSpectra {
@@ -18,6 +27,5 @@ struct GainSpectra {
 };
 
 void DesignGain(const GainSpectra& spectra, const wiener_vad& vad);
-void DesignGainPlain(const GainSpectra& spectra, const wiener_vad& vad);
 
 }  // namespace vask

@@ -4,24 +4,24 @@
 #include <cmath>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
+#include "dsp/kernel.h"
 
 namespace vask {
 namespace {
 
 constexpr double kOneQ20 = 1 << 20, kTwoTo30 = 1 << 30, kTwoTo50 = kOneQ20 * kTwoTo30;
-constexpr double kFloorQ20 = 83291;
-constexpr double kOldSnr = 64225 / 65536.0, kNewSnr = 1311 / 65536.0;
+constexpr double kFloorQ20 = kGainFloorQ20;
+constexpr double kOldSnr = kOldSnrQ16 * 0x1p-16, kNewSnr = kNewSnrQ16 * 0x1p-16;
 
-VASK_KERNEL double WienerGainQ30(double snr_q20) {
+VASK_BODY double WienerGainQ30(double snr_q20) {
   return kTwoTo30 + std::floor(-kTwoTo50 / (snr_q20 + kOneQ20));
 }
 
-VASK_KERNEL uint64_t ShareOf(int64_t value, int32_t share_q30) {  // both below 2^32
+VASK_BODY uint64_t ShareOf(int64_t value, int32_t share_q30) {  // both below 2^32
   return (uint64_t{static_cast<uint32_t>(value)} * static_cast<uint32_t>(share_q30)) >> 30;
 }
 
-VASK_KERNEL double GainQ30(double mean, double noise, double cleaned_before) {
+VASK_BODY double GainQ30(double mean, double noise, double cleaned_before) {
   const double snr = std::floor(mean * kOneQ20 / noise),
                before = std::floor(cleaned_before * kOneQ20 / noise);
   const double above_noise = std::max(snr - kOneQ20, 0.0);
@@ -30,7 +30,8 @@ VASK_KERNEL double GainQ30(double mean, double noise, double cleaned_before) {
   return WienerGainQ30(std::max(std::floor(first_gain_q16 * snr * 0x1p-16), kFloorQ20));
 }
 
-VASK_KERNEL bool DesignBody(const GainSpectra& s, int32_t keep_q30, size_t first) {
+VASK_BODY bool DesignModerateBlockBody(const GainSpectra& s, int32_t keep_q30, size_t first) {
+  if (first + kGainBlock > s.gain_q30.size()) return false;
   const int64_t *mean = &s.mean[first], *current = &s.current[first];
   int64_t* __restrict noise = &s.noise[first], * __restrict cleaned = &s.cleaned[first];
   int32_t* __restrict gain_q30 = &s.gain_q30[first];
@@ -59,24 +60,18 @@ VASK_KERNEL bool DesignBody(const GainSpectra& s, int32_t keep_q30, size_t first
   return true;
 }
 
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 bool DesignAvx2(const GainSpectra& s, int32_t keep_q30, size_t first) {
-  return DesignBody(s, keep_q30, first);
+// Where rounding a double down takes more than an instruction, the plain form is the faster one.
+bool LeaveToThePlainForm(const GainSpectra& /*spectra*/, int32_t /*keep_q30*/, size_t /*first*/) {
+  return false;
 }
-#endif
+
+VASK_COMPILE(bool, DesignModerateBlock, (const GainSpectra& spectra, int32_t keep_q30, size_t first),
+             (spectra, keep_q30, first))
 
 }  // namespace
 
-bool DesignModerateBlock(const GainSpectra& spectra, int32_t keep_q30, size_t first) {
-  if (first + kGainBlock > spectra.gain_q30.size()) return false;
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return DesignAvx2(spectra, keep_q30, first);
-#endif
-  return HasFloor() && DesignModerateBlockPortable(spectra, keep_q30, first);
-}
-
-bool DesignModerateBlockPortable(const GainSpectra& spectra, int32_t keep_q30, size_t first) {
-  return DesignBody(spectra, keep_q30, first);
-}
+VASK_PICK(bool, DesignModerateBlock, (const GainSpectra& spectra, int32_t keep_q30, size_t first),
+          (spectra, keep_q30, first), LeaveToThePlainForm, LeaveToThePlainForm, DesignModerateBlockAvx2,
+          DesignModerateBlockPortable)
 
 }  // namespace vask

@@ -16,8 +16,7 @@ namespace vask {
 inline constexpr size_t kGainBlock = 16;  // bins
 
 // DesignGain of bins first .. first + 15, if there are as many and all are moderate; else nothing is changed
-// and false returned. Assumes round-to-nearest. The second form is for every processor.
+// and false returned. Assumes round-to-nearest.
 bool DesignModerateBlock(const GainSpectra& spectra, int32_t keep_q30, size_t first);
-bool DesignModerateBlockPortable(const GainSpectra& spectra, int32_t keep_q30, size_t first);
 
 }  // namespace vask

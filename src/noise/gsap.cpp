@@ -19,10 +19,6 @@ constexpr int32_t kStartUpFrames = 20;  // the band noise is the running mean of
 constexpr int64_t kOne = kOneQ16;
 constexpr int64_t kOneQ32 = int64_t{1} << 32;  // Q32 / Q16 = Q16
 
-constexpr int32_t kOldSnrQ30 = Q<30>(0.98);
-constexpr int32_t kNewSnrQ30 = kOneQ30 - kOldSnrQ30;
-static_assert(kOldSnrQ30 == 1052266987 && kNewSnrQ30 == 21474837);
-
 constexpr int32_t kSpeechBelowQ16 = Q<16>(0.2);
 constexpr int32_t kLearnAboveQ16 = Q<16>(0.35);
 static_assert(kSpeechBelowQ16 == 13107 && kLearnAboveQ16 == 22937);

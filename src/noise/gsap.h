@@ -6,7 +6,13 @@
 #include <cstdint>
 #include <span>
 
+#include "dsp/arith.h"
+
 namespace vask {
+
+// Shares of the cleaned amplitude of the frame before and of this frame's SNR in the a-priori SNR.
+inline constexpr int32_t kOldSnrQ30 = Q<30>(0.98), kNewSnrQ30 = kOneQ30 - kOldSnrQ30;
+static_assert(kOldSnrQ30 == 1052266987 && kNewSnrQ30 == 21474837);
 
 // Decide on one frame from its band amplitudes (int64, no fixed Q) and learn the band noise.
 void DetectSpeech(wiener_vad& vad, wiener_spectrum& spectrum, wiener_gsap_data& data,

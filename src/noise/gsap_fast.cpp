@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
 #include "dsp/exponential.h"
+#include "dsp/kernel.h"
 #include "noise/gsap.h"
 
 namespace vask {
@@ -16,8 +16,7 @@ constexpr size_t kBlock = 36;  // bands: all of the engine's, so that their long
 using Block = std::array<double, kBlock>;
 
 constexpr double kOne = 65536;  // Q16
-constexpr double kNewSnr = 21474837 * 0x1p-30;
-constexpr int32_t kOldSnrQ30 = 1052266987;
+constexpr double kNewSnr = kNewSnrQ30 * 0x1p-30;
 constexpr double kOldSnrHigh = kOldSnrQ30 >> 15, kOldSnrLow = kOldSnrQ30 & 0x7fff;
 
 bool IsModerate(int64_t noise, int64_t signal, int64_t clean) {
@@ -25,13 +24,11 @@ bool IsModerate(int64_t noise, int64_t signal, int64_t clean) {
   return signal < noise * 1024 && clean < noise * 1024;
 }
 
-VASK_KERNEL double OverOnePlus(double numerator, double x) {
-  return std::floor(numerator * kOne / (x + kOne));
-}
+VASK_BODY double OverOnePlus(double numerator, double x) { return std::floor(numerator * kOne / (x + kOne)); }
 
 // From amplitudes to the exponent of the likelihood, and the cleaned amplitudes.
-VASK_KERNEL void ExponentsBody(const Block& noise, const Block& signal, Block& clean, Block& v,
-                               Block& exponent) {
+VASK_BODY void LikelihoodExponentsBody(const Block& noise, const Block& signal, Block& clean, Block& v,
+                                       Block& exponent) {
   for (size_t b = 0; b < kBlock; ++b) {
     const double posterior = std::floor(signal[b] * kOne / noise[b]);
     const double before = std::floor(clean[b] * kOne / noise[b]);
@@ -46,34 +43,21 @@ VASK_KERNEL void ExponentsBody(const Block& noise, const Block& signal, Block& c
   }
 }
 
-VASK_KERNEL void RatiosBody(const Block& v, const Block& e, Block& ratio) {
+VASK_BODY void RatiosOfExponentialsBody(const Block& v, const Block& e, Block& ratio) {
   for (size_t b = 0; b < kBlock; ++b) {
     const double share = std::floor(kOne * kOne / (v[b] + kOne));
     ratio[b] = std::min(std::max(std::floor(share * e[b] * 0x1p-16), 1.0), 2 * kOne);
   }
 }
 
-void Exponents(const Block& noise, const Block& signal, Block& clean, Block& v, Block& exponent) {
-  ExponentsBody(noise, signal, clean, v, exponent);
-}
-void Ratios(const Block& v, const Block& e, Block& ratio) { RatiosBody(v, e, ratio); }
-
-#if VASK_HAS_AVX2_KERNELS
-VASK_AVX2 void ExponentsAvx2(const Block& noise, const Block& signal, Block& clean, Block& v,
-                             Block& exponent) {
-  ExponentsBody(noise, signal, clean, v, exponent);
-}
-VASK_AVX2 void RatiosAvx2(const Block& v, const Block& e, Block& ratio) { RatiosBody(v, e, ratio); }
-#endif
-
-struct Kernels {
-  void (*exponents)(const Block& noise, const Block& signal, Block& clean, Block& v, Block& exponent);
-  void (*ratios)(const Block& v, const Block& e, Block& ratio);
-};
+VASK_KERNEL(void, LikelihoodExponents,
+            (const Block& noise, const Block& signal, Block& clean, Block& v, Block& exponent),
+            (noise, signal, clean, v, exponent), LikelihoodExponentsPortable)
+VASK_KERNEL(void, RatiosOfExponentials, (const Block& v, const Block& e, Block& ratio), (v, e, ratio),
+            RatiosOfExponentialsPortable)
 
 // At most kBlock bands.
-void RatiosOfBlock(const Kernels& kernels, std::span<int64_t> noise, const int64_t* signal, int64_t* clean,
-                   int64_t* ratio) {
+void RatiosOfBlock(std::span<int64_t> noise, const int64_t* signal, int64_t* clean, int64_t* ratio) {
   std::array<bool, kBlock> moderate;
   Block n, s, c, v, exponent, e, r;
   n.fill(1), s.fill(1), c.fill(0);  // what stands for the bands that are not
@@ -85,11 +69,11 @@ void RatiosOfBlock(const Kernels& kernels, std::span<int64_t> noise, const int64
     s[b] = static_cast<double>(signal[b]);
     c[b] = static_cast<double>(clean[b]);
   }
-  kernels.exponents(n, s, c, v, exponent);
+  LikelihoodExponents(n, s, c, v, exponent);
   for (size_t b = 0; b < kBlock; ++b) {
-    e[b] = static_cast<double>(ExpOfLikelihoodQ16(static_cast<int32_t>(exponent[b])));
+    e[b] = static_cast<double>(ExpOfLikelihoodByTableQ16(static_cast<int32_t>(exponent[b])));
   }
-  kernels.ratios(v, e, r);
+  RatiosOfExponentials(v, e, r);
   for (size_t b = 0; b < noise.size(); ++b) {
     if (moderate[b]) {
       clean[b] = static_cast<int64_t>(c[b]);
@@ -100,27 +84,24 @@ void RatiosOfBlock(const Kernels& kernels, std::span<int64_t> noise, const int64
   }
 }
 
-void RatiosOfBands(const Kernels& kernels, std::span<int64_t> noise, const int64_t* signal, int64_t* clean,
-                   int64_t* ratio) {
+void LikelihoodRatiosByBlocks(std::span<int64_t> noise, std::span<const int64_t> signal, int64_t* clean,
+                              int64_t* ratio) {
   for (size_t b = 0; b < noise.size(); b += kBlock) {
     const size_t count = std::min(kBlock, noise.size() - b);
-    RatiosOfBlock(kernels, noise.subspan(b, count), signal + b, clean + b, ratio + b);
+    RatiosOfBlock(noise.subspan(b, count), signal.data() + b, clean + b, ratio + b);
   }
+}
+
+void LikelihoodRatiosPlain(std::span<int64_t> noise, std::span<const int64_t> signal, int64_t* clean,
+                           int64_t* ratio) {
+  for (size_t b = 0; b < noise.size(); ++b) ratio[b] = LikelihoodRatio(noise[b], signal[b], clean[b]);
 }
 
 }  // namespace
 
-void LikelihoodRatios(std::span<int64_t> noise, std::span<const int64_t> signal, int64_t* clean,
-                      int64_t* ratio) {
-#if VASK_HAS_AVX2_KERNELS
-  if (HasAvx2()) return RatiosOfBands({ExponentsAvx2, RatiosAvx2}, noise, signal.data(), clean, ratio);
-#endif
-  LikelihoodRatiosPortable(noise, signal, clean, ratio);
-}
-
-void LikelihoodRatiosPortable(std::span<int64_t> noise, std::span<const int64_t> signal, int64_t* clean,
-                              int64_t* ratio) {
-  RatiosOfBands({Exponents, Ratios}, noise, signal.data(), clean, ratio);
-}
+VASK_PICK(void, LikelihoodRatios,
+          (std::span<int64_t> noise, std::span<const int64_t> signal, int64_t* clean, int64_t* ratio),
+          (noise, signal, clean, ratio), LikelihoodRatiosPlain, LikelihoodRatiosByBlocks,
+          LikelihoodRatiosByBlocks, LikelihoodRatiosByBlocks)
 
 }  // namespace vask

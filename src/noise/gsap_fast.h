@@ -11,11 +11,8 @@
 
 namespace vask {
 
-// LikelihoodRatio of every band into `ratio`. Assumes round-to-nearest. The second form is for every
-// processor.
+// LikelihoodRatio of every band into `ratio`. Assumes round-to-nearest.
 void LikelihoodRatios(std::span<int64_t> noise, std::span<const int64_t> signal, int64_t* clean,
                       int64_t* ratio);
-void LikelihoodRatiosPortable(std::span<int64_t> noise, std::span<const int64_t> signal, int64_t* clean,
-                              int64_t* ratio);
 
 }  // namespace vask

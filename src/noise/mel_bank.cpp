@@ -3,6 +3,7 @@
 
 #include "dsp/memory.h"
 #include "dsp/message.h"
+#include "dsp/sizes.h"
 #include "kb/coefficient_file.h"
 #include "kb/paths.h"
 
@@ -32,7 +33,8 @@ Fill FillBand(mel_band& band, Source& source) {
   band = {};
   int32_t start = 0, count = 0;
   if (!source.Read(start) || !source.Read(count)) return Fill::kMalformed;
-  if (start < 0 || count < 0 || start > kMaxMelBins || count > kMaxMelBins - start) return Fill::kMalformed;
+  if (start < 0 || count < 0 || start > kSmoothedBins || count > kSmoothedBins - start)
+    return Fill::kMalformed;
   band.weights = NewZeroed<int32_t>(count);
   if (band.weights == nullptr) return Fill::kNoMemory;
   band.start = start;

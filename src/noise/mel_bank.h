@@ -11,7 +11,6 @@
 namespace vask {
 
 inline constexpr int32_t kMelBands = 35;
-inline constexpr int32_t kMaxMelBins = 129;  // no band reaches beyond the smoothed spectrum
 
 // Make a chain of `bands` bands (2 or more) from a flat table: per band first bin, bin count, weights (Q30).
 // On failure (no storage, table too short or with bins out of range) the chain is released and false

@@ -5,18 +5,28 @@
 #include <algorithm>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
+#include "dsp/kernel.h"
 #include "dsp/tables/mel_idct.h"
 
 namespace vask {
 namespace {
 
+void SumTapsPlain(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows,
+                  int32_t taps) {
+  for (int32_t tap = 0; tap < taps; ++tap) {
+    scratch[tap] = 0;
+    for (size_t band = 0; band < gains.size(); ++band) {
+      scratch[tap] += MulShift<30>(rows[tap][band], gains[band]);
+    }
+  }
+}
+
 constexpr uint64_t kBias = uint64_t{1} << 62;
 
 // Every product is shifted by itself. With 2^62 added it is positive, so that the shift, which then adds
 // 2^32, is a logical one, which vectors have. At most 35 terms below 2^32 each: no overflow in 64 bits.
-VASK_KERNEL void SumTapsBody(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows,
-                             int32_t taps) {
+VASK_BODY void SumTapsBody(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows,
+                           int32_t taps) {
   for (int32_t tap = 0; tap < taps; ++tap) {
     const int32_t* row = rows[tap];
     uint64_t sum = 0;
@@ -27,9 +37,9 @@ VASK_KERNEL void SumTapsBody(std::span<const int32_t> gains, int64_t* scratch, c
   }
 }
 
-VASK_DISPATCH(void, SumTaps,
-              (std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps),
-              (gains, scratch, rows, taps))
+VASK_KERNEL(void, SumTaps,
+            (std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows, int32_t taps),
+            (gains, scratch, rows, taps), SumTapsPlain)
 
 }  // namespace
 

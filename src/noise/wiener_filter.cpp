@@ -4,11 +4,12 @@
 #include "noise/wiener_filter.h"
 
 #include <algorithm>
+#include <array>
 
 #include "dsp/arith.h"
-#include "dsp/cpu.h"
 #include "dsp/fft.h"
 #include "dsp/float_mode.h"
+#include "dsp/kernel.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/square_root.h"
 #include "noise/convolution.h"
@@ -25,26 +26,26 @@ constexpr int32_t kSpectrumShift = 10;  // takes off what the window's scale of 
 constexpr int32_t kFirstFilteredFrame = 3;
 
 // Sums of two overflowed powers wrap below zero: read them as the largest.
-VASK_KERNEL void LimitOverflow(std::span<int64_t> values) {
+VASK_BODY void LimitOverflow(std::span<int64_t> values) {
   for (int64_t& v : values) v = MaxIfNegative(v);
 }
 
 // out[k] = mean of the powers 2k and 2k + 1; the last bin stands alone.
-VASK_KERNEL void SmoothPairs(const int64_t* power, std::span<int64_t> out) {
+VASK_BODY void SmoothPairs(const int64_t* power, std::span<int64_t> out) {
   const size_t last = out.size() - 1;
   for (size_t k = 0; k < last; ++k) out[k] = WrapAdd(power[2 * k], power[2 * k + 1]) >> 1;
   out[last] = power[2 * last];
 }
 
-VASK_KERNEL void MeanOfTwoFrames(std::span<const int64_t> current, std::span<int64_t> previous,
-                                 std::span<int64_t> mean, bool is_first) {
+VASK_BODY void MeanOfTwoFrames(std::span<const int64_t> current, std::span<int64_t> previous,
+                               std::span<int64_t> mean, bool is_first) {
   for (size_t k = 0; k < mean.size(); ++k) {
     mean[k] = is_first ? current[k] : (current[k] >> 1) + (previous[k] >> 1);
     previous[k] = current[k];
   }
 }
 
-VASK_KERNEL void WeightGainsBody(std::span<int32_t> gain_q30, const int32_t* weight_q30) {
+VASK_BODY void WeightGainsBody(std::span<int32_t> gain_q30, const int32_t* weight_q30) {
   for (size_t k = 0; k < gain_q30.size(); ++k) gain_q30[k] = Low32(MulShift<30>(gain_q30[k], weight_q30[k]));
 }
 
@@ -57,9 +58,15 @@ void WindowImpulse(const int32_t* taps, const int32_t* window, int32_t* impulse,
   }
 }
 
+void WindowQ10Plain(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
+  std::array<int64_t, kFftSize> windowed;
+  ApplyWindow(samples, window_q30, windowed);
+  std::transform(windowed.begin(), windowed.end(), out.begin(), Low32);
+}
+
 // ApplyWindow in 32 bits: with the window's w = high * 2^16 + low, floor(s * w / 2^20) =
 // floor((s * high + floor(s * low / 2^16)) / 2^4), and a 16-bit sample keeps every part of it in 32 bits.
-VASK_KERNEL void WindowQ10Body(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
+VASK_BODY void WindowQ10Body(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
   const size_t n = std::min(window_q30.size(), out.size());
   for (size_t i = 0; i < n; ++i) {
     const int32_t high = window_q30[i] >> 16, low = window_q30[i] & 0xffff;
@@ -68,24 +75,24 @@ VASK_KERNEL void WindowQ10Body(const int16_t* samples, std::span<const int32_t> 
   std::fill(out.begin() + static_cast<std::ptrdiff_t>(n), out.end(), 0);
 }
 
-VASK_KERNEL void SmoothBody(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
-                            std::span<int64_t> mean, bool is_first) {
+VASK_BODY void SmoothBody(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
+                          std::span<int64_t> mean, bool is_first) {
   SmoothPairs(power, current);
   LimitOverflow(current);
   MeanOfTwoFrames(current, previous, mean, is_first);
   LimitOverflow(mean);
 }
 
-VASK_DISPATCH(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
-              (samples, window_q30, out))
-VASK_DISPATCH(void, Smooth,
-              (const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
-               std::span<int64_t> mean, bool is_first),
-              (power, current, previous, mean, is_first))
-VASK_DISPATCH(void, WeightGains, (std::span<int32_t> gain_q30, const int32_t* weight_q30),
-              (gain_q30, weight_q30))
-
 }  // namespace
+
+VASK_KERNEL(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
+            (samples, window_q30, out), WindowQ10Plain)
+VASK_KERNEL(void, Smooth,
+            (const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
+             std::span<int64_t> mean, bool is_first),
+            (power, current, previous, mean, is_first), SmoothPortable)
+VASK_KERNEL(void, WeightGains, (std::span<int32_t> gain_q30, const int32_t* weight_q30),
+            (gain_q30, weight_q30), WeightGainsPortable)
 
 void ApplyWindow(const int16_t* samples, std::span<const int32_t> window_q30, std::span<int64_t> out) {
   const size_t n = std::min(window_q30.size(), out.size());
@@ -119,7 +126,7 @@ void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& tw
   WindowImpulse(wf.gain, wf.filt_win, wf.impulse, wf.filt_len);
   const std::span<int16_t> out(wf.out_frame, static_cast<size_t>(wf.frame_len));
   if (wf.frame_past + wf.frame_len == wf.frame_now) {  // speed only
-    ConvolveFast(wf.frame_now, wf.impulse, out, wf.filt_len / 2);
+    ConvolveAdjacent(wf.frame_now, wf.impulse, out, wf.filt_len / 2);
   } else {
     Convolve(wf.frame_now, wf.frame_past, wf.impulse, out, wf.filt_len / 2);
   }

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <span>
 
+#include "dsp/fft_512.h"
+
 namespace vask {
 
 // Filter the frame that entered the history two calls before into wf.out_frame (160 samples).
@@ -15,5 +17,17 @@ void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& tw
 
 // out[i] = sample * window (Q30) >> 20; 0 beyond the window.
 void ApplyWindow(const int16_t* samples, std::span<const int32_t> window_q30, std::span<int64_t> out);
+
+// Its steps.
+
+// ApplyWindow; an int16 sample and a window up to 1 keep it in 32 bits.
+void WindowQ10(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out);
+
+// From 257 powers to the smoothed spectrum and its mean with the frame before, which it then becomes.
+void Smooth(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
+            std::span<int64_t> mean, bool is_first);
+
+// gain_q30[k] *= weight_q30[k].
+void WeightGains(std::span<int32_t> gain_q30, const int32_t* weight_q30);
 
 }  // namespace vask

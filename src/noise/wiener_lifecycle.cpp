@@ -7,6 +7,7 @@
 #include "dsp/memory.h"
 #include "dsp/message.h"
 #include "dsp/ring.h"
+#include "dsp/sizes.h"
 #include "dsp/tables/ear.h"
 #include "dsp/windows.h"
 #include "noise/mel_bank.h"
@@ -20,17 +21,17 @@ constexpr int32_t kShortRing = 2;    // frames
 constexpr int32_t kLongRing = 20;
 
 void SetSizes(wiener_filt& wf) {
-  wf.frame_len = 160;
-  wf.fft_order = 9;
-  wf.fft_size = 512;
-  wf.num_bins = 257;
+  wf.frame_len = kFrame;
+  wf.fft_order = kFftOrder;
+  wf.fft_size = kFftSize;
+  wf.num_bins = kSpectrumBins;
   wf.win_offset = 120;
   wf.win_len = 400;
   wf.filt_len = 24;
   wf.num_bands = kMelBands;
-  wf.num_psd_bins = 129;
+  wf.num_psd_bins = kSmoothedBins;
   wf.frame_count = 0;
-  wf.sig_hist_len = 640;
+  wf.sig_hist_len = 4 * kFrame;
 }
 
 void NullPointers(wiener_filt& wf) {

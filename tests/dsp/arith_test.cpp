@@ -18,6 +18,7 @@ template <int Bits>
 void CheckProducts(int64_t a, int64_t b) {
   const auto a32 = static_cast<int32_t>(a), b32 = static_cast<int32_t>(b);
   ASSERT_EQ(MulShift<Bits>(a, b32), Low64((Int128{a} * b32) >> Bits)) << a << " * " << b32;
+  ASSERT_EQ(MulShiftByHalves<Bits>(a, b32), Low64((Int128{a} * b32) >> Bits)) << a << " * " << b32;
   ASSERT_EQ(MulShift<Bits>(a32, b32), (int64_t{a32} * b32) >> Bits) << a32 << " * " << b32;
   ASSERT_EQ(MulShiftWide<Bits>(a, b), Low64((Int128{a} * b) >> Bits)) << a << " * " << b;
 }

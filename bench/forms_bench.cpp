@@ -1,4 +1,4 @@
-// The plain forms of the stages and the fast forms that replace them, over the same input.
+// The forms of the stages at every level of the machine, over the same input.
 #include <benchmark/benchmark.h>
 #include <vask/vask.h>
 
@@ -8,13 +8,10 @@
 
 #include "benchmarks.h"
 #include "dsp/fft.h"
-#include "dsp/fft_512.h"
+#include "dsp/power_spectrum.h"
 #include "epd/voicing_lags.h"
-#include "epd/voicing_temporal.h"
-#include "noise/convolution.h"
 #include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
-#include "noise/gsap.h"
 #include "noise/gsap_fast.h"
 #include "per_frame.h"
 #include "signals.h"
@@ -42,23 +39,16 @@ class Window {
   Samples512 samples_{};
 };
 
-void Transform(benchmark::State& state, bool plain) {
+void Transform(benchmark::State& state) {
   fft_tables twiddles{};
-  BuildTwiddles(twiddles, 9);
+  BuildTwiddles(twiddles, kFftOrder);
   Window window;
-  Packed512 narrow;
-  std::array<int64_t, 512> wide;
+  std::array<int64_t, kFftSize> power;
   Run(state, [&](const Frame& frame) {
-    const Samples512& samples = window.Push(frame);
-    if (plain) {
-      std::copy(samples.begin(), samples.end(), wide.begin());
-      RealFftFull(wide, 9, twiddles);
-    } else {
-      RealFft512(samples, twiddles, narrow);
-    }
-    benchmark::DoNotOptimize(plain ? static_cast<void*>(wide.data()) : narrow.data());
+    PowerOfWindow(window.Push(frame), 10, twiddles, power);
+    benchmark::DoNotOptimize(power.data());
   });
-  ReleaseTwiddles(twiddles, 9);
+  ReleaseTwiddles(twiddles, kFftOrder);
 }
 
 // Amplitudes of a steady noise with the frame added, one per bin.
@@ -69,7 +59,7 @@ std::array<int64_t, kCount> Amplitudes(const Frame& frame) {
   return amplitudes;
 }
 
-void Gains(benchmark::State& state, bool plain) {
+void Gains(benchmark::State& state) {
   std::array<int64_t, 129> noise{}, cleaned{};
   std::array<int32_t, 129> gain{};
   wiener_vad vad{};
@@ -77,70 +67,56 @@ void Gains(benchmark::State& state, bool plain) {
     auto current = Amplitudes<129>(frame);
     auto mean = current;
     vad.frame_count = std::min(vad.frame_count + 1, 1000);
-    const GainSpectra spectra = {current, mean, noise, cleaned, gain};
-    plain ? DesignGainPlain(spectra, vad) : DesignGain(spectra, vad);
+    DesignGain({current, mean, noise, cleaned, gain}, vad);
     benchmark::DoNotOptimize(gain.data());
   });
 }
 
-void Ratios(benchmark::State& state, bool plain) {
+void Ratios(benchmark::State& state) {
   std::array<int64_t, 35> noise, clean{}, ratio;
   noise.fill(600);
   Run(state, [&](const Frame& frame) {
     const auto signal = Amplitudes<35>(frame);
-    if (plain) {
-      for (size_t b = 0; b < 35; ++b) ratio[b] = LikelihoodRatio(noise[b], signal[b], clean[b]);
-    } else {
-      LikelihoodRatios(noise, signal, clean.data(), ratio.data());
-    }
+    LikelihoodRatios(noise, signal, clean.data(), ratio.data());
     benchmark::DoNotOptimize(ratio.data());
   });
 }
 
-void Convolution(benchmark::State& state, bool plain) {
+void Convolution(benchmark::State& state) {
   Window window;
   std::array<int32_t, 25> taps;
   for (size_t t = 0; t < taps.size(); ++t) taps[t] = static_cast<int32_t>(t % 24) * 12345678;
   Frame out;
   Run(state, [&](const Frame& frame) {
     window.Push(frame);
-    const int16_t* now = window.Last320().data() + 120;
-    plain ? Convolve(now, now - kFrameLength, taps.data(), out, 12) : ConvolveFast(now, taps.data(), out, 12);
+    ConvolveAdjacent(window.Last320().data() + kFrameLength, taps.data(), out, 12);
     benchmark::DoNotOptimize(out.data());
   });
 }
 
-void Lags(benchmark::State& state, bool plain) {
+void Lags(benchmark::State& state) {
   Window window;
-  std::array<int32_t, 320> x;
   Run(state, [&](const Frame& frame) {
     window.Push(frame);
-    const auto samples = window.Last320();
-    if (plain) {
-      std::transform(samples.begin(), samples.end(), x.begin(), [](int16_t s) { return s * 65536; });
-      benchmark::DoNotOptimize(YinVoicing(x, {kMinLag, kMaxLag}) + AmdfMinimum(x, {kMinLag, kMaxLag}) +
-                               PeakValleyRatio(x, {kMinLag, kMaxLag}));
-    } else {
-      benchmark::DoNotOptimize(MeasureLags(samples));
-    }
+    benchmark::DoNotOptimize(MeasureLags(window.Last320()));
   });
+}
+
+void RunAt(benchmark::State& state, Level level, void (*run)(benchmark::State&)) {
+  const Level before = LevelInForce();
+  ForceLevel(level);
+  run(state);
+  ForceLevel(before);
 }
 
 }  // namespace
 
-void RegisterPlain() {
-  struct Pair {
-    const char* name;
-    void (*run)(benchmark::State&, bool plain);
-  };
-  constexpr Pair kPairs[] = {{kForms[0], Transform},
-                             {kForms[1], Gains},
-                             {kForms[2], Ratios},
-                             {kForms[3], Convolution},
-                             {kForms[4], Lags}};
-  for (const Pair& pair : kPairs) {
-    for (bool plain : {true, false}) {
-      benchmark::RegisterBenchmark(FormName(pair.name, plain).c_str(), pair.run, plain)
+void RegisterForms() {
+  constexpr void (*kRuns[])(benchmark::State&) = {Transform, Gains, Ratios, Convolution, Lags};
+  static_assert(std::size(kRuns) == std::size(kForms));
+  for (size_t i = 0; i < std::size(kRuns); ++i) {
+    for (const Level level : LevelsHere()) {
+      benchmark::RegisterBenchmark(FormName(kForms[i], level).c_str(), RunAt, level, kRuns[i])
           ->Unit(benchmark::kMicrosecond);
     }
   }

@@ -1,0 +1,80 @@
+// Kernels: functions with a form for every level (dsp/level.h), of which each call runs the one in force.
+//
+// A kernel is written as nameBody, always inlined, and VASK_KERNEL compiles that for every level:
+//
+//   VASK_BODY void ScaleBody(std::span<int32_t> x, int32_t by) { ... }
+//   VASK_KERNEL(void, Scale, (std::span<int32_t> x, int32_t by), (x, by), ScalePlain)
+//
+// where ScalePlain is the readable form; ScalePortable says that there is no other. Where a level has a form
+// that is written by itself, VASK_PICK names all of them. Each kernel stands in dsp/kernels.inc, and
+// tests/fast drives what stands there at every level.
+#pragma once
+
+#include "dsp/level.h"
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#define VASK_HAS_AVX2 1
+#define VASK_AVX2 __attribute__((target("avx2,bmi,bmi2,lzcnt")))
+#if defined(__clang__)
+#define VASK_BEGIN_AVX2 \
+  _Pragma("clang attribute push(__attribute__((target(\"avx2,bmi,bmi2,lzcnt\"))), apply_to = function)")
+#define VASK_END_AVX2 _Pragma("clang attribute pop")
+#else
+#define VASK_BEGIN_AVX2 _Pragma("GCC push_options") _Pragma("GCC target(\"avx2,bmi,bmi2,lzcnt\")")
+#define VASK_END_AVX2 _Pragma("GCC pop_options")
+#endif
+#else
+#define VASK_HAS_AVX2 0
+#endif
+
+#if defined(__ARM_NEON) && defined(__aarch64__)
+#define VASK_HAS_NEON 1
+#else
+#define VASK_HAS_NEON 0
+#endif
+
+#define VASK_BODY static inline __attribute__((always_inline))
+
+namespace vask {
+
+#define VASK_KERNEL_NAME(name) k##name,
+enum class Kernel {
+#include "dsp/kernels.inc"
+};
+#undef VASK_KERNEL_NAME
+
+// Only what stands in the list has a level.
+inline Level LevelOf(Kernel /*kernel*/) { return LevelInForce(); }
+
+}  // namespace vask
+
+// Defines `type name params`, which runs one of the forms with `args`. Forms for other machines need not be
+// there.
+#define VASK_PICK(type, name, params, args, plain, portable, avx2, neon) \
+  type name params {                                                     \
+    const auto vask_level = ::vask::LevelOf(::vask::Kernel::k##name);    \
+    if (vask_level == ::vask::Level::kPlain) return plain args;          \
+    VASK_PICK_FASTEST(avx2, neon, args)                                  \
+    return portable args;                                                \
+  }
+
+#if VASK_HAS_AVX2
+#define VASK_PICK_FASTEST(avx2, neon, args) \
+  if (vask_level == ::vask::Level::kAvx2) return avx2 args;
+#define VASK_COMPILE(type, name, params, args)                                   \
+  [[maybe_unused]] static type name##Portable params { return name##Body args; } \
+  VASK_AVX2 static type name##Avx2 params { return name##Body args; }
+#else
+#if VASK_HAS_NEON
+#define VASK_PICK_FASTEST(avx2, neon, args) \
+  if (vask_level == ::vask::Level::kNeon) return neon args;
+#else
+#define VASK_PICK_FASTEST(avx2, neon, args)
+#endif
+#define VASK_COMPILE(type, name, params, args) \
+  [[maybe_unused]] static type name##Portable params { return name##Body args; }
+#endif
+
+#define VASK_KERNEL(type, name, params, args, plain) \
+  VASK_COMPILE(type, name, params, args)             \
+  VASK_PICK(type, name, params, args, plain, name##Portable, name##Avx2, name##Portable)

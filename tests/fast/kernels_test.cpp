@@ -1,0 +1,315 @@
+// Every kernel, at every level of this machine, over silence, full scale, alternating samples, impulses,
+// noise and speech: the values of the plain form.
+#include "dsp/kernel.h"
+
+#include <gtest/gtest.h>
+#include <vask/epd.h>
+#include <vask/voicing.h>
+
+#include <algorithm>
+#include <array>
+
+#include "dsp/arith.h"
+#include "dsp/exponential.h"
+#include "dsp/fft.h"
+#include "dsp/fft_512.h"
+#include "dsp/filters.h"
+#include "dsp/power_spectrum.h"
+#include "dsp/square_root.h"
+#include "epd/endpoint.h"
+#include "epd/energy.h"
+#include "epd/voicing_crossings.h"
+#include "epd/voicing_lags.h"
+#include "epd/voicing_spectral.h"
+#include "epd/voicing_temporal.h"
+#include "noise/convolution_fast.h"
+#include "noise/gain_design.h"
+#include "noise/gsap_fast.h"
+#include "noise/mel_idct.h"
+#include "noise/wiener_filter.h"
+#include "support/inputs.h"
+#include "support/levels.h"
+
+namespace vask {
+namespace {
+
+constexpr size_t kInput = 640;  // samples
+using Outputs = std::vector<int64_t>;
+using Input = std::span<const int16_t>;
+
+template <typename Range>
+void Append(Outputs& outputs, const Range& values) {
+  outputs.insert(outputs.end(), std::begin(values), std::end(values));
+}
+
+template <typename T>
+std::vector<T> Shifted(Input x, int bits) {
+  std::vector<T> values;
+  for (const int16_t s : x) values.push_back(static_cast<T>(int64_t{s} * (int64_t{1} << bits)));
+  return values;
+}
+
+std::vector<int64_t> Amplitudes(Input x, int bits) {
+  std::vector<int64_t> values = Shifted<int64_t>(x, bits);
+  for (int64_t& v : values) v = std::abs(v) + 1;
+  return values;
+}
+
+// Any Q30 values up to 1, half of them small; the same for every call.
+std::vector<int32_t> Factors(size_t n) {
+  std::mt19937 random(9);
+  std::vector<int32_t> factors(n);
+  for (int32_t& f : factors)
+    f = (static_cast<int32_t>(random()) >> 1) >> (random() % 2 == 0 ? 0 : random() % 30);
+  return factors;
+}
+
+Samples512 WindowOf(Input x, int bits) {
+  Samples512 window;
+  const auto values = Shifted<int32_t>(x.first(window.size()), bits);
+  std::copy(values.begin(), values.end(), window.begin());
+  return window;
+}
+
+void OfSquareRoots(Input x, Outputs& out) {
+  for (const int bits : {0, 7, 15, 29, 36, 47}) {
+    std::vector<int64_t> values = Shifted<int64_t>(x, bits), roots(x.size());
+    Roots(std::span(values).first(x.size() - 1), roots.data());  // no whole number of vectors
+    Append(out, roots);
+    for (const int64_t v : values) Append(out, std::array{Root(v), RootQ8(v), int64_t{RootQ16(Low32(v))}});
+  }
+}
+
+void OfTransforms(Input x, Outputs& out) {
+  for (int32_t order = 2; order <= kFftOrder; ++order) {
+    for (const int bits : {0, 6, 15, 20, 46}) {  // in 32 bits, in 64, and where sums wrap
+      auto values = Shifted<int64_t>(x.first(size_t{1} << order), bits);
+      RealFft(values, order, test::Twiddles());
+      Append(out, values);
+    }
+  }
+}
+
+void OfPowers(Input x, Outputs& out) {
+  for (const int bits : {0, 5, 9, 12, 15}) {
+    const Samples512 window = WindowOf(x, bits);
+    Packed512 packed{};
+    std::array<int64_t, kFftSize> power;
+    out.push_back(IsNarrow(window));
+    if (out.back() == 1) {
+      RealFft512(window, test::Twiddles(), packed);
+      out.insert(out.end(), packed.begin(), packed.begin() + kFftSize);
+    }
+    std::copy(window.begin(), window.end(), packed.begin());
+    for (const int32_t shift : {1, 10}) {
+      PowerOf512(packed, shift, power.data());
+      Append(out, power);
+      PowerOfWindow(window, shift, test::Twiddles(), power);
+      Append(out, std::span(power).first(kSpectrumBins));
+    }
+  }
+}
+
+void OfEmphasis(Input x, Outputs& out) {
+  pre_emph_filt filter;
+  ClearPreEmphasis(filter);
+  std::vector<int32_t> emphasized(x.size());
+  for (int round = 0; round < 2; ++round) Emphasize(filter, x, emphasized.data());
+  Append(out, emphasized);
+}
+
+void OfTheNoiseReduction(Input x, Outputs& out) {
+  const std::vector<int32_t> factors = Factors(kInput);
+  Samples512 window;
+  for (const size_t n : {size_t{400}, size_t{512}, size_t{33}}) {
+    WindowQ10(x.data(), std::span(factors).first(n), window);
+    Append(out, window);
+  }
+  std::array<int64_t, kSmoothedBins> current, previous{}, mean;
+  for (const int bits : {0, 16, 47}) {
+    Smooth(Amplitudes(x, bits).data(), current, previous, mean, bits == 0);
+    Append(out, current), Append(out, previous), Append(out, mean);
+  }
+  auto gains = Shifted<int32_t>(x, 15);
+  WeightGains(gains, factors.data());
+  Append(out, gains);
+  std::array<int16_t, kFrame> filtered;
+  for (const size_t n : {size_t{160}, size_t{159}, size_t{25}}) {
+    ConvolveAdjacent(&x[200], factors.data(), std::span(filtered).first(n), 12);
+    Append(out, std::span(filtered).first(n));
+  }
+}
+
+void OfTaps(Input x, Outputs& out) {
+  std::array<int64_t, 35> scratch;
+  std::array<const int32_t*, 35> rows;
+  const auto basis = Shifted<int32_t>(x, 16);
+  for (size_t tap = 0; tap < rows.size(); ++tap) rows[tap] = &basis[17 * tap];
+  auto gains = Factors(rows.size());
+  gains[0] = kMin32;
+  MelIdct(gains, scratch.data(), rows.data(), 35);
+  Append(out, gains), Append(out, scratch);
+}
+
+void OfGains(Input x, Outputs& out) {
+  for (const int bits : {0, 8, 17, 40}) {  // up to 2^31 the fast form has blocks of its own
+    auto current = Amplitudes(x.first(kSmoothedBins), bits), mean = Amplitudes(x.last(kSmoothedBins), bits);
+    std::vector<int64_t> noise(kSmoothedBins, 77), cleaned(kSmoothedBins);
+    std::vector<int32_t> gain(kSmoothedBins);
+    wiener_vad vad{};
+    for (vad.frame_count = 1; vad.frame_count < 4; ++vad.frame_count) {
+      vad.vad_flag = vad.frame_count == 3;
+      DesignGain({current, mean, noise, cleaned, gain}, vad);
+      Append(out, gain), Append(out, noise), Append(out, cleaned);
+    }
+  }
+}
+
+void OfLikelihoods(Input x, Outputs& out) {
+  for (const int bits : {0, 8, 17, 40}) {
+    auto noise = Amplitudes(x.first(71), bits), clean = Amplitudes(x.subspan(100, 71), bits);
+    std::vector<int64_t> ratio(noise.size());
+    LikelihoodRatios(noise, Amplitudes(x.last(71), bits), clean.data(), ratio.data());
+    Append(out, ratio), Append(out, clean), Append(out, noise);
+  }
+}
+
+void OfBands(Input x, Outputs& out) {
+  std::array<int32_t, 64> band, weight;
+  for (const int bits : {0, 8, 16}) {  // a caller's own powers may be negative
+    for (const bool is_power : {true, false}) {
+      std::vector<int32_t> power = Shifted<int32_t>(x, bits);
+      for (int32_t& p : power) p = is_power ? MaxIfNegative(WrapNeg(p < 0 ? p : -p)) : p;
+      for (const int32_t bins : {kSpectrumBins, 515, 140}) {
+        const std::span spectrum(power.data(), static_cast<size_t>(bins));
+        Append(out, std::array{NoiseRobustEnergy(power.data()), lower_band_energy(power.data(), bins),
+                               upper_band_energy(power.data(), bins), HighToLowRatio(spectrum),
+                               BandTonality(spectrum, 32, band.data()), tonality_es(power.data(), bins),
+                               WeightedBandEntropy(spectrum, 64, band.data(), weight.data())});
+        Append(out, band), Append(out, weight);
+      }
+    }
+  }
+}
+
+void OfTheDetectorsWindow(Input x, Outputs& out) {
+  const std::vector<int32_t> factors = Factors(kWindow), samples = Shifted<int32_t>(x, 16);
+  std::array<int32_t, kWindow> windowed;
+  WindowEmphasized(samples.data(), factors.data(), kWindow, windowed.data());
+  Append(out, windowed);
+  std::array<int32_t, kSpectrumBins> narrow;
+  for (const int bits : {0, 17, 47}) {
+    NarrowPowers(Amplitudes(x, bits).data(), narrow.data());
+    Append(out, narrow);
+  }
+  for (const int32_t shift : {0, 3}) out.push_back(SquareEnergy(x, shift));
+}
+
+void OfVoicing(Input x, Outputs& out) {
+  for (const size_t n : {320u, 319u, 200u, 33u, 3u, 1u}) {
+    const Input window = x.last(n);
+    const LagFeatures lags = MeasureLags(window);
+    Append(out, std::array{lags.yin_voicing, lags.amdf_min, lags.peak_valley_ratio});
+    for (const int32_t level : {ClippingLevel(window), 0, 1, 1000, -5})
+      out.push_back(CountClipCrossings(window, level));
+    std::vector<int16_t> signs(n);
+    out.push_back(CountZeroCrossings(window, signs.data()));
+    Append(out, signs);
+  }
+}
+
+// What a kernel, or the step that it is part of, makes of an input.
+void Drive(Kernel kernel, Input x, Outputs& out) {
+  switch (kernel) {
+    case Kernel::kRootQ30:
+    case Kernel::kRoots:
+      return OfSquareRoots(x, out);
+    case Kernel::kExpOfLikelihoodQ16:
+      for (const int16_t s : x) out.push_back(ExpOfLikelihoodQ16(20 * s));
+      return;
+    case Kernel::kRealFft:
+      return OfTransforms(x, out);
+    case Kernel::kPowerOfWindow:
+    case Kernel::kIsNarrow:
+    case Kernel::kRealFft512:
+    case Kernel::kPowerOf512:
+      return OfPowers(x, out);
+    case Kernel::kEmphasizeRest:
+      return OfEmphasis(x, out);
+    case Kernel::kWindowQ10:
+    case Kernel::kSmooth:
+    case Kernel::kWeightGains:
+    case Kernel::kConvolveAdjacent:
+      return OfTheNoiseReduction(x, out);
+    case Kernel::kSumTaps:
+      return OfTaps(x, out);
+    case Kernel::kDesignModerateBlock:
+      return OfGains(x, out);
+    case Kernel::kLikelihoodRatios:
+    case Kernel::kLikelihoodExponents:
+    case Kernel::kRatiosOfExponentials:
+      return OfLikelihoods(x, out);
+    case Kernel::kBandSum:
+    case Kernel::kSumOfShares:
+    case Kernel::kBandMeans:
+      return OfBands(x, out);
+    case Kernel::kSumOfSquares:
+    case Kernel::kWindowEmphasized:
+    case Kernel::kNarrowPowers:
+      return OfTheDetectorsWindow(x, out);
+    case Kernel::kCountClipCrossings:
+    case Kernel::kCountZeroCrossings:
+    case Kernel::kMeasureLags:
+    case Kernel::kSumLags:
+    case Kernel::kYinRatios:
+    case Kernel::kAmdfMeans:
+    case Kernel::kBoundCoefficients:
+      return OfVoicing(x, out);
+  }
+}
+
+struct NamedKernel {
+  Kernel kernel;
+  const char* name;
+};
+
+#define VASK_KERNEL_NAME(name) NamedKernel{Kernel::k##name, #name},
+constexpr NamedKernel kKernels[] = {
+#include "dsp/kernels.inc"
+};
+#undef VASK_KERNEL_NAME
+
+void Check(const NamedKernel& kernel) {
+  for (const test::Input& input : test::Inputs(kInput, 60)) {
+    Outputs plain;
+    test::AtEachLevel([&](Level level) {
+      Outputs outputs;
+      Drive(kernel.kernel, input.samples, outputs);
+      ASSERT_FALSE(outputs.empty()) << "nothing drives " << kernel.name;
+      if (level == Level::kPlain) plain = outputs;
+      ASSERT_EQ(outputs.size(), plain.size());
+      for (size_t i = 0; i < plain.size(); ++i) {
+        ASSERT_EQ(outputs[i], plain[i])
+            << kernel.name << " at level " << NameOf(level) << ", " << input.name << ", value " << i;
+      }
+    });
+    if (testing::Test::HasFatalFailure()) return;
+  }
+}
+
+TEST(Kernels, GiveThePlainValuesAtEveryLevel) {
+  for (const NamedKernel& kernel : kKernels) Check(kernel);
+}
+
+TEST(Level, IsOneOfThoseOfTheMachine) {
+  EXPECT_EQ(LevelInForce(), LevelsHere().back());
+  for (const char* name : {"", "unknown", "Plain", "avx512"}) EXPECT_FALSE(ForceLevel(name)) << name;
+  EXPECT_EQ(LevelInForce(), LevelsHere().back());
+  test::AtEachLevel([](Level level) {
+    EXPECT_TRUE(ForceLevel(NameOf(level)));
+    EXPECT_EQ(LevelInForce(), level);
+  });
+}
+
+}  // namespace
+}  // namespace vask

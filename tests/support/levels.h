@@ -1,0 +1,19 @@
+// Every level of this machine in turn.
+#pragma once
+
+#include "dsp/level.h"
+
+namespace vask::test {
+
+// Calls step(level) with that level in force, the plain one first; the level in force before comes back.
+template <typename Step>
+void AtEachLevel(Step step) {
+  const Level before = LevelInForce();
+  for (const Level level : LevelsHere()) {
+    ForceLevel(level);
+    step(level);
+  }
+  ForceLevel(before);
+}
+
+}  // namespace vask::test
