@@ -16,7 +16,7 @@ constexpr int kExitUsage = 2;
 // A name as one line of text: control characters would break the line or the terminal.
 inline std::string Printable(std::string name) {
   for (char& c : name) {
-    if ((c >= 0 && c < ' ') || c == 127) c = '?';
+    if (static_cast<unsigned char>(c) < ' ' || c == 127) c = '?';
   }
   return name;
 }
