@@ -17,7 +17,7 @@
 
 namespace vask {
 
-enum class Level : uint8_t { kUnknown, kPlain, kPortable, kAvx2, kNeon };
+enum class Level : int32_t { kUnknown, kPlain, kPortable, kAvx2, kNeon };
 
 // Those that the build and the machine have, the fastest last.
 std::span<const Level> LevelsHere();

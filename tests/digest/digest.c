@@ -6,8 +6,9 @@
  *   vask-digest print FILE.wav [PIECE...]               print the digests, as in expected.txt
  *   vask-digest check EXPECTED.txt FILE.wav [PIECE...]  compare them with those lines
  *
- * FILE.wav is 16 kHz mono 16-bit with a header of 44 bytes. A PIECE is the number of samples passed per call,
- * 160 by default. In addition to the recording the program generates noise and clipped material.
+ * --cpu LEVEL before these runs the forms of that level; the exit status is 77 if the machine does not have
+ * it. FILE.wav is 16 kHz mono 16-bit with a header of 44 bytes. A PIECE is the number of samples passed per
+ * call, 160 by default. In addition to the recording the program generates noise and clipped material.
  */
 #include <inttypes.h>
 #include <stdio.h>
@@ -179,10 +180,12 @@ static int IsExpected(FILE* expected, const char* line) {
 
 static int Usage(void) {
   fprintf(stderr,
-          "usage: vask-digest print FILE.wav [PIECE...]\n"
-          "       vask-digest check EXPECTED.txt FILE.wav [PIECE...]\n");
+          "usage: vask-digest [--cpu LEVEL] print FILE.wav [PIECE...]\n"
+          "       vask-digest [--cpu LEVEL] check EXPECTED.txt FILE.wav [PIECE...]\n");
   return 2;
 }
+
+int ForceLevelOfTheLibrary(const char* name);
 
 int main(int argc, char** argv) {
   static int16_t noise[kMadeSamples], squares[kMadeSamples];
@@ -190,6 +193,14 @@ int main(int argc, char** argv) {
   const char* slash;
   FILE* expected = NULL;
   int first, i, different = 0, lines = 0;
+  if (argc > 2 && strcmp(argv[1], "--cpu") == 0) {
+    if (!ForceLevelOfTheLibrary(argv[2])) {
+      fprintf(stderr, "vask-digest: this machine does not have the level %s\n", argv[2]);
+      return 77;
+    }
+    argc -= 2;
+    argv += 2;
+  }
   if (argc > 2 && strcmp(argv[1], "print") == 0) {
     first = 2;
   } else if (argc > 3 && strcmp(argv[1], "check") == 0) {

@@ -118,24 +118,33 @@ void OfEmphasis(Input x, Outputs& out) {
   Append(out, emphasized);
 }
 
-void OfTheNoiseReduction(Input x, Outputs& out) {
+void OfWindows(Input x, Outputs& out) {
   const std::vector<int32_t> factors = Factors(kInput);
   Samples512 window;
   for (const size_t n : {size_t{400}, size_t{512}, size_t{33}}) {
     WindowQ10(x.data(), std::span(factors).first(n), window);
     Append(out, window);
   }
+}
+
+void OfSmoothing(Input x, Outputs& out) {
   std::array<int64_t, kSmoothedBins> current, previous{}, mean;
   for (const int bits : {0, 16, 47}) {
     Smooth(Amplitudes(x, bits).data(), current, previous, mean, bits == 0);
     Append(out, current), Append(out, previous), Append(out, mean);
   }
+}
+
+void OfWeights(Input x, Outputs& out) {
   auto gains = Shifted<int32_t>(x, 15);
-  WeightGains(gains, factors.data());
+  WeightGains(gains, Factors(kInput).data());
   Append(out, gains);
+}
+
+void OfConvolution(Input x, Outputs& out) {
   std::array<int16_t, kFrame> filtered;
   for (const size_t n : {size_t{160}, size_t{159}, size_t{25}}) {
-    ConvolveAdjacent(&x[200], factors.data(), std::span(filtered).first(n), 12);
+    ConvolveAdjacent(&x[200], Factors(25).data(), std::span(filtered).first(n), 12);
     Append(out, std::span(filtered).first(n));
   }
 }
@@ -174,47 +183,73 @@ void OfLikelihoods(Input x, Outputs& out) {
   }
 }
 
-void OfBands(Input x, Outputs& out) {
-  std::array<int32_t, 64> band, weight;
-  for (const int bits : {0, 8, 16}) {  // a caller's own powers may be negative
-    for (const bool is_power : {true, false}) {
-      std::vector<int32_t> power = Shifted<int32_t>(x, bits);
-      for (int32_t& p : power) p = is_power ? MaxIfNegative(WrapNeg(p < 0 ? p : -p)) : p;
-      for (const int32_t bins : {kSpectrumBins, 515, 140}) {
-        const std::span spectrum(power.data(), static_cast<size_t>(bins));
-        Append(out, std::array{NoiseRobustEnergy(power.data()), lower_band_energy(power.data(), bins),
-                               upper_band_energy(power.data(), bins), HighToLowRatio(spectrum),
-                               BandTonality(spectrum, 32, band.data()), tonality_es(power.data(), bins),
-                               WeightedBandEntropy(spectrum, 64, band.data(), weight.data())});
-        Append(out, band), Append(out, weight);
-      }
-    }
+// Powers of all levels; a caller's own may be negative.
+template <typename Step>
+void ForSpectra(Input x, Step step) {
+  for (const int bits : {0, 8, 16}) {
+    std::vector<int32_t> power = Shifted<int32_t>(x, bits);
+    for (const int32_t bins : {kSpectrumBins, 515, 140})
+      step(std::span(power).first(static_cast<size_t>(bins)));
+    for (int32_t& p : power) p = MaxIfNegative(WrapNeg(p < 0 ? p : -p));
+    for (const int32_t bins : {kSpectrumBins, 515, 140})
+      step(std::span(power).first(static_cast<size_t>(bins)));
   }
 }
 
+void OfBandSums(Input x, Outputs& out) {
+  ForSpectra(x, [&](std::span<const int32_t> power) {
+    const auto bins = static_cast<int32_t>(power.size());
+    Append(out, std::array{NoiseRobustEnergy(power.data()), lower_band_energy(power.data(), bins),
+                           upper_band_energy(power.data(), bins)});
+  });
+}
+
+void OfShares(Input x, Outputs& out) {
+  ForSpectra(x, [&](std::span<const int32_t> power) {
+    out.push_back(HighToLowRatio(power));
+    out.push_back(tonality_es(power.data(), static_cast<int32_t>(power.size())));
+  });
+}
+
+void OfBandMeans(Input x, Outputs& out) {
+  std::array<int32_t, 64> band, weight;
+  ForSpectra(x, [&](std::span<const int32_t> power) {
+    out.push_back(BandTonality(power, 32, band.data()));
+    Append(out, std::span(band).first(32));
+    out.push_back(WeightedBandEntropy(power, 64, band.data(), weight.data()));
+    Append(out, weight);
+  });
+}
+
 void OfTheDetectorsWindow(Input x, Outputs& out) {
-  const std::vector<int32_t> factors = Factors(kWindow), samples = Shifted<int32_t>(x, 16);
   std::array<int32_t, kWindow> windowed;
-  WindowEmphasized(samples.data(), factors.data(), kWindow, windowed.data());
+  WindowEmphasized(Shifted<int32_t>(x, 16).data(), Factors(kWindow).data(), kWindow, windowed.data());
   Append(out, windowed);
+}
+
+void OfNarrowPowers(Input x, Outputs& out) {
   std::array<int32_t, kSpectrumBins> narrow;
   for (const int bits : {0, 17, 47}) {
     NarrowPowers(Amplitudes(x, bits).data(), narrow.data());
     Append(out, narrow);
   }
-  for (const int32_t shift : {0, 3}) out.push_back(SquareEnergy(x, shift));
 }
 
-void OfVoicing(Input x, Outputs& out) {
-  for (const size_t n : {320u, 319u, 200u, 33u, 3u, 1u}) {
-    const Input window = x.last(n);
-    const LagFeatures lags = MeasureLags(window);
-    Append(out, std::array{lags.yin_voicing, lags.amdf_min, lags.peak_valley_ratio});
+void OfCrossings(Input x, Outputs& out) {
+  for (const size_t n : {320u, 319u, 3u, 1u}) {
+    const Input window = x.subspan(200, n);  // with the impulse
     for (const int32_t level : {ClippingLevel(window), 0, 1, 1000, -5})
       out.push_back(CountClipCrossings(window, level));
     std::vector<int16_t> signs(n);
     out.push_back(CountZeroCrossings(window, signs.data()));
     Append(out, signs);
+  }
+}
+
+void OfLags(Input x, Outputs& out) {
+  for (const size_t n : {320u, 319u, 200u, 33u, 1u}) {
+    const LagFeatures lags = MeasureLags(x.subspan(200, n));
+    Append(out, std::array{lags.yin_voicing, lags.amdf_min, lags.peak_valley_ratio});
   }
 }
 
@@ -237,10 +272,13 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
     case Kernel::kEmphasizeRest:
       return OfEmphasis(x, out);
     case Kernel::kWindowQ10:
+      return OfWindows(x, out);
     case Kernel::kSmooth:
+      return OfSmoothing(x, out);
     case Kernel::kWeightGains:
+      return OfWeights(x, out);
     case Kernel::kConvolveAdjacent:
-      return OfTheNoiseReduction(x, out);
+      return OfConvolution(x, out);
     case Kernel::kSumTaps:
       return OfTaps(x, out);
     case Kernel::kDesignModerateBlock:
@@ -250,21 +288,27 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
     case Kernel::kRatiosOfExponentials:
       return OfLikelihoods(x, out);
     case Kernel::kBandSum:
+      return OfBandSums(x, out);
     case Kernel::kSumOfShares:
+      return OfShares(x, out);
     case Kernel::kBandMeans:
-      return OfBands(x, out);
+      return OfBandMeans(x, out);
     case Kernel::kSumOfSquares:
+      for (const int32_t shift : {0, 3}) out.push_back(SquareEnergy(x, shift));
+      return;
     case Kernel::kWindowEmphasized:
-    case Kernel::kNarrowPowers:
       return OfTheDetectorsWindow(x, out);
+    case Kernel::kNarrowPowers:
+      return OfNarrowPowers(x, out);
     case Kernel::kCountClipCrossings:
     case Kernel::kCountZeroCrossings:
+      return OfCrossings(x, out);
     case Kernel::kMeasureLags:
     case Kernel::kSumLags:
     case Kernel::kYinRatios:
     case Kernel::kAmdfMeans:
     case Kernel::kBoundCoefficients:
-      return OfVoicing(x, out);
+      return OfLags(x, out);
   }
 }
 
