@@ -33,19 +33,17 @@ if(VASK_BUILD_COMMAND)
     vask_find_package(soxr ON found)
     vask_find_package(zlib ON found)
     add_executable(vask ${command_sources})
-    target_include_directories(vask PRIVATE tools/vask)
+    target_include_directories(vask PRIVATE tools/vask src)
     target_compile_definitions(vask PRIVATE VASK_VERSION="${PROJECT_VERSION}"
                                             VASK_JNI_BUILT=$<BOOL:${VASK_HAVE_JNI}>)
     find_package(Threads REQUIRED)
-    target_link_libraries(vask PRIVATE vask_flags vask_shared CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
+    # The static library also has what the shared one does not export: the level of the kernels.
+    target_link_libraries(vask PRIVATE vask_flags vask_static CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
                                        Threads::Threads PkgConfig::zlib)
     set(report_template "${PROJECT_SOURCE_DIR}/tools/vask/jobs/report/template.html")
     set_source_files_properties(
       tools/vask/jobs/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"
                                                 COMPILE_DEFINITIONS "VASK_REPORT_TEMPLATE=\"${report_template}\"")
-    # The installed command finds the library beside it, wherever the two are moved.
-    file(RELATIVE_PATH to_library "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
-    set_target_properties(vask PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
   endif()
 endif()
 

@@ -32,6 +32,7 @@ _vask() {
     --format | -f) words=$("${COMP_WORDS[0]}" detect --help 2> /dev/null | sed -n '/--format/s/.*{\(.*\)}.*/\1/p' | tr , ' ') ;;
     --audio) words="clean raw" ;;
     --preset) words="robust" ;;
+    --cpu) words="plain portable avx2 neon" ;;
     --profile) words="general" kind=file ;;
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
@@ -39,7 +40,7 @@ _vask() {
     --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold) return ;;
     *)
       if [[ $word == -* ]]; then
-        words="--help --device --os --config ${_vask_options[${subcommand:-tables}]}"
+        words="--help --device --os --config --cpu ${_vask_options[${subcommand:-tables}]}"
         [[ $subcommand ]] || words+=" --version"
       elif [[ ! $subcommand ]]; then
         words="${!_vask_options[*]}"

@@ -196,6 +196,18 @@ TEST_F(Command, GoesOnAfterAFailedFile) {
   EXPECT_EQ(all.err, "vask: missing.wav: no such file: check the name\n");
 }
 
+TEST_F(Command, GivesTheSameAtEveryLevel) {
+  const Outcome fastest = Run({"detect", kRoom}), version = Run({"--cpu", "plain", "--version"});
+  EXPECT_NE(version.out.find("\nArithmetic: plain (of plain, portable"), std::string::npos) << version.out;
+  for (const char* level : {"plain", "portable"}) {
+    EXPECT_EQ(Run({"detect", "--cpu", level, kRoom}).out, fastest.out) << level;
+  }
+  const Outcome wrong = Run({"--cpu", "abacus", "detect", kRoom});
+  EXPECT_EQ(wrong.exit_code, 2);
+  EXPECT_EQ(wrong.err.find("vask: --cpu: no level abacus on this machine, only plain, portable"), 0)
+      << wrong.err;
+}
+
 TEST_F(Command, TakesTheDeviceBeforeAndBehindTheSubcommand) {
   const std::string usual = Run({"detect", kRoom}).out, other = Run({"--device", "32", "detect", kRoom}).out;
   const std::string third = Run({"--device", "32", "--os", "1", "detect", kRoom}).out;

@@ -20,7 +20,7 @@ import unittest
 VASK, SOURCE = (os.path.abspath(path) for path in sys.argv[1:3])
 PAGE = SOURCE + '/docs/man/vask.1'
 WITH_VASK = dict(os.environ, PATH=os.path.dirname(VASK) + ':' + os.environ['PATH'])  # the completions ask it
-GENERAL = {'--device', '--os', '--config'}  # stand behind a subcommand too
+GENERAL = {'--device', '--os', '--config', '--cpu'}  # stand behind a subcommand too
 
 
 def help_of(*subcommand):

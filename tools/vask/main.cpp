@@ -10,6 +10,7 @@
 #include <new>
 #include <string>
 
+#include "dsp/level.h"
 #include "jobs/jobs.h"
 #include "library/engine_session.h"
 #include "terminal/errors.h"
@@ -45,10 +46,16 @@ std::string CheckConfigDir(const std::string& dir) {
   return readable ? "" : Printable(dir) + " holds no config.Vask to read";
 }
 
+// Forces it, too: --version tells which is in force.
+std::string CheckLevel(const std::string& name) {
+  return ForceLevel(name) ? "" : "no level " + Printable(name) + " on this machine, only " + LevelNames();
+}
+
 int Run(int argc, char** argv) {
   EngineOptions engine;
+  std::string level;
   CLI::App app(kDescription, "vask");
-  app.set_version_flag("--version", Version(), "Print the version and the features, then exit");
+  app.set_version_flag("--version", Version, "Print the version and the features, then exit");
   app.set_help_flag("-h,--help", "Print this help, then exit");
   app.footer(kFooter);
   app.require_subcommand(1);
@@ -61,6 +68,10 @@ int Run(int argc, char** argv) {
   app.add_option("--config", engine.config_dir, "Folder with the settings file config.Vask")
       ->type_name("DIR")
       ->check(CheckConfigDir);
+  app.add_option("--cpu", level, "Level of the arithmetic, of those in --version; no result changes")
+      ->type_name("LEVEL")
+      ->check(CheckLevel)
+      ->trigger_on_parse();
 
   // In the order of --help.
   const Job jobs[] = {DetectJob(app, engine), DenoiseJob(app, engine), PacketsJob(app, engine),

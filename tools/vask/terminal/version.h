@@ -7,4 +7,7 @@ namespace vask::command {
 
 std::string Version();
 
+// The levels of this machine, the fastest last.
+std::string LevelNames();
+
 }  // namespace vask::command
