@@ -18,10 +18,10 @@ constexpr int32_t kLastIndex = static_cast<int32_t>(std::size(kStepSizes)) - 1;
 static_assert(kLastIndex == 88);
 
 constexpr int32_t kSign = 8;
-// By the magnitude of the code: small ones make the next step smaller.
+// Indexed by the magnitude of the code: small ones make the next step smaller.
 constexpr int32_t kIndexMoves[] = {-1, -1, -1, -1, 2, 4, 6, 8};
 
-// What encoder and decoder both know.
+// The state that encoder and decoder update alike.
 class Predictor {
  public:
   explicit Predictor(const adpcm_state& state)
@@ -47,8 +47,8 @@ class Predictor {
   int32_t value_, index_;
 };
 
-// The distance to the sample in quarters of a step, cut to 0 ... 7, with its sign. The halves are those of
-// the integer step, so that each bit stands for what Follow() adds.
+// The distance to the sample in quarters of a step, truncated and limited to 0 ... 7, with its sign. The
+// halves are those of the integer step, so that each bit means what Follow() adds for it.
 int32_t CodeOf(const Predictor& predictor, int16_t sample) {
   int32_t code = 0, rest = sample - predictor.Value();
   if (rest < 0) {
