@@ -13,7 +13,8 @@ namespace {
 
 int32_t CountOf(int32_t frames) { return std::clamp(frames, 0, kHistoryLimit); }
 
-// Entry i of the log energies then belongs to row i of the mel energies: the rows are the most recent frames.
+// Move the log energies so that entry i belongs to row i of the mel energies: the rows are the most recent
+// frames.
 void AlignLogEnergies(EnvironmentHistory& history) {
   const int32_t rows = MelRowsOf(history);
   const int32_t first = std::max(CountOf(history.log_frames) - rows, 0);
@@ -57,7 +58,8 @@ void ReleaseWindow(EnvChangeDetect& window) {
 }
 
 void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples) {
-  // What is above the maximum is not looked at as a minimum: that matters only to extremes out of order.
+  // A sample above the maximum is not compared with the minimum: that matters only if the extremes are out of
+  // order.
   int16_t low = history.sample_min, high = history.sample_max;
   if (low <= high) {  // speed only
     for (const int16_t sample : samples) {

@@ -9,8 +9,8 @@
 
 namespace vask {
 
-inline constexpr int32_t kHistoryLimit = 2048;     // frames that a history takes
-inline constexpr int32_t kHistoryCapacity = 2050;  // rows, entries
+inline constexpr int32_t kHistoryLimit = 2048;     // frames that a history accepts
+inline constexpr int32_t kHistoryCapacity = 2050;  // allocated rows, entries
 inline constexpr int32_t kMelColumns = 24;         // 23 log mel energies and one log energy
 
 // The histories and extremes of one stream, wherever they are stored: the process-wide stream keeps them in
@@ -35,16 +35,16 @@ struct EnvironmentDetector {
   float level_threshold = 1.0f;  // natural-log units
 };
 
-// 1 when the detector is ready, 0 when the histories found no memory (all is released then). Ends the process
-// when the matrices find none.
+// 1: the detector is ready; 0: there is no memory for the log energies, and everything has been released.
+// Ends the process if there is none for a matrix.
 int32_t CreateEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
 void ReleaseEnvironment(EnvironmentDetector& detector, EnvironmentHistory& history);
 void ReleaseWindow(EnvChangeDetect& window);
 
-// Producers, once a frame.
+// Producers, called once per frame.
 void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples);
 void NoteEnergy(EnvironmentHistory& history, int32_t energy);     // into the slot of the next log energy
-void NoteLogEnergy(EnvironmentHistory& history, int32_t energy);  // and on to the next slot
+void NoteLogEnergy(EnvironmentHistory& history, int32_t energy);  // and advance to the next slot
 
 // A row of 23 log mel energies and a log energy, from the extractor, which sees the same frames.
 using MelRow = std::array<float, kMelColumns>;
@@ -54,13 +54,13 @@ void NoteMelRow(EnvironmentHistory& history, const MelRow& row);
 void ClearHistories(EnvironmentHistory& history);
 void ClearExtremes(EnvironmentHistory& history);
 
-// Rows of mel energies that the analysis may look at: the counter, kept to what exists.
+// Rows of mel energies that the analysis may read: the counter, limited to the rows that exist.
 int32_t MelRowsOf(const EnvironmentHistory& history);
 
-// Line the two histories up and look for changes: -1, or the report's code.
+// Align the two histories and look for changes. Returns -1 for fewer than two, else the report's code.
 int32_t AnalyzeChange(EnvironmentDetector& detector, EnvironmentHistory& history);
 
-// The report's thresholds: 0 for a negative level, else 1.
+// Set the report's thresholds. Returns 0 for a negative level, else 1.
 int32_t SetSensitivity(EnvironmentDetector& detector, int32_t level, float rise);
 
 }  // namespace vask

@@ -1,5 +1,5 @@
-// A vector's handle points at element 0; its length stands in the float before it. A matrix's handle points
-// at row 0; a header vector {0, rows, columns} stands before it.
+// A vector's handle points at element 0; its length is in the float before it. A matrix's handle points at
+// row 0; before it comes a header vector {0, rows, columns}.
 #include "ecd/matrix.h"
 
 #include <algorithm>
@@ -12,7 +12,8 @@
 namespace vask {
 namespace {
 
-// Bytes of `count` elements and the one before them; -1, which no allocation meets, beyond 32 bits.
+// Bytes for `count` elements and the one before them; -1, which cannot be allocated, for a negative count or
+// a size beyond 32 bits.
 template <typename T>
 constexpr int32_t BytesFor(int32_t count) {
   const int64_t bytes = (int64_t{count} + 1) * static_cast<int64_t>(sizeof(T));

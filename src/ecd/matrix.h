@@ -7,7 +7,8 @@
 
 namespace vask {
 
-// Storage that the detector cannot do without: when memory runs out it says so and ends the process.
+// Storage that the detector cannot do without: if there is no memory, this prints a message and ends the
+// process.
 void* AllocateOrExit(int32_t bytes);
 
 fvector MakeVector(int32_t length);

@@ -1,4 +1,4 @@
-// Natural logarithms of energies in, mean levels of the same kind compared, SNR in dB out.
+// Natural logarithms of energies in, an SNR in dB out. Mean levels are compared, as natural logarithms too.
 #include "ecd/report.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 namespace vask {
 namespace {
 
-constexpr int32_t kGuard = 6;              // frames about a change that are not looked at
+constexpr int32_t kGuard = 6;              // frames around a change that are left out
 constexpr int32_t kMostBefore = 20;        // frames before the first change
 constexpr int32_t kFinalBackground = 30;   // frames at the end
 constexpr double kDecibelsPerUnit = 4.34;  // 10 / ln 10
@@ -22,7 +22,7 @@ double Exponential(double x) {
   return x > 700 ? std::numeric_limits<double>::infinity() : x;  // or not a number
 }
 
-// The logarithm of the mean of energies whose logarithms come in; not a number for none.
+// The logarithm of the mean of energies that are given as logarithms; not a number if there are none.
 class MeanLevel {
  public:
   void Add(float level) {
@@ -39,8 +39,8 @@ class MeanLevel {
   int32_t count_ = 0;
 };
 
-// The mean level of frames first .. end - 1 that lie above `floor`; of all of them without a floor. Frames
-// that no history holds are left out.
+// The mean level of frames first .. end - 1, or only of those above `floor` if there is one. Frames outside
+// the histories are left out.
 template <typename LevelAt>
 float LevelOf(LevelAt level_at, int64_t first, int64_t end, const float* floor = nullptr) {
   MeanLevel mean;

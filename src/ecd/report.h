@@ -8,12 +8,12 @@
 
 namespace vask {
 
-inline constexpr int32_t kStandsOut = 0;       // and the level rose where speech began
-inline constexpr int32_t kRoseTooLittle = 1;   // stands out all the same
-inline constexpr int32_t kTooNearToNoise = 2;  // does not stand out from the final background
+inline constexpr int32_t kStandsOut = 0;       // the speech stands out, and the level rose where it began
+inline constexpr int32_t kRoseTooLittle = 1;   // it stands out all the same
+inline constexpr int32_t kTooNearToNoise = 2;  // it does not stand out from the final background
 inline constexpr int32_t kTooFewChanges = 3;
 
-// The histories must be lined up. Sets detector.snr.
+// The histories must be aligned. Sets detector.snr.
 int32_t ReportChange(EnvironmentDetector& detector, const EnvironmentHistory& history,
                      const Changes& changes);
 

@@ -1,5 +1,5 @@
-// Rows of log mel energies in, change points out. The sums are single precision in a fixed order, and only
-// what lies around the logarithms is double: another order or width would move a score across 0.
+// Rows of log mel energies in, change points out. The sums are single precision in a fixed order; only the
+// arithmetic around the logarithms is double precision. Another order or width could move a score across 0.
 #include "ecd/scoring.h"
 
 #include <algorithm>
@@ -23,7 +23,8 @@ bool IsReady(const EnvChangeDetect& window) {
   return is(window.block, kBlockRows) && is(window.left, kHalfRows) && is(window.right, kHalfRows);
 }
 
-// Five rows older: the oldest of the left half fall out, the block is the newest of the right half.
+// Advance by five rows: the oldest of the left half drop out, and the block becomes the newest of the right
+// half.
 void Shift(EnvChangeDetect& window) {
   constexpr int32_t kKept = kHalfRows - kBlockRows;
   const auto move = [](fvector from, fvector to) { std::copy_n(from, kScoredColumns, to); };
@@ -59,8 +60,8 @@ Moments Union(const Moments& a, const Moments& b) {
   return m;
 }
 
-// The logarithm of the determinant of the covariance. A product that underflows, rounds below 0 or is not a
-// number counts as nothing.
+// The logarithm of the determinant of the covariance. For a product that underflows, is negative through
+// rounding or is not a number: kLogOfNothing.
 double LogDeterminant(const Moments& m, int32_t rows) {
   const auto n = static_cast<float>(rows);
   float product = 1.0f;
@@ -71,7 +72,8 @@ double LogDeterminant(const Moments& m, int32_t rows) {
   return static_cast<double>(product > 0.0f ? NaturalLog(static_cast<double>(product)) : kLogOfNothing);
 }
 
-// 0.4 times the parameters of a full covariance model, with the penalty's logarithms in single precision.
+// 0.4 times the number of parameters of a full-covariance model, times the penalty's logarithms, which are
+// single precision.
 float Penalty() {
   constexpr double kDim = kScoredColumns;
   const auto ln_all = static_cast<double>(NaturalLog(kWindowRows));
@@ -80,8 +82,8 @@ float Penalty() {
                             ((ln_all - ln_half) - ln_half));
 }
 
-// Below 0: two Gaussians explain the halves better than one explains the window. Not below 0 when it is not
-// a number.
+// Below 0: two Gaussians explain the halves better than one explains the window. A score that is not a number
+// does not count as below 0.
 float Score(const EnvChangeDetect& window) {
   const Moments left = MomentsOf(window.left), right = MomentsOf(window.right);
   const double half_left = 0.5 * LogDeterminant(left, kHalfRows);
