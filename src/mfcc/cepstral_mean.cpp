@@ -22,9 +22,9 @@ constexpr double kKeep = 0.8f, kTake = 0.2f;  // single precision: together a li
 constexpr double kOneQ20 = 1 << 20;
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
-using Line = std::array<char, kLineBytes + 1>;  // with its end and a closing zero
+using Line = std::array<char, kLineBytes + 1>;  // with its line end and a terminating zero
 
-// A line without the part that does not fit; false at the end of the file.
+// Read a line and drop the part that does not fit; false at the end of the file.
 bool ReadLine(FILE* file, Line& line) {
   if (std::fgets(line.data(), static_cast<int>(line.size()), file) == nullptr) return false;
   char& last = line[kLineBytes - 1];
@@ -97,7 +97,8 @@ void UpdateMean(mfcc_prm& m, int32_t& updates, const char* base_dir) {
   if (m.frames <= 0) return;
   const int64_t share_q30 = kOneQ30 / m.frames;
   for (int32_t k = 0; k < kCepstra; ++k) {
-    // The halves are 2^16 and 2 apart: Q20 * Q30 / 2^14 and / 2^29. The sums wrap after 65536 frames.
+    // The halves count in units of 2^16 and 2: Q4 * Q30 / 2^14 and Q19 * Q30 / 2^29 = Q20. The sums wrap
+    // after 65536 frames.
     m.cms_utt[k] =
         WrapAdd(Low32(m.cms_sum_lo[k] * share_q30 >> 29), Low32(m.cms_sum_hi[k] * share_q30 >> 14));
     m.cms_new[k] = CutQ20(m.cms[k] / kOneQ20 * kKeep + m.cms_utt[k] / kOneQ20 * kTake);

@@ -1,5 +1,5 @@
 // power spectrum -> magnitudes, Q8 -> 23 mel channels -> natural logarithms, Q16 -> 13 cepstra, Q20 -> their
-// derivatives, four frames later -> cepstral mean taken off.
+// derivatives, four frames later -> cepstral mean subtracted.
 // Source: S. Davis, P. Mermelstein, IEEE Trans. ASSP 28(4), 1980.
 #include "mfcc/extraction.h"
 
@@ -30,7 +30,7 @@ void SumChannels(mfcc_prm& m) {
   }
 }
 
-// ln(energy / 256), energy 1 and more.
+// ln(energy / 256); energies below 1 count as 1.
 void TakeLogarithms(mfcc_prm& m) {
   for (int32_t k = 1; k <= kMelChannels; ++k) {
     m.fbank[k] = AtLeastOne(m.fbank[k]);
@@ -39,7 +39,7 @@ void TakeLogarithms(mfcc_prm& m) {
   }
 }
 
-// The row for the environment check: the logarithms, and that of the sum of (energy / 1024)^2.
+// The row for the environment check: the logarithms, then the logarithm of the sum of (energy / 1024)^2.
 MelRow RowOf(const mfcc_prm& m) {
   MelRow row;
   float energy = 0.0f;
@@ -63,7 +63,7 @@ bool Prime(int32_t& state, std::span<fir_filt> bank, const int32_t* values) {
   return true;
 }
 
-// Derivatives stand two frames behind their input: the output frame is the one of four calls back.
+// Each derivative lags its input by two frames: the output frame is that of four calls earlier.
 bool Differentiate(mfcc_prm& m) {
   const std::span<fir_filt> delta = Bank(m.delta_filt), accel = Bank(m.accel_filt);
   if (Prime(m.delta_state, delta, m.cep)) return false;

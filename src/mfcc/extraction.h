@@ -10,8 +10,8 @@
 
 namespace vask {
 
-// From the powers in m.spec to cepstra in m.cep and, with_dynamics, their derivatives. The frame's log
-// energies go to `history` too. True when an output frame is there.
+// Turn the powers in m.spec into cepstra in m.cep and, with_dynamics, their derivatives. The frame's log
+// energies also go to `history`. True if an output frame is ready.
 bool ExtractFrame(mfcc_prm& m, EnvironmentHistory& history, bool with_dynamics);
 
 // y = scale (basis x), one row of the basis for each y. Q16 in, Q30 basis and scale, Q20 out; sums wrap.

@@ -15,7 +15,7 @@ namespace {
 constexpr int32_t kFirstBin = 2, kLastBin = 256;
 constexpr int32_t kDctScaleQ30 = 316629189;  // sqrt(2 / 23)
 constexpr int32_t kDerivativeTaps = 5;
-constexpr int32_t kPrimingFrames = 2;  // that the history of a derivative waits for
+constexpr int32_t kPrimingFrames = 2;  // for which the history of a derivative waits
 
 constexpr int32_t* mfcc_prm::*kCoefficients[] = {
     &mfcc_prm::cep,     &mfcc_prm::delta, &mfcc_prm::accel,      &mfcc_prm::cms_new,

@@ -7,8 +7,8 @@
 
 namespace vask {
 
-// False on failure, which has been reported on the standard output stream; nothing is kept then. The mean is
-// zero. The transform has 512 points.
+// False on failure, which is reported on the standard output; nothing is kept then. The mean starts at zero.
+// The transform must have 512 points.
 bool CreateExtractor(mfcc_prm& m, int32_t points, const char* base_dir);
 bool CreateExtractor(mfcc_prm& m);  // from the built-in tables
 
@@ -17,7 +17,7 @@ bool IsUp(const mfcc_prm& m);
 // Before an utterance: prime the derivatives again, count frames from 0.
 void StartUtterance(mfcc_prm& m);
 
-// Release everything; harmless when done already.
+// Release everything; harmless if already done.
 void ReleaseExtractor(mfcc_prm& m);
 
 }  // namespace vask

@@ -1,5 +1,5 @@
-// The tables of the extractor, from the text files of a knowledge base. What is missing, short or malformed
-// is reported on the standard output stream.
+// The tables of the extractor, from the text files of a knowledge base. A table that is missing, short or
+// malformed is reported on the standard output.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ inline constexpr int32_t kCepstra = 13;
 
 bool HasPreEmphasisFile(const char* base_dir);
 
-// As many values as the spans hold.
+// Read as many values as the spans hold.
 bool ReadChannels(const char* base_dir, std::span<int32_t> lo_chan, std::span<int32_t> weights_q30);
 bool ReadCepstrumBasis(const char* base_dir, std::span<int32_t> basis_q30);
 
