@@ -1,4 +1,4 @@
-// Reader and writer of coefficient text files: decimal integers, one a line.
+// Reader and writer of coefficient text files: decimal integers, one per line.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,8 @@
 
 namespace vask {
 
-// An open coefficient file. Numbers are read independently of the locale, blanks of any kind between them.
+// An open coefficient file. Numbers are separated by blanks of any kind and are read independently of the
+// locale.
 class CoefficientFile {
  public:
   // `path` must outlive the object.
@@ -20,11 +21,12 @@ class CoefficientFile {
 
   bool IsOpen() const { return file_ != nullptr; }
 
-  // The next number; false at the end of the file, at text that is no number and at one beyond 32 bits.
+  // The next number; false at the end of the file, at text that is not a number and at a number beyond 32
+  // bits.
   bool Read(int32_t& value);
 
-  // The next numbers, all in low .. high. A failure is reported on the standard output stream, with the file
-  // and the line: that of the number, counted from 1.
+  // The next numbers, all in low .. high. A failure is reported on the standard output with the file and the
+  // line of the number, counted from 1.
   bool ReadInto(std::span<int32_t> values, int32_t low, int32_t high);
 
  private:

@@ -1,4 +1,4 @@
-// Paths of the knowledge base and of log files: built whole or refused, never cut into another path.
+// Paths of the knowledge base and of log files: built whole or refused, never truncated into another path.
 #pragma once
 
 #include <cstddef>

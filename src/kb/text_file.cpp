@@ -14,16 +14,16 @@ namespace {
 constexpr int kMostLinks = 40;
 constexpr mode_t kModeBits = 07777;
 
-// Where the links at `path` lead to, if only to a file that is still to be made. False if that does not fit
-// or they go in a circle.
+// Replace `path` by the file to which its links lead, which need not exist yet. False if that does not fit or
+// the links form a circle.
 bool FollowLinks(std::span<char> path) {
   char target[1024];
   for (int link = 0; link < kMostLinks; ++link) {
     const ssize_t length = readlink(path.data(), target, sizeof target - 1);
     if (length < 0) return true;
-    if (length == sizeof target - 1) return false;  // perhaps cut
+    if (length == sizeof target - 1) return false;  // perhaps truncated
     target[length] = '\0';
-    // One that does not begin with a slash is seen from the folder of the link.
+    // A target that does not begin with a slash is relative to the folder of the link.
     const char* slash = target[0] == '/' ? nullptr : std::strrchr(path.data(), '/');
     if (!CopyText(path.subspan(slash != nullptr ? static_cast<size_t>(slash + 1 - path.data()) : 0), target))
       return false;
@@ -31,7 +31,7 @@ bool FollowLinks(std::span<char> path) {
   return false;
 }
 
-// Give the new file the mode of the one at `path`. Some file systems cannot, but have only one mode.
+// Give the new file the mode of the one at `path`. Some file systems cannot do that, but have only one mode.
 bool TakeMode(const char* path, int file) {
   struct stat old_one, new_one;
   if (stat(path, &old_one) != 0 || fstat(file, &new_one) != 0) return true;
@@ -70,7 +70,7 @@ void WholeFile::GiveUp() {
 
 bool WholeFile::Commit() {
   if (stream_ == nullptr) return false;
-  // On the disk before it takes the name: a file system may otherwise keep the name and lose the content.
+  // On the disk before it is renamed: otherwise a file system may keep the name and lose the content.
   const bool stored = std::ferror(stream_) == 0 && std::fflush(stream_) == 0 && fsync(fileno(stream_)) == 0;
   const bool closed = std::fclose(stream_) == 0;
   stream_ = nullptr;

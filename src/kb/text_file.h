@@ -8,13 +8,13 @@ namespace vask {
 // Open for reading; null if there is no such file, or a directory in its place.
 FILE* OpenText(const char* path);
 
-// A file that replaces the one at `path` at once, with its mode; where that is a link, the file that it leads
-// to. What is written goes to a file beside it, with ".new" behind its name; a crash or a full disk in
-// between leaves the old file as it was.
+// A file that replaces the one at `path`, or the one to which a link there leads, in one step and keeps its
+// mode. Output goes to a file beside it, with ".new" appended to its name; a crash or a full disk in between
+// leaves the old file as it was.
 class WholeFile {
  public:
   explicit WholeFile(const char* path);
-  ~WholeFile();  // gives up what was not committed
+  ~WholeFile();  // discards what was not committed
   WholeFile(const WholeFile&) = delete;
   WholeFile& operator=(const WholeFile&) = delete;
 
