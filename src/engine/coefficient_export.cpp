@@ -25,7 +25,7 @@ bool CanBeOpened(const char* path) {
   return file != nullptr;
 }
 
-// A folder in its place is none, nor is a link to nothing.
+// A folder in its place counts as missing, and so does a dangling link.
 bool IsMissing(const char* path) {
   struct stat status;
   return stat(path, &status) != 0 || !S_ISREG(status.st_mode);
@@ -40,10 +40,11 @@ bool WriteConfig(const char* path) {
   return file.Commit();
 }
 
-// Readable and writable for all: the storage is shared. A folder that is missing shows in the files.
+// Readable and writable for all: the storage is shared. If the folder cannot be made, writing the files
+// fails.
 void MakeFolder(const char* name) { mkdir(name, 0777); }
 
-// The files for which `is_wanted`; kThereAlready if there are none.
+// Write the files for which `is_wanted` is true; kThereAlready if there are none.
 Export WriteFiles(const char* root, std::span<const NamedTable> tables, bool (*is_wanted)(const char* path)) {
   char folder[256], log[256], config[256], path[256];
   if (root == nullptr || root[0] == '\0' || !JoinPath(folder, root, "Vask.db") ||

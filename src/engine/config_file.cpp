@@ -1,5 +1,5 @@
-// Sampling rate and configuration file. The file holds one key and value a line; keys of other programs and
-// marker lines are passed over.
+// Sampling rate and configuration file. The file holds one key and value per line; keys of other programs and
+// marker lines are ignored.
 #include "engine/config_file.h"
 
 #include <charconv>
@@ -25,13 +25,13 @@ std::string_view SecondWord(std::string_view line) {
   const size_t value = line.find_first_not_of(kBlanks, gap);
   if (value == line.npos) return {};
   const size_t end = line.find_first_of(kBlanks, value);
-  // Not substr(): it drags in an exception that C programs would have to link.
+  // Not substr(): it pulls in an exception that C programs would have to link.
   return {line.data() + value, (end == line.npos ? line.size() : end) - value};
 }
 
 bool IsYes(std::string_view word) { return !word.empty() && (word[0] == 'y' || word[0] == 'Y'); }
 
-// The number that a word begins with, limited to 32 bits; `number` stays if there is none.
+// The number that a word begins with, limited to 32 bits; `number` is unchanged if there is none.
 void ReadNumber(std::string_view word, int32_t& number) {
   if (!word.empty() && word[0] == '+') word.remove_prefix(1);
   int32_t value = 0;
@@ -52,7 +52,7 @@ void SetLoudness(Settings& settings, int32_t loudness) {
       loudness);
 }
 
-// `loudness` carries the number read last from line to line.
+// `loudness` carries the last number read from line to line.
 void ApplyLine(Settings& settings, std::string_view line, int32_t& loudness) {
   const std::string_view value = SecondWord(line);
   const auto has = [&](std::string_view key) { return line.find(key) != line.npos; };

@@ -8,7 +8,7 @@
 namespace vask {
 
 // The process-wide stream keeps these in exported variables. They are recorded and reported; the signal path
-// does not look at them.
+// does not use them.
 struct Settings {
   float& sampling_rate;  // Hz
   float& cutoff;         // Hz

@@ -1,4 +1,4 @@
-// Bring an engine up, put it back to its start between utterances, take it down.
+// Create an engine, reset it between utterances, release it.
 #pragma once
 
 #include <cstdint>
@@ -7,16 +7,16 @@
 
 namespace vask {
 
-// False on failure, which has been reported on the standard output stream; everything is released then. An
-// engine that is up is taken down first. The per-utterance fields are left to WrapUp.
+// False on failure, which is reported on the standard output; everything is released then. An engine that is
+// up is released first. The per-utterance fields are left to WrapUp.
 bool CreateEngine(epd_engine& e, int32_t mode, const epd_profile& profile);
 
 bool IsUp(const epd_engine& e);
 
-// Ready for a new utterance. Settings stay.
+// Get ready for a new utterance. Settings are kept.
 void WrapUp(epd_engine& e);
 
-// Release everything and close the log; harmless when done already.
+// Release everything and close the log; harmless if already done.
 void ReleaseEngine(epd_engine& e);
 
 }  // namespace vask

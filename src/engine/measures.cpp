@@ -10,7 +10,7 @@ namespace vask {
 namespace {
 
 constexpr int16_t kClipLevel = 30000;
-constexpr int32_t kLoudestSum = 1499999;  // of magnitudes; beyond it the loudness is 100
+constexpr int32_t kLoudestSum = 1499999;  // of magnitudes; above it the loudness is 100
 constexpr float kFullLoudness = 1.5e6f;
 
 // 0 to 100. The quotient is single precision, its percentage double; both are part of the result.

@@ -11,7 +11,7 @@ namespace vask {
 // Clip the frame to +-30000 in place and into frame_copy; note extremes (unclipped), energy and loudness.
 void MeasureAndClip(const Engine& engine, std::span<int16_t> frame);
 
-// loudness = log2 of the energy, Q15, as native callers ask for it.
+// loudness = log2 of the energy, Q15: for native callers that ask for it.
 void LoudnessFromEnergy(epd_engine& e);
 
 }  // namespace vask

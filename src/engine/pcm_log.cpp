@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kFirstName[] = "in_000001.pcm";
 
-// The log goes on: another file, or room on the disk, may help. It is one line for all of them.
+// Logging goes on: the next file may succeed, or the disk may have room again. All failures share one line.
 void TellFault(epd_engine& e) {
   if (e.has_told_log_fault) return;
   e.has_told_log_fault = true;
@@ -42,7 +42,7 @@ void OpenLogIfDue(epd_engine& e) {
   std::snprintf(name, sizeof name, "in_%06d.pcm", e.pcm_log_count);
   const bool fits = e.pcm_log_dir[0] == '\0' ? CopyText(e.pcm_log_path, name)
                                              : JoinPath(e.pcm_log_path, e.pcm_log_dir, name);
-  if (!fits) {  // only a number of more than six digits in a directory at the limit comes here
+  if (!fits) {  // only with a number of more than six digits in a directory of the greatest length
     e.pcm_log_on = 0;
     Say(stdout, "ERROR: PCM log path is too long, logging is off\n");
     return;

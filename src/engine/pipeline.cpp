@@ -1,5 +1,5 @@
 // measure, clip -> noise reduction (two frames later) -> DC notch, pre-emphasis -> endpoint detector ->
-// speech queue -> output. In: 160 samples a call. Out: the noise-reduced frame (mode 1) or the detected
+// speech queue -> output. In: 160 samples per call. Out: the noise-reduced frame (mode 1) or the detected
 // speech in whole frames (mode 2).
 #include "engine/pipeline.h"
 
@@ -20,7 +20,7 @@
 namespace vask {
 namespace {
 
-// The newest frame goes behind the three before it.
+// The newest frame goes after the three before it.
 void EnterHistory(epd_engine& e) {
   e.started = 1;
   CountUp(e.wiener.frame_count);
@@ -50,7 +50,7 @@ void ShiftDetectorWindow(energy_epd_prm& prm) {
   std::copy_n(prm.win_emph + kFrame, kFrame, prm.win_emph);
 }
 
-// A rejected segment: forget it, keep what was learned of the noise.
+// A rejected segment: forget it, keep what was learned about the noise.
 void RestartIfRequested(const Engine& engine) {
   epd_engine& e = engine.state;
   if (e.epd.reset_request != 1) return;

@@ -15,7 +15,7 @@ struct Step {
   std::span<const int16_t> emitted = {};
 };
 
-// In the mode that is set. The frame is clipped to +-30000 in place. Nothing happens while the engine is
+// Process a frame in the current mode. It is clipped to +-30000 in place. Nothing happens while the engine is
 // down.
 Step ProcessFrame(const Engine& engine, std::span<int16_t, kFrame> frame);
 

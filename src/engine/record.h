@@ -1,4 +1,4 @@
-// The engine's state: one record a stream.
+// The engine's state: one record per stream.
 #pragma once
 
 #include <vask/buffers.h>
@@ -17,7 +17,7 @@ namespace vask {
 inline constexpr int32_t kQueueFrames = 88;  // frames that the speech and spectrum queues hold
 inline constexpr int32_t kMostEmitted = kQueueFrames * kFrame;  // samples that one frame may emit
 
-// Output modes. Others are carried, and emit nothing.
+// Output modes. Other values are kept, and emit nothing.
 inline constexpr int32_t kEnhancedSpeech = 1;
 inline constexpr int32_t kSpeechFrames = 2;
 inline constexpr int32_t kFeaturesDsr = 3;
@@ -26,7 +26,7 @@ inline constexpr int32_t kEnergyOnlyRequest = 4097;
 
 // What a frame led to.
 inline constexpr int32_t kGoOn = 0;
-inline constexpr int32_t kEnded = 1;      // an utterance has been accepted; stays until the wrap-up
+inline constexpr int32_t kEnded = 1;      // an utterance has been accepted; repeated until the wrap-up
 inline constexpr int32_t kRestarted = 2;  // a segment has been rejected
 
 }  // namespace vask
@@ -43,7 +43,7 @@ struct epd_engine {
   int32_t frames_in;               // since the last wrap-up
   int32_t energy;                  // sum of squares of the last clipped frame
   int32_t loudness;                // 0 to 100
-  int32_t started;                 // a frame with energy has come since the last wrap-up
+  int32_t started;                 // a frame with energy has arrived since the last wrap-up
   int32_t end_latched;             // the end has been reported; cleared by the wrap-up only
   int32_t restarted;               // the detector restarted in the current frame
   int32_t restart_count;           // since the last wrap-up
@@ -63,18 +63,18 @@ struct epd_engine {
   pre_emph_filt pre;
   sin_buff speech_queue;
   in64_buff spectrum_queue;
-  bool has_told_log_fault;  // since logging was switched on; beside the fields of the interface
+  bool has_told_log_fault;  // since logging was switched on; not a field of the interface
 };
 
 namespace vask {
 
-// A record with its first values, made while the program runs: no compiler sees through this call.
+// A record with its initial values, made at run time: no compiler sees through this call.
 epd_engine NewEngineRecord();
 
 // An engine's record, and what its owner may add to it. A stream's engine is the record alone.
 struct Engine {
   epd_engine& state;
-  EnvironmentHistory* history = nullptr;  // what the environment check looks at
+  EnvironmentHistory* history = nullptr;  // what the environment check analyses
   bool tells_restarts = true;             // on standard error, which all threads share
 };
 

@@ -13,7 +13,7 @@ bool RunsEngine(int32_t mode) { return mode >= kEnhancedSpeech && mode <= kFeatu
 
 bool HasFrame(const frontend& f) { return f.input_len >= f.frame_pos + kFrame; }
 
-// What fits of the samples goes behind the input; returns how many did.
+// Append the samples that fit to the input; returns how many did.
 int32_t Append(frontend& f, std::span<const int16_t> samples) {
   const int32_t room = kInputCapacity - f.input_len;
   const auto taken = static_cast<int32_t>(std::min(samples.size(), static_cast<size_t>(room)));
@@ -30,8 +30,8 @@ bool Queue(frontend& f, std::span<const int16_t> entries) {
   return taken == entries.size();
 }
 
-// What the caller has handed in of a frame reads back as it was processed: clipped. `first` is the position
-// of samples[0] in the input.
+// Overwrite the caller's samples of a frame with what was processed: clipped ones. `first` is the position of
+// samples[0] in the input.
 void WriteBack(const frontend& f, int32_t first, std::span<int16_t> samples) {
   const int32_t begin = std::max(f.frame_pos, first);
   const int32_t end = std::min(f.frame_pos + kFrame, first + static_cast<int32_t>(samples.size()));
@@ -48,7 +48,7 @@ Outcome End(const Engine& engine) {
   return {kEnded, true};
 }
 
-// As the engine's own end, because a buffer is full.
+// Like the engine's own end, but because a buffer is full.
 Outcome EndBecauseFull(const Engine& engine, const char* what) {
   Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
   return End(engine);
@@ -79,7 +79,8 @@ Processed ProcessSamples(frontend& f, const Engine& engine, std::span<int16_t> s
     const Outcome outcome = RunFrame(f, engine);
     processed = {outcome.result, true};
     WriteBack(f, first, samples.first(taken));
-    // The frame that ended the utterance stays in the input, for the fresh engine or a reset.
+    // The frame that ended the utterance stays in the input, to be processed by the fresh engine or discarded
+    // by a reset.
     if (outcome.is_over) break;
   }
   if (taken < samples.size()) processed.result = EndBecauseFull(engine, "input buffer").result;

@@ -1,4 +1,4 @@
-// The front end of a stream: cuts the caller's samples into frames, runs the engine, queues what comes out.
+// The front end of a stream: cuts the caller's samples into frames, runs the engine, queues its output.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ inline constexpr int32_t kOutputCapacity = 160000;  // entries of either queue
 
 // Field by field, in the order of the interface. Nothing wraps round: positions return to 0 at a reset.
 struct frontend {
-  int32_t mode;  // 2 until an initialisation chooses
+  int32_t mode;  // 2 until an initialisation sets it
   int16_t input[vask::kInputCapacity];
   int32_t input_len;
   int32_t frame_pos;                        // first sample of the next frame
@@ -31,13 +31,13 @@ inline constexpr int32_t kNoFrame = -1;  // result of a call in which nothing wa
 
 struct Processed {
   int32_t result = kNoFrame;  // kNoFrame, or that of the last frame; kEnded once the utterance is over
-  bool ran_engine = false;    // for a frame at least
+  bool ran_engine = false;    // for at least one frame
 };
 
 void ChooseMode(frontend& f, int32_t mode);
 
-// Take the samples in, process every complete frame. Clipped samples are written back into `samples` if their
-// frame was processed in this call.
+// Append the samples to the input and process every complete frame. Clipped samples are written back into
+// `samples` if their frame was processed in this call.
 Processed ProcessSamples(frontend& f, const Engine& engine, std::span<int16_t> samples);
 
 int32_t AvailableEntries(const frontend& f);

@@ -1,4 +1,4 @@
-// Packets: int16 samples off the front end's queue in, IMA ADPCM bytes out, under headers of text if wanted.
+// Packets: int16 samples from the front end's queue in, IMA ADPCM bytes out, with text headers if wanted.
 #include "frontend/packing.h"
 
 #include <vask/packets.h>
@@ -10,7 +10,7 @@
 namespace vask {
 namespace {
 
-constexpr int32_t kBlock = 512;  // samples encoded at a time; even, so that no byte is cut
+constexpr int32_t kBlock = 512;  // samples encoded at a time; even, so that no byte is split
 
 }  // namespace
 
@@ -44,8 +44,8 @@ int32_t StreamSize(const frontend& f, int32_t n, bool last) {
   const int32_t queued = AvailableEntries(f);
   int32_t packets = queued / (2 * n);
   if (last) packets = std::max(packets + (queued % (2 * n) != 0 ? 1 : 0), 1);
-  // Below 2^31: the codes are no more than half of the queue's samples and one packet, and where they are
-  // most the headers are eight times as much.
+  // Below 2^31: the codes are at most half as many as the queue's samples plus one packet, and the headers at
+  // most eight times the codes.
   return packets * (n + VASK_PACKET_HEADER);
 }
 
@@ -64,7 +64,7 @@ int32_t ReadPacketHeader(std::span<const uint8_t> bytes, char& type) {
   for (size_t i = 2; i < VASK_PACKET_HEADER; ++i) {
     if (bytes[i] >= '0' && bytes[i] <= '9') n = 10 * n + (bytes[i] - '0');
   }
-  // There is one way to write a number: what would be written otherwise is no header.
+  // A number is written in one way only: text that differs from it is not a header.
   uint8_t written[VASK_PACKET_HEADER];
   WritePacketHeader(static_cast<char>(bytes[0]), n, written);
   if (n == 0 || !std::equal(written, written + VASK_PACKET_HEADER, bytes.begin())) return 0;
