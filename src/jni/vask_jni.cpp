@@ -1,8 +1,8 @@
 // The native methods of the Java class com.norv.Brindle.Vask: Java arrays and strings in and out, the C
-// interface beneath. Threads take turns at the stream and at the file, a method a turn.
+// interface beneath. Threads take turns at the stream and at the file; each method is one turn.
 //
-// A fault of the caller becomes a Java exception before anything is taken from the queue or read from the
-// file, and nothing is asked of the virtual machine after that.
+// A caller's error becomes a Java exception before anything is taken from the queue or read from the file,
+// and the virtual machine is not called again after that.
 #include <jni.h>
 #include <vask/vask.h>
 
@@ -19,8 +19,8 @@
 namespace vask {
 namespace {
 
-// Whether a start of the engine will find its memory, 700 KB on 64 bits: its environment check ends the
-// process where it does not. As much and half again is taken, in small blocks as there, and given back.
+// Whether there is memory to start the engine, 700 KB on 64 bits: without it the environment check ends the
+// process. One and a half times as much is allocated, in blocks as small as its own, and released.
 bool HasMemoryForStart() {
   struct Block {
     Block* next;
@@ -45,10 +45,10 @@ bool HasMemoryForStart() {
 
 void Throw(JNIEnv* env, const char* type, const char* message) {
   const jclass found = env->FindClass(type);
-  if (found != nullptr) env->ThrowNew(found, message);  // else that it was not found is thrown already
+  if (found != nullptr) env->ThrowNew(found, message);  // otherwise FindClass has thrown already
 }
 
-// False with NullPointerException thrown.
+// False: NullPointerException has been thrown.
 bool IsThere(JNIEnv* env, jarray array) {
   if (array != nullptr) return true;
   Throw(env, "java/lang/NullPointerException", "the array is null");
@@ -61,7 +61,7 @@ void ThrowTooShort(JNIEnv* env, int32_t count, int32_t length) {
   Throw(env, "java/lang/ArrayIndexOutOfBoundsException", message);
 }
 
-// False with ArrayIndexOutOfBoundsException thrown.
+// False: ArrayIndexOutOfBoundsException has been thrown.
 bool Holds(JNIEnv* env, jarray array, int32_t count) {
   const int32_t length = env->GetArrayLength(array);
   if (count >= 0 && count <= length) return true;
@@ -74,13 +74,13 @@ void Copy(JNIEnv* env, std::span<const int16_t> from, jshortArray to) {
 }
 
 void Copy(JNIEnv* env, std::span<const uint8_t> from, jbyteArray to) {
-  // jbyte is a signed char, which may look at any byte.
+  // jbyte is a signed char, by which any byte may be read.
   env->SetByteArrayRegion(to, 0, static_cast<jsize>(from.size()),
                           reinterpret_cast<const jbyte*>(from.data()));
 }
 
-// `fill` puts `count` elements into a buffer, which go to the front of `out`. Returns how many they were, 0
-// with an exception if `out` is shorter, 0 if there is no memory.
+// `fill` puts up to `count` elements into a buffer, which are copied to the front of `out`. Returns how many
+// there were; 0, with an exception, if `out` is shorter than `count`; 0 if there is no memory.
 template <typename T, typename Array, typename Fill>
 jint Deliver(JNIEnv* env, Array out, int32_t count, const Fill& fill) {
   if (count < 1 || !Holds(env, out, count)) return 0;
@@ -92,8 +92,9 @@ jint Deliver(JNIEnv* env, Array out, int32_t count, const Fill& fill) {
   return filled;
 }
 
-// Up to n values of the open file to the front of `out`. Whether they fit shows only when they are read: one
-// more than fits is tried, and then the file stands again where it stood, if it can be wound back.
+// Read up to n values of the open file into the front of `out`. Whether they fit shows only when they are
+// read: one more than fits is tried, and if it is there, the file is put back to where it was, if it can
+// seek.
 template <typename T, typename Array>
 jint Read(JNIEnv* env, int32_t n, Array out) {
   const RawFile& raw = FileOfTheProcess();
@@ -115,7 +116,7 @@ jint Read(JNIEnv* env, int32_t n, Array out) {
   return count;
 }
 
-// The characters of a Java string while it lives; null if there are none to be had.
+// The characters of a Java string, as long as this object lives; null if there is no string or no memory.
 class Text {
  public:
   Text(JNIEnv* env, jstring string)
@@ -166,7 +167,7 @@ VASK_JAVA(jint, Vask_1epd_1process_1frames)(JNIEnv* env, jobject, jint n, jshort
   jshort* elements = env->GetShortArrayElements(samples, nullptr);
   if (elements == nullptr) return 0;
   const jint result = android_process_frame(n, elements);
-  env->ReleaseShortArrayElements(samples, elements, 0);  // 0: what was clipped is copied back
+  env->ReleaseShortArrayElements(samples, elements, 0);  // 0: the clipped samples are copied back
   return result;
 }
 

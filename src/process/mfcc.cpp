@@ -19,7 +19,7 @@ extern "C" {
 int32_t init_mfcc_prm(mfcc_prm* m, int32_t fft_len) {
   const vask::DefaultFloatMode float_mode;
   if (m == nullptr || !vask::CreateExtractor(*m, fft_len, Vask_epd_base_dir)) return 0;
-  vask::ReadMean(*m, Vask_epd_base_dir);  // a mean that is missing is no failure
+  vask::ReadMean(*m, Vask_epd_base_dir);  // a missing mean is not a failure
   return 1;
 }
 

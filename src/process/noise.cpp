@@ -1,4 +1,4 @@
-// What of the noise reduction comes from the knowledge base.
+// The part of the noise reduction that comes from the knowledge base.
 #include <vask/engine.h>
 #include <vask/noise.h>
 

@@ -1,4 +1,4 @@
-// Packets off the queue of the process.
+// Packets from the queue of the process.
 #include <vask/adpcm.h>
 #include <vask/packets.h>
 

@@ -1,6 +1,6 @@
 // The one stream of the process: its engine, its front end and the variables that the interface exports. The
-// files beside this one hold the exported functions that work on them, one file for each public header; other
-// rooms get them as arguments.
+// files beside this one hold the exported functions that work on them, one file per public header; other
+// rooms get the objects as arguments.
 #include "process/process.h"
 
 #include <vask/vask.h>
@@ -37,12 +37,13 @@ adpcm_state enc_state = {}, dec_state = {};
 
 namespace vask::process {
 
-// Made by a call: as a constant, its 42 KB of zeros and five first values would stand in the file. Made
-// before all else, so that what a program starts from its own constructors stays.
+// Initialised by a call: as a constant, its 42 KB of zeros and five initial values would be stored in the
+// file. Initialised before everything else, so that what a program has started from its own constructors is
+// kept.
 [[gnu::init_priority(101)]] epd_engine engine_state = NewEngineRecord();
 EnvironmentDetector environment;
 frontend front_end;
-// Also by a call, and as early: its 1.3 MB of zeros.
+// Also by a call, and as early: its 1.3 MB of zeros would be stored likewise.
 [[gnu::constructor(101)]] static void ChooseFirstMode() { ChooseMode(front_end, kSpeechFrames); }
 bool mean_loaded = false;
 int32_t mean_updates = 0;

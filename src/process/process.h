@@ -16,21 +16,22 @@ extern epd_engine engine_state;
 extern EnvironmentDetector environment;
 extern frontend front_end;
 extern bool mean_loaded;      // by the first refresh of an extractor
-extern int32_t mean_updates;  // since the mean's file was written
+extern int32_t mean_updates;  // since the mean file was written
 
 // Views of these and of the exported variables.
 extern EnvironmentHistory history;
 extern const Engine engine;
 extern Settings settings;
 
-// Engine and environment check, up and down. Start sets the directory first; 0 on failure, else 1.
+// Start and stop the engine and the environment check. Start sets the directory first and returns 0 on
+// failure, else 1.
 int32_t Start(const char* dir, int32_t mode);
 void Stop();
 
 // False, with a message and nothing changed, for a directory that is missing or too long.
 bool SetBaseDir(const char* dir);
 
-// 1: log detected speech into `dir`; else do not.
+// 1: log detected speech into `dir`; any other flag: stop logging.
 void SetPcmLog(int32_t flag, const char* dir);
 
 // Where entries may be copied to: nowhere for a null pointer or a negative count.

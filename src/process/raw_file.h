@@ -1,4 +1,4 @@
-// The one open file of the process, for callers without file access of their own in reach.
+// The one open file of the process, for callers that have no file access of their own.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace vask {
 
 struct RawFile {
   std::FILE* file = nullptr;
-  int32_t opened = 0;  // how often; stands for the file towards the caller
+  int32_t opened = 0;  // how many times; identifies the file to the caller
 
   int32_t Token() const { return file != nullptr ? opened : 0; }
 };

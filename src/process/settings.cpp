@@ -71,7 +71,7 @@ void Vask_epd_save_pcm_count(int32_t option, int32_t value) {
 
 int32_t Vask_epd_vad(int32_t threshold) {
   process::engine_state.vad_threshold = threshold;
-  return 0;  // recorded; the detector's threshold is its profile's
+  return 0;  // recorded only: the detector's threshold is that of its profile
 }
 
 int32_t Vask_epd_set_trailing_silence(int32_t frames) {

@@ -1,4 +1,5 @@
-// Turns at the objects of the process, for callers in several threads: Java's. The C interface takes none.
+// Turns at using the objects of the process, for callers in several threads: Java's. The C interface takes
+// none.
 #pragma once
 
 #include <pthread.h>
@@ -6,7 +7,7 @@
 namespace vask {
 
 pthread_mutex_t& TurnsAtTheStream();  // engine, front end, ADPCM states, settings
-pthread_mutex_t& TurnsAtTheFile();    // by itself, since reading from a pipe may wait long
+pthread_mutex_t& TurnsAtTheFile();    // a lock of its own, since reading from a pipe may block for long
 
 // Waits for its turn, which lasts as long as this lives.
 class Turn {
