@@ -1,4 +1,4 @@
-// The stand-alone endpoint record and VAD counters, for callers of their own; the engine uses neither.
+// The stand-alone endpoint record and VAD counters, for an application's own use; the engine uses neither.
 #include <vask/epd.h>
 
 #include "dsp/ring.h"

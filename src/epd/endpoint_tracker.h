@@ -19,7 +19,7 @@ struct EndpointFields {
 };
 
 inline constexpr int32_t kStartLag = 12;  // frames by which a rise trails the first speech frame
-inline constexpr int32_t kEndLag = 3;     // frames by which a fall trails it, beside the hangover
+inline constexpr int32_t kEndLag = 3;     // frames by which a fall trails the last one, besides the hangover
 
 // The first rise marks the start, the first fall after it the end; later changes are ignored.
 template <typename Flag>

@@ -1,4 +1,4 @@
-// Voice activity of a frame. Log energies and noise level in Q16 units, 16 units a doubling of energy.
+// Voice activity of a frame. Log energies and noise level in Q16 units, 16 units per doubling of energy.
 #include "epd/vad.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ constexpr int32_t kMaxRise = Units(15);  // a frame more than this above the noi
 constexpr int32_t kLeastNoise = Units(120);
 constexpr int64_t kFallRateQ30 = 1932735284;   // 1.8: the estimate is pulled past a falling energy
 constexpr int32_t kRiseRateQ30 = 10737419;     // 0.01
-constexpr int32_t kCheckedFrames = 50;         // length of the span in which a segment needs voice
+constexpr int32_t kCheckedFrames = 50;         // length of the span during which a segment must have voice
 constexpr int32_t kLeastVoicedQ30 = 10737418;  // 0.01
 constexpr int16_t kOnsetFrames = 9;
 
@@ -34,7 +34,7 @@ void LearnNoise(energy_vad_prm& vad, int32_t distance) {
   vad.noise_level = std::max(vad.noise_level, kLeastNoise);
 }
 
-// Loud speech needs a larger distance: its echo and its breath are loud too.
+// Loud speech needs a larger distance: its echo and the breathing are loud too.
 constexpr int32_t LoudnessMargin(int32_t peak) {
   if (peak > 20000) return Units(20);
   if (peak > 10000) return Units(15);
@@ -47,7 +47,7 @@ bool ExceedsNoise(const energy_vad_prm& vad) {
   return vad.vad_frames > kLearningFrames && (WrapSub(vad.log_energy, base) >> 16) > vad.vad_threshold;
 }
 
-// A segment that has come to some length without voice is no speech.
+// A segment that has reached some length without voice is not speech.
 bool LacksVoice(const energy_epd_prm& prm) {
   if (prm.speech_on != 1) return false;
   const int64_t total = int64_t{prm.uv.voiced_frames} + prm.uv.unvoiced_frames;
@@ -56,7 +56,7 @@ bool LacksVoice(const energy_epd_prm& prm) {
   return prm.uv.voiced_frames == 0 || int64_t{prm.uv.voiced_frames} * kOneQ30 / total < kLeastVoicedQ30;
 }
 
-// The countdown after silence, then the run of speech and the hangover behind it. Returns the output.
+// The countdown after silence, then the run of speech and the hangover after it. Returns the output.
 int16_t StepOnsetAndHangover(energy_vad_prm& vad, bool is_speech, int32_t hangover_frames) {
   if (is_speech) {
     if (vad.silence_run > 0) vad.onset_count = kOnsetFrames;

@@ -10,7 +10,7 @@
 namespace vask {
 namespace {
 
-// Where the numbers of the chain come from, one after the other.
+// The numbers of a table, one after the other.
 class TableCursor {
  public:
   explicit TableCursor(std::span<const int32_t> table) : rest_(table) {}
@@ -25,7 +25,8 @@ class TableCursor {
   std::span<const int32_t> rest_;
 };
 
-// What the chain came to: kNoLaterRecord for a record behind the second one, kNoMemory for all other storage.
+// How building the chain ended. kNoLaterRecord: no memory for a record after the second one; kNoMemory: none
+// for anything else.
 enum class Fill { kDone, kMalformed, kNoMemory, kNoLaterRecord };
 
 template <typename Source>
@@ -45,7 +46,7 @@ Fill FillBand(mel_band& band, Source& source) {
   return Fill::kDone;
 }
 
-// Numbers, storage and links of one band after the other; what was made is released on failure.
+// Read, allocate and link one band after the other; on failure everything is released.
 template <typename Source>
 Fill BuildChain(mel_band& first, int32_t bands, Source& source) {
   Fill fill = FillBand(first, source);

@@ -22,15 +22,15 @@
 namespace vask {
 namespace {
 
-constexpr int32_t kSpectrumShift = 10;  // takes off what the window's scale of 2^10 put on
+constexpr int32_t kSpectrumShift = 10;  // removes the window's scale of 2^10
 constexpr int32_t kFirstFilteredFrame = 3;
 
-// Sums of two overflowed powers wrap below zero: read them as the largest.
+// The sum of two powers that have overflowed wraps below zero: read it as the largest value.
 VASK_BODY void LimitOverflow(std::span<int64_t> values) {
   for (int64_t& v : values) v = MaxIfNegative(v);
 }
 
-// out[k] = mean of the powers 2k and 2k + 1; the last bin stands alone.
+// out[k] = mean of the powers 2k and 2k + 1; the last bin has no partner.
 VASK_BODY void SmoothPairs(const int64_t* power, std::span<int64_t> out) {
   const size_t last = out.size() - 1;
   for (size_t k = 0; k < last; ++k) out[k] = WrapAdd(power[2 * k], power[2 * k + 1]) >> 1;

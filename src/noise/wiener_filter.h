@@ -1,4 +1,4 @@
-// Noise reduction, one frame a call.
+// Noise reduction, one frame per call.
 #pragma once
 
 #include <vask/dsp.h>
@@ -11,8 +11,8 @@
 
 namespace vask {
 
-// Filter the frame that entered the history two calls before into wf.out_frame (160 samples).
-// wf.frame_count counts the frames entered and must be 3 or more; 3 marks the first call after a setting.
+// Filter the frame that entered the history two calls earlier into wf.out_frame (160 samples). wf.frame_count
+// counts the frames entered and must be 3 or more; 3 marks the first call after the record was cleared.
 void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& twiddles);
 
 // out[i] = sample * window (Q30) >> 20; 0 beyond the window.

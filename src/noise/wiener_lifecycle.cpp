@@ -191,7 +191,7 @@ void SeedBandNoise(wiener_spectrum& spectrum, int32_t bands) {
   if (spectrum.ring_long == nullptr || spectrum.noise_band == nullptr) return;
   for (int32_t b = 0; b < bands; ++b) {
     if (!IsUsable(spectrum.ring_long[b])) continue;
-    // The mean over the ring, every share cut toward zero; slots never written count as 0.
+    // The mean over the ring, each share truncated toward zero; slots never written count as 0.
     int64_t mean = 0;
     for (const int64_t amplitude : SlotsOf(spectrum.ring_long[b])) mean += amplitude / kLongRing;
     spectrum.noise_band[b] = mean;
