@@ -8,7 +8,7 @@ namespace {
 // A header declares std::array constants. A list (.inc) holds bare values.
 bool IsHeader(const File& file) { return file.name.ends_with(".h"); }
 
-// A table of several rows in a header is an array of arrays and has braces about each row.
+// A table of several rows in a header is an array of arrays and has braces around each row.
 bool HasNestedRows(const Table& table, const Rows& rows) {
   return !table.declaration.empty() && rows.size() > 1;
 }
@@ -51,7 +51,7 @@ std::vector<File> Files() {
       {"ss3.inc",
        {{"sin(6 pi j / points), j = 1 ... points/8 - 1, points = 16 ... 512; Q30", "", 8, sines(3)}}},
       {"mel_filt.inc",
-       {{"For each of the 35 mel bands: first bin, count of bins, weights in Q30 with the sum 1", "", 8,
+       {{"For each of the 35 mel bands: first bin, number of bins, weights in Q30 that sum to 1", "", 8,
          MelFilters}}},
       {"lo_chan.inc", {{"For bins 1 ... 256 of 512: the mel channel below, 0 to 23", "", 10, LowerChannels}}},
       {"init_fbank.inc",
@@ -75,7 +75,7 @@ std::vector<File> Files() {
          "inline constexpr std::array<std::array<int32_t, 35>, 35> kMelIdctBasisQ30", 8, MelIdctBasis}}},
       {"logarithm.h",
        {{"log2(1 + k/1024), rounded", "inline constexpr std::array<int32_t, 1025> kLog2Q30", 8, Logarithms},
-        {"log2(k/1024), cut toward zero; entry 0 is never read",
+        {"log2(k/1024), truncated toward zero; entry 0 is never read",
          "inline constexpr std::array<int32_t, 1025> kFractionLog2Q26", 8, FractionLogarithms},
         {"log2(1 + i/32), with 1.0 as 32767", "inline constexpr std::array<int16_t, 33> kShortLog2Q15", 10,
          ShortLogarithms}}},
@@ -89,7 +89,7 @@ std::vector<File> Files() {
 
 std::string Render(const File& file) {
   std::string text =
-      "// Made by `vask-tables write` (tools/tables), which has each recipe in full; do not edit.\n";
+      "// Written by `vask-tables write`; tools/tables has each recipe in full. Do not edit.\n";
   if (IsHeader(file)) text += "#pragma once\n\n#include <array>\n#include <cstdint>\n\nnamespace vask {\n\n";
   text += "// clang-format off\n\n";
   for (const Table& table : file.tables) {

@@ -1,4 +1,4 @@
-// The table files: which tables stand in which file, and how a file is written.
+// The table files: which tables are in which file, and how a file is written.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// vask-tables: writes the built-in tables, or compares those that are there with what it computes.
+// vask-tables: writes the built-in tables, or compares the existing ones with what it computes.
 //
 //   vask-tables write DIR    write every table file into DIR (src/dsp/tables of the source tree)
 //   vask-tables check DIR    list what differs; exit status 1 if anything does

@@ -19,7 +19,7 @@ float Single(double value) { return static_cast<float>(value); }
 using Wave = double (*)(double);
 
 // Entry j of the stage of `points` points, j = 1 ... points/8 - 1: cosine or sine of multiple * 2 pi j /
-// points. The angle is single precision: the step, its product with j and the threefold of that are each
+// points. The angle is single precision: the step, its product with j and three times that product are each
 // rounded.
 Rows Twiddles(Wave wave, int32_t multiple) {
   Rows stages;
@@ -45,7 +45,7 @@ constexpr double kHalfRateHz = 8000;
 double Mel(double hz) { return 2595 * std::log10(1 + hz / 700); }
 double HzOfMel(double mel) { return 700 * (std::pow(10, mel / 2595) - 1); }
 
-// The centres stand at equal distances in mel, on the nearest bin; band 0 at 0 Hz, the last one at 8 kHz.
+// The centres are equally spaced in mel, each on the nearest bin: band 0 at 0 Hz, the last one at 8 kHz.
 int32_t CentreBin(int32_t band) {
   const double mel = band * Mel(kHalfRateHz) / (kBands - 1);
   return static_cast<int32_t>(std::lround(HzOfMel(mel) / kBinHz));
@@ -56,7 +56,7 @@ struct Band {
   std::vector<double> raw;  // before normalisation: 1 at the centre
 };
 
-// A triangle from the centre before to the centre after, both ends left out. Band 0 is its centre alone, the
+// A triangle from the previous centre to the next one, without the two ends. Band 0 is its centre alone; the
 // last band has no falling edge.
 Band Triangle(int32_t band) {
   const int32_t centre = CentreBin(band);
@@ -99,12 +99,12 @@ double MelOfBin(int32_t bin) {
   return 1127 * std::log(1 + (bin - 1) * static_cast<double>(kResolution));
 }
 
-// The centres of the channels, and the upper end in the place of a channel 24; single precision.
+// The centres of the channels, and the upper end in place of a channel 24; single precision.
 float CentreMel(int32_t channel) {
   return Single(channel / static_cast<double>(kChannels + 1) * Single(MelOfBin(kTopBin + 1)));
 }
 
-// The channel whose centre lies below a bin, 0 if none does.
+// The last channel whose centre is below a bin, 0 if none is.
 int32_t LowerChannel(int32_t bin) {
   int32_t channel = 0;
   while (CentreMel(channel + 1) < MelOfBin(bin)) ++channel;
@@ -123,7 +123,7 @@ Rows TwiddleCosines(int32_t multiple) { return Twiddles(std::cos, multiple); }
 
 Rows TwiddleSines(int32_t multiple) { return Twiddles(std::sin, multiple); }
 
-// 0.5 - 0.5 cos(2 pi (i + 0.5) / 400), double precision, cut.
+// 0.5 - 0.5 cos(2 pi (i + 0.5) / 400), double precision, truncated.
 Rows HanningWindow() {
   constexpr int32_t kLength = 400;
   Row window;
@@ -133,8 +133,8 @@ Rows HanningWindow() {
   return {window};
 }
 
-// 0.54 - 0.46 cos(2 pi i / 319) with 2 pi in single precision, rounded to single precision, cut. The two
-// halves therefore differ in the last bits.
+// 0.54 - 0.46 cos(2 pi i / 319) with 2 pi in single precision, rounded to single precision, truncated. The
+// two halves therefore differ in the last bits.
 Rows HammingWindow() {
   constexpr int32_t kLength = 320;
   Row window;
@@ -144,7 +144,7 @@ Rows HammingWindow() {
   return {window};
 }
 
-// 0.5 - 0.5 cos((i + 0.5) 2 pi / 24) with 2 pi in single precision, rounded to single precision, cut.
+// 0.5 - 0.5 cos((i + 0.5) 2 pi / 24) with 2 pi in single precision, rounded to single precision, truncated.
 Rows FilterWindow() {
   constexpr int32_t kLength = 24;
   Row window;
@@ -156,8 +156,7 @@ Rows FilterWindow() {
 
 // Square root of the amplitude response of outer and middle ear (ITU-R BS.1387), f in kHz:
 //   A(f) = -2.184 f^-0.8 + 6.5 exp(-0.6 (f - 3.3)^2) - f^3.6 / 1000 decibels.
-// The response ends at minus infinity decibels at 0 Hz; bin 0 has a fixed amplitude, about -55 dB, in its
-// place.
+// The response is minus infinity decibels at 0 Hz; bin 0 has a fixed amplitude, about -55 dB, instead.
 Rows EarWeights() {
   constexpr float kAmplitudeAtZero = std::bit_cast<float>(0x3AEAE0DF);
   Row weights = {CutQ30(std::sqrt(static_cast<double>(kAmplitudeAtZero)))};
@@ -185,7 +184,8 @@ Rows MelFilters() {
 }
 
 // cos(2 pi n F[k] / 16000) (F[k+1] - F[k-1]) / 16000 with F the centroids of the bands, the ends repeated:
-// the cosine at the band's frequency times the width of its neighbourhood. Rounded to single precision, cut.
+// the cosine at the band's frequency times the width of its neighbourhood. Rounded to single precision,
+// truncated.
 Rows MelIdctBasis() {
   constexpr double kRateHz = 2 * kHalfRateHz;
   constexpr double kPi = 3.141592654;
@@ -209,7 +209,7 @@ Rows LowerChannels() {
   return {table};
 }
 
-// The distance to the centre above, over that between the centres; double precision, cut.
+// The distance to the centre above, divided by that between the centres; double precision, truncated.
 Rows LowerChannelWeights() {
   Row table;
   for (int32_t bin = 1; bin <= kTopBin; ++bin) {
@@ -219,7 +219,7 @@ Rows LowerChannelWeights() {
   return {table};
 }
 
-// cos(pi k (j + 0.5) / 23) with pi in single precision, cut.
+// cos(pi k (j + 0.5) / 23) with pi in single precision, truncated.
 Rows CepstrumBasis() {
   constexpr double kPiSingle = kTwoPiSingle / 2;
   Rows basis(13);
@@ -230,7 +230,8 @@ Rows CepstrumBasis() {
   return basis;
 }
 
-// Real and imaginary part, their squares and the sum are rounded to single precision; cut.
+// Real and imaginary part, their squares and the sum are rounded to single precision; the result is
+// truncated.
 Rows PreEmphasisResponses() {
   constexpr double kOneQ29 = 1 << 29;
   Row table;
@@ -243,7 +244,7 @@ Rows PreEmphasisResponses() {
   return {table};
 }
 
-// Double precision, to the nearest.
+// Double precision, rounded to nearest.
 Rows Logarithms() {
   Row table;
   for (int32_t k = 0; k <= kSteps; ++k)
@@ -251,7 +252,8 @@ Rows Logarithms() {
   return {table};
 }
 
-// Double precision, cut toward zero. The logarithm of 0 is never interpolated from and stands as 0.
+// Double precision, truncated toward zero. The logarithm of 0 is never used to interpolate and is stored as
+// 0.
 Rows FractionLogarithms() {
   constexpr double kOneQ26 = 1 << 26;
   Row table = {0};
@@ -261,7 +263,7 @@ Rows FractionLogarithms() {
   return {table};
 }
 
-// Double precision, to the nearest.
+// Double precision, rounded to nearest.
 Rows SquareRoots() {
   Row table;
   for (int32_t k = 0; k <= kSteps; ++k)
@@ -269,7 +271,7 @@ Rows SquareRoots() {
   return {table};
 }
 
-// To the nearest; 1.0 does not fit 16 bits and becomes 32767.
+// Rounded to nearest; 1.0 does not fit in 16 bits and becomes 32767.
 Rows InverseRoots() {
   Row table;
   for (int32_t i = 0; i <= 48; ++i) {
@@ -279,7 +281,7 @@ Rows InverseRoots() {
   return {table};
 }
 
-// To the nearest, with 1.0 as 32767.
+// Rounded to nearest, with 1.0 as 32767.
 Rows ShortLogarithms() {
   Row table;
   for (int32_t i = 0; i <= 32; ++i) {

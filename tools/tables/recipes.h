@@ -1,5 +1,5 @@
-// The numbers behind every built-in table. What ships is their result, as constants: a last bit that differs
-// between two mathematics libraries then never reaches an output.
+// The numbers behind every built-in table. Only the results ship, as constants, so a last bit that differs
+// between two maths libraries never reaches an output.
 //
 // A table is a list of rows; each row starts a new line in the file. Where a step is single precision the
 // value is really rounded to float there, so this program is built without contraction of floating-point
@@ -14,7 +14,7 @@ namespace vask::tables {
 using Row = std::vector<int32_t>;
 using Rows = std::vector<Row>;
 
-// Twiddle factors of the FFT: one row a stage, of 16 to 512 points; Q30. `multiple` is 1 or 3.
+// Twiddle factors of the FFT: one row per stage, from 16 to 512 points; Q30. `multiple` is 1 or 3.
 Rows TwiddleCosines(int32_t multiple);
 Rows TwiddleSines(int32_t multiple);
 
@@ -23,19 +23,19 @@ Rows HanningWindow();
 Rows HammingWindow();
 Rows FilterWindow();
 
-// Weights of the outer and middle ear, one a smoothed bin of 62.5 Hz; Q30.
+// Weights of the outer and middle ear, one per smoothed bin of 62.5 Hz; Q30.
 Rows EarWeights();
 
-// The mel filter bank, one row a band: first bin, count of bins, that many weights in Q30.
+// The mel filter bank, one row per band: first bin, number of bins, that many weights in Q30.
 Rows MelFilters();
 
-// The basis of the mel inverse cosine transform: one row a tap, one column a band; Q30.
+// The basis of the mel inverse cosine transform: one row per tap, one column per band; Q30.
 Rows MelIdctBasis();
 
 // The MFCC extractor, for 512 points at 16 kHz.
 Rows LowerChannels();         // mel channel below each bin 1 ... 256
 Rows LowerChannelWeights();   // share of that channel, Q30
-Rows CepstrumBasis();         // one row a cepstral coefficient, one column a channel; Q30
+Rows CepstrumBasis();         // one row per cepstral coefficient, one column per channel; Q30
 Rows PreEmphasisResponses();  // power response of 1 - 0.97 z^-1 at bins 0 ... 256, Q29
 
 // Interpolation tables at k/1024, k = 0 ... 1024.

@@ -1,4 +1,4 @@
-// Made by `vask-tables write` (tools/tables), which has each recipe in full; do not edit.
+// Written by `vask-tables write`; tools/tables has each recipe in full. Do not edit.
 #pragma once
 
 #include <array>
@@ -141,7 +141,7 @@ inline constexpr std::array<int32_t, 1025> kLog2Q30 = {
     1073741824,
 };
 
-// log2(k/1024), cut toward zero; entry 0 is never read
+// log2(k/1024), truncated toward zero; entry 0 is never read
 inline constexpr std::array<int32_t, 1025> kFractionLog2Q26 = {
     0, -671088640, -603979776, -564723607, -536870912, -515266683, -497614743, -482690240,
     -469762048, -458358574, -448157819, -438930113, -430505879, -422756334, -415581376, -408901650,

@@ -1,4 +1,4 @@
-// Made by `vask-tables write` (tools/tables), which has each recipe in full; do not edit.
+// Written by `vask-tables write`; tools/tables has each recipe in full. Do not edit.
 #pragma once
 
 #include <array>
