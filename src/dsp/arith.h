@@ -1,8 +1,8 @@
 // Arithmetic whose wrapping, saturation or truncation is part of the result.
 //
-// Plain operators in this library mean "cannot overflow". What wraps in two's complement, keeps the low
-// bits or saturates on purpose is written with one of these helpers, so that the undefined-behaviour
-// sanitizer stays silent on purpose only. Nothing here needs a 128-bit integer, which 32-bit targets lack.
+// Plain operators in this library mean "cannot overflow". What wraps in two's complement, keeps the low bits
+// or saturates on purpose is written with one of these helpers, so that whatever the undefined-behaviour
+// sanitizer reports is a mistake. Nothing here needs a 128-bit integer, which 32-bit targets lack.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ inline constexpr int32_t kMax32 = std::numeric_limits<int32_t>::max();
 inline constexpr int32_t kMin32 = std::numeric_limits<int32_t>::min();
 inline constexpr int64_t kMax64 = std::numeric_limits<int64_t>::max();
 
-// The number `value` in a format with Bits fractional bits, cut toward zero.
+// The number `value` in a format with Bits fractional bits, truncated toward zero.
 template <int Bits>
 constexpr int32_t Q(double value) {
   return static_cast<int32_t>(value * static_cast<double>(int64_t{1} << Bits));
@@ -91,8 +91,8 @@ constexpr void CountUp(T& counter) {
   if (counter < std::numeric_limits<T>::max()) counter = static_cast<T>(counter + 1);
 }
 
-// The full product of a 64-bit and a 32-bit value, shifted right arithmetically by Bits and kept to 64 bits,
-// from two halves of a: high * b * 2^32 + low * b, and |low * b| stays below 2^63. For 32-bit targets.
+// The full product of a 64-bit and a 32-bit value, shifted right arithmetically by Bits and truncated to 64
+// bits, from two halves of a: high * b * 2^32 + low * b, and |low * b| stays below 2^63. For 32-bit targets.
 template <int Bits>
 constexpr int64_t MulShiftByHalves(int64_t a, int32_t b) {
   static_assert(Bits >= 0 && Bits <= 32);
@@ -112,14 +112,14 @@ constexpr int64_t MulShift(int64_t a, int32_t b) {
 #endif
 }
 
-// The same for two 32-bit values, whose product fits 64 bits.
+// The same for two 32-bit values, whose product fits in 64 bits.
 template <int Bits>
 constexpr int64_t MulShift(int32_t a, int32_t b) {
   return (int64_t{a} * b) >> Bits;
 }
 
-// The full product of two 64-bit values, shifted and kept likewise. b is split: its upper half times a is a
-// multiple of 2^32, its lower half is unsigned.
+// The full product of two 64-bit values, shifted and truncated likewise. b is split: its upper half times a
+// is a multiple of 2^32, its lower half is unsigned.
 template <int Bits>
 constexpr int64_t MulShiftWide(int64_t a, int64_t b) {
   static_assert(Bits > 0 && Bits <= 32);

@@ -1,4 +1,4 @@
-// The exported buffer families: doorways over the queue and ring templates, and two loose utilities.
+// The exported buffer families: doorways over the queue and ring templates, and two separate utilities.
 #include <vask/buffers.h>
 
 #include <limits>
@@ -16,7 +16,7 @@ int32_t Init(Queue* q, int32_t capacity) {
   return q != nullptr && vask::MakeQueue(*q, capacity) ? 1 : 0;
 }
 
-// Rings report no failure: their owner looks at `data`.
+// Rings report no failure: their owner checks `data`.
 template <typename Ring>
 int32_t InitUnchecked(Ring* ring, int32_t size) {
   if (ring != nullptr) vask::MakeRing(*ring, size);
@@ -106,7 +106,7 @@ int32_t ReadFromSIn_Buff(sin_buff* b, int16_t* dst, int32_t n, int32_t advance) 
 
 int32_t IReadFromSIn_Buff(sin_buff* b, int32_t* dst, int32_t n, int32_t advance) {
   if (b == nullptr || dst == nullptr) return 0;
-  // This reader alone lets its position stand at the capacity itself.
+  // Only this reader lets its position reach the capacity itself.
   const int32_t wrap_at = b->capacity < vask::kMax32 ? b->capacity + 1 : vask::kMax32;
   const auto to_q31 = [](int16_t sample) { return sample * 65536; };
   return Report(vask::ReadQueue(*b, dst, n, advance, wrap_at, to_q31), kBufferError);

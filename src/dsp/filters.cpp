@@ -39,8 +39,8 @@ void ClearDcFilter(dc_filt& f) { f = {}; }
 void RemoveDc(std::span<int32_t> x, dc_filt& f) {
   int32_t last_in = f.prev_in, last_out = f.prev_out;
   for (int32_t& value : x) {
-    // The pole is 1 - 2^-10, and cutting the product down is taking the share of 2^-10 cut up. A step of more
-    // than full scale wraps: the sum keeps 32 bits.
+    // The pole is 1 - 2^-10: rounding the product down is subtracting the share of 2^-10 rounded up. A step
+    // of more than full scale wraps: the low 32 bits of the sum are kept.
     const int64_t rise = int64_t{value} - last_in, kept = last_out;
     last_in = value;
     value = last_out = Low32(rise + kept - ((kept + 1023) >> 10));
@@ -85,7 +85,7 @@ void PreEmphasis(pre_emph_filt* f, const int16_t* in, int32_t* out, int32_t n) {
 }
 
 int32_t median_filt(const int16_t* d, int32_t n, void* /*ignored*/) {
-  if (n < 1) return 0 > (n >> 1) ? 1 : 0;  // an empty sum against half of a count that may be negative
+  if (n < 1) return 0 > (n >> 1) ? 1 : 0;  // an empty sum compared with half of a count that may be negative
   if (d == nullptr) return 0;
   return vask::Majority({d, static_cast<size_t>(n)});
 }

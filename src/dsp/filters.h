@@ -9,7 +9,7 @@
 namespace vask {
 
 void ClearDcFilter(dc_filt& f);
-// Take the DC offset off `x`, in place (any Q; the engine uses samples << 15).
+// Remove the DC offset from `x`, in place (any Q; the engine uses samples << 15).
 void RemoveDc(std::span<int32_t> x, dc_filt& f);
 
 void ClearPreEmphasis(pre_emph_filt& f);

@@ -1,5 +1,5 @@
-// y[n] = 0.9658498 (x[n] - x[n-1]) + 0.9316996 y[n-1]: nothing at 0 Hz, unity gain at half the sampling rate.
-// int32 values in any scale, coefficients in Q29.
+// y[n] = 0.9658498 (x[n] - x[n-1]) + 0.9316996 y[n-1]: zero gain at 0 Hz, unity gain at half the sampling
+// rate. int32 values in any scale, coefficients in Q29.
 #include "dsp/high_pass.h"
 
 #include <algorithm>
@@ -37,7 +37,7 @@ bool CreateHighPass(fix32_hp_filt& f) {
   f.b[0] = -kGainQ29;
   f.b[1] = kGainQ29;
   f.a[0] = kPoleQ29;
-  f.a[1] = kOneQ29;  // of the present output, which needs no factor
+  f.a[1] = kOneQ29;  // for the current output, which needs no factor
   return true;
 }
 

@@ -7,11 +7,11 @@
 
 namespace vask {
 
-// False, and nothing kept, without storage.
+// False if there is no memory; nothing is kept then.
 bool CreateHighPass(fix32_hp_filt& f);
 void ReleaseHighPass(fix32_hp_filt& f);
 
 void ClearHighPass(fix32_hp_filt& f);           // the state
-int32_t HighPass(fix32_hp_filt& f, int32_t x);  // the scale of x; wraps beyond 32 bits
+int32_t HighPass(fix32_hp_filt& f, int32_t x);  // in the scale of x; wraps beyond 32 bits
 
 }  // namespace vask

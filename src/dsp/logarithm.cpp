@@ -17,9 +17,9 @@ namespace {
 
 constexpr int32_t kLog2OfEQ30 = 1549081957;   // log2(e); the exact value would be ...2005
 constexpr int32_t kLog2Of10Q25 = 111465410;   // log2(10)
-constexpr int32_t kMinus20Q26 = -1342177280;  // log2 of whatever lies below 1/1024
+constexpr int32_t kMinus20Q26 = -1342177280;  // log2 of anything below 1/1024
 
-// log2 in any format -> ln in the same format, cut toward zero.
+// log2 in any format -> ln in the same format, truncated toward zero.
 constexpr int32_t ToNatural(int64_t log2) { return static_cast<int32_t>((log2 << 30) / kLog2OfEQ30); }
 
 }  // namespace

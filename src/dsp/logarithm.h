@@ -1,4 +1,4 @@
-// Logarithms in fixed point: table of 1024 intervals, linear between its points.
+// Logarithms in fixed point: a table of 1024 intervals, linear between its points.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ int32_t Log2Q15(int32_t x);                 // integer -> Q15, coarse: 32 interv
 int32_t NaturalLogOf1024thsQ15(int32_t x);  // integer / 1024 -> Q15; ln(1/1024) below 1
 
 // The natural logarithm over the whole domain, the same on every machine: minus infinity for 0, not a number
-// below. For single-precision x the rounded one has the bits that a double-precision logarithm of another
-// library rounds to: all of them were tried, one by one.
+// below. For single-precision x the rounded result has the same bits as another library's double-precision
+// logarithm, rounded: all of them were tried one by one.
 double NaturalLogWide(double x);
 float NaturalLog(double x);  // rounded to single precision
 

@@ -1,4 +1,4 @@
-// Storage of records: one way to get it (zeroed, or null) and one way to give it back.
+// Storage of records: one way to allocate it (zeroed, or null) and one way to release it.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 namespace vask {
 
-// Zeroed storage for `count` elements, or null: no memory, a negative count or a size beyond the address
-// space. A count of 0 gives a valid, empty block.
+// Zeroed storage for `count` elements, or null if there is no memory, the count is negative or the size
+// exceeds the address space. A count of 0 gives a valid, empty block.
 template <typename T>
 T* NewZeroed(int64_t count) {
   if (count < 0 || static_cast<uint64_t>(count) > SIZE_MAX / sizeof(T)) return nullptr;

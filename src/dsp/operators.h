@@ -9,7 +9,7 @@
 
 namespace vask {
 
-// Left shifts that bring x to 0x40000000 and more in magnitude; 0 for 0, 31 for -1.
+// Left shifts that bring the magnitude of x to 0x40000000 or more; 0 for 0, 31 for -1.
 constexpr int32_t Norm(int32_t x) {
   if (x == 0) return 0;
   const uint32_t magnitude = static_cast<uint32_t>(x < 0 ? ~x : x);
@@ -18,10 +18,10 @@ constexpr int32_t Norm(int32_t x) {
 
 constexpr int32_t ShiftRight(int32_t x, int32_t bits);
 
-// x doubled `bits` times, saturating; negative counts shift right, at most by 32.
+// x doubled `bits` times, saturating; negative counts shift right, by at most 32.
 constexpr int32_t ShiftLeft(int32_t x, int32_t bits) {
   if (bits <= 0) return ShiftRight(x, bits < -32 ? 32 : -bits);
-  // No 32-bit value but 0 survives 31 doublings without saturating, so the loop is short.
+  // No value but 0 survives more than 31 doublings without saturating, so the loop is short.
   for (; bits > 0 && x != 0; --bits) {
     if (x > 0x3fffffff) return kMax32;
     if (x < -0x40000000) return kMin32;
@@ -30,7 +30,7 @@ constexpr int32_t ShiftLeft(int32_t x, int32_t bits) {
   return x;
 }
 
-// x shifted right arithmetically; negative counts shift left, at most by 32.
+// x shifted right arithmetically; negative counts shift left, by at most 32.
 constexpr int32_t ShiftRight(int32_t x, int32_t bits) {
   if (bits < 0) return ShiftLeft(x, bits < -32 ? 32 : -bits);
   if (bits >= 31) return x < 0 ? -1 : 0;
@@ -40,14 +40,14 @@ constexpr int32_t ShiftRight(int32_t x, int32_t bits) {
 constexpr int32_t HighHalf(int32_t x) { return x >> 16; }
 constexpr int32_t LowHalf(int32_t x) { return Low16(x); }
 
-// acc - 2ab, saturated twice as the standard does: the doubled product of -32768 by itself is 2^31 - 1.
+// acc - 2ab, saturated twice as the standard does: twice the square of -32768 is 2^31 - 1.
 constexpr int32_t MultiplySubtract(int32_t acc, int32_t a, int32_t b) {
   const int64_t product = LimitTo32(int64_t{LowHalf(a)} * LowHalf(b) * 2);
   const int64_t sum = acc - product;
   return sum < kMin32 ? kMin32 : LimitTo32(sum);
 }
 
-// x = high * 65536 + 2 * low, but for the lowest bit.
+// x = high * 65536 + 2 * low, except for the lowest bit.
 struct Halves {
   int32_t high, low;
 };
@@ -59,7 +59,7 @@ constexpr Halves SplitHalves(int32_t x) {
 
 constexpr int32_t Magnitude(int32_t x) { return x == kMin32 ? kMax32 : (x < 0 ? -x : x); }
 
-// 1/sqrt(x): x integer, result in the standard's scaling; 0x3fffffff for x of 0 or less.
+// 1/sqrt(x): x integer, result in the standard's scaling; 0x3fffffff for x <= 0.
 int32_t InverseRoot(int32_t x);
 
 }  // namespace vask

@@ -9,7 +9,7 @@ namespace {
 constexpr double kLn2High = 0x1.62e42fefa38p-1, kLn2Low = 0x1.ef35793c76730p-45;
 constexpr double kHalfPiHigh = 0x1.921fb54442p+0, kHalfPiLow = 0x1.a308d313198a3p-41;
 
-// 1 - x^2/2! + x^4/4! - ... and x - x^3/3! + ..., |x| <= pi/4: the first terms left out are below 1e-17.
+// 1 - x^2/2! + x^4/4! - ... and x - x^3/3! + ..., |x| <= pi/4: the first terms omitted are below 1e-17.
 double CosSeries(double x2) {
   double sum = 1;
   for (int n = 18; n >= 4; n -= 2) sum = 1 - sum * x2 / (n * (n - 1));
@@ -39,7 +39,7 @@ double PortableLog(double x) {
     m *= 2;
     --exponent;
   }
-  // ln m = 2 atanh(s); |s| < 0.1716, and the first term left out is below 1e-18.
+  // ln m = 2 atanh(s); |s| < 0.1716, and the first term omitted is below 1e-18.
   const double s = (m - 1) / (m + 1), s2 = s * s;
   double series = 0;
   for (int n = 21; n >= 3; n -= 2) series = series * s2 + 1.0 / n;

@@ -1,6 +1,6 @@
 // Elementary functions in double precision made of additions, products and quotients only, so that every
-// machine gives the same bits: mathematics libraries differ in the last one. Errors are below 1.5 units in
-// the last place over the ranges named. Round-to-nearest is assumed.
+// machine gives the same bits: maths libraries differ in the last one. Errors are below 1.5 units in the last
+// place over the ranges named. Round-to-nearest is assumed.
 #pragma once
 
 namespace vask {

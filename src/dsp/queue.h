@@ -1,6 +1,6 @@
-// Queues of samples or spectra: a writer appends blocks, a reader takes blocks behind it and may step on by
-// less than it reads. One set of templates serves every record of the form {data, write_pos, read_pos,
-// capacity}. Element k of the stream stands in data[k mod capacity].
+// Queues of samples or spectra: a writer appends blocks; a reader follows it and may advance by less than it
+// reads. One set of templates serves every record of the form {data, write_pos, read_pos, capacity}. Element
+// k of the stream is in data[k mod capacity].
 #pragma once
 
 #include <algorithm>
@@ -28,16 +28,16 @@ void ClearQueue(Queue& q) {
   if (q.data != nullptr && q.capacity > 0) std::fill_n(q.data, q.capacity, ElementOf<Queue>{0});
 }
 
-// Where element `position` of the stream stands. A reader that skipped past the writer can leave the
-// writer's position negative, so the remainder is taken downward.
+// The slot of element `position` of the stream. A reader that skipped past the writer can leave the writer's
+// position negative, so a negative remainder is made positive.
 template <typename Queue>
 int32_t SlotOf(const Queue& q, int64_t position) {
   const auto slot = static_cast<int32_t>(position % q.capacity);
   return slot < 0 ? slot + q.capacity : slot;
 }
 
-// Append a block in one piece, over unread elements if need be. A block that would cross the end of the
-// storage is refused: writers keep to whole frames, and the capacity is a whole number of frames.
+// Append a block in one piece, overwriting unread elements if necessary. A block that would cross the end of
+// the storage is refused: writers append whole frames, and the capacity is a whole number of frames.
 template <typename Queue>
 void WriteQueue(Queue& q, std::span<const ElementOf<Queue>> block) {
   if (q.data == nullptr || q.capacity <= 0) return;
@@ -45,7 +45,7 @@ void WriteQueue(Queue& q, std::span<const ElementOf<Queue>> block) {
   if (block.size() > static_cast<size_t>(q.capacity - slot)) return;
   std::copy(block.begin(), block.end(), q.data + slot);
   const auto count = static_cast<int32_t>(block.size());
-  if (q.write_pos > kMax32 - count) {  // a queue that nobody reads: count on from the same slot
+  if (q.write_pos > kMax32 - count) {  // a queue that nobody reads: keep counting from the same slot
     q.write_pos = q.capacity + slot;
     q.read_pos = std::min(q.read_pos, q.write_pos);
   }
@@ -54,8 +54,9 @@ void WriteQueue(Queue& q, std::span<const ElementOf<Queue>> block) {
 
 enum class QueueRead { kRead, kNotEnough, kCorrupt };
 
-// Read count elements through `convert` into dst, then step on by `advance`. Positions come down by the
-// capacity once the reader has reached `wrap_at`. Without count unread elements nothing changes.
+// Read count elements through `convert` into dst, then advance by `advance`. Once the reader has reached
+// `wrap_at`, the capacity is subtracted from both positions. With fewer than count unread elements nothing
+// changes.
 template <typename Queue, typename T, typename Convert>
 QueueRead ReadQueue(Queue& q, T* dst, int32_t count, int32_t advance, int32_t wrap_at, Convert convert) {
   if (q.write_pos < q.read_pos) return QueueRead::kCorrupt;

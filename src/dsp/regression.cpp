@@ -82,7 +82,7 @@ void FilterValues(std::span<fir_filt> bank, const int32_t* x, int32_t* y) {
 
 namespace {
 
-// A filter that was never designed, or is closed, takes nothing.
+// A filter that was never designed or has been closed accepts nothing.
 bool IsOpen(const fir_filt* f) {
   return f != nullptr && f->coef != nullptr && f->hist != nullptr && f->len > 0;
 }

@@ -1,5 +1,5 @@
-// Rings: the last `size` elements of a stream; `index` is the slot that the next write fills, so that it is
-// also the oldest element once the ring has been filled. One set of templates serves all widths.
+// Rings: the last `size` elements of a stream; `index` is the slot that the next write fills, so it is also
+// that of the oldest element once the ring is full. One set of templates serves all widths.
 #pragma once
 
 #include <algorithm>

@@ -9,8 +9,8 @@
 
 namespace vask {
 
-// The value of `table` at position x / 2^bits in 0 .. 1 (0 <= x < 2^bits), between its points linearly. The
-// product of step and remainder keeps 64 bits: from bits = 52 on it may wrap.
+// The value of `table` at position x / 2^bits in 0 .. 1 (0 <= x < 2^bits), linear between its points. The
+// product of step and remainder is truncated to 64 bits: from bits = 52 on it may wrap.
 template <typename T>
 constexpr int64_t LookUp(const std::array<T, 1025>& table, int64_t x, int32_t bits) {
   if (bits <= 10) return table[static_cast<size_t>(x << (10 - bits))];
