@@ -1,4 +1,4 @@
-# The exported names, from the one list of them.
+# The exported names, all from one list.
 #
 #   VASK_EXPORTED_FUNCTIONS, VASK_EXPORTED_VARIABLES   the names
 #   vask_limit_exports(target)                         make a shared library export them and vask_*, nothing else
@@ -22,7 +22,7 @@ foreach(line IN LISTS lines)
   endif()
 endforeach()
 
-# The native methods come on top, and are no C interface.
+# The native methods are exported as well; they are not part of the C interface.
 set(VASK_JNI_EXPORTS_FILE "")
 set(jni_names "")
 if(VASK_HAVE_JNI)

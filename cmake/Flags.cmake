@@ -30,7 +30,7 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x8
 endif()
 
 if(VASK_SANITIZE)
-  # Also for what stands outside these targets, such as the files that the linker adds.
+  # Also for whatever is outside these targets, such as the files that the linker adds.
   add_compile_options(-fsanitize=${VASK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${VASK_SANITIZE})
 endif()
@@ -39,15 +39,15 @@ add_library(vask_link_flags INTERFACE)
 target_link_options(
   vask_link_flags
   INTERFACE
-  # An application's function of the same name never catches a call made inside the library. Its variables
-  # stay open, so that the library sees what a program writes into its own copy of deviceID.
+  # An application's function of the same name never catches a call made inside the library. Its variables remain
+  # interposable, so that the library sees what a program writes into its own copy of deviceID.
   -Wl,-Bsymbolic-functions
   -Wl,--gc-sections
   -Wl,--as-needed)
 if(NOT (VASK_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
-  # Clang leaves the sanitizer's own symbols to the program.
+  # Clang leaves it to the program to define the sanitizer's own symbols.
   target_link_options(vask_link_flags INTERFACE -Wl,--no-undefined)
 endif()
 if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-  target_link_options(vask_link_flags INTERFACE -Wl,-z,max-page-size=16384)  # kernels with pages of 16 KiB
+  target_link_options(vask_link_flags INTERFACE -Wl,-z,max-page-size=16384)  # for kernels with 16 KiB pages
 endif()

@@ -1,5 +1,5 @@
-# What `cmake --install` puts in place: the libraries, the headers, the package files for find_package(Vask) and
-# pkg-config, and the command.
+# What `cmake --install` installs: the libraries, the headers, the package files for find_package(Vask) and pkg-config,
+# and the command.
 
 include(CMakePackageConfigHelpers)
 
@@ -38,7 +38,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/VaskConfigVersion.cmake"
 install(FILES "${PROJECT_BINARY_DIR}/VaskConfig.cmake" "${PROJECT_BINARY_DIR}/VaskConfigVersion.cmake"
         DESTINATION "${package_dir}")
 
-# vask.pc finds the prefix from where it stands itself, so that an installed tree can be moved.
+# vask.pc finds the prefix from its own location, so that an installed tree can be moved.
 set(pc_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
   set(pc_prefix "${CMAKE_INSTALL_PREFIX}")

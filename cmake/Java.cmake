@@ -1,4 +1,5 @@
-# Compiling Java with the tools of the JDK that was found. Class files are those of Java 8, which Android's tools read.
+# Compiling Java with the tools of the JDK that was found. Class files have the format of Java 8, which Android's tools
+# read.
 
 set(VASK_JAVAC_FLAGS --release 8 -Xlint:all,-options -Werror -encoding UTF-8)
 

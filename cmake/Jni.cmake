@@ -6,7 +6,7 @@ if(VASK_JNI AND ANDROID)
   set(VASK_HAVE_JNI ON)
 elseif(VASK_JNI)
   find_package(JNI QUIET)
-  if(JAVA_INCLUDE_PATH AND JAVA_INCLUDE_PATH2)  # all that is needed, found or not what else a JDK may have
+  if(JAVA_INCLUDE_PATH AND JAVA_INCLUDE_PATH2)  # all that is needed, whether or not the rest of a JDK was found
     set(VASK_HAVE_JNI ON)
   else()
     message(STATUS "The Java binding is left out: there is no jni.h (a JDK has it)")

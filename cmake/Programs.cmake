@@ -3,7 +3,7 @@
 set(remedy "scripts/install-deps.sh installs it")
 find_package(PkgConfig)
 
-# pkg-config package as an imported target; `required` false: only tell
+# A pkg-config package as an imported target. `required` false: only set `found`.
 function(vask_find_package package required found)
   if(PkgConfig_FOUND)
     pkg_check_modules(${package} QUIET IMPORTED_TARGET GLOBAL ${package})
