@@ -2,7 +2,7 @@
 # Build the Android archive.
 #
 #   scripts/android-archive.sh NDK_DIR       the library for every ABI, build/android/vask-VERSION.aar
-#   scripts/android-archive.sh --stand-in    without an NDK: this machine's library in its place, to look at the
+#   scripts/android-archive.sh --stand-in    without an NDK: this machine's library instead, to inspect the
 #                                            layout; build/android/vask-stand-in.aar does not run on Android
 #
 # The class comes from the release build, as does the library of the stand-in.
@@ -22,7 +22,7 @@ if [ "$ndk" = --stand-in ]; then
   cmake --build --preset release --target vask_shared vask_jar
   java/pack-aar.sh build/android/vask-stand-in.aar "$version" build/release/java/vask.jar \
     "$(uname -m)=build/release/libVask.so"
-  echo "Packed build/android/vask-stand-in.aar, for a look at the layout only."
+  echo "Packed build/android/vask-stand-in.aar, to inspect the layout only."
   exit 0
 fi
 

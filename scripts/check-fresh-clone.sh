@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# Make a clean Debian 12, clone this tree into it, and run ./demo.sh and ./test.sh there as a newcomer would.
+# Set up a clean Debian 12, clone this tree into it, and run ./demo.sh and ./test.sh there as a newcomer would.
 #
 #   scripts/check-fresh-clone.sh [FOLDER]
 #
-# Runs as root and needs debootstrap and git. FOLDER (a new one below the folder for temporary files otherwise) is
-# removed at the end. Packages come from where this machine's own do. Only what is committed is tried.
+# Runs as root and needs debootstrap and git. FOLDER (a new temporary folder by default) is removed at the end. Packages
+# come from this machine's own mirror. Only what is committed is tested.
 set -euo pipefail
 root_dir=$(cd "$(dirname "$0")/.." && pwd)
 suite=bookworm
 
 if [ "$(id -u)" -ne 0 ] || ! command -v debootstrap > /dev/null; then
-  echo "This needs to be root and debootstrap." >&2
+  echo "This must run as root and needs debootstrap." >&2
   exit 2
 fi
 # The first mirror that this machine uses, in either format of its source lists.
@@ -19,13 +19,13 @@ mirror=$(awk '
   $1 == "URIs:" && $2 ~ /\/debian\/?$/ { print $2; exit }
   $1 == "deb" { for (i = 2; i <= NF; ++i) if ($i ~ /\/debian\/?$/) { print $i; exit } }' <<< "$sources")
 if [ -z "$mirror" ]; then
-  echo "The source lists of this machine name no Debian mirror." >&2
+  echo "This machine's source lists name no Debian mirror." >&2
   exit 2
 fi
 
 target=${1:-$(mktemp -d)}
 if [ -d "$target/etc" ]; then
-  echo "$target is in use." >&2
+  echo "$target is already in use." >&2
   exit 2
 fi
 mounted=()
@@ -45,7 +45,7 @@ debootstrap --variant=minbase --include=ca-certificates,git "$suite" "$target" "
 rm -f "$target.log"
 cp /etc/resolv.conf "$target/etc/resolv.conf" 2> /dev/null || true
 cp /etc/apt/apt.conf.d/*proxy* "$target/etc/apt/apt.conf.d/" 2> /dev/null || true
-# npm trusts whom this machine trusts.
+# npm trusts the certificates that this machine trusts.
 cp /etc/ssl/certs/ca-certificates.crt "$target/etc/ssl/trusted.crt" 2> /dev/null || true
 for place in proc dev dev/pts dev/shm; do
   if mount --bind "/$place" "$target/$place" 2> /dev/null; then mounted=("$target/$place" "${mounted[@]}"); fi

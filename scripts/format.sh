@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Format the C and C++ sources in place, or with --check tell which lines are not formatted. The generated tables
-# are left alone.
+# Format the C and C++ sources in place, or with --check report which lines are not formatted. The generated tables are
+# left alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=(-i)
