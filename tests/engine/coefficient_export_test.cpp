@@ -1,4 +1,4 @@
-// The knowledge base that the library writes: whole, once, and as much of it as can be written.
+// The knowledge base that the library writes: complete, only once, and as much of it as can be written.
 #include "engine/coefficient_export.h"
 
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ TEST(CoefficientExport, WritesWhatIsMissingAndNothingElse) {
     EXPECT_EQ(vask_make_coeff_files(kb.dir().c_str()), 1) << name;
     EXPECT_EQ(Files(kb.dir()), expected) << name;
   }
-  // What the first call on a device does: all of it, or nothing where the first table is.
+  // What the first call on a device does: write everything, or nothing if the first table exists.
   const NamedTable tables[] = {{"cc1.txt", cc1_data}, {"mel_filt.txt", mel_filt_data}};
   fs::remove(kb.dir() / "config.Vask");
   EXPECT_EQ(ExportCoefficients(kb.dir().c_str(), tables), Export::kThereAlready);
@@ -40,7 +40,7 @@ TEST(CoefficientExport, WritesWhatIsMissingAndNothingElse) {
   EXPECT_EQ(Files(kb.dir()), Files(fresh.dir()));
 }
 
-TEST(CoefficientExport, SaysThatNotAllCouldBeWrittenAndWritesTheRest) {
+TEST(CoefficientExport, ReportsThatNotAllCouldBeWrittenAndWritesTheRest) {
   const KnowledgeBase kb;
   for (const char* name : {"cc1.txt", "ss3.txt", "loChan.txt"}) fs::remove(kb.Table(name));
   fs::create_directories(kb.Table("loChan.txt") / "in the way");

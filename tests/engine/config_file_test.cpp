@@ -54,7 +54,7 @@ TEST(Config, EveryKeyAndValue) {
            {"x " + L + " 9\n", loud + "0", Loud("0")},  // the second word is the key
            {" \t my" + L + " \t 9 \n", loud + "9", Loud("9")},
            {"Vask_LOUDNESS : 9\nvask_loudness: 9\n", plain, ""},
-           {L + " 6 " + S + " y\n", "16000, 8000, 0, 40", kLow},  // one key a line
+           {L + " 6 " + S + " y\n", "16000, 8000, 0, 40", kLow},  // one key per line
            {S + " y " + N + "\n", "8000, 4000, -1, 40", "", Rate("8000", "4000")},
            {S + " " + std::string(5000, 'y') + "\n" + L + " " + std::string(200, '0') + "3", high + "3",
             kHigh + Loud("3")},
@@ -75,7 +75,7 @@ TEST(Config, EveryKeyAndValue) {
   }
 }
 
-TEST(Config, TheFileIsOptionalClosedAgainAndNoPathIsCut) {
+TEST(Config, TheFileIsOptionalAndClosedAgainAndNoPathIsTruncated) {
   const Folder folder;
   std::filesystem::create_directories(folder / "folder/config.Vask");
   std::ofstream(folder / "config.Vask") << "Vask_SENSITIVITY: y\n";

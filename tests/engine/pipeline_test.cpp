@@ -1,4 +1,4 @@
-// A frame's way through the engine, the log of detected speech, and the engine's life from start to stop.
+// A frame's path through the engine, the log of detected speech, and the engine's life cycle.
 #include "engine/pipeline.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ Emitted ProcessHere(int32_t mode, const Samples& samples, size_t t) {
   return {result, out};
 }
 
-TEST(Pipeline, SkipsZerosBeforeTheFirstSignalAndNotAfterIt) {
+TEST(Pipeline, SkipsZerosBeforeTheFirstSignalButNotAfterIt) {
   const Samples scene = Join({Utterance(), Samples(30 * 160), Hiss(5, 20, 8)});
   const Samples late = Join({Samples(7 * 160), scene});
   for (const int32_t mode : {1, 2}) {
@@ -49,7 +49,7 @@ TEST(Pipeline, SkipsZerosBeforeTheFirstSignalAndNotAfterIt) {
   }
 }
 
-TEST(Pipeline, TakesBadInputAsNothing) {
+TEST(Pipeline, IgnoresBadInput) {
   Samples frame = Hiss(1, 20000, 11), out(160);
   Vask_epd_ecd_reset();
   int32_t count = 5;
@@ -78,7 +78,7 @@ TEST(Lifecycle, StartsAndStopsAnyNumberOfTimes) {
   Stream stream;
   Emitted first, last;
   for (const int32_t mode : {2, 4097, 1}) {
-    ASSERT_TRUE(stream.Start(mode));  // the second time while it is up
+    ASSERT_TRUE(stream.Start(mode));  // the second time while it is running
     EXPECT_EQ(stream.state.mode, mode);
     WrapUp(stream.state);
     for (size_t t = 0; t < 4; ++t) last = stream.Process(1, scene, t);
@@ -95,7 +95,7 @@ TEST(Flags, AreTheRequestAndTheModeOfTheLastFrameProcessed) {
   Vask_EPD_Energy_Only = 0;
   for (const int32_t mode : {2, 4097, 1}) {
     ASSERT_EQ(Vask_epd_init(".", mode), 1);
-    EXPECT_EQ(Vask_EPD_Energy_Only, mode == 2 ? 0 : 1) << "mode " << mode;  // the request stays
+    EXPECT_EQ(Vask_EPD_Energy_Only, mode == 2 ? 0 : 1) << "mode " << mode;  // the request is kept
   }
   Samples frame = Hiss(1, 20, 13);
   const auto flag_after = [](auto call) {
@@ -113,14 +113,14 @@ TEST(Flags, AreTheRequestAndTheModeOfTheLastFrameProcessed) {
     android_reset_frontend();
     EXPECT_EQ(flag_after([&] { android_process_frame(100, frame.data()); }), 7) << "mode " << mode;
     EXPECT_EQ(flag_after([&] { android_process_frame(60, frame.data()); }), processed) << "mode " << mode;
-    Samples rest(160000);  // more than fits ends the utterance, after a frame or without
+    Samples rest(160000);  // more than fits ends the utterance, with or without a frame before
     EXPECT_EQ(flag_after([&] { android_process_frame(160000, rest.data()); }), processed) << "mode " << mode;
     EXPECT_EQ(flag_after([&] { android_process_frame(1, rest.data()); }), 7) << "mode " << mode;
     android_stop_frontend();
   }
 }
 
-TEST(PcmLog, PathsAreNeverCutAndFilesThatCannotBeOpenedGetAnotherNumber) {
+TEST(PcmLog, PathsAreNeverTruncatedAndAFailedOpenIsRetriedWithTheNextNumber) {
   const Folder folder;
   Stream stream(2);
   const Samples faint = Hiss(3, 20, 1), utterance = Utterance();
@@ -137,8 +137,8 @@ TEST(PcmLog, PathsAreNeverCutAndFilesThatCannotBeOpenedGetAnotherNumber) {
   EXPECT_EQ(Hear([&] { LogInto(stream.state, nullptr); }).out, "ERROR: PCM log directory is missing\n");
   play(faint);
   WrapUp(stream.state);
-  EXPECT_EQ(ContentOf(folder / "in_000001.pcm"), "");  // still in the one before
-  stream.state.pcm_log_count = 1000000;                // too long after all
+  EXPECT_EQ(ContentOf(folder / "in_000001.pcm"), "");  // still in the previous folder
+  stream.state.pcm_log_count = 1000000;                // now it is too long
   EXPECT_EQ(Hear([&] { play(faint); }).out, "ERROR: PCM log path is too long, logging is off\n");
   EXPECT_EQ(stream.state.pcm_log_on, 0);
   ASSERT_TRUE(LogInto(stream.state, (folder / "later").c_str()));

@@ -21,7 +21,7 @@ const std::string kFull = " is full, the utterance is ended: reset the front end
 void Start(int32_t mode) {
   Samples frame(160);
   EXPECT_EQ(android_init_frontend(".", mode), 1);
-  Vask_epd_features(frame.data(), 160, nullptr, nullptr);  // takes a restart's report of the run before
+  Vask_epd_features(frame.data(), 160, nullptr, nullptr);  // fetches the report of an old restart
   android_wrapup_frontend();
   android_reset_frontend();
 }
@@ -50,7 +50,7 @@ std::vector<Samples> Play(int32_t mode, const Samples& all, size_t piece_size) {
   return queued;
 }
 
-// In a fresh process: who starts the engine alone gets the samples of the utterance.
+// In a fresh process: a caller that starts only the engine gets the samples of the utterance.
 TEST(FrontEndDeathTest, IsInModeTwoAtLoad) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto listen = [] {
@@ -61,7 +61,7 @@ TEST(FrontEndDeathTest, IsInModeTwoAtLoad) {
   EXPECT_EXIT(listen(), testing::ExitedWithCode(0), "");
 }
 
-TEST(FrontEnd, HandsOutTheQueueInOrder) {
+TEST(FrontEnd, DeliversTheQueueInOrder) {
   Samples samples = Hiss(6, 3000, 2), out(2000, 7);
   const Samples whole = Play(1, samples, 960)[0];
   Start(1);
@@ -81,7 +81,7 @@ TEST(FrontEnd, HandsOutTheQueueInOrder) {
   EXPECT_EQ(android_get_available_frames(), 0);
 }
 
-TEST(FrontEnd, ComputesInItsOwnRoundingAndPutsTheCallersBack) {
+TEST(FrontEnd, ComputesInItsOwnRoundingModeAndRestoresTheCallers) {
   const Samples scene = Join({Burst(), Utterance()});
   std::vector<float> expected;
   for (const int rounding : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
@@ -89,7 +89,7 @@ TEST(FrontEnd, ComputesInItsOwnRoundingAndPutsTheCallersBack) {
     std::vector<float> values;
     for (const Samples& queued : Play(2, scene, 480))
       values.insert(values.end(), queued.begin(), queued.end());
-    values.insert(values.end(), ecdorgLFBE, ecdorgLFBE + 200);  // not counted any more, but still there
+    values.insert(values.end(), ecdorgLFBE, ecdorgLFBE + 200);  // no longer counted, but still there
     Start(4);
     for (int16_t sample = 150; sample < 9000; sample = static_cast<int16_t>(sample + 75)) {
       Samples frame(160, sample);  // a whole number of hundredths
@@ -131,7 +131,7 @@ TEST(FrontEnd, AFullInputEndsTheUtteranceAndKeepsTheQueue) {
     EXPECT_TRUE(Drain() == expected) << before << " and " << after;
     android_reset_frontend();
     EXPECT_EQ(Push(start), 0);
-    EXPECT_EQ(android_get_available_frames(), 160);  // wrapped up: the history fills anew
+    EXPECT_EQ(android_get_available_frames(), 160);  // wrapped up: the history fills again
   }
 }
 
@@ -146,7 +146,7 @@ TEST(FrontEnd, AFullQueueEndsTheUtteranceAndKeepsWhatFits) {
             "ERROR: output queue" + kFull);
   EXPECT_EQ(result, 1);
   EXPECT_EQ(own->write_pos, 160000);
-  EXPECT_EQ(own->frame_pos, 3 * 160);  // the frame of the end stays
+  EXPECT_EQ(own->frame_pos, 3 * 160);  // the frame that ended it is kept
   EXPECT_EQ(stream.state.frames_in, 0);
   const Samples expected = Play(1, samples, 160)[0];
   EXPECT_TRUE(std::equal(&expected[0], &expected[200], own->frames + 160000 - 200));

@@ -1,4 +1,4 @@
-// Packets off the front end's queue: their sizes, headers, order and codes, and what is refused.
+// Packets from the front end's queue: their sizes, headers, order and codes, and what is refused.
 #include <gtest/gtest.h>
 #include <vask/adpcm.h>
 #include <vask/frontend.h>
@@ -29,7 +29,7 @@ class Packets : public testing::Test {
     ASSERT_EQ(android_get_available_frames(), queued);
   }
 
-  // The codes of `bytes` bytes for the queue of Queue(), silence behind it, from fresh states.
+  // `bytes` bytes of codes for the queue of Queue() followed by silence, from fresh states.
   Bytes Codes(int32_t queued, int32_t bytes) {
     Queue(queued);
     std::vector<int16_t> samples(static_cast<size_t>(2 * bytes));
@@ -71,7 +71,7 @@ TEST_F(Packets, StreamsAreWholePacketsUntilTheUtteranceIsOver) {
   }
 }
 
-TEST_F(Packets, BarePacketsGoOnInOneStream) {
+TEST_F(Packets, BarePacketsContinueOneStream) {
   const Bytes codes = Codes(1000, 600);
   Queue(1000);
   Bytes out;
@@ -86,7 +86,7 @@ TEST_F(Packets, BarePacketsGoOnInOneStream) {
   EXPECT_EQ(android_get_available_frames(), 0);
 }
 
-TEST_F(Packets, TakesNothingForWhatItRefuses) {
+TEST_F(Packets, TakesNothingWhenItRefuses) {
   Queue(150);
   Bytes out(400, 0xee);
   const auto expect_refused = [&](int32_t n, uint8_t* to, int32_t size, int32_t last) {
@@ -105,7 +105,7 @@ TEST_F(Packets, TakesNothingForWhatItRefuses) {
   expect_refused(100, out.data(), 99, 1);   // no room
   expect_refused(100, out.data(), -1, 1);
   expect_refused(100, nullptr, 400, 1);
-  EXPECT_EQ(vask_take_packet_stream(50, out.data(), 115, 1), 0);  // a byte too short for two packets
+  EXPECT_EQ(vask_take_packet_stream(50, out.data(), 115, 1), 0);  // one byte too few for two packets
   EXPECT_EQ(vask_take_packet_stream(50, out.data(), 116, 1), 116);
 }
 

@@ -1,5 +1,5 @@
 /*
- * What the C interface gives for the calling sequence of the Java test, as files to compare with.
+ * The output of the C interface for the calling sequence of the Java test, as files to compare with.
  *
  *   c_interface RECORDING.wav OUT_SAMPLES OUT_PACKETS
  */
@@ -21,7 +21,7 @@ static size_t Load(const char* path) {
   return n;
 }
 
-/* The first utterance, drained after each buffer. Louder, so that much is clipped. */
+/* The first utterance, drained after each buffer. Amplified, so that many samples are clipped. */
 static void Listen(size_t n, const char* out_path, int as_packets) {
   FILE* out = fopen(out_path, "wb");
   if (out == NULL || android_init_frontend(".", 2) != 1) exit(2);

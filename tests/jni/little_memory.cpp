@@ -1,5 +1,5 @@
-// The library's storage with a limit, which VaskWithoutMemoryTest sets. The library's calls come here, by an
-// option of the linker.
+// A limit to the library's memory, set by VaskWithoutMemoryTest. The linker redirects the library's calls to
+// this file.
 #include <jni.h>
 #include <malloc.h>
 

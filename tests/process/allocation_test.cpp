@@ -1,5 +1,5 @@
-// Where storage is obtained and given back, and how much stack is used: every allocation of a set-up fails
-// once, and frames need none. The library's calls of malloc and calloc come here, by an option of the linker.
+// What is allocated and released, and how much stack is used: every allocation of a set-up fails once, and
+// frames need none. The linker redirects the library's calls of malloc and calloc to this file.
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -22,7 +22,7 @@
 
 namespace {
 
-std::array<void*, 8192> blocks;  // obtained and not known to be given back
+std::array<void*, 8192> blocks;  // allocated and not known to be released
 size_t obtained = 0, bytes = 0, failing = 0;
 
 template <typename Get>
@@ -58,7 +58,7 @@ void free(void* block) noexcept {
 namespace vask::test {
 namespace {
 
-// Count anew; the number-th allocation from now on fails.
+// Restart the counts; the number-th allocation from now on fails.
 void Fail(size_t number) {
   obtained = bytes = 0;
   failing = number;
@@ -72,14 +72,15 @@ size_t CountOf(Action action) {
 }
 
 size_t Unreleased() {
-#if defined(__SANITIZE_ADDRESS__)  // what has been given back may not be read any more
+#if defined(__SANITIZE_ADDRESS__)  // what has been released may no longer be read
   for (void*& block : blocks) block = __asan_address_is_poisoned(block) ? nullptr : block;
 #endif
   return static_cast<size_t>(
       std::count_if(blocks.begin(), blocks.end(), [](void* b) { return b != nullptr; }));
 }
 
-// For death tests, which look at what was the standard error; and no search for leaks at the end.
+// For death tests, which read only the standard error: sends the standard output there, and skips the search
+// for leaks at exit.
 void FailInChild(size_t number) {
   dup2(STDERR_FILENO, STDOUT_FILENO);
   close(STDERR_FILENO);
@@ -98,7 +99,7 @@ TEST(Allocation, EveryFailureWithinAPartIsReportedAndReleased) {
     const char* name;
     int32_t (*create)();
     void (*close)();
-    size_t silent;  // allocations that fail without a word: 34 bands and 35 arrays of weights
+    size_t silent;  // allocations that fail without a message: 34 bands and 35 arrays of weights
   };
   for (const Case& c :
        {Case{"wiener", [] { return init_wiener_filt(&wiener); }, [] { close_wiener_filt(&wiener); }, 69},
@@ -128,8 +129,8 @@ TEST(Allocation, EveryFailureWithinAPartIsReportedAndReleased) {
   }
 }
 
-// A bank takes the first weights, then a record and its weights for each further band.
-TEST(Allocation, AMelBankFromAFileBeginsALineButForALaterRecord) {
+// A bank allocates the first weights, then a record and its weights for each further band.
+TEST(Allocation, AMelBankFromAFileReportsOnANewLineExceptForALaterRecord) {
   const KnowledgeBase kb;
   mel_band bank = {};
   const size_t all = CountOf([&] { EXPECT_EQ(InitMelFBFromFile(&bank, 35), 1); });
@@ -147,13 +148,13 @@ TEST(Allocation, AMelBankFromAFileBeginsALineButForALaterRecord) {
 
 TEST(AllocationDeathTest, EveryFailureOfAStartIsReportedAndReleased) {
   const size_t environment = CountOf([] { __Vask_epd_ecd_Init(); });
-  EXPECT_EQ(CountOf([] { __Vask_epd_ecd_Init(); }), environment);  // again: the first is given back
+  EXPECT_EQ(CountOf([] { __Vask_epd_ecd_Init(); }), environment);  // again: the first is released
   EXPECT_EQ(Unreleased(), environment);
   __Vask_epd_ecd_Stop();
   const auto init = [] { return android_init_frontend(".", 1); };
   const size_t all = CountOf(init), engine = all - environment;
-  EXPECT_LT(bytes, size_t{1} << 20);  // that a stream takes
-  EXPECT_EQ(CountOf(init), all);      // while it is up
+  EXPECT_LT(bytes, size_t{1} << 20);  // all that a stream allocates
+  EXPECT_EQ(CountOf(init), all);      // while it is running
   EXPECT_EQ(Unreleased(), all);
   android_stop_frontend();
   for (size_t k = 1; k <= all; ++k) {
@@ -169,7 +170,7 @@ TEST(AllocationDeathTest, EveryFailureOfAStartIsReportedAndReleased) {
     EXPECT_EQ(said.out.find("ERROR: ") != std::string::npos, k < all) << "allocation " << k;
     EXPECT_EQ(Unreleased(), k == all ? engine : 0u) << "allocation " << k;
   }
-  EXPECT_EQ(__Vask_epd_detect_env_change, 0);  // all but the histories works
+  EXPECT_EQ(__Vask_epd_detect_env_change, 0);  // everything but the histories works
   for (const int32_t noted : {0, 3}) {
     Samples scene = Hiss(5, 20, 1);
     android_reset_frontend();
@@ -183,7 +184,7 @@ TEST(AllocationDeathTest, EveryFailureOfAStartIsReportedAndReleased) {
   EXPECT_EQ(Unreleased(), 0u);
 }
 
-// Bursts and utterances in all modes; the allocations between the starts.
+// Bursts and utterances in all modes; adds up the allocations between the starts.
 void* ListenInAllModes(void* allocations) {
   static Samples scene = Join({Burst(), Utterance()}), out(scene.size());
   static mfcc_prm extractor;
@@ -193,7 +194,7 @@ void* ListenInAllModes(void* allocations) {
     *static_cast<size_t*>(allocations) += CountOf([] {
       android_reset_frontend();
       android_process_frame(static_cast<int32_t>(scene.size()), scene.data());
-      android_process_frame(0, scene.data());  // behind the restart that ended the first call
+      android_process_frame(0, scene.data());  // after the restart that ended the first call
       android_get_frames(1000, out.data());
       Vask_epd_ecd();
       android_wrapup_frontend();
@@ -206,7 +207,7 @@ void* ListenInAllModes(void* allocations) {
   return nullptr;
 }
 
-TEST(Allocation, AStreamTakesAllAtItsStartButWhatItsQueueGrowsBy) {
+TEST(Allocation, AStreamAllocatesOnlyAtItsStartAndWhenItsQueueGrows) {
   const Samples scene = Room();
   vask_stream* stream = nullptr;
   const auto open = [&] { stream = vask_stream_open(nullptr); };
@@ -240,7 +241,7 @@ TEST(Allocation, AStreamTakesAllAtItsStartButWhatItsQueueGrowsBy) {
             0u);
   const Samples expected = std::exchange(taken, {});
   vask_stream_reset(stream);
-  Fail(1);  // the queue wants to grow
+  Fail(1);  // the queue needs to grow
   const auto total = static_cast<int32_t>(scene.size());
   const int32_t done = vask_stream_write(stream, scene.data(), total);
   EXPECT_LT(done, total);
@@ -268,7 +269,7 @@ TEST(Allocation, FramesNeedNoneAndLittleStack) {
   const auto used =
       stack.end() - std::find_if(stack.begin(), stack.end(), [](uint8_t b) { return b != kPaint; });
   EXPECT_LT(used, 64 << 10);
-  EXPECT_GT(used, 512 * 8);  // a spectrum stands on it
+  EXPECT_GT(used, 512 * 8);  // a spectrum is on it
 }
 
 }  // namespace

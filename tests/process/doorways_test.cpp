@@ -1,5 +1,5 @@
 // Every exported function with each of its pointers null in turn, and each of its counts at 0 and below: the
-// answer is 0 or the one given, nothing is written for a null, and nothing out of bounds is touched.
+// result is 0 or the one stated, nothing is written for a null, and nothing out of bounds is touched.
 #include <gtest/gtest.h>
 #include <vask/vask.h>
 
@@ -16,7 +16,7 @@
 namespace vask::test {
 namespace {
 
-// What the calls get: places that are large enough, and records that are in use.
+// The arguments of the calls: buffers that are large enough, and records that are in use.
 struct Places {
   std::array<double, 129> doubles;
   std::array<int64_t, 2000> wide, more_wide, other_wide, fourth_wide;
@@ -43,7 +43,7 @@ struct Places {
   adpcm_state codec;
 };
 
-// A call beside its text.
+// A call with its text.
 #define CALL(call) \
   { #call, call }
 
@@ -260,7 +260,7 @@ TEST_F(Doorways, OfTheDetector) {
 }
 
 TEST_F(Doorways, OfCodecCepstraAndMatrices) {
-  PROBE(adpcm_coder, p.samples.data(), p.bytes.data(), 1, &p.codec);  // a single sample needs its places, too
+  PROBE(adpcm_coder, p.samples.data(), p.bytes.data(), 1, &p.codec);  // a single sample needs its buffers too
   PROBE(adpcm_decoder, p.bytes.data(), p.out.data(), 1, &p.codec);
   PROBE(short_to_adpcm, p.samples.data(), p.bytes.data(), 1);
   PROBE(adpcm_to_short, p.bytes.data(), p.out.data(), 2);

@@ -55,7 +55,7 @@ public final class VaskTest {
     return samples;
   }
 
-  /** Louder, so that much is clipped. */
+  /** Amplified, so that many samples are clipped. */
   private short[] bufferAt(int at) {
     short[] buffer = new short[BUFFER];
     for (int i = 0; i < BUFFER; i++) {
@@ -86,7 +86,7 @@ public final class VaskTest {
   }
 
   @Test
-  public void anUtteranceIsThatOfTheCInterface() throws IOException {
+  public void anUtteranceMatchesThatOfTheCInterface() throws IOException {
     for (boolean packets : new boolean[] {false, true}) {
       ByteArrayOutputStream all = new ByteArrayOutputStream();
       byte[] bytes = new byte[2 * CAPACITY];
@@ -131,7 +131,7 @@ public final class VaskTest {
   }
 
   @Test
-  public void whatDoesNotFitIsRefusedAndStays() {
+  public void whatDoesNotFitIsRefusedAndKept() {
     short[] expected = new short[1000];
     byte[] packet = new byte[160];
     byte[] stream = new byte[4 * 168];
@@ -183,7 +183,7 @@ public final class VaskTest {
   }
 
   @Test
-  public void initTakesWhatItCanAndRefusesTheRest() {
+  public void initAcceptsWhatItCanAndRefusesTheRest() {
     char[] letters = new char[4000];
     Arrays.fill(letters, 'k');
     assertEquals(0, Vask.Vask_epd_init(new String(letters), 2));
@@ -196,14 +196,14 @@ public final class VaskTest {
     }
     start(2);
     assertEquals(-1, Vask.Vask_epd_process_frames(0, new short[0]));
-    assertEquals(1, Vask.Vask_epd_process_frames(200000, new short[200000])); // more than there is room for
+    assertEquals(1, Vask.Vask_epd_process_frames(200000, new short[200000])); // more than fits
     start(2);
     assertEquals(0, Vask.Vask_epd_set_option(1, Integer.MIN_VALUE));
-    start(2); // a device that nobody knows
+    start(2); // an unknown device
     Vask.Vask_epd_set_option(1, 2);
   }
 
-  /** Both at once, as far as two threads can be. */
+  /** Runs both at once, as nearly as two threads can. */
   private static void together(Runnable here, Runnable there) throws InterruptedException {
     AtomicInteger ready = new AtomicInteger();
     Thread other = new Thread(() -> {
@@ -225,7 +225,7 @@ public final class VaskTest {
     start(1);
     for (int round = 0; round < 50; round++) {
       together(() -> Vask.Vask_epd_process_frames(16000, second), Vask::Vask_epd_reset);
-      int left = queued(); // of all, before the reset, or of nothing
+      int left = queued(); // everything if the reset came first, else nothing
       assertTrue("round " + round + ": " + left, left == 0 || left == 16000 - 320);
       Vask.Vask_epd_wrapup();
       Vask.Vask_epd_process_frames(800, second.clone());
@@ -234,12 +234,12 @@ public final class VaskTest {
     }
     for (int round = 0; round < 3000; round++) {
       assertNotEquals(0, Vask.Vask_fopen(file.getPath()));
-      together(Vask::Vask_fclose, Vask::Vask_fclose); // twice, it would end the virtual machine
+      together(Vask::Vask_fclose, Vask::Vask_fclose); // closing it twice would end the virtual machine
     }
   }
 
   @Test
-  public void filesAreReadFromFrontToEnd() throws IOException {
+  public void filesAreReadFromStartToEnd() throws IOException {
     short[] expected = samplesOf(Files.readAllBytes(file.toPath()), 0);
     assertEquals(0, Vask.Vask_fopen(file + ".missing"));
     assertEquals(0, Vask.Vask_fread(1, new short[1]));
@@ -256,13 +256,13 @@ public final class VaskTest {
     assertEquals(0, Vask.Vask_fread(0, null));
     assertEquals(0, Vask.Vask_fread(-1, out));
     assertEquals(0, Vask.Vask_fread_byte(Integer.MIN_VALUE, new byte[1]));
-    assertEquals(4, Vask.Vask_fread(4, out)); // from the start: what failed has read nothing
+    assertEquals(4, Vask.Vask_fread(4, out)); // from the start: the failed calls have read nothing
     assertArrayEquals(Arrays.copyOf(expected, 4), out);
     byte[] bytes = new byte[8];
     assertThrows(tooShort, () -> Vask.Vask_fread_byte(9, bytes));
     assertEquals(8, Vask.Vask_fread_byte(8, bytes));
     assertArrayEquals(Arrays.copyOfRange(expected, 4, 8), samplesOf(bytes, 0));
-    assertEquals(2, Vask.Vask_fread(1000, out)); // more than are left: these fit
+    assertEquals(2, Vask.Vask_fread(1000, out)); // more than are left: those fit
     assertEquals(expected[9], out[1]);
     assertEquals(0, Vask.Vask_fread(1000, out));
     assertEquals(0, Vask.Vask_fread_byte(1, bytes));
@@ -291,7 +291,7 @@ public final class VaskTest {
       try {
         Vask.Vask_epd_get_raw_data(16000, none);
       } catch (ArrayIndexOutOfBoundsException expected) {
-        // as many times
+        // on every round
       }
       Vask.Vask_fopen(file.getPath());
       Vask.Vask_fread(16000, samples);

@@ -5,12 +5,12 @@ import static org.junit.Assert.assertTrue;
 
 import org.junit.Test;
 
-/** Over a library whose storage can be limited: little_memory.cpp. */
+/** Over a library whose memory can be limited: little_memory.cpp. */
 public final class VaskWithoutMemoryTest {
-  /** Storage that the library may have from now on beside what it has, in bytes; negative: any. */
+  /** Memory that the library may allocate from now on in addition to what it has, in bytes; negative: no limit. */
   private static native void limit(int bytes);
 
-  /** Whether a start with so much storage is refused, by the exception and nothing else. */
+  /** Whether a start with this much memory is refused by the exception and nothing else. */
   private static boolean refuses(int bytes) {
     limit(bytes);
     try {
