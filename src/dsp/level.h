@@ -7,7 +7,8 @@
 //   neon      the same for 64-bit ARM, the transform with intrinsics
 //
 // A kernel that has no form of its own for a level runs the one of the level before. Where the plain form is
-// fast as it stands, it is the portable one too.
+// fast as it stands, it is the portable one too. What is fast by an identity alone, such as the divisions of
+// dsp/divide.h, is no kernel: it is the same at every level.
 #pragma once
 
 #include <atomic>
