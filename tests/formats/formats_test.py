@@ -81,7 +81,7 @@ def text_of(name):
 
 
 def token(name):
-    return re.sub(r'\s', '_', os.path.splitext(os.path.basename(text_of(name)))[0])
+    return re.sub(r'[\s\x9b\u202e]', '_', os.path.splitext(os.path.basename(text_of(name)))[0])
 
 
 class Formats(unittest.TestCase):
@@ -103,7 +103,8 @@ class Formats(unittest.TestCase):
         cls.inputs = []
         # Names that break lines, columns, quotes and encodings; each starts at another place in the recording.
         for k, name in enumerate((b'room.wav', b'a b.wav', b'q"u\'o,te.wav', b'tab\tline\nend.wav', b'caf\xc3\xa9.wav',
-                                  b'caf\xe9 \xff.wav', b'-o.wav', b'wide\xe3\x80\x80space.wav', b'x.y,z.wav')):
+                                  b'caf\xe9 \xff.wav', b'-o.wav', b'wide\xe3\x80\x80space.wav', b'x.y,z.wav',
+                                  b'csi\xc2\x9brlo\xe2\x80\xae.wav')):
             with open(name, 'wb') as file, wave.open(file) as copy:
                 copy.setparams((1, 2, 16000, 0, 'NONE', ''))
                 copy.writeframes(frames[32000 * k:])

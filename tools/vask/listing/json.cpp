@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "listing/listing.h"
+#include "terminal/printable.h"
 
 namespace vask::command {
 namespace {
@@ -13,7 +14,7 @@ double Rounded(double value) { return std::round(value * 1e6) / 1e6; }  // a sam
 
 // A file name need not be UTF-8.
 std::string Line(const Object& object) {
-  return object.dump(-1, ' ', false, Object::error_handler_t::replace) + "\n";
+  return PrintableJson(object.dump(-1, ' ', false, Object::error_handler_t::replace)) + "\n";
 }
 
 Object TextOrNull(const std::string& text) { return text.empty() ? Object(nullptr) : Object(text); }

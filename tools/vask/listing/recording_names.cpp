@@ -5,24 +5,24 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "terminal/printable.h"
+
 namespace vask::command {
 namespace {
 
-// Beyond ASCII: U+0085, U+00A0, U+1680, U+2000 to U+200A, U+2028, U+2029, U+202F, U+205F, U+3000.
-constexpr std::string_view kWideSpaces[] = {"\xC2\x85",     "\xC2\xA0",     "\xE1\x9A\x80", "\xE2\x80\x80",
-                                            "\xE2\x80\x81", "\xE2\x80\x82", "\xE2\x80\x83", "\xE2\x80\x84",
-                                            "\xE2\x80\x85", "\xE2\x80\x86", "\xE2\x80\x87", "\xE2\x80\x88",
-                                            "\xE2\x80\x89", "\xE2\x80\x8A", "\xE2\x80\xA8", "\xE2\x80\xA9",
-                                            "\xE2\x80\xAF", "\xE2\x81\x9F", "\xE3\x80\x80"};
+// Beyond ASCII: U+00A0, U+1680, U+2000 to U+200A, U+2028, U+2029, U+202F, U+205F, U+3000.
+constexpr std::string_view kWideSpaces[] = {
+    "\xC2\xA0",     "\xE1\x9A\x80", "\xE2\x80\x80", "\xE2\x80\x81", "\xE2\x80\x82", "\xE2\x80\x83",
+    "\xE2\x80\x84", "\xE2\x80\x85", "\xE2\x80\x86", "\xE2\x80\x87", "\xE2\x80\x88", "\xE2\x80\x89",
+    "\xE2\x80\x8A", "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAF", "\xE2\x81\x9F", "\xE3\x80\x80"};
 
 // Bytes of the white space or control character that `text` begins with; 0: it begins with another.
 size_t SpaceLength(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  if (first <= ' ' || first == 127) return 1;
+  if (text.front() == ' ') return 1;
   for (const std::string_view space : kWideSpaces) {
     if (text.starts_with(space)) return space.size();
   }
-  return 0;
+  return ControlLength(text);
 }
 
 // With U+FFFD for what is no UTF-8, as in jsonl.

@@ -7,19 +7,13 @@
 #include <stdexcept>
 #include <string>
 
+#include "terminal/printable.h"
+
 namespace vask::command {
 
 // Exit statuses beside 0.
 constexpr int kExitFailed = 1;  // at least one file; the others are done
 constexpr int kExitUsage = 2;
-
-// A name as one line of text: control characters would break the line or the terminal.
-inline std::string Printable(std::string name) {
-  for (char& c : name) {
-    if (static_cast<unsigned char>(c) < ' ' || c == 127) c = '?';
-  }
-  return name;
-}
 
 // One file failed; the others go on. "FILE: what is wrong: remedy".
 class FileError : public std::runtime_error {
