@@ -98,8 +98,8 @@ int main(int argc, char** argv) {
   using namespace vask::command;
   // A stream that the parent process closed would otherwise become the first file that is opened.
   for (int fd = 0; fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
-  CatchSignals();
   try {
+    CatchSignals();
     const int status = Run(argc, argv);
     CheckSignals();  // one that has ended standard input
     return status;
@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     std::fputs("vask: out of memory: end other programs or use a larger machine\n", stderr);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "vask: %s\n", error.what());
+    std::fprintf(stderr, "vask: %s\n", Printable(error.what()).c_str());
   }
   return EXIT_FAILURE;
 }

@@ -1,25 +1,18 @@
 #include "files/file_list.h"
 
-#include <fstream>
-#include <iostream>
+#include <sstream>
 
-#include "files/readable_file.h"
-#include "terminal/errors.h"
+#include "files/input_file.h"
 
 namespace vask::command {
 
 std::vector<std::string> ReadFileList(const std::string& list, bool null) {
-  std::ifstream file;
-  if (list != "-") {
-    CheckIsReadableFile(list);
-    file.open(list, std::ios::binary);
-  }
-  std::istream& input = list == "-" ? std::cin : file;
+  std::istringstream text(ReadText(list));
   std::vector<std::string> names;
-  for (std::string name; std::getline(input, name, null ? '\0' : '\n');) {
+  for (std::string name; std::getline(text, name, null ? '\0' : '\n');) {
+    if (!null && name.ends_with('\r')) name.pop_back();
     if (!name.empty()) names.push_back(name);
   }
-  if (input.bad()) throw FileError(list, "cannot be read", "check the name and the permissions");
   return names;
 }
 

@@ -10,11 +10,14 @@
 #include <filesystem>
 
 #include "terminal/errors.h"
+#include "terminal/signals.h"
+#include "terminal/writing.h"
 
 namespace vask::command {
 namespace {
 
 constexpr size_t kFlushBytes = 1 << 16;
+constexpr int kLookForReader = 50;                       // ms
 constexpr std::string_view kTemporary = ".vask-XXXXXX";  // the last six are any
 
 // The mode that open() would have given: mkostemp() makes files for the owner alone.
@@ -36,8 +39,7 @@ OutputFile::OutputFile(const std::string& target) : name_(target), target_(targe
   struct stat status;
   const bool exists = stat(target_.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
-    fd_ = open(target_.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd_ < 0) ThrowUnwritable(errno);
+    OpenInPlace(S_ISFIFO(status.st_mode));
   } else {
     if (exists && access(target_.c_str(), W_OK) != 0) ThrowUnwritable(errno);
     MakeTemporary();
@@ -49,6 +51,15 @@ OutputFile::OutputFile(const std::string& target) : name_(target), target_(targe
 OutputFile::~OutputFile() {
   if (fd_ >= 0) close(fd_);
   if (!temporary_.empty()) unlink(temporary_.c_str());
+}
+
+void OutputFile::OpenInPlace(bool fifo) {
+  for (;;) {
+    fd_ = open(target_.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (fd_ >= 0) return;
+    if (!fifo || errno != ENXIO) ThrowUnwritable(errno);
+    if (WaitForSignal(kLookForReader)) CheckSignals();
+  }
 }
 
 // Its lock says that somebody still writes it: RemoveLeftovers() of another run may have been faster.
@@ -96,15 +107,11 @@ void OutputFile::Flush() {
 }
 
 void OutputFile::WriteAll(std::span<const uint8_t> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = write(fd_, bytes.data(), bytes.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) ThrowUnwritable(errno);
-    bytes = bytes.subspan(static_cast<size_t>(n));
-  }
+  if (const int error = vask::command::WriteAll(fd_, bytes); error != 0) ThrowUnwritable(error);
 }
 
 void OutputFile::ThrowUnwritable(int error) const {
+  if (error == EINTR) CheckSignals();
   const char* remedy = "check the folder and its permissions";
   if (error == ENOSPC || error == EDQUOT) remedy = "make room or write to another disk";
   if (error == EISDIR) remedy = "give the name of a file";

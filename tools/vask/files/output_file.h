@@ -9,7 +9,8 @@
 namespace vask::command {
 
 // Writes into a hidden file beside the target and renames it in Commit(); without Commit() nothing is left. A
-// target that is no regular file (a device) is written in place. Every failure is a FileError.
+// target that is no regular file (a device) is written in place, a FIFO once somebody reads it. Every failure
+// is a FileError.
 class OutputFile {
  public:
   explicit OutputFile(const std::string& target);
@@ -26,6 +27,7 @@ class OutputFile {
   [[noreturn]] void ThrowUnwritable(int error) const;  // an errno
 
  private:
+  void OpenInPlace(bool fifo);
   void MakeTemporary();
   void Flush();
   void WriteAll(std::span<const uint8_t> bytes);

@@ -51,6 +51,7 @@ void Denoise(const std::string& input, const std::string& output) {
   write();
   if (writer.samples() != length) throw FatalError("the stream left out samples: report this as a bug");
   writer.Commit();
+  reader.CheckWhole();
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "sound/audio_reader.h"
 #include "terminal/errors.h"
 #include "terminal/progress.h"
+#include "terminal/writing.h"
 
 namespace vask::command {
 namespace {
@@ -44,6 +45,7 @@ struct Verdict {
   double judged_from = 0, judged_to = 0;  // s: the part of the file that the library's histories hold
   double length = 0;                      // s
   bool restarted = false;                 // the engine rejected a sound as no speech and began again
+  std::optional<FileError> shortfall;     // the recording ended before its header says
 };
 
 double Seconds(int64_t frames) { return static_cast<double>(frames) * kFrameSamples / kRateHz; }
@@ -98,6 +100,7 @@ Verdict JudgeEnvironment(EngineSession& engine, const std::string& input) {
   verdict.judged_from = Seconds(ecdFrames > 0 ? row_zero : t);
   verdict.judged_to = static_cast<double>(length) / kRateHz;
   verdict.length = std::max(verdict.judged_to, static_cast<double>(reader.ExpectedSamples()) / kRateHz);
+  verdict.shortfall = reader.Shortfall();
 
   int32_t first = -1, last = -1;
   EnvChangeValue(&first, &last, &verdict.changes);
@@ -134,7 +137,7 @@ std::string JsonOf(const std::string& input, const Verdict& verdict) {
       {"judged_to", number(verdict.judged_to)},
   };
   // A file name need not be UTF-8.
-  return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  return PrintableJson(object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
 // What the verdict leaves out, for standard error.
@@ -156,8 +159,8 @@ int JudgeAll(const EngineOptions& options, const std::vector<std::string>& input
     try {
       const Verdict verdict = JudgeEnvironment(engine, input);
       NoteLimits(input, verdict);
-      std::puts((json ? JsonOf : LineOf)(input, verdict).c_str());
-      if (std::fflush(stdout) != 0) ThrowOutputError();
+      WriteOutput((json ? JsonOf : LineOf)(input, verdict) + "\n");
+      if (verdict.shortfall) throw FileError(*verdict.shortfall);
     } catch (const FileError& error) {
       std::fprintf(stderr, "vask: %s\n", error.what());
       status = kExitFailed;

@@ -121,6 +121,7 @@ void Mfcc(const Arguments& arguments) {
   if (learns) extractor.UpdateMean();
   writer.Commit();
   if (learns) extractor.SaveMean();
+  reader.CheckWhole();
 }
 
 std::string CheckKnowledgeBase(const std::string& dir) {

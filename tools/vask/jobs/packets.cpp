@@ -99,6 +99,7 @@ void Pack(const vask_stream_options& options, const Arguments& arguments) {
   if (!stream) throw std::bad_alloc();
   FindSegments(reader, stream, packer);
   packer.Commit();
+  reader.CheckWhole();
 }
 
 }  // namespace

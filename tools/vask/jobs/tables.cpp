@@ -2,13 +2,13 @@
 #include <vask/settings.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 
 #include "jobs/jobs.h"
 #include "terminal/arguments.h"
 #include "terminal/errors.h"
+#include "terminal/writing.h"
 
 namespace vask::command {
 namespace {
@@ -63,8 +63,7 @@ Job TablesJob(CLI::App& app) {
       ->check(CheckNotEmpty);
   return {tables, [folder] {
             const Written written = WriteKnowledgeBase(*folder);
-            std::printf("%s: %s\n", Printable(*folder).c_str(), WordsFor(written));
-            if (std::fflush(stdout) != 0) ThrowOutputError();
+            WriteOutput(Printable(*folder) + ": " + WordsFor(written) + "\n");
             return EXIT_SUCCESS;
           }};
 }

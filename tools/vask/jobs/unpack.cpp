@@ -3,12 +3,11 @@
 #include <vask/packets.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <vector>
 
-#include "files/readable_file.h"
+#include "files/input_file.h"
 #include "jobs/jobs.h"
 #include "sound/wav_writer.h"
 #include "terminal/arguments.h"
@@ -24,25 +23,17 @@ the message says at which byte it is, and the exit status is 1.
 Example:
   vask unpack meeting.packets -o spoken.wav)";
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 // Reads packet after packet.
 class Unpacker {
  public:
-  explicit Unpacker(const std::string& input) : input_(input) {
-    CheckIsReadableFile(input);
-    file_.reset(std::fopen(input.c_str(), "rb"));
-    if (!file_) throw FileError(input, "cannot be read", "check the name and the permissions");
-  }
+  explicit Unpacker(const std::string& input) : input_(input), file_(input) {}
 
   // The samples of the next packet; false at the end. FileError says where the stream is no stream.
   bool Next(std::vector<int16_t>& samples) {
     CheckSignals();
     uint8_t header[VASK_PACKET_HEADER];
-    const size_t got = std::fread(header, 1, sizeof header, file_.get());
-    if (got == 0 && std::ferror(file_.get()) == 0) {
+    const size_t got = file_.Read(header);
+    if (got == 0) {
       if (open_) ThrowAt("the stream is cut: the last utterance has no packet E");
       return false;
     }
@@ -50,7 +41,7 @@ class Unpacker {
     const int32_t bytes = vask_read_packet_header(header, static_cast<int32_t>(got), &type);
     if (bytes == 0) ThrowAt(got < sizeof header ? "a packet is cut" : "no packet begins here");
     codes_.resize(static_cast<size_t>(bytes));
-    if (std::fread(codes_.data(), 1, codes_.size(), file_.get()) != codes_.size()) ThrowAt("a packet is cut");
+    if (file_.Read(codes_) != codes_.size()) ThrowAt("a packet is cut");
     if (!open_) state_ = {};
     open_ = type == 'D';
     samples.resize(2 * codes_.size());
@@ -66,7 +57,7 @@ class Unpacker {
   }
 
   std::string input_;
-  std::unique_ptr<std::FILE, CloseFile> file_;
+  InputFile file_;
   int64_t offset_ = 0;  // of the next packet
   bool open_ = false;   // in an utterance
   adpcm_state state_ = {};

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "files/readable_file.h"
+#include "files/input_file.h"
 #include "terminal/errors.h"
 
 namespace vask::command {
@@ -92,9 +91,7 @@ class Reader {
 }  // namespace
 
 void ReadProfileFile(const std::string& path, epd_profile& profile) {
-  CheckIsReadableFile(path);
-  std::ifstream file(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  const std::string text = ReadText(path);
   const size_t start = text.find_first_not_of(" \t\r\n");
   Reader reader(path, profile);
   if (start != std::string::npos && text[start] == '{') {

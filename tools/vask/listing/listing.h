@@ -30,7 +30,8 @@ struct Segment {
 };
 
 // Begin(); for each input Open(), Add() for each segment as it is decided, Close(), or at any place instead
-// Error(); at last End(). All give the text to put out at this place.
+// Error(), which follows on Close() if the input is merely shorter than it says; at last End(). All give the
+// text to put out at this place.
 class Listing {
  public:
   virtual ~Listing() = default;

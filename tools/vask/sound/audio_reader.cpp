@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "format.h"
 #include "terminal/errors.h"
@@ -10,6 +11,8 @@ namespace vask::command {
 namespace {
 
 constexpr size_t kBlockFrames = 4096;
+// Hz. A block of the lowest rate is 4 s at 16 kHz; of a damaged header's 1 Hz, it would be an hour.
+constexpr int32_t kLowestRate = 1000, kHighestRate = 1'000'000;
 
 int16_t ToSample(double value) {
   if (std::isnan(value)) return 0;  // a file of floats may hold anything
@@ -19,7 +22,14 @@ int16_t ToSample(double value) {
 }  // namespace
 
 AudioReader::AudioReader(const std::string& path)
-    : path_(path), source_(path == "-" ? OpenStandardInput() : OpenSoundFile(path)) {
+    : name_(path == "-" ? "standard input" : path),
+      source_(path == "-" ? OpenStandardInput() : OpenSoundFile(path)) {
+  if (rate() < kLowestRate || rate() > kHighestRate) {
+    throw FileError(name_,
+                    "its rate of " + std::to_string(rate()) + " Hz is not " + std::to_string(kLowestRate) +
+                        " to " + std::to_string(kHighestRate) + " Hz",
+                    "put its header right or convert it to 16000 Hz");
+  }
   interleaved_.resize(kBlockFrames * static_cast<size_t>(channels()));
   converted_.resize(kBlockFrames);
   if (rate() == kRateHz) return;
@@ -30,7 +40,7 @@ AudioReader::AudioReader(const std::string& path)
   soxr_error_t error = nullptr;
   resampler_.reset(soxr_create(rate(), kRateHz, 1, &error, &doubles, &quality, &one_thread));
   if (error != nullptr || !resampler_) {
-    throw FileError(path, "its rate of " + std::to_string(rate()) + " Hz cannot be resampled",
+    throw FileError(name_, "its rate of " + std::to_string(rate()) + " Hz cannot be resampled",
                     "convert it to 16000 Hz");
   }
 }
@@ -52,6 +62,28 @@ int64_t AudioReader::ExpectedSamples() const {
   return std::llround(static_cast<double>(source_->frames()) * kRateHz / rate());
 }
 
+std::optional<FileError> AudioReader::Shortfall() const {
+  const int64_t promised = std::max(source_->promised(), frames_read_);
+  if (!ended_ || (promised == frames_read_ && source_->damage().empty())) return std::nullopt;
+  const double length = static_cast<double>(frames_read_) / rate();
+  const double missing = static_cast<double>(promised) / rate() - length;
+  char place[120];
+  if (missing > 0) {
+    const int decimals = missing < 0.01 ? 6 : 2;
+    std::snprintf(place, sizeof place, " after %.*f of the %.*f s that its header promises", decimals, length,
+                  decimals, length + missing);
+  } else {
+    std::snprintf(place, sizeof place, " after %.2f s", length);
+  }
+  const std::string wrong =
+      (source_->damage().empty() ? "ends" : "is damaged (" + source_->damage() + ")") + place;
+  return FileError(name_, wrong, "what is there is used; record or copy it again");
+}
+
+void AudioReader::CheckWhole() const {
+  if (const std::optional<FileError> shortfall = Shortfall()) throw FileError(*shortfall);
+}
+
 size_t AudioReader::ReadMono(std::span<double> out) {
   const auto channels = static_cast<size_t>(source_->channels());
   const size_t wanted = std::min(out.size(), kBlockFrames);
@@ -62,6 +94,7 @@ size_t AudioReader::ReadMono(std::span<double> out) {
     out[i] = sum / static_cast<double>(channels);
   }
   frames_read_ += static_cast<int64_t>(frames);
+  if (frames == 0) ended_ = true;
   return frames;
 }
 
@@ -75,7 +108,7 @@ size_t AudioReader::Resample(std::span<double> out) {
     size_t taken = 0, given = 0;
     const soxr_error_t error = soxr_process(resampler_.get(), at_end ? nullptr : &mono_[mono_begin_],
                                             mono_end_ - mono_begin_, &taken, out.data(), out.size(), &given);
-    if (error != nullptr) throw FileError(path_, "cannot be resampled", "convert it to 16000 Hz");
+    if (error != nullptr) throw FileError(name_, "cannot be resampled", "convert it to 16000 Hz");
     mono_begin_ += taken;
     if (given > 0 || at_end) return given;
   }

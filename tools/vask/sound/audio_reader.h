@@ -5,11 +5,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "sound/sound_source.h"
+#include "terminal/errors.h"
 
 namespace vask::command {
 
@@ -18,7 +20,7 @@ namespace vask::command {
 class AudioReader {
  public:
   // A file's name, or "-" for standard input. Throws FileError if it is missing, empty, a directory,
-  // unreadable or no audio.
+  // unreadable or no audio, or of a rate that is none of sound.
   explicit AudioReader(const std::string& path);
 
   // Fills `out` unless the recording ends before; returns the number of samples, 0 at the end.
@@ -33,6 +35,11 @@ class AudioReader {
   int32_t channels() const { return source_->channels(); }
   int64_t frames_read() const { return frames_read_; }  // at that rate
 
+  // Once all has been read: what is wrong if the recording ends before its header says, or is damaged from
+  // there on. What came before may be used.
+  std::optional<FileError> Shortfall() const;
+  void CheckWhole() const;  // throws it
+
  private:
   struct DeleteResampler {
     void operator()(soxr* resampler) const { soxr_delete(resampler); }
@@ -41,10 +48,11 @@ class AudioReader {
   size_t ReadMono(std::span<double> out);  // at the recording's own rate, 1.0 = full scale
   size_t Resample(std::span<double> out);
 
-  std::string path_;
+  std::string name_;  // for messages
   std::unique_ptr<SoundSource> source_;
   std::unique_ptr<soxr, DeleteResampler> resampler_;  // none at 16 kHz
   int64_t frames_read_ = 0;
+  bool ended_ = false;
   std::vector<double> interleaved_;  // a block of all channels
   std::vector<double> mono_;         // waits for the resampler
   size_t mono_begin_ = 0, mono_end_ = 0;

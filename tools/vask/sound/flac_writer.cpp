@@ -8,6 +8,7 @@
 #include "format.h"
 #include "sound/sndfile_lock.h"
 #include "sound/sound_writer.h"
+#include "terminal/writing.h"
 
 namespace vask::command {
 namespace {
@@ -32,17 +33,10 @@ sf_count_t ReadFrom(void* to, sf_count_t n, void* user) {
 }
 sf_count_t WriteTo(const void* from, sf_count_t n, void* user) {
   Target& target = *static_cast<Target*>(user);
-  const auto* bytes = static_cast<const char*>(from);
-  sf_count_t done = 0;
-  while (done < n && target.error == 0) {
-    const ssize_t written = write(target.fd, bytes + done, static_cast<size_t>(n - done));
-    if (written >= 0) {
-      done += written;
-    } else if (errno != EINTR) {
-      target.error = errno;
-    }
+  if (target.error == 0) {
+    target.error = WriteAll(target.fd, {static_cast<const uint8_t*>(from), static_cast<size_t>(n)});
   }
-  return done;
+  return target.error == 0 ? n : 0;
 }
 
 class FlacWriter : public SoundWriter {

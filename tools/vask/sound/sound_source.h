@@ -6,6 +6,9 @@
 #include <span>
 #include <string>
 
+#include "files/input_file.h"
+#include "sound/wav_header.h"
+
 namespace vask::command {
 
 class SoundSource {
@@ -14,21 +17,30 @@ class SoundSource {
 
   int32_t rate() const { return rate_; }          // Hz
   int32_t channels() const { return channels_; }  // at least 1
-  int64_t frames() const { return frames_; }      // one sample of each channel; by the header, 0: unknown
+  int64_t frames() const { return frames_; }      // that are there, one sample of each channel; 0: unknown
+
+  // Once the end has been read: frames that the header promised, 0 if it does not say, and why the recording
+  // cannot be read any further, empty if it can.
+  int64_t promised() const { return promised_; }
+  const std::string& damage() const { return damage_; }
 
   // Fills `interleaved`, 1.0 = full scale, with what is there: at least one frame, none at the end only.
-  // Gives the number of frames. Throws FileError if the recording is damaged.
+  // Gives the number of frames. Throws FileError if there is none at all.
   virtual size_t Read(std::span<double> interleaved) = 0;
 
  protected:
   int32_t rate_ = 0;
   int32_t channels_ = 1;
   int64_t frames_ = 0;
+  int64_t promised_ = 0;
+  std::string damage_;
 };
 
-// A file that libsndfile reads; standard input, WAV or raw 16 kHz 16-bit samples, as it arrives. FileError if
-// it is no audio or holds none.
+// A file that libsndfile reads; standard input, WAV or raw 16 kHz 16-bit samples, as it arrives; the samples
+// of `input` after a WAV header, which has been read, as they arrive. FileError if it is no audio or holds
+// none.
 std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path);
 std::unique_ptr<SoundSource> OpenStandardInput();
+std::unique_ptr<SoundSource> OpenWavStream(std::unique_ptr<InputFile> input, const WavForm& form);
 
 }  // namespace vask::command

@@ -13,8 +13,6 @@ namespace {
 constexpr uint32_t kPcm = 1, kFloat = 3, kExtensible = 0xFFFE;  // format tags
 constexpr size_t kPlainFmt = 16, kExtensibleFmt = 40;           // bytes of a chunk "fmt "
 constexpr int32_t kMostChannels = 1024;
-// What writes into a pipe does not know the length and gives 0 or about the most that a header can say.
-constexpr uint32_t kEndless = 0x7FFFF000;
 
 uint32_t Little(const uint8_t* bytes, int count) {
   uint32_t value = 0;
@@ -41,7 +39,7 @@ WavForm ReadWavHeader(const std::string& name, const TakeBytes& take) {
     uint64_t size = Little(&head[4], 4);
     if (std::memcmp(head.data(), "data", 4) == 0) {
       if (form.rate == 0) fail("its WAV header does not say what the samples are");
-      form.data_bytes = size == 0 || size >= kEndless ? kUntilTheEnd : size;
+      form.data_bytes = size == 0 || size >= kEndlessBytes ? kUntilTheEnd : size;
       return form;
     }
     size += size % 2;  // chunks are padded to even lengths

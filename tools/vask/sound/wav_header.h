@@ -10,6 +10,9 @@ namespace vask::command {
 
 constexpr uint64_t kUntilTheEnd = INT64_MAX;
 
+// What writes into a pipe does not know the length and gives 0 or about the most that a header can say.
+constexpr uint32_t kEndlessBytes = 0x7FFFF000;
+
 struct WavForm {
   int32_t rate = 0;  // Hz
   int32_t channels = 0;

@@ -1,27 +1,60 @@
 #include "terminal/signals.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include "terminal/errors.h"
 
 namespace vask::command {
 namespace {
 
-volatile std::sig_atomic_t noted_signal = 0;
+std::atomic<int> noted_signal = 0;
+static_assert(std::atomic<int>::is_always_lock_free);  // a signal handler writes it
 
-void Note(int signal) { noted_signal = signal; }
+// The handler puts a byte into this pipe, which is never taken out: all that poll it from then on are woken.
+int wake_reader = -1, wake_writer = -1;
+
+void Note(int signal) {
+  const int error = errno;
+  noted_signal = signal;
+  [[maybe_unused]] const ssize_t written = write(wake_writer, "", 1);  // one byte does, so it may be full
+  errno = error;
+}
+
+// Polls `fds` and the wake pipe; gives whether the latter is why it ended.
+template <size_t kCount>
+bool PollUntilSignal(std::array<struct pollfd, kCount>& fds, int milliseconds = -1) {
+  fds.back() = {wake_reader, POLLIN, 0};
+  while (poll(fds.data(), fds.size(), milliseconds) < 0 && errno == EINTR) {
+  }
+  return fds.back().revents != 0;
+}
 
 }  // namespace
 
 void CatchSignals() {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+    throw FatalError(std::string("cannot start (") + std::strerror(errno) + "): end other programs");
+  }
+  wake_reader = ends[0];
+  wake_writer = ends[1];
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction action = {};
     // What the parent process ignores (nohup) stays ignored.
     if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
     action = {};
     action.sa_handler = Note;
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    // Without SA_RESTART, so that a library that waits for a file gives up too.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(signal, &action, nullptr);
   }
   std::signal(SIGPIPE, SIG_IGN);
@@ -30,7 +63,22 @@ void CatchSignals() {
 bool SignalNoted() { return noted_signal != 0; }
 
 void CheckSignals() {
-  if (noted_signal != 0) throw Interruption{noted_signal};
+  if (const int signal = noted_signal; signal != 0) throw Interruption{signal};
+}
+
+bool WaitToRead(int fd, int to) {
+  std::array<struct pollfd, 3> fds = {{{fd, POLLIN, 0}, {to, 0, 0}, {}}};
+  return !PollUntilSignal(fds) && fds[1].revents == 0;
+}
+
+bool WaitToWrite(int fd) {
+  std::array<struct pollfd, 2> fds = {{{fd, POLLOUT, 0}, {}}};
+  return !PollUntilSignal(fds) || fds[0].revents != 0;
+}
+
+bool WaitForSignal(int milliseconds) {
+  std::array<struct pollfd, 1> fds;
+  return PollUntilSignal(fds, milliseconds);
 }
 
 void EndBySignal(int signal) {

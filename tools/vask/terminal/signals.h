@@ -1,10 +1,11 @@
-// Ctrl-C and its like, noticed between two blocks of audio so that no unfinished file is left behind.
+// Ctrl-C and its like, noticed between two blocks of audio and wherever the command waits for another
+// process, so that no unfinished file is left.
 #pragma once
 
 namespace vask::command {
 
 // From here on SIGINT, SIGTERM and SIGHUP are noted instead of obeyed (the second one is obeyed), and writing
-// to a closed pipe is an error code instead of a signal.
+// to a closed pipe is an error code instead of a signal. Throws FatalError.
 void CatchSignals();
 
 // Whether one has been noted.
@@ -12,6 +13,15 @@ bool SignalNoted();
 
 // Throws Interruption if a signal has been noted.
 void CheckSignals();
+
+// Every wait below ends at a signal, on whichever thread it arrives, also if it came before the wait began.
+
+// Waits for something to read, or the end. False at a signal, or when nobody reads the pipe `to` any longer.
+bool WaitToRead(int fd, int to = -1);
+// Waits for room to write. False at a signal while there is none.
+bool WaitToWrite(int fd);
+// True at a signal, false after so many milliseconds.
+bool WaitForSignal(int milliseconds);
 
 // Ends the process by `signal`, as if it had never been caught.
 [[noreturn]] void EndBySignal(int signal);

@@ -59,13 +59,13 @@ class Output {
     if (!listing_) return run_.ordered.Add(input_, segment);
     Append(listing_->Add(recording, segment));
   }
-  void Close(const Recording& recording) {
+  void Close(const Recording& recording, const std::optional<FileError>& shortfall = {}) {
     if (listing_) {
       Append(listing_->Close(recording));
       Append(listing_->End());
       file_->Commit();
     }
-    run_.ordered.Close(input_, recording);
+    run_.ordered.Close(input_, recording, shortfall);
   }
 
  private:
@@ -90,11 +90,14 @@ class Detection : public SegmentSink {
   }
   ~Detection() override { run_.done += 1 - share_; }
 
-  void Find() {
+  // Whether the recording was whole.
+  bool Find() {
     output_.Open(recording_);
     FindSegments(reader_, stream_, *this);
     recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
-    output_.Close(recording_);
+    const std::optional<FileError> shortfall = reader_.Shortfall();
+    output_.Close(recording_, shortfall);
+    return !shortfall;
   }
 
   const Recording& recording() const { return recording_; }
@@ -172,15 +175,17 @@ bool ListFinished(Run& run, const InputState& state, Output& output) {
   return true;
 }
 
-void DetectInput(Run& run, Stream& stream, size_t number, const std::string& base) {
+// Whether the input was whole. One that was not is not noted: --resume does it again, and says so again.
+bool DetectInput(Run& run, Stream& stream, size_t number, const std::string& base) {
   const std::string& input = run.arguments.inputs[number];
   Output output(run, number, base);
   std::optional<InputState> state;
   if (run.journal != nullptr) state = StateOf(input, base);
-  if (state && ListFinished(run, *state, output)) return;
+  if (state && ListFinished(run, *state, output)) return true;
   Detection detection(run, stream, input, base, output);
-  detection.Find();
+  if (!detection.Find()) return false;
   if (state) run.journal->Add(*state, detection.recording(), detection.notes());
+  return true;
 }
 
 // The threads take the inputs one after another.
@@ -207,7 +212,7 @@ class Workers {
         run_.ordered.ThrowIfStopped();
         CheckSignals();
         try {
-          DetectInput(run_, stream, number, base);
+          if (!DetectInput(run_, stream, number, base)) failed_ = true;
         } catch (const FileError& error) {
           failed_ = true;
           run_.ordered.Fail(number, run_.arguments.inputs[number], error);

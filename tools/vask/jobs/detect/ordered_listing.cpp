@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "terminal/writing.h"
+
 namespace vask::command {
 namespace {
 
@@ -36,10 +38,15 @@ void OrderedListing::Add(size_t input, const Segment& segment) {
   if (input == first_) ListFirst();
 }
 
-void OrderedListing::Close(size_t input, const Recording& recording) {
+void OrderedListing::Close(size_t input, const Recording& recording,
+                           const std::optional<FileError>& shortfall) {
   const std::lock_guard lock(mutex_);
   inputs_[input].recording = recording;
-  inputs_[input].over = true;
+  if (shortfall) {
+    inputs_[input].file = recording.file;
+    inputs_[input].error = shortfall->what();
+  }
+  inputs_[input].closed = inputs_[input].over = true;
   if (input == first_) ListFirst();
 }
 
@@ -90,6 +97,7 @@ void OrderedListing::List(Input& input) {
     if (listing_ != nullptr) text += listing_->Add(input.recording, segment);
   }
   input.waiting.clear();
+  if (input.closed && listing_ != nullptr) text += listing_->Close(input.recording);
   if (input.error) {
     line_.Hide();
     std::fprintf(stderr, "vask: %s\n", input.error->c_str());
@@ -97,8 +105,6 @@ void OrderedListing::List(Input& input) {
     const bool names_it = input.error->compare(0, prefix.size(), prefix) == 0;
     const std::string message = names_it ? input.error->substr(prefix.size()) : *input.error;
     if (listing_ != nullptr) text += listing_->Error(*input.file, message);
-  } else if (input.over && listing_ != nullptr) {
-    text += listing_->Close(input.recording);
   }
   Write(text);
 }
@@ -106,9 +112,7 @@ void OrderedListing::List(Input& input) {
 void OrderedListing::Write(const std::string& text) {
   if (text.empty()) return;
   line_.Hide();
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-    ThrowOutputError();
-  }
+  WriteOutput(text);
 }
 
 }  // namespace vask::command

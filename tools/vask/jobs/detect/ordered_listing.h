@@ -26,7 +26,8 @@ class OrderedListing {
   void Begin();
   void Open(size_t input, const Recording& recording);
   void Add(size_t input, const Segment& segment);
-  void Close(size_t input, const Recording& recording);
+  // `shortfall` is what is wrong if the recording is not whole.
+  void Close(size_t input, const Recording& recording, const std::optional<FileError>& shortfall = {});
   void Fail(size_t input, const std::string& file, const FileError& error);  // instead of Close()
   void End();
 
@@ -44,7 +45,7 @@ class OrderedListing {
  private:
   struct Input {
     Recording recording;
-    bool opened = false, opening_listed = false, over = false;
+    bool opened = false, opening_listed = false, closed = false, over = false;
     std::vector<Segment> waiting;
     std::optional<std::string> file, error;
   };

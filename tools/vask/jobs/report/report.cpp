@@ -174,6 +174,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   heard.WriteTo(page);
   cleaned.WriteTo(page);
   page.Commit();
+  reader.CheckWhole();
 }
 
 }  // namespace vask::command

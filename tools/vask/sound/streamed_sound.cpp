@@ -1,0 +1,101 @@
+// A recording that is read once from its start to its end, its samples given as soon as they arrive: standard
+// input, of which a signal is the end, and WAV through a pipe.
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "format.h"
+#include "sound/sound_source.h"
+#include "terminal/errors.h"
+#include "terminal/signals.h"
+
+namespace vask::command {
+namespace {
+
+constexpr WavForm kRaw = {kRateHz, 1, 2, false, kUntilTheEnd};
+
+[[noreturn]] void ThrowNoSamples(const std::string& name) {
+  throw FileError(name, "holds no samples", "send some into it");
+}
+
+class StreamedSound : public SoundSource {
+ public:
+  // The first samples may have been read already.
+  StreamedSound(std::unique_ptr<InputFile> input, const WavForm& form, std::vector<uint8_t> pending = {})
+      : input_(std::move(input)), form_(form), pending_(std::move(pending)) {
+    rate_ = form_.rate;
+    channels_ = form_.channels;
+    if (form_.data_bytes != kUntilTheEnd) {
+      frames_ = static_cast<int64_t>(form_.data_bytes / static_cast<size_t>(form_.bytes * form_.channels));
+      promised_ = frames_;
+    }
+  }
+
+  size_t Read(std::span<double> interleaved) override {
+    const auto channels = static_cast<size_t>(form_.channels), bytes = static_cast<size_t>(form_.bytes);
+    const size_t frame = channels * bytes, most = interleaved.size() / channels * frame;
+    while (pending_.size() < frame && form_.data_bytes > 0) {
+      const size_t had = pending_.size();
+      pending_.resize(static_cast<size_t>(std::min<uint64_t>(most, had + form_.data_bytes)));
+      const size_t n = input_->ReadSome(std::span(pending_).subspan(had));
+      pending_.resize(had + n);
+      form_.data_bytes -= n;
+      if (n == 0) break;
+    }
+    const size_t samples = std::min(pending_.size(), most) / frame * channels;
+    if (samples == 0) End();
+    any_ = true;
+    for (size_t i = 0; i < samples; ++i) interleaved[i] = WavSample(form_, &pending_[i * bytes]);
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(samples * bytes));
+    return samples / channels;
+  }
+
+ private:
+  void End() {
+    // What comes after the samples on standard input, so that the writer of the pipe can end well.
+    std::array<uint8_t, 4096> skipped;
+    while (input_->fd() == STDIN_FILENO && input_->ReadSome(skipped) > 0) {
+    }
+    if (SignalNoted()) {
+      promised_ = 0;  // the rest may well exist
+    } else if (!any_) {
+      ThrowNoSamples(input_->name());
+    }
+  }
+
+  std::unique_ptr<InputFile> input_;
+  WavForm form_;                  // data_bytes: those that are still to be read
+  std::vector<uint8_t> pending_;  // read, and not given yet
+  bool any_ = false;              // samples have been given
+};
+
+}  // namespace
+
+std::unique_ptr<SoundSource> OpenWavStream(std::unique_ptr<InputFile> input, const WavForm& form) {
+  return std::make_unique<StreamedSound>(std::move(input), form);
+}
+
+std::unique_ptr<SoundSource> OpenStandardInput() {
+  auto input = std::make_unique<InputFile>("-", AtSignal::kEnd);
+  std::vector<uint8_t> first(4);
+  first.resize(input->Read(first));
+  const std::string_view tag(reinterpret_cast<const char*>(first.data()), first.size());
+  if (tag == "RIFF") {
+    const WavForm form =
+        ReadWavHeader(input->name(), [&](std::span<uint8_t> out) { return input->Read(out) == out.size(); });
+    return OpenWavStream(std::move(input), form);
+  }
+  if (tag == "fLaC" || tag == "OggS" || tag == "RF64" || tag == "RIFX" || tag == "FORM" || tag == "caff" ||
+      tag == ".snd" || tag.substr(0, 3) == "ID3") {
+    throw FileError(input->name(), "is neither WAV nor raw samples",
+                    "convert it to WAV, or give the file's name");
+  }
+  if (first.size() < 2 && !SignalNoted()) ThrowNoSamples(input->name());
+  return std::make_unique<StreamedSound>(std::move(input), kRaw, std::move(first));
+}
+
+}  // namespace vask::command
