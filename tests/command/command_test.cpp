@@ -233,6 +233,35 @@ TEST_F(Command, NeverWritesOverAnotherFileOfTheRun) {
   EXPECT_EQ(Content(*this / "x-001.wav"), Content(kRoom));
   EXPECT_EQ(Files().size(), 3u + 2 * Truth().size());
   EXPECT_EQ(Content(*this / "x-001-002.wav"), Content(*this / "x_2-002.wav"));
+
+  // Nor a subcommand over what it reads, whatever the name.
+  fs::create_symlink("x-001.wav", *this / "soft");
+  fs::create_hard_link(*this / "x-001.wav", *this / "hard");
+  std::ofstream(*this / "profile") << "vad_threshold 45\n";
+  std::ofstream(*this / "config.Vask") << "Vask_LOUDNESS: 1\n";
+  struct Case {
+    std::vector<std::string> args;
+    std::string output;
+  };
+  for (const Case& c : std::vector<Case>{{{"denoise", "x-001.wav"}, "./x-001.wav"},
+                                         {{"denoise", "-"}, "hard"},
+                                         {{"packets", "x-001.wav"}, "soft"},
+                                         {{"unpack", "soft"}, "hard"},
+                                         {{"mfcc", "hard"}, "soft"},
+                                         {{"report", "x-001.wav"}, "soft"},
+                                         {{"report", kRoom, "--profile", "profile"}, "profile"},
+                                         {{"denoise", kRoom, "--config", "."}, "config.Vask"}}) {
+    const std::string before = Content(*this / c.output);
+    std::vector<std::string> args = c.args;
+    args.insert(args.end(), {"-o", c.output});
+    const Outcome refused = Run(args, [] { dup2(open("x-001.wav", O_RDONLY), STDIN_FILENO); });
+    EXPECT_EQ(refused.exit_code, 1) << c.args[0];
+    EXPECT_EQ(refused.err,
+              "vask: " + c.output + ": is an input of this run: choose another name or folder\n");
+    EXPECT_EQ(Content(*this / c.output), before) << c.args[0];
+  }
+  EXPECT_NE(Run({"denoise", "/dev/null", "-o", "/dev/null"}).err.find("cannot be read as audio"),
+            std::string::npos);
 }
 
 TEST_F(Command, LeavesNothingHalfWritten) {

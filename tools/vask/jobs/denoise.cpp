@@ -6,6 +6,7 @@
 #include <new>
 #include <vask/stream.hpp>
 
+#include "files/inputs.h"
 #include "jobs/jobs.h"
 #include "sound/audio_reader.h"
 #include "sound/wav_writer.h"
@@ -66,6 +67,7 @@ Job DenoiseJob(CLI::App& app, const EngineOptions& engine) {
   AddInput(*denoise, arguments->input);
   AddOutput(*denoise, arguments->output, "WAV file to write");
   return {denoise, [arguments, &engine] {
+            Inputs({arguments->input, engine.ConfigFile()}).CheckIsNone(arguments->output);
             CheckConfig(engine);
             Denoise(arguments->input, arguments->output);
             return EXIT_SUCCESS;

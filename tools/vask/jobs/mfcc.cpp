@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
+#include "files/inputs.h"
 #include "files/output_file.h"
 #include "jobs/jobs.h"
 #include "library/extractor.h"
@@ -124,6 +126,18 @@ void Mfcc(const Arguments& arguments) {
   reader.CheckWhole();
 }
 
+// The recording and what is in the knowledge base.
+Inputs InputsOf(const Arguments& arguments) {
+  Inputs inputs({arguments.input});
+  if (arguments.knowledge_base.empty()) return inputs;
+  std::error_code ignored;
+  for (const auto& file :
+       std::filesystem::directory_iterator(arguments.knowledge_base + "/Vask.db", ignored)) {
+    inputs.Add(file.path().string());
+  }
+  return inputs;
+}
+
 std::string CheckKnowledgeBase(const std::string& dir) {
   if (const std::string complaint = LengthComplaint(dir); !complaint.empty()) return complaint;
   const bool usable = access((dir + "/Vask.db/.").c_str(), W_OK) == 0;
@@ -147,6 +161,7 @@ Job MfccJob(CLI::App& app) {
       ->type_name("DIR")
       ->check(CheckKnowledgeBase);
   return {mfcc, [arguments] {
+            InputsOf(*arguments).CheckIsNone(arguments->output);
             Mfcc(*arguments);
             return EXIT_SUCCESS;
           }};

@@ -8,6 +8,7 @@
 #include <vask/stream.hpp>
 #include <vector>
 
+#include "files/inputs.h"
 #include "files/output_file.h"
 #include "jobs/jobs.h"
 #include "listen/segments.h"
@@ -115,6 +116,7 @@ Job PacketsJob(CLI::App& app, const EngineOptions& engine) {
       ->check(CLI::Range(1, VASK_LARGEST_PACKET));
   packets->add_flag("--bare", arguments->bare, "No headers: all utterances in one stream of codes");
   return {packets, [arguments, &engine] {
+            Inputs({arguments->input, engine.ConfigFile()}).CheckIsNone(arguments->output);
             CheckConfig(engine);
             StreamOptions options;
             options.Device(engine.device, engine.os);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "files/input_file.h"
+#include "files/inputs.h"
 #include "jobs/jobs.h"
 #include "sound/wav_writer.h"
 #include "terminal/arguments.h"
@@ -95,6 +96,7 @@ Job UnpackJob(CLI::App& app) {
   AddInput(*unpack, arguments->input, "IN", "Packets with headers");
   AddOutput(*unpack, arguments->output, "WAV file to write");
   return {unpack, [arguments] {
+            Inputs({arguments->input}).CheckIsNone(arguments->output);
             Unpack(arguments->input, arguments->output);
             return EXIT_SUCCESS;
           }};

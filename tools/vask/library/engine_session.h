@@ -15,6 +15,8 @@ struct EngineOptions {
   int32_t device = 2;  // the library's own choice
   int32_t os = 2;
   std::string config_dir;  // holds config.Vask; empty: built-in settings
+
+  std::string ConfigFile() const { return config_dir.empty() ? "" : config_dir + "/config.Vask"; }
 };
 
 // The engine is one for the whole process, so there is one session at a time.

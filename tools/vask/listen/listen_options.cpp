@@ -19,20 +19,23 @@ constexpr int32_t kFramesAnHour = 3600 * kFramesASecond;
 
 int32_t Rounded(double value) { return static_cast<int32_t>(std::lround(value)); }
 
-// "general", a device's number or a file.
 void ApplyProfile(const std::string& profile, int32_t os, vask_stream_options& stream) {
-  const bool number =
-      std::all_of(profile.begin(), profile.end(), [](char c) { return c >= '0' && c <= '9'; });
-  if (profile == "general") {
-    vask_stream_profile(2, 2, &stream.profile);
-  } else if (number && profile.size() < 10) {
-    vask_stream_profile(std::stoi(profile), os, &stream.profile);
-  } else {
+  if (NamesProfileFile(profile)) {
     ReadProfileFile(profile, stream.profile);
+  } else if (profile == "general") {
+    vask_stream_profile(2, 2, &stream.profile);
+  } else {
+    vask_stream_profile(std::stoi(profile), os, &stream.profile);
   }
 }
 
 }  // namespace
+
+bool NamesProfileFile(const std::string& profile) {
+  const bool number =
+      std::all_of(profile.begin(), profile.end(), [](char c) { return c >= '0' && c <= '9'; });
+  return profile != "general" && !(number && profile.size() < 10);
+}
 
 void AddListenOptions(CLI::App& command, ListenOptions& options) {
   const auto seconds = [&](const char* name, std::optional<double>& value, double least, int most,

@@ -21,6 +21,9 @@ struct ListenOptions {
 
 void AddListenOptions(CLI::App& command, ListenOptions& options);
 
+// Whether --profile names a file: not "general", a device's number or nothing.
+bool NamesProfileFile(const std::string& profile);
+
 // Options of a stream that gives no audio yet. The preset counts least, then the profile, then the rest.
 // Throws UsageError, or FileError for a profile's file.
 vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device, int32_t os);

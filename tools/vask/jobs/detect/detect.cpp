@@ -12,6 +12,7 @@
 #include <new>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vask/stream.hpp>
 
 #include "files/output_file.h"
@@ -263,7 +264,10 @@ int DetectAll(const DetectArguments& arguments, const vask_stream_options& optio
   std::optional<UtteranceFiles> files;
   std::optional<Journal> journal;
   if (!arguments.output.empty()) {
-    files.emplace(arguments.output, arguments.flac, arguments.inputs);
+    Inputs inputs(arguments.inputs);
+    if (!arguments.files_from.empty()) inputs.Add(arguments.files_from);
+    if (NamesProfileFile(arguments.options.profile)) inputs.Add(arguments.options.profile);
+    files.emplace(arguments.output, arguments.flac, std::move(inputs));
     journal.emplace(arguments.output, Fingerprint(arguments, options), arguments.resume);
   }
   const ListingEdges edges = {options.pad_start >= 0, options.pad_end >= 0};

@@ -1,9 +1,8 @@
 #include "jobs/detect/utterance_files.h"
 
-#include <sys/stat.h>
-
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "files/output_file.h"
 #include "terminal/errors.h"
@@ -12,8 +11,8 @@ namespace vask::command {
 
 namespace fs = std::filesystem;
 
-UtteranceFiles::UtteranceFiles(const std::string& folder, bool flac, const std::vector<std::string>& inputs)
-    : folder_(folder), flac_(flac) {
+UtteranceFiles::UtteranceFiles(const std::string& folder, bool flac, Inputs inputs)
+    : folder_(folder), flac_(flac), inputs_(std::move(inputs)) {
   std::error_code error;
   fs::create_directories(folder_, error);
   if (error || !fs::is_directory(folder_, error)) {
@@ -21,10 +20,6 @@ UtteranceFiles::UtteranceFiles(const std::string& folder, bool flac, const std::
                      (error ? error.message() : "a file has this name") + "): choose another");
   }
   RemoveLeftovers(folder_);
-  for (const std::string& input : inputs) {
-    struct stat status;
-    if (stat(input.c_str(), &status) == 0) inputs_.emplace(status.st_dev, status.st_ino);
-  }
 }
 
 std::string UtteranceFiles::NextBase(const std::string& input) {
@@ -49,10 +44,7 @@ std::string UtteranceFiles::ListingOf(const std::string& base, const std::string
 }
 
 std::string UtteranceFiles::Checked(const std::string& name) const {
-  struct stat status;
-  if (stat(name.c_str(), &status) == 0 && inputs_.count({status.st_dev, status.st_ino}) != 0) {
-    throw FileError(name, "is an input of this run", "choose another folder");
-  }
+  inputs_.CheckIsNone(name);
   return name;
 }
 

@@ -5,9 +5,8 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <utility>
-#include <vector>
 
+#include "files/inputs.h"
 #include "sound/sound_writer.h"
 
 namespace vask::command {
@@ -17,7 +16,7 @@ namespace vask::command {
 class UtteranceFiles {
  public:
   // Makes the folder. `inputs` are never overwritten.
-  UtteranceFiles(const std::string& folder, bool flac, const std::vector<std::string>& inputs);
+  UtteranceFiles(const std::string& folder, bool flac, Inputs inputs);
 
   // The BASE of the next input; called for each, in their order.
   std::string NextBase(const std::string& input);
@@ -32,7 +31,7 @@ class UtteranceFiles {
   std::string folder_;
   bool flac_;
   std::set<std::string> taken_bases_;
-  std::set<std::pair<uint64_t, uint64_t>> inputs_;  // device, inode
+  Inputs inputs_;
 };
 
 }  // namespace vask::command

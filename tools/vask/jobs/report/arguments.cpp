@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "files/inputs.h"
 #include "jobs/jobs.h"
 #include "jobs/report/report.h"
 #include "terminal/arguments.h"
@@ -29,6 +30,9 @@ Job ReportJob(CLI::App& app, const EngineOptions& engine) {
   report->add_flag("--no-audio", arguments->no_audio, "Leave the sound out: a smaller page, made faster");
   AddListenOptions(*report, arguments->options);
   return {report, [arguments, &engine] {
+            Inputs inputs({arguments->input, engine.ConfigFile()});
+            if (NamesProfileFile(arguments->options.profile)) inputs.Add(arguments->options.profile);
+            inputs.CheckIsNone(arguments->output);
             CheckConfig(engine);
             Report(*arguments, engine.device, engine.os);
             return EXIT_SUCCESS;

@@ -1,0 +1,27 @@
+// The files that a run reads: none of them may be replaced by what it writes.
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vask::command {
+
+class Inputs {
+ public:
+  Inputs() = default;
+  explicit Inputs(const std::vector<std::string>& names);
+
+  // "-" is standard input. What does not exist is none, nor is a device such as /dev/null.
+  void Add(const std::string& name);
+
+  // Throws FileError if `output` is one of them, by whatever name or link.
+  void CheckIsNone(const std::string& output) const;
+
+ private:
+  std::set<std::pair<uint64_t, uint64_t>> files_;  // device, inode
+};
+
+}  // namespace vask::command
