@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "files/input_file.h"
+#include "files/json_text.h"
 #include "terminal/errors.h"
 
 namespace vask::command {
@@ -57,8 +57,8 @@ class Reader {
     profile_.*(field->value) = value;
   }
 
-  void Json(const std::string& text) {
-    const auto object = nlohmann::json::parse(text, nullptr, false);
+  void Object(const std::string& text) {
+    const Json object = ParseJson(text);
     if (!object.is_object()) Fail("is no object of JSON", "write {\"vad_threshold\": 40} or lines of text");
     for (const auto& [name, value] : object.items()) Set("", name, value.dump());
   }
@@ -95,7 +95,7 @@ void ReadProfileFile(const std::string& path, epd_profile& profile) {
   const size_t start = text.find_first_not_of(" \t\r\n");
   Reader reader(path, profile);
   if (start != std::string::npos && text[start] == '{') {
-    reader.Json(text);
+    reader.Object(text);
   } else {
     reader.Lines(text);
   }

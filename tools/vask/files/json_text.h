@@ -1,0 +1,18 @@
+// JSON from outside: a profile, a ledger that somebody else may have written.
+#ifndef TOOLS_VASK_FILES_JSON_TEXT_H_
+#define TOOLS_VASK_FILES_JSON_TEXT_H_
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace vask::command {
+
+using Json = nlohmann::ordered_json;
+
+// The value of a text; a discarded one if the text is no JSON, or nests deeper than anything of ours: the
+// functions that write a value call themselves for what is in it.
+Json ParseJson(const std::string& text);
+
+}  // namespace vask::command
+
+#endif  // TOOLS_VASK_FILES_JSON_TEXT_H_
