@@ -41,9 +41,12 @@ std::string RecordingNames::Next(const std::string& file) {
     name += space > 0 ? '_' : rest.front();
     rest.remove_prefix(std::max<size_t>(space, 1));
   }
-  std::string unique = name;
-  for (int k = 2; !taken_.insert(unique).second; ++k) unique = name + "_" + std::to_string(k);
-  return unique;
+  const auto [found, is_free] = taken_.try_emplace(name, 2);
+  if (is_free) return name;
+  for (int& number = found->second;;) {
+    const std::string numbered = name + "_" + std::to_string(number++);
+    if (taken_.try_emplace(numbered, 2).second) return numbered;
+  }
 }
 
 }  // namespace vask::command

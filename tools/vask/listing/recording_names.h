@@ -1,8 +1,8 @@
 // Names of recordings for forms whose readers split lines at white space.
 #pragma once
 
-#include <set>
 #include <string>
+#include <unordered_map>
 
 namespace vask::command {
 
@@ -13,7 +13,7 @@ class RecordingNames {
   std::string Next(const std::string& file);
 
  private:
-  std::set<std::string> taken_;
+  std::unordered_map<std::string, int> taken_;  // the names, and the number that each gets the next time
 };
 
 }  // namespace vask::command
