@@ -6,11 +6,13 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <new>
 #include <string>
 
 #include "dsp/level.h"
+#include "files/output_file.h"
 #include "jobs/jobs.h"
 #include "library/engine_session.h"
 #include "terminal/errors.h"
@@ -38,6 +40,20 @@ constexpr const char* kFooter =
   vask report call.wav -o call.html            draw what was found, as a page
   vask --device 48 detect meeting.wav          with the settings of another device
 Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.)";
+
+constexpr const char* kOutOfMemory = "vask: out of memory: end other programs or use a larger machine\n";
+
+// A value of JSON asks for memory when it is freed, in a destructor, which may not fail.
+[[noreturn]] void EndWhereNothingCatches() {
+  try {
+    if (std::current_exception()) throw;
+  } catch (const std::bad_alloc&) {
+    std::fputs(kOutOfMemory, stderr);
+    std::_Exit(EXIT_FAILURE);
+  } catch (...) {
+  }
+  std::abort();
+}
 
 // An empty text means "good", as CLI11 wants it.
 std::string CheckConfigDir(const std::string& dir) {
@@ -86,7 +102,10 @@ int Run(int argc, char** argv) {
     return asked_for ? EXIT_SUCCESS : kExitUsage;
   }
   for (const Job& job : jobs) {
-    if (job.subcommand->parsed()) return job.run();
+    if (!job.subcommand->parsed()) continue;
+    const CLI::Option* output = job.subcommand->get_option_no_throw("--output");
+    if (output != nullptr && output->count() > 0) RemoveLeftoversOf(output->as<std::string>());
+    return job.run();
   }
   return kExitUsage;  // not reached: a subcommand is required
 }
@@ -98,6 +117,7 @@ int main(int argc, char** argv) {
   using namespace vask::command;
   // A stream that the parent process closed would otherwise become the first file that is opened.
   for (int fd = 0; fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
+  std::set_terminate(EndWhereNothingCatches);
   try {
     CatchSignals();
     const int status = Run(argc, argv);
@@ -109,7 +129,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "vask: %s: see vask --help\n", Printable(error.what()).c_str());
     return kExitUsage;
   } catch (const std::bad_alloc&) {
-    std::fputs("vask: out of memory: end other programs or use a larger machine\n", stderr);
+    std::fputs(kOutOfMemory, stderr);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "vask: %s\n", Printable(error.what()).c_str());
   }

@@ -30,12 +30,15 @@ mode_t NewFileMode() {
   return mode;
 }
 
-}  // namespace
-
-OutputFile::OutputFile(const std::string& target) : name_(target), target_(target) {
+std::string Resolved(const std::string& target) {
   std::error_code ignored;
   const std::filesystem::path resolved = std::filesystem::canonical(target, ignored);
-  if (!resolved.empty()) target_ = resolved.string();
+  return resolved.empty() ? target : resolved.string();
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& target) : name_(target), target_(Resolved(target)) {
   struct stat status;
   const bool exists = stat(target_.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
@@ -91,6 +94,8 @@ void OutputFile::WriteOverStart(std::span<const uint8_t> bytes) {
 
 void OutputFile::Commit() {
   Flush();
+  // Else a power cut could leave the new name with nothing behind it. Some file systems cannot.
+  if (!temporary_.empty() && fsync(fd_) != 0 && errno != EINVAL && errno != ENOSYS) ThrowUnwritable(errno);
   // A network file system may report a full disk only in close(); the lock lasts until the second one.
   const int again = fcntl(fd_, F_DUPFD_CLOEXEC, 0);
   const int closed = close(fd_);
@@ -132,6 +137,11 @@ void RemoveLeftovers(const std::string& folder) {
     if (regular && flock(fd, LOCK_EX | LOCK_NB) == 0) unlink(entry.path().c_str());
     close(fd);
   }
+}
+
+void RemoveLeftoversOf(const std::string& target) {
+  const std::string folder = std::filesystem::path(Resolved(target)).parent_path().string();
+  RemoveLeftovers(folder.empty() ? "." : folder);
 }
 
 }  // namespace vask::command

@@ -43,4 +43,7 @@ class OutputFile {
 // going on stay.
 void RemoveLeftovers(const std::string& folder);
 
+// The same for the folder in which an OutputFile for `target` would write.
+void RemoveLeftoversOf(const std::string& target);
+
 }  // namespace vask::command

@@ -4,6 +4,7 @@
 #include <vask/settings.h>
 
 #include <cstdio>
+#include <new>
 
 #include "terminal/errors.h"
 
@@ -31,7 +32,11 @@ EngineSession::EngineSession(const EngineOptions& options) : out_(kLargestOutput
 }
 
 EngineSession::~EngineSession() {
-  messages_.Complaint([] { Vask_epd_stop(); });
+  try {
+    messages_.Complaint([] { Vask_epd_stop(); });
+  } catch (const std::bad_alloc&) {
+    // Without memory the engine's last words are lost.
+  }
 }
 
 void EngineSession::Feed(Frame frame) {
