@@ -198,6 +198,24 @@ class Command : public testing::Test {
     return names;
   }
 
+  // Files of 5 s from all over the sample, two of them no audio.
+  std::vector<std::string> Many(int count) {
+    std::vector<std::string> names;
+    const Samples room = Load(kRoom);
+    for (int k = 0; k < count; ++k) {
+      names.push_back(std::string("f") + std::to_string(k) + ".wav");
+      const auto from = room.begin() + 6000 * (k % 40);
+      Save(*this / names.back(), Samples(from, from + 5 * kRateHz));
+    }
+    for (const size_t k : {size_t{3}, names.size() - 1}) std::ofstream(*this / names[k]) << "no sound";
+    return names;
+  }
+
+  static std::vector<std::string> With(std::vector<std::string> args, const std::vector<std::string>& more) {
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
+  }
+
   Folder folder_;
   const fs::path dir_ = folder_.path;
 };

@@ -17,9 +17,13 @@ void Inputs::Add(const std::string& name) {
   if (result == 0 && !S_ISCHR(status.st_mode)) files_.emplace(status.st_dev, status.st_ino);
 }
 
-void Inputs::CheckIsNone(const std::string& output) const {
+bool Inputs::Contain(const std::string& file) const {
   struct stat status;
-  if (stat(output.c_str(), &status) == 0 && files_.contains({status.st_dev, status.st_ino})) {
+  return stat(file.c_str(), &status) == 0 && files_.contains({status.st_dev, status.st_ino});
+}
+
+void Inputs::CheckIsNone(const std::string& output) const {
+  if (Contain(output)) {
     throw FileError(output, "is an input of this run", "choose another name or folder");
   }
 }

@@ -17,6 +17,8 @@ class Inputs {
   // "-" is standard input. What does not exist is none, nor is a device such as /dev/null.
   void Add(const std::string& name);
 
+  bool Contain(const std::string& file) const;  // by whatever name or link
+
   // Throws FileError if `output` is one of them, by whatever name or link.
   void CheckIsNone(const std::string& output) const;
 

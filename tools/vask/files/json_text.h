@@ -1,6 +1,5 @@
 // JSON from outside: a profile, a ledger that somebody else may have written.
-#ifndef TOOLS_VASK_FILES_JSON_TEXT_H_
-#define TOOLS_VASK_FILES_JSON_TEXT_H_
+#pragma once
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -14,5 +13,3 @@ using Json = nlohmann::ordered_json;
 Json ParseJson(const std::string& text);
 
 }  // namespace vask::command
-
-#endif  // TOOLS_VASK_FILES_JSON_TEXT_H_

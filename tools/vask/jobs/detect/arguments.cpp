@@ -28,8 +28,10 @@ The forms of other programs show one interval an utterance: START to END, or wit
 a preset that edge of the span; none begins before the end of the one before. man vask describes each form.
 rttm and kaldi name a recording NAME, with _ for white space; kaldi sorts by bytes when all is done.
 With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending, and
-a form that holds one recording to DIR/NAME.EXT. Each is there whole or not at all. A hidden
-file in DIR remembers what is finished, for --resume.
+a form that holds one recording to DIR/NAME.EXT. Each is there whole or not at all. Where several have the
+same name, NAME is NAME_FOLDER, or has figures that are made from the path. A hidden file in DIR remembers
+what was written and finished: a new run replaces what was written of the same recordings, and never other
+files without --overwrite. One run at a time writes to DIR.
 By itself a span begins 0.35 s before START and goes on for the hangover after END, about a second; an
 option counts more than the profile, and that more than the preset. A file for --profile holds lines
 "vad_threshold 40" or an object of JSON.
@@ -102,6 +104,10 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
       ->check(CLI::IsMember({"clean", "raw"}));
   detect->add_flag("--resume", arguments->resume, "Skip what an earlier run into DIR has finished")
       ->needs(output);
+  detect
+      ->add_flag("--overwrite", arguments->overwrite, "Replace files in DIR that are not of these recordings")
+      ->needs(output);
+  detect->add_flag("--no-wait", arguments->no_wait, "Fail while another run writes to DIR")->needs(output);
   detect->add_option("-j,--jobs", arguments->jobs, "Recordings at a time (one a core)")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));

@@ -6,7 +6,6 @@
 #include <bit>
 #include <cmath>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -16,7 +15,6 @@
 #include <vask/stream.hpp>
 
 #include "files/output_file.h"
-#include "jobs/detect/journal.h"
 #include "jobs/detect/meter.h"
 #include "jobs/detect/ordered_listing.h"
 #include "jobs/detect/utterance_files.h"
@@ -35,7 +33,6 @@ struct Run {
   vask_stream_options options;
   OrderedListing& ordered;
   UtteranceFiles* files;  // null without -o
-  Journal* journal;       // the same
   ListingEdges edges;
   bool listing_per_input;    // in files beside the utterances, not on standard output
   std::atomic<double> done;  // inputs, those in work in part
@@ -44,14 +41,12 @@ struct Run {
 // Where the segments of one input go: a file of its own, or the common listing.
 class Output {
  public:
-  Output(Run& run, size_t input, const std::string& base) : run_(run), input_(input) {
-    if (!run.listing_per_input) return;
-    listing_ = MakeListing(run.arguments.format, run.edges);
-    file_.emplace(run.files->ListingOf(base, listing_->EndingOfOne()));
-  }
+  Output(Run& run, size_t input, InputFiles* files) : run_(run), input_(input), files_(files) {}
 
   void Open(const Recording& recording) {
-    if (!listing_) return run_.ordered.Open(input_, recording);
+    if (!run_.listing_per_input) return run_.ordered.Open(input_, recording);
+    listing_ = MakeListing(run_.arguments.format, run_.edges);
+    file_.emplace(files_->ListingToWrite(listing_->EndingOfOne()));
     Append(listing_->Begin());
     Append(listing_->Open(recording));
   }
@@ -60,12 +55,15 @@ class Output {
     if (!listing_) return run_.ordered.Add(input_, segment);
     Append(listing_->Add(recording, segment));
   }
-  void Close(const Recording& recording, const std::optional<FileError>& shortfall = {}) {
+  void Close(const Recording& recording, const SegmentNotes& notes,
+             const std::optional<FileError>& shortfall = {}) {
     if (listing_) {
       Append(listing_->Close(recording));
       Append(listing_->End());
       file_->Commit();
+      files_->KeepListing(listing_->EndingOfOne());
     }
+    if (files_ != nullptr) files_->Finish(recording, notes, !shortfall);
     run_.ordered.Close(input_, recording, shortfall);
   }
 
@@ -76,6 +74,7 @@ class Output {
 
   Run& run_;
   size_t input_;
+  InputFiles* files_;  // null without -o
   std::unique_ptr<Listing> listing_;
   std::optional<OutputFile> file_;
 };
@@ -83,8 +82,8 @@ class Output {
 // One input's way through a stream.
 class Detection : public SegmentSink {
  public:
-  Detection(Run& run, Stream& stream, const std::string& input, const std::string& base, Output& output)
-      : run_(run), stream_(stream), base_(base), output_(output), reader_(input) {
+  Detection(Run& run, Stream& stream, const std::string& input, InputFiles* files, Output& output)
+      : run_(run), stream_(stream), files_(files), output_(output), reader_(input) {
     recording_ = {input, reader_.rate(), reader_.channels(), 0};
     const size_t inputs = run.arguments.inputs.size();
     show_progress_ = inputs > 1 || IsLong(reader_.ExpectedSamples());
@@ -97,22 +96,19 @@ class Detection : public SegmentSink {
     FindSegments(reader_, stream_, *this);
     recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
     const std::optional<FileError> shortfall = reader_.Shortfall();
-    output_.Close(recording_, shortfall);
+    output_.Close(recording_, notes_, shortfall);
     return !shortfall;
   }
 
-  const Recording& recording() const { return recording_; }
-  const SegmentNotes& notes() const { return notes_; }
-
   void Started() override {
-    if (run_.files != nullptr) writer_ = run_.files->Make(base_, utterances_ + 1);
+    if (files_ != nullptr) writer_ = files_->MakeUtterance(utterances_ + 1);
   }
   void Audio(std::span<const int16_t> samples) override {
     if (writer_) writer_->Write(samples);
   }
   void Ended(const vask_stream_event& event) override {
-    if (writer_) writer_->Commit();
     ++utterances_;
+    if (writer_) files_->KeepUtterance(*writer_, utterances_);
     Keep(event);
   }
   void Rejected(const vask_stream_event& event) override { Keep(event); }
@@ -137,7 +133,7 @@ class Detection : public SegmentSink {
     Segment segment = SegmentOf(event, reader_);
     segment.number = segment.rejected ? 0 : utterances_;
     output_.Add(recording_, segment);
-    if (run_.journal != nullptr) notes_.Add(segment);
+    if (files_ != nullptr) notes_.Add(segment);
   }
 
   std::string ProgressLine() const {
@@ -149,7 +145,7 @@ class Detection : public SegmentSink {
 
   Run& run_;
   Stream& stream_;
-  const std::string& base_;
+  InputFiles* files_;  // null without -o
   Output& output_;
   AudioReader reader_;
   Recording recording_;
@@ -160,33 +156,32 @@ class Detection : public SegmentSink {
   bool show_progress_ = false;
 };
 
-// Whether an earlier run has finished the input, and all that it wrote is still there; then it is listed.
-bool ListFinished(Run& run, const InputState& state, Output& output) {
-  const std::optional<Finished> finished = run.journal->Find(state);
+// Whether an earlier run has finished the input; then it is listed.
+bool ListFinished(Run& run, const std::string& input, InputFiles& files, Output& output) {
+  std::optional<Finished> finished = files.TakeFinished();
   if (!finished) return false;
-  for (const Segment& segment : finished->segments) {
-    if (!segment.rejected && !std::filesystem::exists(run.files->NameOf(state.base, segment.number))) {
-      return false;
-    }
-  }
+  finished->recording.file = input;
+  SegmentNotes notes;
   output.Open(finished->recording);
-  for (const Segment& segment : finished->segments) output.Add(finished->recording, segment);
-  output.Close(finished->recording);
+  for (const Segment& segment : finished->segments) {
+    output.Add(finished->recording, segment);
+    notes.Add(segment);
+  }
+  output.Close(finished->recording, notes);
   run.done += 1;
   return true;
 }
 
 // Whether the input was whole. One that was not is not noted: --resume does it again, and says so again.
-bool DetectInput(Run& run, Stream& stream, size_t number, const std::string& base) {
+bool DetectInput(Run& run, Stream& stream, size_t number) {
   const std::string& input = run.arguments.inputs[number];
-  Output output(run, number, base);
-  std::optional<InputState> state;
-  if (run.journal != nullptr) state = StateOf(input, base);
-  if (state && ListFinished(run, *state, output)) return true;
-  Detection detection(run, stream, input, base, output);
-  if (!detection.Find()) return false;
-  if (state) run.journal->Add(*state, detection.recording(), detection.notes());
-  return true;
+  std::optional<InputFiles> files;
+  if (run.files != nullptr) files.emplace(*run.files, input);
+  InputFiles* const files_or_null = files ? &*files : nullptr;
+  Output output(run, number, files_or_null);
+  if (files && ListFinished(run, input, *files, output)) return true;
+  if (files) files->Check();
+  return Detection(run, stream, input, files_or_null, output).Find();
 }
 
 // The threads take the inputs one after another.
@@ -196,7 +191,12 @@ class Workers {
 
   int Work(size_t count) {
     std::vector<std::thread> threads;
-    for (size_t k = 1; k < count; ++k) threads.emplace_back([this] { Loop(); });
+    threads.reserve(count);
+    try {
+      for (size_t k = 1; k < count; ++k) threads.emplace_back([this] { Loop(); });
+    } catch (const std::exception&) {
+      // The system gives no more threads: those that run, and this one, do it all.
+    }
     Loop();
     for (std::thread& thread : threads) thread.join();
     if (failure_) std::rethrow_exception(failure_);
@@ -208,12 +208,11 @@ class Workers {
     try {
       Stream stream(run_.options);
       if (!stream) throw std::bad_alloc();
-      size_t number = 0;
-      for (std::string base; Next(number, base);) {
+      for (size_t number; (number = next_++) < run_.arguments.inputs.size();) {
         run_.ordered.ThrowIfStopped();
         CheckSignals();
         try {
-          if (!DetectInput(run_, stream, number, base)) failed_ = true;
+          if (!DetectInput(run_, stream, number)) failed_ = true;
         } catch (const FileError& error) {
           failed_ = true;
           run_.ordered.Fail(number, run_.arguments.inputs[number], error);
@@ -230,18 +229,10 @@ class Workers {
     }
   }
 
-  bool Next(size_t& number, std::string& base) {
-    const std::lock_guard lock(mutex_);
-    if (next_ == run_.arguments.inputs.size()) return false;
-    number = next_++;
-    if (run_.files != nullptr) base = run_.files->NextBase(run_.arguments.inputs[number]);
-    return true;
-  }
-
   Run& run_;
-  std::mutex mutex_;
-  size_t next_ = 0;
+  std::atomic<size_t> next_ = 0;
   std::atomic<bool> failed_ = false;
+  std::mutex mutex_;  // of the failure
   std::exception_ptr failure_;
 };
 
@@ -262,20 +253,17 @@ std::string Fingerprint(const DetectArguments& arguments, const vask_stream_opti
 
 int DetectAll(const DetectArguments& arguments, const vask_stream_options& options) {
   std::optional<UtteranceFiles> files;
-  std::optional<Journal> journal;
   if (!arguments.output.empty()) {
     Inputs inputs(arguments.inputs);
     if (!arguments.files_from.empty()) inputs.Add(arguments.files_from);
     if (NamesProfileFile(arguments.options.profile)) inputs.Add(arguments.options.profile);
-    files.emplace(arguments.output, arguments.flac, std::move(inputs));
-    journal.emplace(arguments.output, Fingerprint(arguments, options), arguments.resume);
+    files.emplace(arguments, Fingerprint(arguments, options), std::move(inputs));
   }
   const ListingEdges edges = {options.pad_start >= 0, options.pad_end >= 0};
   const std::unique_ptr<Listing> listing = MakeListing(arguments.format, edges);
   const bool listing_per_input = files && !listing->EndingOfOne().empty();
   OrderedListing ordered(listing_per_input ? nullptr : listing.get());
-  Run run = {arguments, options,           ordered, files ? &*files : nullptr, journal ? &*journal : nullptr,
-             edges,     listing_per_input, 0};
+  Run run = {arguments, options, ordered, files ? &*files : nullptr, edges, listing_per_input, 0};
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());

@@ -16,7 +16,8 @@ struct DetectArguments {
   std::string output;  // folder; empty: the utterances are listed only
   std::string format = "text";
   std::string audio = "clean";
-  bool flac = false, resume = false, verbose = false, meter = false;
+  bool flac = false, resume = false, overwrite = false, no_wait = false;  // with an output
+  bool verbose = false, meter = false;
   int32_t jobs = 0;  // 0: one a core
 };
 

@@ -1,20 +1,15 @@
 #include "jobs/detect/journal.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <nlohmann/json.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <utility>
 
-#include "terminal/errors.h"
+#include "files/json_text.h"
 
 namespace vask::command {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 // A name as text that JSON can hold, different for different names.
 std::string Coded(const std::string& name) {
@@ -31,7 +26,28 @@ std::string Coded(const std::string& name) {
   return text;
 }
 
-Segment ToSegment(const Json& json) {
+std::string Decoded(const std::string& text) {
+  std::string name;
+  for (size_t i = 0; i < text.size(); ++i) {
+    unsigned int code = 0;
+    if (text[i] == '%' && std::sscanf(text.c_str() + i + 1, "%2X", &code) == 1) i += 2;
+    name += code != 0 ? static_cast<char>(code) : text[i];
+  }
+  return name;
+}
+
+// Never out of the folder, nor another file of ours.
+bool IsNameInFolder(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+         name.rfind(".vask-", 0) != 0;
+}
+
+// As they are in a listing, which may go to a terminal.
+bool IsWord(const std::string& text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; });
+}
+
+std::optional<Segment> ToSegment(const Json& json) {
   Segment s;
   json.at(0).get_to(s.number);
   json.at(1).get_to(s.rejected);
@@ -44,7 +60,17 @@ Segment ToSegment(const Json& json) {
   json.at(8).get_to(s.voiced);
   json.at(9).get_to(s.ended);
   json.at(10).get_to(s.reason);
+  if (!IsWord(s.ended) || !IsWord(s.reason)) return std::nullopt;
   return s;
+}
+
+std::optional<std::vector<FileStamp>> ToStamps(const Json& json) {
+  std::vector<FileStamp> stamps;
+  for (const Json& file : json) {
+    stamps.push_back({Decoded(file.at(0)), file.at(1), file.at(2)});
+    if (!IsNameInFolder(stamps.back().name)) return std::nullopt;
+  }
+  return stamps;
 }
 
 }  // namespace
@@ -56,79 +82,210 @@ void SegmentNotes::Add(const Segment& s) {
   text_ += json.dump();
 }
 
-std::optional<InputState> StateOf(const std::string& file, const std::string& base) {
+InputState StateOf(const std::string& path, const std::string& base) {
+  InputState state = {path, base};
   struct stat status;
-  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  return InputState{file, base, status.st_size,
-                    status.st_mtim.tv_sec * INT64_C(1000000000) + status.st_mtim.tv_nsec};
+  if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return state;
+  state.size = status.st_size;
+  state.modified = status.st_mtim.tv_sec * INT64_C(1000000000) + status.st_mtim.tv_nsec;
+  state.repeatable = true;
+  return state;
 }
 
-Journal::Journal(const std::string& folder, const std::string& options, bool resume)
-    : name_(folder + "/.vask-detect.jsonl"), options_(options) {
-  const int flags = O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC;
-  if (!resume) unlink(name_.c_str());
-  fd_ = open(name_.c_str(), flags, 0666);
-  if (fd_ < 0) {
-    throw FatalError(Printable(name_) + ": cannot be written (" + std::strerror(errno) +
-                     "): check the folder and its permissions");
-  }
-  if (resume) Index();
+Journal::Journal(const std::string& folder, std::string options, size_t recordings, bool wait)
+    : options_(std::move(options)), file_(folder, recordings, wait) {
+  Load();
+  LeaveOutWhatIsOver();
 }
-
-Journal::~Journal() { close(fd_); }
 
 std::string Journal::Key(const InputState& input) const {
-  const Json key = {options_, Coded(input.file), Coded(input.base), input.size, input.modified};
+  const Json key = {options_, Coded(input.path), Coded(input.base), input.size, input.modified};
   return key.dump();
 }
 
-// A line is {"input":KEY,"result":...}. One that a full disk cut short is none, nor does it spoil the next
-// one.
-void Journal::Index() {
-  std::ifstream file(name_, std::ios::binary);
-  int64_t place = 0;
-  bool ended = true;
-  for (std::string line; std::getline(file, line);) {
-    ended = !file.eof();
-    const Json json = Json::parse(line, nullptr, false);
-    if (ended && json.is_object() && json.contains("input")) {
-      lines_[json["input"].dump()] = {place, line.size()};
+void Journal::Load() {
+  inputs_.clear();
+  names_.clear();
+  lines_ = 0;
+  file_.ReadLines([this](LedgerFile::Place place, const std::string& line) {
+    ++lines_;
+    try {
+      Take(place, line);
+    } catch (const Json::exception&) {
+      // somebody else wrote in it
     }
-    place += static_cast<int64_t>(line.size()) + 1;
+  });
+}
+
+// A line is {"claim":[PATH,BASE,NAME]} or {"input":KEY,"files":[[NAME,SIZE,CRC],...],"result":...}. One of an
+// earlier version has no files: it says which there were, but not whether they were whole.
+void Journal::Take(LedgerFile::Place place, const std::string& line) {
+  const Json json = ParseJson(line);
+  if (!json.is_object()) return;
+  if (json.contains("claim")) {
+    const Json& claim = json["claim"];
+    const std::string base = Decoded(claim.at(1)), name = Decoded(claim.at(2));
+    if (IsNameInFolder(base) && IsNameInFolder(name)) Own(Decoded(claim.at(0)), base, name);
+  } else if (json.contains("files")) {
+    const auto stamps = ToStamps(json["files"]);
+    const std::string base = Decoded(json.at("input").at(2));
+    if (stamps && IsNameInFolder(base)) Finish(Decoded(json["input"].at(1)), base, *stamps, place);
+  } else if (json.contains("result")) {
+    const std::string options = json.at("input").at(0), base = Decoded(json["input"].at(2));
+    const char* ending = options.find(" flac ") != std::string::npos ? "flac" : "wav";
+    if (!IsNameInFolder(base)) return;
+    for (const Json& segment : json["result"].at("segments")) {
+      char number[24];
+      std::snprintf(number, sizeof number, "-%03d.", segment.at(0).get<int>());
+      Own("?" + base, base, base + number + ending);
+    }
   }
-  if (!ended && write(fd_, "\n", 1) != 1) throw FileError(name_, "cannot be written", "make room");
+}
+
+void Journal::Own(const std::string& path, const std::string& base, const std::string& name) {
+  Known& input = inputs_[path];
+  input.path = path;
+  input.base = base;
+  const auto file = names_.try_emplace(name, nullptr).first;
+  if (file->second == &input) return;
+  if (file->second != nullptr) file->second->line.reset();  // it has lost one of its files
+  file->second = &input;
+  input.names.push_back(file);
+}
+
+void Journal::Finish(const std::string& path, const std::string& base, const std::vector<FileStamp>& files,
+                     LedgerFile::Place place) {
+  Known& input = inputs_[path];
+  for (const Names::iterator& file : std::exchange(input.names, {})) {
+    if (file->second == &input) file->second = nullptr;
+  }
+  input.path = path;
+  input.base = base;
+  for (const FileStamp& file : files) Own(path, base, file.name);
+  input.finished = input.names.size();
+  input.line = place;
+}
+
+// What later lines have made void goes when it is most of the file.
+void Journal::LeaveOutWhatIsOver() {
+  std::string text;
+  size_t lines = 0;
+  const auto keep = [&](const std::string& line) {
+    text += line + "\n";
+    ++lines;
+  };
+  for (const auto& [path, input] : inputs_) {
+    if (input.line) keep(file_.Line(*input.line));
+    for (size_t k = input.line ? input.finished : 0; k < input.names.size(); ++k) {
+      if (input.names[k]->second != &input) continue;
+      const Json claim = {Coded(path), Coded(input.base), Coded(input.names[k]->first)};
+      keep("{\"claim\":" + claim.dump() + "}");
+    }
+  }
+  if (file_.has_head() && lines_ <= 2 * lines) return;
+  file_.Replace(text);
+  Load();
+}
+
+std::map<std::string, std::string> Journal::Bases() {
+  const std::lock_guard lock(mutex_);
+  std::map<std::string, std::string> bases;
+  for (const auto& [path, input] : inputs_) {
+    const bool some =
+        std::any_of(input.names.begin(), input.names.end(),
+                    [known = &input](const Names::iterator& file) { return file->second == known; });
+    if (some && !path.starts_with('?')) bases[path] = input.base;
+  }
+  return bases;
+}
+
+std::optional<std::string> Journal::OwnerOf(const std::string& name) {
+  const std::lock_guard lock(mutex_);
+  const auto file = names_.find(name);
+  if (file == names_.end() || file->second == nullptr) return std::nullopt;
+  return file->second->path;
+}
+
+std::vector<std::string> Journal::NamesOf(const InputState& input) {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> names;
+  const auto known = inputs_.find(input.path);
+  if (known == inputs_.end()) return names;
+  for (const Names::iterator& file : known->second.names) {
+    if (file->second == &known->second) names.push_back(file->first);
+  }
+  return names;
+}
+
+std::vector<std::string> Journal::RivalsOf(const InputState& input) {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> names;
+  for (const char next : {'-', '.'}) {
+    const std::string start = input.base + next;
+    for (auto file = names_.lower_bound(start); file != names_.end() && file->first.starts_with(start);
+         ++file) {
+      const Known* owner = file->second;
+      if (owner != nullptr && owner->base == input.base && owner->path != input.path)
+        names.push_back(file->first);
+    }
+  }
+  return names;
 }
 
 std::optional<Finished> Journal::Find(const InputState& input) {
-  const auto found = lines_.find(Key(input));
-  if (found == lines_.end()) return std::nullopt;
-  const auto [place, length] = found->second;
-  std::string line(length, '\0');
-  if (pread(fd_, line.data(), length, place) != static_cast<ssize_t>(length)) return std::nullopt;
+  std::optional<LedgerFile::Place> place;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known = inputs_.find(input.path);
+    if (known != inputs_.end()) place = known->second.line;
+  }
+  if (!place) return std::nullopt;
   try {
-    const Json result = Json::parse(line).at("result");
-    Finished finished;
-    finished.recording = {input.file, result.at("rate"), result.at("channels"), result.at("seconds")};
-    for (const Json& segment : result.at("segments")) finished.segments.push_back(ToSegment(segment));
+    const Json json = ParseJson(file_.Line(*place));
+    if (!json.is_object() || json.at("input").dump() != Key(input)) return std::nullopt;
+    const Json& result = json.at("result");
+    auto files = ToStamps(json.at("files"));
+    if (!files) return std::nullopt;
+    Finished finished = {
+        {"", result.at("rate"), result.at("channels"), result.at("seconds")}, {}, std::move(*files)};
+    for (const Json& json_segment : result.at("segments")) {
+      const std::optional<Segment> segment = ToSegment(json_segment);
+      if (!segment) return std::nullopt;
+      finished.segments.push_back(*segment);
+    }
     return finished;
   } catch (const Json::exception&) {
     return std::nullopt;  // somebody else wrote in it
   }
 }
 
-void Journal::Add(const InputState& input, const Recording& recording, const SegmentNotes& segments) {
+void Journal::Claim(const InputState& input, const std::string& name) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto file = names_.find(name);
+    if (file != names_.end() && file->second != nullptr && file->second->path == input.path) return;
+    const Json claim = {Coded(input.path), Coded(input.base), Coded(name)};
+    file_.Append("{\"claim\":" + claim.dump() + "}");
+    Own(input.path, input.base, name);
+  }
+  file_.Sync();
+}
+
+void Journal::Add(const InputState& input, const Recording& recording, const std::vector<FileStamp>& files,
+                  const SegmentNotes& segments) {
   const Json head = {
       {"rate", recording.rate}, {"channels", recording.channels}, {"seconds", recording.seconds}};
-  std::string text = "{\"input\":" + Key(input) + ",\"result\":" + head.dump();
-  text.back() = ',';
-  text += "\"segments\":[";
-  text += segments.text();
-  text += "]}}\n";
-  const std::lock_guard lock(mutex_);
-  if (write(fd_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-    throw FileError(name_, std::string("cannot be written (") + std::strerror(errno) + ")",
-                    "make room; --resume will do this input again");
+  std::string text = "{\"input\":" + Key(input) + ",\"files\":[";
+  for (const FileStamp& file : files) {
+    const Json json = {Coded(file.name), file.size, file.crc};
+    if (text.back() != '[') text += ',';
+    text += json.dump();
   }
+  text += "],\"result\":" + head.dump();
+  text.back() = ',';
+  text += "\"segments\":[" + segments.text() + "]}}";
+  const std::lock_guard lock(mutex_);
+  Finish(input.path, input.base, files, file_.Append(text));
 }
 
 }  // namespace vask::command

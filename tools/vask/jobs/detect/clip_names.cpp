@@ -1,0 +1,67 @@
+#include "jobs/detect/clip_names.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+namespace vask::command {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr size_t kLongest = 200;  // bytes: a file system takes 255, with number and ending
+
+std::string Stem(const std::string& path) { return path == "-" ? "stdin" : fs::path(path).stem().string(); }
+
+// "" where it would be too long.
+std::string WithFolder(const std::string& path) {
+  const std::string base = Stem(path) + "_" + fs::path(path).parent_path().filename().string();
+  return base.size() > kLongest ? "" : base;
+}
+
+// FNV-1a of 64 bits.
+std::string WithFigures(const std::string& path) {
+  uint64_t hash = 0xCBF29CE484222325;
+  for (const char c : path) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+  char figures[24];
+  std::snprintf(figures, sizeof figures, "_%012llx", static_cast<unsigned long long>(hash >> 16));
+  return Stem(path) + figures;
+}
+
+}  // namespace
+
+std::string PathOf(const std::string& input) {
+  std::error_code error;
+  const fs::path path = fs::absolute(input, error);
+  return input == "-" || error ? input : path.lexically_normal().string();
+}
+
+std::map<std::string, std::string> BasesOf(const std::vector<std::string>& inputs,
+                                           std::map<std::string, std::string> kept) {
+  std::map<std::string, std::string> bases = std::move(kept);
+  std::set<std::string> taken, nameless;
+  for (const auto& [path, base] : bases) taken.insert(base);
+  for (const std::string& input : inputs) {
+    if (std::string path = PathOf(input); !bases.contains(path)) nameless.insert(std::move(path));
+  }
+  for (const auto& candidate : {Stem, WithFolder, WithFigures}) {
+    std::map<std::string, std::vector<std::string>> wanted;
+    for (const std::string& path : nameless) wanted[candidate(path)].push_back(path);
+    for (const auto& [base, paths] : wanted) {
+      if (base.empty() || paths.size() > 1 || !taken.insert(base).second) continue;
+      bases[paths.front()] = base;
+      nameless.erase(paths.front());
+    }
+  }
+  for (const std::string& path : nameless) {  // two with the same figures
+    std::string base = WithFigures(path);
+    while (!taken.insert(base).second) base += "_";
+    bases[path] = base;
+  }
+  return bases;
+}
+
+}  // namespace vask::command
