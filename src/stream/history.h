@@ -16,13 +16,13 @@ struct FrameNote {
   int64_t energy;      // sum of squares of the input
   int32_t log_energy;  // of the noise-reduced window that begins with it: units, Q16
   bool is_voiced;      // smoothed
-  bool is_voiced_raw;  // at first sight
-  bool is_tone;        // voiced at first sight, and a tone
+  bool is_voiced_raw;  // before smoothing
+  bool is_tone;        // voiced before smoothing, and a tone
 };
 
 class History {
  public:
-  // Notes of at least `frames` frames are kept. False without memory.
+  // Keep the notes of at least `frames` frames. False if there is no memory.
   bool Open(int32_t frames) {
     note_count_ = 1;
     while (note_count_ < frames) note_count_ *= 2;
@@ -31,7 +31,7 @@ class History {
   }
   void Close() { Release(notes_); }
 
-  // Frame `t` has come: its notes begin.
+  // Frame `t` has arrived: keep its samples and begin its note.
   void Enter(int64_t t, std::span<const int16_t> samples) {
     int64_t energy = 0;
     for (const int16_t sample : samples) energy += int32_t{sample} * sample;
@@ -47,7 +47,7 @@ class History {
   }
 
  private:
-  static constexpr int64_t kSampleFrames = 64;  // the margin before a start comes out 49 frames late
+  static constexpr int64_t kSampleFrames = 64;  // the margin before a start is emitted 49 frames late
 
   FrameNote* notes_;
   int64_t note_count_;

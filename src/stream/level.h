@@ -10,7 +10,7 @@ namespace vask {
 
 inline constexpr float kSilenceDb = -200.0f;
 
-// Of samples with that sum of squares; full scale, a mean square of 2^30, is 0 dB.
+// Of samples whose sum of squares is `energy`; full scale, a mean square of 2^30, is 0 dB.
 inline float LevelDb(int64_t energy, int64_t samples) {
   constexpr double kDbPerNeper = 4.3429448190325182;   // 10 / ln 10
   constexpr double kFullScaleDb = 90.308998699194358;  // 10 log10(2^30)

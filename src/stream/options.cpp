@@ -14,11 +14,11 @@ constexpr int32_t kGeneralDevice = 2, kGeneralOs = 2;
 constexpr int32_t kDefaultQueue = 600 * kSecond;
 constexpr int32_t kMostHangover = 3000;      // frames
 constexpr int32_t kMostLength = 1000000000;  // samples: 17 hours
-constexpr int32_t kLeastLongest = 24000;     // beside a margin of 0.35 s there is room for speech
+constexpr int32_t kLeastLongest = 24000;     // leaves room for speech after a margin of 0.35 s
 constexpr int32_t kWholePercent = 100;
 
-// What may follow the last voiced frame of an utterance before it is silent, and the lag of the detector. The
-// preset for noisy rooms has no more.
+// Unvoiced frames that may follow the last voiced one of an utterance before silence begins, plus the lag of
+// the detector. The preset for noisy rooms allows no more.
 constexpr int32_t kUnvoicedTail = 30;  // frames
 
 bool IsIn(int32_t value, int32_t least, int32_t most) { return value >= least && value <= most; }

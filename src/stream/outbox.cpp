@@ -10,10 +10,10 @@ namespace {
 constexpr int64_t kFirstCapacity = 4 * 16000;  // samples
 constexpr int32_t kFirstEvents = 256;
 constexpr int32_t kMostEvents = 65536;
-// At most so many come at once: a flush may cut the longest hangover, 30 s, in pieces of 0.75 s.
+// The most events at once: a flush may cut the longest hangover, 30 s, into pieces of 0.75 s.
 constexpr int32_t kMostAtOnce = 128;
 
-// Storage of `capacity` elements with the `count` first ones moved over; the old one stays if there is none.
+// Storage of `capacity` elements with the first `count` copied over; without memory the old one is kept.
 template <typename T>
 bool Regrow(T*& data, int64_t count, int64_t capacity) {
   T* larger = NewZeroed<T>(capacity);
@@ -57,8 +57,8 @@ Outbox::Room Outbox::Reserve(int64_t samples) {
   return GrowAudio(samples) ? Room::kThere : Room::kNoMemory;
 }
 
-// What waits goes to the front. The storage doubles where that fills more than half of it, up to twice the
-// bound: so a sample is moved once, in the mean, however much waits.
+// Waiting samples are moved to the front. The storage doubles if they fill more than half of it, up to twice
+// the bound: so a sample is moved once on average, however many are waiting.
 bool Outbox::GrowAudio(int64_t samples) {
   std::copy(At(taken_), At(pushed_), audio_);
   base_ = taken_;
@@ -116,7 +116,7 @@ bool Outbox::Next(vask_stream_event& event) {
 int64_t Outbox::Limit() const {
   if (!has_events_) return pushed_;
   if (last_kind_ != VASK_STREAM_STARTED) return last_audio_;
-  // The event behind a start is the end of that segment.
+  // The event after a start is the end of that segment.
   return entry_count_ > 0 ? entries_[first_entry_].audio : std::min(certain_, pushed_);
 }
 

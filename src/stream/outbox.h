@@ -1,4 +1,4 @@
-// What a stream has put out and its caller has not taken yet: audio (int16 samples in one run) and events,
+// What a stream has emitted and its caller has not taken yet: audio (int16 samples in one run) and events,
 // each tied to its place in the audio. The only storage of a stream that grows, up to a bound.
 #pragma once
 
@@ -9,30 +9,30 @@
 
 namespace vask {
 
-// Places in the audio are counted in samples since the outbox was cleared, those that were taken back not
-// counted.
+// A place in the audio is the number of samples before it since the outbox was cleared, not counting those
+// that were taken back.
 class Outbox {
  public:
-  // Take the first storage. False without memory.
+  // Allocate the first storage. False if there is no memory.
   bool Open(int64_t bound, bool has_events);
   void Close();
-  void Clear();  // the storage stays
+  void Clear();  // keeps the storage
 
   enum class Room { kThere, kFull, kNoMemory };
-  // Make room for so many samples and for the events that come with them. Push() and Add() need it.
+  // Make room for this many samples and for the events that come with them, before Push() and Add().
   Room Reserve(int64_t samples);
 
   void Push(std::span<const int16_t> samples);
   void PushSilence(int64_t samples);
   int64_t pushed() const { return pushed_; }
 
-  // Take back what stands at [from, to), unless the caller has it already; returns where it stood.
+  // Take back [from, to), except what the caller already has; returns where the removed part began.
   int64_t TakeBack(int64_t from, int64_t to);
 
   // `audio`: the place of the segment's first sample at a start, one past its last one otherwise.
   void Add(const vask_stream_event& event, int64_t audio);
 
-  // Up to here the audio of the open segment is sure to belong to it.
+  // The audio of the open segment is certain to belong to it up to here.
   void SetCertain(int64_t audio) { certain_ = audio; }
 
   // --- the caller's side

@@ -10,14 +10,14 @@
 namespace vask {
 namespace {
 
-// How loud it is around the beginning of frame t: 40 ms of the detector's log energies.
+// Loudness around the beginning of frame t: 40 ms of the detector's log energies.
 int64_t LoudnessAround(const History& history, int64_t t) {
   int64_t sum = 0;
   for (int64_t i = t - 2; i <= t; ++i) sum += history.Note(i).log_energy;
   return sum;
 }
 
-// The quietest of the beginnings of frames first ... last; of equal ones the last.
+// The frame of first .. last that begins at the quietest place; the last of equals.
 int64_t QuietestPlace(const History& history, int64_t first, int64_t last) {
   int64_t quietest = last;
   for (int64_t t = last - 1; t >= first; --t) {
@@ -92,7 +92,7 @@ void Segment::GoesOnUntil(const SegmentContext& context, int64_t end) {
   context.outbox.SetCertain(PlaceOf(context, certain));
 }
 
-// Where the output of a piece ends whose end is at frame `end`: padding beyond the longest piece is cut.
+// Where the output of a piece that ends at frame `end` ends: padding beyond the longest piece is cut.
 int64_t Segment::OutEnd(const SegmentContext& context, int64_t end) const {
   const int64_t most = context.options.max_samples;
   const int64_t padded = end * kFrame + LongestPadEnd(context.options);
@@ -100,7 +100,7 @@ int64_t Segment::OutEnd(const SegmentContext& context, int64_t end) const {
   return std::max(out_begin_, most > 0 ? std::min(out_end, out_begin_ + most) : out_end);
 }
 
-// The place in the outbox of a position of the piece that has been put out.
+// The place in the outbox of a position of the piece that has been emitted.
 int64_t Segment::PlaceOf(const SegmentContext& context, int64_t position) const {
   return std::min(place_ + std::max<int64_t>(position - out_begin_, 0), context.outbox.pushed());
 }
@@ -138,8 +138,8 @@ int32_t Segment::LengthUntil(int64_t end) const {
   return static_cast<int32_t>(std::min<int64_t>(end - whole_start_, kMax32));
 }
 
-// What the options have against a segment that lasts until frame `end`, or 0. All of it counts, not only the
-// piece behind the last split.
+// Why the options reject a segment that lasts until frame `end`, or 0. The whole segment counts, not only the
+// piece after the last split.
 int32_t Segment::Complaint(const SegmentContext& context, int64_t end) const {
   const vask_stream_options& options = context.options;
   if (whole_.voiced < options.min_voiced_frames) return VASK_STREAM_TOO_LITTLE_VOICE;
@@ -167,8 +167,8 @@ void Segment::EndWithInput(const SegmentContext& context, int64_t end) {
   End(context, end, VASK_STREAM_BY_INPUT_END, IsUtterance(LengthUntil(end), whole_.voiced));
 }
 
-// Tell how the piece ended. Without a complaint its audio stays, what lies behind it is left to the next
-// piece or, at the end of the segment, cut; with one it is taken back.
+// Report how the piece ended. Without a complaint its audio is kept, and the audio after it is left to the
+// next piece or, at the end of the segment, cut; with one the piece is taken back.
 void Segment::EndPiece(const SegmentContext& context, int64_t end, int64_t out_end, int32_t complaint,
                        int32_t reason) {
   Outbox& outbox = context.outbox;

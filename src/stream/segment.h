@@ -12,7 +12,7 @@
 
 namespace vask {
 
-// Where the frames that are decided on come from, and where what is decided goes to.
+// Where the frames to decide on come from, and where the decisions go.
 struct SegmentContext {
   const vask_stream_options& options;
   const History& history;
@@ -23,7 +23,7 @@ struct SegmentContext {
 
 class Segment {
  public:
-  static constexpr int64_t kSplitWindow = 200;  // frames looked back upon for the quietest place: 2 s
+  static constexpr int64_t kSplitWindow = 200;  // frames searched for the quietest place: 2 s
 
   void Clear() { *this = {}; }
   bool is_open() const { return is_open_; }
@@ -31,20 +31,20 @@ class Segment {
   // The detector has found a start at frame `start`; the engine delivers from frame `first` on.
   void Start(const SegmentContext& context, int64_t start, int64_t first);
 
-  // One frame more: its samples as they are to be put out.
+  // One more frame: its samples as they are to be emitted.
   void Deliver(const SegmentContext& context, std::span<const int16_t> samples);
 
-  // The detector cannot find the end before frame `end` any more.
+  // The detector can no longer find the end before frame `end`.
   void GoesOnUntil(const SegmentContext& context, int64_t end);
 
-  // The end is at frame `end`, and the detector takes the segment for an utterance or not.
+  // The end is at frame `end`; `is_accepted`: the detector accepts the segment as an utterance.
   void End(const SegmentContext& context, int64_t end, int32_t reason, bool is_accepted);
 
-  // The input is over, and speech fell silent at frame `end`: the detector's test of what there is.
+  // The input has ended, and speech fell silent at frame `end`: apply the detector's test to what there is.
   void EndWithInput(const SegmentContext& context, int64_t end);
 
  private:
-  // Of frames that the engine has delivered.
+  // Of the frames that the engine has delivered.
   struct Counts {
     int32_t voiced, voiced_raw, tones;
     int64_t energy;  // from the start on
@@ -56,7 +56,7 @@ class Segment {
     int64_t first, last;
   };
 
-  // A segment is cut in pieces where it is too long; most have one.
+  // A segment that is too long is cut into pieces; most consist of one.
   void BeginPiece(const SegmentContext& context, int64_t start, int64_t first_position, int32_t continues);
   void EndPiece(const SegmentContext& context, int64_t end, int64_t out_end, int32_t complaint,
                 int32_t reason);
@@ -72,11 +72,11 @@ class Segment {
 
   bool is_open_;
   int32_t number_;       // of the piece, from 1
-  int32_t continues_;    // 1: behind a split
+  int32_t continues_;    // 1: follows a split
   int64_t whole_start_;  // frame where the segment started
   int64_t start_;        // frame where the piece started
-  int64_t out_begin_;    // first position of the piece that is put out
-  int64_t place_;        // of that one in the outbox
+  int64_t out_begin_;    // first position of the piece that is emitted
+  int64_t place_;        // of that position in the outbox
   int64_t delivered_;    // one past the last frame delivered
   Counts whole_;
   Counts piece_;

@@ -22,17 +22,17 @@
 namespace vask {
 namespace {
 
-// How far behind the frame being fed the engine is, in frames.
-constexpr int64_t kNoiseDelay = 2;                      // the noise reduction hears two frames ahead
+// How far the engine lags the frame being fed, in frames.
+constexpr int64_t kNoiseDelay = 2;                      // the noise reduction looks two frames ahead
 constexpr int64_t kDetectorDelay = kNoiseDelay + 1;     // the detector's window begins a frame before that
-constexpr int64_t kDeliveryDelay = kDetectorDelay + 2;  // speech is handed on
+constexpr int64_t kDeliveryDelay = kDetectorDelay + 2;  // speech is delivered
 
 constexpr int64_t kFramesInFlight = 128;  // margin before a start, delays and flush, with room to spare
 
-// The most that one frame puts out: the margin before a start and what has come since.
+// The most that one frame emits: the margin before a start and what has arrived since.
 constexpr int64_t kMostOut = 48 * kFrame;
 
-// Silence behind the input: what is on its way comes out, and a word that ends with the input rises.
+// Silence after the input: frames in flight come out, and a word that ends with the input is still found.
 constexpr int32_t kFlushContinuous = 2;  // frames
 constexpr int32_t kFlushUtterances = 14;
 
@@ -49,11 +49,11 @@ struct vask_stream {
   vask::Outbox outbox;
   int16_t pending[vask::kFrame];  // written and not yet a frame
   int32_t pending_count;
-  int32_t flush_frames;  // of silence that have been fed behind the input
+  int32_t flush_frames;  // of silence that have been fed after the input
   int64_t frames;        // fed
-  int64_t origin;        // the frame that the engine heard first since its last wrap-up
+  int64_t origin;        // the first frame that the engine heard since its last wrap-up
   int64_t input_end;     // positions; kNoEnd until the input ends
-  int64_t continuous;    // samples put out in continuous mode
+  int64_t continuous;    // samples emitted in continuous mode
   bool is_over;
 };
 
@@ -98,7 +98,7 @@ void NoteDetector(vask_stream& s) {
 
 // --- one frame
 
-// The frame, clipped on the way, through the engine.
+// Run the engine on a copy of the frame, which it clips.
 Step RunEngine(vask_stream& s, SampleFrame frame) {
   const bool had_started = s.engine.started != 0;
   const Step step = ProcessFrame({.state = s.engine, .tells_restarts = false}, frame);
@@ -107,7 +107,7 @@ Step RunEngine(vask_stream& s, SampleFrame frame) {
 }
 
 void PutOutContinuous(vask_stream& s, const Step& step) {
-  // The engine leaves silence of all zeros before its first sound out.
+  // The engine drops all-zero silence before its first sound.
   const bool is_leading_silence = s.engine.started == 0;
   const int64_t wanted = is_leading_silence ? kFrame : static_cast<int64_t>(step.emitted.size());
   const int64_t count = std::min(wanted, s.input_end - s.continuous);
@@ -122,7 +122,7 @@ void PutOutContinuous(vask_stream& s, const Step& step) {
   }
 }
 
-// What the engine emits are whole frames, the last one that of kDeliveryDelay frames ago.
+// The engine emits whole frames, the last of them the frame of kDeliveryDelay frames ago.
 void Deliver(vask_stream& s, std::span<const int16_t> emitted) {
   const SegmentContext context = ContextOf(s);
   int64_t frame = s.frames - kDeliveryDelay + 1 - static_cast<int64_t>(emitted.size()) / kFrame;
@@ -135,8 +135,8 @@ void Deliver(vask_stream& s, std::span<const int16_t> emitted) {
   }
 }
 
-// The engine has decided on the segment and starts afresh, with the frame that it decided in: that may be
-// speech again.
+// The engine has decided on the segment and starts again with the frame in which it decided, since that may
+// be speech again.
 void EndSegment(vask_stream& s, int32_t result, const SampleFrame& frame) {
   const bool is_forced = DetectorOf(s).vad.silence_run == 0;
   s.segment.End(ContextOf(s), is_forced ? FrameBehindSpeechSoFar(s) : FrameBehindSpeech(s),
@@ -169,8 +169,8 @@ int32_t ErrorOf(Outbox::Room room) {
   return room == Outbox::Room::kFull ? VASK_STREAM_FULL : VASK_STREAM_NO_MEMORY;
 }
 
-// The pending samples, filled up with silence if they are no whole frame, as the next frame. 0 or an error,
-// with which nothing has happened.
+// Run the pending samples, padded with silence if they are not a whole frame, as the next frame. 0, or an
+// error, and then nothing has happened.
 int32_t RunPending(vask_stream& s) {
   const int32_t error = ErrorOf(s.outbox.Reserve(kMostOut));
   if (error != 0) return error;
