@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace vask {
@@ -11,12 +12,13 @@ namespace {
 TEST(Divide, GivesTheIntegerQuotientUpToItsBounds) {
   std::mt19937_64 random(3);
   for (int i = 0; i < 2000000; ++i) {
+    const auto wide = std::max(static_cast<int64_t>(random() >> (11 + random() % 53)), int64_t{1});
+    const auto k = static_cast<int64_t>(random() >> (11 + random() % 53)) / wide;
+    // Multiples and their neighbours are where rounding could cross an integer.
+    for (int64_t p : {k * wide - 1, k * wide, k * wide + 1, -k * wide + 1})
+      ASSERT_EQ(DivideBelow2To53(p, wide), p / wide) << p << '/' << wide;
+    // Any part; and with q odd, -1 halved 30 times modulo q, whose quotient is 1 / q below an integer.
     const auto q = static_cast<int64_t>(random() >> (33 + random() % 31)) + 1;
-    const auto k = static_cast<int64_t>(random() >> (11 + random() % 53)) / q;
-    // Whole multiples and their neighbours are where rounding could cross a whole number.
-    for (int64_t p : {k * q - 1, k * q, k * q + 1, -k * q + 1})
-      ASSERT_EQ(DivideBelow2To53(p, q), p / q) << p << '/' << q;
-    // Any part; and with q odd, -1 halved 30 times modulo q, whose quotient lies 1 / q below a whole number.
     int64_t below = q - 1;
     for (int twice = 0; twice < 30; ++twice) below = (below % 2 == 0 ? below : below + q) / 2;
     for (const int64_t part : {static_cast<int64_t>(random() % static_cast<uint64_t>(q + 1)), below % q})
