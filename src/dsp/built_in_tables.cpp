@@ -1,5 +1,5 @@
-// The built-in tables under the names by which applications know them. They are not const there, and so not
-// here, but nobody writes them.
+// The built-in tables under the names that applications use. The headers do not declare them const, so they
+// are not const here either, but nothing writes to them.
 #include <vask/dsp.h>
 #include <vask/mfcc.h>
 #include <vask/noise.h>

@@ -34,7 +34,7 @@ constexpr int32_t kMaxExponentQ16 = 10 * kOneQ16;
 // exp(i / 64), i = 0 .. 640, by addition, multiplication and division only: every compiler computes the same.
 constexpr auto kExpOf64ths = [] {
   std::array<double, kMaxExponentQ16 / 1024 + 1> table{};
-  double whole = 1;  // e^(i / 64), the fraction left out
+  double whole = 1;  // e to the integer part of i / 64
   for (size_t i = 0; i < table.size(); ++i) {
     if (i > 0 && i % 64 == 0) whole *= 0x1.5bf0a8b145769p+1;  // e
     double series = 1;
@@ -51,7 +51,7 @@ int32_t ExpTaylorQ16(int32_t x) {
   const int32_t x3 = Low32(MulShift<16>(x2, x));
   const int32_t x4 = Low32(MulShift<16>(x3, x));
   const int32_t x5 = Low32(MulShift<16>(x4, x));
-  // Meant for x below ln 2; beyond the sum may wrap.
+  // Meant for x below ln 2; above that the sum may wrap.
   return Low32(int64_t{kOneQ16} + x + x2 / 2 + x3 / 6 + x4 / 24 + x5 / 120);
 }
 

@@ -48,7 +48,7 @@ void RealFftPlain(std::span<int64_t> x, int32_t order, const fft_tables& twiddle
   RunRealFft<Full>(x, order, twiddles);
 }
 
-// The transform in 32 bits, where that holds; false if it does not.
+// The transform in 32 bits where they suffice; false where they do not.
 bool RealFftNarrow(std::span<int64_t> x, int32_t order, const fft_tables& twiddles) {
   if (order != kLargestFftOrder) return false;
   Samples512 samples;
@@ -99,7 +99,7 @@ extern "C" void rfft(int64_t* x, int32_t n, int32_t m, int32_t** cc1, int32_t** 
                      int32_t** ss3) {
   if (x == nullptr || m < 1 || m > vask::kLargestFftOrder || n != 1 << m) return;
   for (int32_t** slots : {cc1, ss1, cc3, ss3}) {
-    // Stages of less than 16 points need no factors.
+    // Stages of fewer than 16 points need no factors.
     if (m >= 4 && (slots == nullptr || std::any_of(slots + 2, slots + m - 1, [](auto* s) { return !s; })))
       return;
   }

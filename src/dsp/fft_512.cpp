@@ -22,7 +22,7 @@ constexpr std::array<int32_t, 32> kReversed5 = [] {
   return reversed;
 }();
 
-// -1 for the columns whose 32 points are a group of the stage of 32, else 0.
+// -1 for the columns whose 32 points are one group of the 32-point stage, else 0.
 constexpr std::array<int32_t, 16> kIsOneGroup = [] {
   std::array<int32_t, 16> mask{};
   for (size_t column = 0; column < mask.size(); ++column) {
@@ -70,7 +70,7 @@ VASK_BODY void PowerOf512Body(const Packed512& transform, int32_t shift, int64_t
 }
 
 VASK_BODY bool IsNarrowBody(const Samples512& samples) {
-  constexpr uint32_t kBound = (1 << 22) - (1 << 10);  // of magnitudes / 512, cut; the sum is 32 bits at most
+  constexpr uint32_t kBound = (1 << 22) - (1 << 10);  // of magnitudes / 512, truncated; sums fit 32 bits
   uint32_t sum = 0;
   for (const int32_t v : samples) sum += static_cast<uint32_t>(v < 0 ? ~v : v) >> 9;
   return sum < kBound;

@@ -1,5 +1,5 @@
-// The split-radix algorithm (Sorensen, Jones, Heideman, Burrus 1987), once for every arithmetic that can
-// carry it: `A` gives the type of a value, its sums and its products with factors (Times, OverRootOfTwo).
+// The split-radix algorithm (Sorensen, Jones, Heideman, Burrus 1987), once for every arithmetic that it
+// can run in: `A` gives the type of a value, its sums and its products with factors (Times, OverRootOfTwo).
 #pragma once
 
 #include <cstdint>

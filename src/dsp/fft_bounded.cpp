@@ -17,7 +17,7 @@ struct Bounded {
 }  // namespace
 
 bool IsBounded(std::span<const int64_t> x) {
-  // 512 magnitudes below 2^32 cannot overflow their sum; a larger one shows in the union of all bits.
+  // 512 magnitudes below 2^32 cannot overflow their sum; a larger one shows in the OR of all values.
   uint64_t sum = 0, bits = 0;
   for (const int64_t v : x) {
     const auto magnitude = static_cast<uint64_t>(v < 0 ? ~v : v);

@@ -1,9 +1,9 @@
 // The transform of input whose values and sums stay small, which is all that the engine transforms.
 //
-// Every intermediate value is a sum of the input with factors of magnitude 1 and less, so it is bounded by
-// the sum of the input's magnitudes, and by a few units of rounding a stage. Below 2^32 of that sum nothing
-// exceeds 2^33: additions cannot overflow, a product with a Q30 factor and the shift by 30 of the division
-// fit 64 bits.
+// Every intermediate value is a sum of the input with factors of magnitude 1 or less, so it is bounded by
+// the sum of the input's magnitudes plus a few units of rounding per stage. While that sum is below 2^32
+// nothing exceeds 2^33: additions cannot overflow, and a product with a Q30 factor and the division's shift
+// by 30 fit 64 bits.
 #pragma once
 
 #include <cstdint>

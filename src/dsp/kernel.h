@@ -1,13 +1,13 @@
-// Kernels: functions with a form for every level (dsp/level.h), of which each call runs the one in force.
+// Kernels: functions with a form for every level (dsp/level.h); each call runs that of the level in force.
 //
 // A kernel is written as nameBody, always inlined, and VASK_KERNEL compiles that for every level:
 //
 //   VASK_BODY void ScaleBody(std::span<int32_t> x, int32_t by) { ... }
 //   VASK_KERNEL(void, Scale, (std::span<int32_t> x, int32_t by), (x, by), ScalePlain)
 //
-// where ScalePlain is the readable form; ScalePortable says that there is no other. Where a level has a form
-// that is written by itself, VASK_PICK names all of them. Each kernel stands in dsp/kernels.inc, and
-// tests/fast drives what stands there at every level.
+// where ScalePlain is the readable form; ScalePortable in its place says that the body is the only form.
+// Where a level has a form written by hand, VASK_PICK names all forms. Each kernel is listed in
+// dsp/kernels.inc, and tests/fast runs every kernel of that list at every level.
 #pragma once
 
 #include "dsp/level.h"
@@ -43,13 +43,13 @@ enum class Kernel {
 };
 #undef VASK_KERNEL_NAME
 
-// Only what stands in the list has a level.
+// Only a kernel of the list has a level.
 inline Level LevelOf(Kernel /*kernel*/) { return LevelInForce(); }
 
 }  // namespace vask
 
-// Defines `type name params`, which runs one of the forms with `args`. Forms for other machines need not be
-// there.
+// Defines `type name params`, which runs one of the forms with `args`. Forms for other machines need not
+// exist.
 #define VASK_PICK(type, name, params, args, plain, portable, avx2, neon) \
   type name params {                                                     \
     const auto vask_level = ::vask::LevelOf(::vask::Kernel::k##name);    \

@@ -47,7 +47,7 @@ bool ForceLevel(std::string_view name) {
 }
 
 Level FindLevel() {
-  // Unless another thread forces a level meanwhile, which then stays.
+  // If another thread forces a level meanwhile, that one is kept.
   Level found = Level::kUnknown;
   const Level fastest = LevelsHere().back();
   return level_in_force.compare_exchange_strong(found, fastest, std::memory_order_relaxed) ? fastest : found;

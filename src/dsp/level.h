@@ -1,14 +1,14 @@
 // Which form of a kernel runs. Every form gives the same bits; they differ in speed and in how they read.
 //
-//   plain     the definition, one value after the other, with integers and products in full
+//   plain     the definition, value by value, with integers and products in full
 //   portable  the fast algorithms (a transform in 32 bits, divisions in double precision, one pass for all
-//             lags), in C++ that compilers turn into the vectors that every processor of the kind has
+//             lags), in C++ that compilers vectorise for any processor of the architecture
 //   avx2      the same for x86-64 with 256-bit integers, in part with intrinsics
 //   neon      the same for 64-bit ARM, the transform with intrinsics
 //
-// A kernel that has no form of its own for a level runs the one of the level before. Where the plain form is
-// fast as it stands, it is the portable one too. What is fast by an identity alone, such as the divisions of
-// dsp/divide.h, is no kernel: it is the same at every level.
+// A kernel with no form of its own for a level runs that of the previous level. A plain form that is fast as
+// it is serves as the portable one too. What is fast by an identity alone, such as the divisions of
+// dsp/divide.h, is not a kernel: it is the same at every level.
 #pragma once
 
 #include <atomic>
@@ -20,16 +20,16 @@ namespace vask {
 
 enum class Level : int32_t { kUnknown, kPlain, kPortable, kAvx2, kNeon };
 
-// Those that the build and the machine have, the fastest last.
+// The levels that the build and the machine have, the fastest last.
 std::span<const Level> LevelsHere();
 const char* NameOf(Level level);
 
-// From now on, for all threads; false, and nothing changes, if the machine does not have it.
+// Force a level from now on, for all threads. False, and nothing changes, if the machine does not have it.
 bool ForceLevel(Level level);
 bool ForceLevel(std::string_view name);
 
-// The level in force: a fact about the machine, which is why it is no part of any stream's state. It is asked
-// for once, and any thread may find it out: all find the same. Only ForceLevel changes it.
+// The level in force: a fact about the machine, so it is not part of any stream's state. It is determined
+// once, by any thread, since all find the same. Only ForceLevel changes it.
 extern std::atomic<Level> level_in_force;
 Level FindLevel();
 

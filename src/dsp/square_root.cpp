@@ -19,7 +19,7 @@ namespace {
 // The bit length of x > 0, raised to even.
 constexpr int32_t EvenLength(uint64_t x) { return (static_cast<int32_t>(std::bit_width(x)) + 1) & ~1; }
 
-// sqrt(x) in Q30, 64 bits kept.
+// sqrt(x) in Q30, in 64 bits.
 int64_t RootQ30Plain(int64_t x) {
   if (x == 0) return 0;
   const int64_t value = MaxIfNegative(x);
@@ -28,8 +28,8 @@ int64_t RootQ30Plain(int64_t x) {
   return WrapShl(LookUp(kSquareRootQ30, value, length), length / 2);
 }
 
-// The same without a branch below 2^52: with m moved up to 52 bits the remainder of the interpolation has
-// always 42 of them, and its product with a step of the table, 2^20 at most from 1/4 on, fits 64.
+// The same without a branch below 2^52: with m moved up to 52 bits the remainder of the interpolation always
+// has 42 bits, and its product with a step of the table, at most 2^20 from 1/4 on, fits 64 bits.
 int64_t RootQ30Portable(int64_t x) {
   if (static_cast<uint64_t>(x) >= uint64_t{1} << 52) return RootQ30Plain(x);
   const int32_t length = EvenLength(static_cast<uint64_t>(x) | 1);
@@ -50,9 +50,9 @@ void RootsPortable(std::span<const int64_t> x, int64_t* out) {
 }
 
 #if VASK_HAS_AVX2
-// Root of 4 values below 2^52. The bit length of a value is its exponent as a double, which 2^52 added and
-// taken off again makes of it; one load brings an entry of the table and the next; the product of step and
-// remainder is formed in two parts of 21 bits.
+// Roots of 4 values below 2^52. The bit length of a value is its exponent as a double, which it becomes when
+// 2^52 is added and subtracted again; one load fetches an entry of the table and the next; the product of
+// step and remainder is formed in two parts of 21 bits.
 VASK_AVX2 inline __m256i RootsOf4(__m256i x) {
   const __m256d two_to_52 = _mm256_set1_pd(0x1p52);
   const __m256i one = _mm256_set1_epi64x(1), part = _mm256_set1_epi64x((1 << 21) - 1);
