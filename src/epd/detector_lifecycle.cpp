@@ -68,7 +68,7 @@ bool CreateDetector(energy_epd_prm& prm, int32_t frame_shift, const epd_profile&
   prm.profile = profile;
   ClearSegmentFields(prm);
   prm.fft_size = kFftSize;
-  prm.fft_order = 9;
+  prm.fft_order = kFftOrder;
   prm.num_bins = kSpectrumBins;
   prm.frame_shift = frame_shift;
   const bool fits = frame_shift > 0 && frame_shift <= kFrame;

@@ -15,7 +15,6 @@
 #include "dsp/queue.h"
 #include "dsp/ring.h"
 #include "dsp/sizes.h"
-#include "epd/detector_lifecycle.h"
 #include "epd/endpoint_tracker.h"
 #include "epd/energy.h"
 #include "epd/levels.h"

@@ -169,8 +169,9 @@ int32_t bp_tonality_es(const int32_t* P, int32_t n, int32_t bands, int32_t* work
 
 int32_t tonality_es(const int32_t* P, int32_t n) {
   if (P == nullptr || n < 1) return 0;
-  constexpr int32_t kOneOver257Q30 = 4177983;
-  return std::min(vask::FlatnessFigure({P, static_cast<size_t>(n)}, kOneOver257Q30), vask::kOneQ16);
+  constexpr int32_t kOneOverBinsQ30 = vask::kOneQ30 / vask::kSpectrumBins;  // whatever the number of values
+  static_assert(kOneOverBinsQ30 == 4177983);
+  return std::min(vask::FlatnessFigure({P, static_cast<size_t>(n)}, kOneOverBinsQ30), vask::kOneQ16);
 }
 
 int32_t WeightedBandPartitioningSpectralEntropyEst(const int32_t* P, int32_t n, int32_t bands, int32_t* band,

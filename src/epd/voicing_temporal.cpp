@@ -11,7 +11,6 @@
 #include "dsp/arith.h"
 #include "dsp/sizes.h"
 #include "dsp/square_root.h"
-#include "epd/detector_lifecycle.h"
 
 namespace vask {
 namespace {
