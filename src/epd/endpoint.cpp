@@ -91,7 +91,7 @@ void AppendHistory(std::span<const int16_t> window, const Spectrum& spectrum, en
 }
 
 int32_t NoiseReference(energy_epd_prm& prm) {
-  // In the first call nothing has been learned: what the level starts from is raised.
+  // In the first call nothing has been learned: the level that it starts from is raised.
   if (prm.engine_frames == 2) prm.vad.noise_level = WrapAdd(prm.vad.noise_level, kFirstCallRise);
   return prm.uv_noise_ref = prm.vad.noise_level;
 }

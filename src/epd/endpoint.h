@@ -1,4 +1,4 @@
-// The endpoint detector, one noise-reduced frame a call.
+// The endpoint detector, one noise-reduced frame per call.
 #pragma once
 
 #include <vask/buffers.h>
@@ -12,7 +12,7 @@ bool IsUtterance(int32_t length, int32_t voiced_frames);
 bool IsLongEnough(int32_t length);
 
 // Look at the window in prm.win_samples / prm.win_emph (previous frame, current frame), track the segment and
-// append its frames, with a leading margin from the history, to the queues. What it found stands in prm:
+// append its frames, with a leading margin from the history, to the queues. The result is in prm:
 // speech_start_flag, end_found (segment accepted), reset_request (segment rejected).
 void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
                     const fft_tables& twiddles);

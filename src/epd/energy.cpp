@@ -27,7 +27,7 @@ int32_t BandSumPlain(const int32_t* power, int32_t first, int32_t end, int32_t s
   return sum;
 }
 
-// Powers are not negative, so that it is enough to look at the whole sum; a caller's own may be.
+// Powers are not negative, so looking at the whole sum is enough; a caller's own may be negative.
 VASK_BODY int32_t BandSumBody(const int32_t* power, int32_t first, int32_t end, int32_t shift) {
   int64_t sum = 0;
   int32_t bits = 0;
@@ -67,7 +67,7 @@ int32_t UpperMean(const int32_t* power, int32_t bins) { return BandMean(power, k
 }  // namespace
 
 int32_t SquareEnergy(std::span<const int16_t> samples, int32_t shift) {
-  // No term is negative: the sum overflows where a part of it does.
+  // No term is negative, so the sum overflows if a part of it does.
   return LimitTo32(SumOfSquares(samples, shift));
 }
 

@@ -1,8 +1,8 @@
-// The two crossing counts of a window, without a state from sample to sample.
+// The two crossing counts of a window, with no state carried from sample to sample.
 //
-// The plain centre clipper (voicing_temporal.h) counts a change of level when at least three samples before
-// it brought none: a change at i counts when there is none at i - 1, i - 2 and i - 3. A sample and the one
-// before differ in sign when the sign bit of their union by exclusive or is set.
+// The plain centre clipper (voicing_temporal.h) counts a change of level when at least three samples
+// without one precede it: a change at i counts when there is none at i - 1, i - 2 and i - 3. A sample and the
+// previous one differ in sign when their exclusive or has its sign bit set.
 #pragma once
 
 #include <cstdint>

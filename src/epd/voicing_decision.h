@@ -8,7 +8,7 @@
 
 namespace vask {
 
-// Decide on one window, smooth over seven, append to the history of 70. Writes only prm's voicing part.
+// Decide on one window, smooth over seven, append to the history of 70. Writes only `uv`.
 // noise, noise_ref: noise level in Q16 units.
 void DecideVoicing(std::span<const int16_t> window, std::span<const int32_t> power, uv_prm& uv, int32_t noise,
                    int32_t noise_ref, const energy_vad_prm& vad, const epd_profile& profile);

@@ -21,7 +21,7 @@ constexpr int32_t kPadded = kWindow + 2 * kVector;
 constexpr int32_t kLagsAtOnce = 2;
 constexpr int32_t kLagCount = kMaxLag + 1;
 
-// The window and its magnitudes, zeros behind them.
+// The window and its magnitudes, each followed by zeros.
 struct Samples {
   alignas(32) int16_t plain[kPadded];
   alignas(32) int16_t magnitude[kPadded];  // of -32768: -32768
@@ -45,8 +45,8 @@ struct RunningSums {
 
 constexpr int32_t WholeVectors(int32_t terms) { return (terms + kVector - 1) & -kVector; }
 
-// `read` terms have been added up, of which those beyond n - lag are too many: there the later sample is 0
-// and the difference is the sample itself.
+// `read` terms have been added up, and those beyond n - lag have to be subtracted: there the later sample is
+// 0 and the difference is the sample itself.
 void StoreSums(const RunningSums& running, int32_t n, int32_t lag, int32_t read, uint32_t squares,
                uint32_t magnitudes, uint32_t products, LagSums& sums) {
   const auto at = static_cast<size_t>(lag), all = static_cast<size_t>(read);
@@ -78,7 +78,7 @@ VASK_AVX2 inline __m256i LoadVector(const int16_t* x) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
 }
 
-// The sums of the eight values of either vector.
+// For each of the two vectors the sum of its eight values.
 VASK_AVX2 inline void AddUp(const __m256i (&x)[kLagsAtOnce], uint32_t* sums) {
   const __m256i quarters = _mm256_hadd_epi32(x[0], x[1]);
   const __m128i halves =
@@ -86,8 +86,7 @@ VASK_AVX2 inline void AddUp(const __m256i (&x)[kLagsAtOnce], uint32_t* sums) {
   _mm_storel_epi64(reinterpret_cast<__m128i*>(sums), _mm_hadd_epi32(halves, halves));
 }
 
-// Several lags at a time, which share what they read of the earlier samples: as many as registers have room
-// for.
+// Several lags at a time, as many as fit in the registers: they share the loads of the earlier samples.
 VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
   for (int32_t lag = 1; lag <= kMaxLag; lag += kLagsAtOnce) {
     const int32_t read = WholeVectors(std::max(n - lag, 0));
@@ -104,7 +103,7 @@ VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t
     }
     uint32_t square[kLagsAtOnce], magnitude[kLagsAtOnce], product[kLagsAtOnce];
     for (__m256i& m : magnitudes)
-      m = _mm256_madd_epi16(m, _mm256_set1_epi16(1));  // modulo 2^16, which is kept
+      m = _mm256_madd_epi16(m, _mm256_set1_epi16(1));  // right modulo 2^16, all that is used
     AddUp(squares, square);
     AddUp(magnitudes, magnitude);
     AddUp(products, product);
@@ -144,8 +143,8 @@ int32_t SmallestRatioNarrowed(const LagValues& difference, const LagValues& sum)
   return smallest;
 }
 
-// The quotients of all lags, uncut: sum / lag and difference * 2^16 / mean are quotients of whole numbers
-// below 2^53, so that cutting them is exact, and cutting the smallest of them is enough.
+// The quotients of all lags, not yet truncated: sum / lag and difference * 2^16 / mean are quotients of
+// integers below 2^53, so truncation is exact, and truncating the smallest of them is enough.
 VASK_BODY void YinRatiosBody(const LagValues& difference, const LagValues& sum, LagQuotients& ratio) {
   for (int32_t lag = kMinLag; lag < kLagCount; ++lag) {
     const auto i = static_cast<size_t>(lag);
@@ -206,7 +205,7 @@ void ReadEnergies(const RunningSums& running, int32_t n, Energies& energies) {
   }
 }
 
-// Bounds of every lag's coefficient in Q16, before it is cut to a whole number and after.
+// Bounds of every lag's coefficient in Q16, before and after it is truncated to an integer.
 struct Bounds {
   LagQuotients low, high;
 };
@@ -215,10 +214,10 @@ constexpr int32_t kLeastEnergy = 4096;   // for an estimate
 constexpr double kWrapsBelow = -131000;  // a coefficient in Q30 would leave 32 bits
 
 // A coefficient is products * 65536 / norm, norm = the upper half of a product of two table roots, and at
-// most 65536. From an energy of 4096 on a table root lies below the true one by less than 6e-7 of it (4.8e-7
-// from the interpolation, the rest from the cut to Q16), and the upper half cuts by less than 1; roots
-// saturate at 2^30. So norm is below root = sqrt(e1 * e2) by less than 1.3e-6 * root + 1, and the quotient is
-// cut by less than 1. Where that does not hold the bounds are infinite.
+// most 65536. From an energy of 4096 on a table root is below the true one by less than 6e-7 of it (4.8e-7
+// from the interpolation, the rest from truncation to Q16), and the upper half truncates by less than 1;
+// roots saturate at 2^30. So norm is below root = sqrt(e1 * e2) by less than 1.3e-6 * root + 1, and
+// truncation changes the quotient by less than 1. Where that does not hold the bounds are infinite.
 VASK_BODY void BoundCoefficientsBody(const LagSums& sums, const Energies& energies, Bounds& bounds) {
   for (size_t lag = kMinLag; lag <= kMaxLag; ++lag) {
     const int32_t e1 = std::min(energies.later[lag], kOneQ30), e2 = std::min(energies.now[lag], kOneQ30);

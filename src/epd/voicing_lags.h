@@ -6,7 +6,7 @@
 //   upper half of ((s[i] - s[j]) << 16)^2 = d^2, d the 16-bit difference;  |(s[i] - s[j]) << 16| = |d| << 16;
 //   upper half of (|s[i]| << 16) * (|s[j]| << 16) = |s[i]| * |s[j]|.
 // Sums that wrap can be taken in any order and width; energies of all lags come from one running sum; whole
-// vectors are read beyond the window's end, where samples are 0, and what that adds is taken off again.
+// vectors are read beyond the window's end, where samples are 0, and what that adds is subtracted again.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +22,7 @@ struct LagFeatures {
   int32_t peak_valley_ratio;
 };
 
-// Of a window of at most 320 samples, over the lags 32 .. 267.
-// Assumes round-to-nearest.
+// The features of a window of at most 320 samples, over the lags 32 .. 267. Assumes round-to-nearest.
 LagFeatures MeasureLags(std::span<const int16_t> window);
 
 }  // namespace vask

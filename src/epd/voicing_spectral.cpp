@@ -1,5 +1,5 @@
-// In: power spectrum, int32, 31.25 Hz a bin. Out: Q16 figures. Sums are kept in 32 bits and wrap where a
-// caller's spectrum exceeds them.
+// In: power spectrum, int32, 31.25 Hz a bin. Out: Q16 figures. Sums are in 32 bits and wrap if a caller's
+// spectrum is too large for them.
 #include "epd/voicing_spectral.h"
 
 #include <vask/voicing.h>
@@ -22,7 +22,7 @@ constexpr int32_t kLowBins = kHighFirst - kLowFirst, kHighBins = kSpectrumBins -
 constexpr int32_t kLeastShareQ30 = 4211;  // 3.9e-6: keeps the logarithm off its lower end
 constexpr int32_t kThirdOf32Bits = 715827882;
 
-// Sum of (value >> shift) / divisor, every term divided by itself. A sum that wraps can be taken in any
+// Sum of (value >> shift) / divisor, each term divided separately. A sum that wraps can be taken in any
 // order.
 VASK_BODY int32_t SumByDivisor(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
   uint32_t sum = 0;
@@ -34,7 +34,7 @@ int32_t SumOfSharesPlain(std::span<const int32_t> values, int32_t shift, int32_t
   return SumByDivisor(values, shift, divisor);
 }
 
-// Divisors that are known here, those of the detector's spectrum, need no division.
+// Divisors that the compiler knows, those of the detector's spectrum, need no division.
 VASK_BODY int32_t SumOfSharesBody(std::span<const int32_t> values, int32_t shift, int32_t divisor) {
   if (divisor == kLowBins) return SumByDivisor(values, shift, kLowBins);
   if (divisor == kHighBins) return SumByDivisor(values, shift, kHighBins);
@@ -62,7 +62,7 @@ void BandMeansPlain(std::span<const int32_t> power, int32_t bands, int32_t* mean
   std::fill_n(mean, bands, 0);
 }
 
-// Nor do these widths, those of the detector's bands.
+// These widths, those of the detector's bands, need no division either.
 VASK_BODY void BandMeansBody(std::span<const int32_t> power, int32_t bands, int32_t* mean) {
   const auto width = static_cast<int32_t>(power.size()) / bands;
   if (width == 4) return MeansByWidth(power.data(), bands, 4, mean);
@@ -134,7 +134,7 @@ int32_t WeightedBandEntropy(std::span<const int32_t> power, int32_t bands, int32
   BandMeans(power, bands, band);
   for (int32_t b = 0; b < bands; ++b) band[b] = band[b] < 0 ? kMax32 : AtLeastOne(band[b]);
   const int64_t smallest = *std::min_element(band, band + bands);
-  const auto ratio = [&](int32_t b) {  // Q16; the outermost bands stand for their missing neighbours
+  const auto ratio = [&](int32_t b) {  // Q16; the outermost bands stand in for their missing neighbours
     return static_cast<int32_t>(DivideBelow2To53(smallest * kOneQ16, band[std::min(b, bands - 1)]));
   };
   int32_t before = ratio(0), here = before;

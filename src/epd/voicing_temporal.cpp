@@ -1,5 +1,5 @@
 // In: samples, int16, or the same << 16. Out: counts, Q16 and Q30 figures. Sums of 32 bits wrap for loud
-// windows; where a sum of squares comes out negative it is read as 2147483647.
+// windows; a sum of squares that comes out negative is read as 2147483647.
 #include "epd/voicing_temporal.h"
 
 #include <vask/voicing.h>

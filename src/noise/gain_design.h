@@ -13,7 +13,7 @@ namespace vask {
 inline constexpr int64_t kGainFloorQ20 = Q<20>(0.079432823);  // -22 dB
 static_assert(kGainFloorQ20 == 83291);
 
-// Shares of the SNR of the frame before and of this one in the a-priori SNR.
+// Shares of the previous frame's SNR and of this frame's in the a-priori SNR.
 inline constexpr int32_t kOldSnrQ16 = Q<16>(0.98), kNewSnrQ16 = kOneQ16 - kOldSnrQ16;
 static_assert(kOldSnrQ16 == 64225 && kNewSnrQ16 == 1311);
 
@@ -22,7 +22,7 @@ struct GainSpectra {
   std::span<int64_t> current;   // amplitude of this frame
   std::span<int64_t> mean;      // amplitude, of the mean power of two frames
   std::span<int64_t> noise;     // noise amplitude, learned while vad says noise
-  std::span<int64_t> cleaned;   // cleaned amplitude of the frame before; out: of this frame
+  std::span<int64_t> cleaned;   // cleaned amplitude of the previous frame; out: of this frame
   std::span<int32_t> gain_q30;  // out
 };
 

@@ -60,7 +60,7 @@ VASK_BODY bool DesignModerateBlockBody(const GainSpectra& s, int32_t keep_q30, s
   return true;
 }
 
-// Where rounding a double down takes more than an instruction, the plain form is the faster one.
+// Where rounding a double down takes more than one instruction, the plain form is faster.
 bool LeaveToThePlainForm(const GainSpectra& /*spectra*/, int32_t /*keep_q30*/, size_t /*first*/) {
   return false;
 }

@@ -46,7 +46,7 @@ void LearnAtStart(wiener_spectrum& spectrum, std::span<const int64_t> amplitude,
   }
 }
 
-// The mean amplitude of this frame and the one before.
+// The mean amplitude of this frame and the previous one.
 void UpdateSignal(wiener_spectrum& spectrum, std::span<const int64_t> amplitude, int32_t t) {
   for (size_t b = 0; b < amplitude.size(); ++b) {
     const int64_t* last = spectrum.ring_short[b].data;

@@ -10,7 +10,7 @@
 
 namespace vask {
 
-// Shares of the cleaned amplitude of the frame before and of this frame's SNR in the a-priori SNR.
+// Shares of the previous frame's cleaned amplitude and of this frame's SNR in the a-priori SNR.
 inline constexpr int32_t kOldSnrQ30 = Q<30>(0.98), kNewSnrQ30 = kOneQ30 - kOldSnrQ30;
 static_assert(kOldSnrQ30 == 1052266987 && kNewSnrQ30 == 21474837);
 
@@ -18,8 +18,8 @@ static_assert(kOldSnrQ30 == 1052266987 && kNewSnrQ30 == 21474837);
 void DetectSpeech(wiener_vad& vad, wiener_spectrum& spectrum, wiener_gsap_data& data,
                   std::span<const int64_t> amplitude);
 
-// The likelihood ratio of speech in one band, Q16, 1 to 131072, from its noise, signal and cleaned amplitude,
-// of which the last is brought up to date; the plain form.
+// The likelihood ratio of speech in one band, Q16, 1 to 131072, from its noise, signal and cleaned amplitude;
+// updates the last. The plain form.
 int64_t LikelihoodRatio(int64_t& noise, int64_t signal, int64_t& clean);
 
 }  // namespace vask

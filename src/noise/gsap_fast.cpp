@@ -60,7 +60,7 @@ VASK_KERNEL(void, RatiosOfExponentials, (const Block& v, const Block& e, Block& 
 void RatiosOfBlock(std::span<int64_t> noise, const int64_t* signal, int64_t* clean, int64_t* ratio) {
   std::array<bool, kBlock> moderate;
   Block n, s, c, v, exponent, e, r;
-  n.fill(1), s.fill(1), c.fill(0);  // what stands for the bands that are not
+  n.fill(1), s.fill(1), c.fill(0);  // placeholders for the bands that are not
   for (size_t b = 0; b < noise.size(); ++b) {
     noise[b] = AtLeastOne(noise[b]);
     moderate[b] = IsModerate(noise[b], signal[b], clean[b]);

@@ -23,8 +23,9 @@ void SumTapsPlain(std::span<const int32_t> gains, int64_t* scratch, const int32_
 
 constexpr uint64_t kBias = uint64_t{1} << 62;
 
-// Every product is shifted by itself. With 2^62 added it is positive, so that the shift, which then adds
-// 2^32, is a logical one, which vectors have. At most 35 terms below 2^32 each: no overflow in 64 bits.
+// Each product is shifted separately. With 2^62 added it is positive, so the shift can be a logical one,
+// which vectors have; the 2^32 that this adds to each term is subtracted at the end. At most 35 terms of at
+// most 2^33 each: no overflow in 64 bits.
 VASK_BODY void SumTapsBody(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows,
                            int32_t taps) {
   for (int32_t tap = 0; tap < taps; ++tap) {

@@ -65,7 +65,7 @@ void WindowQ10Plain(const int16_t* samples, std::span<const int32_t> window_q30,
 }
 
 // ApplyWindow in 32 bits: with the window's w = high * 2^16 + low, floor(s * w / 2^20) =
-// floor((s * high + floor(s * low / 2^16)) / 2^4), and a 16-bit sample keeps every part of it in 32 bits.
+// floor((s * high + floor(s * low / 2^16)) / 2^4), and for a 16-bit sample every part of it fits 32 bits.
 VASK_BODY void WindowQ10Body(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
   const size_t n = std::min(window_q30.size(), out.size());
   for (size_t i = 0; i < n; ++i) {

@@ -20,10 +20,10 @@ void ApplyWindow(const int16_t* samples, std::span<const int32_t> window_q30, st
 
 // Its steps.
 
-// ApplyWindow; an int16 sample and a window up to 1 keep it in 32 bits.
+// ApplyWindow in 32 bits, enough for int16 samples and a window of at most 1.
 void WindowQ10(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out);
 
-// From 257 powers to the smoothed spectrum and its mean with the frame before, which it then becomes.
+// From 257 powers to the smoothed spectrum and its mean with the previous frame's, which it then replaces.
 void Smooth(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
             std::span<int64_t> mean, bool is_first);
 
