@@ -23,7 +23,7 @@ using Step = std::function<void(const Frame&)>;
 
 void Run(benchmark::State& state, const Step& step) { PerFrameWithoutAllocation(state, Speech(), step); }
 
-// The last 512 samples up to a frame, windowed as for the noise reduction.
+// The 400 samples that end with a frame, then zeros, at about the scale of the noise reduction's window.
 class Window {
  public:
   const Samples512& Push(const Frame& frame) {

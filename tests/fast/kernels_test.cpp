@@ -74,7 +74,7 @@ Samples512 WindowOf(Input x, int bits) {
 void OfSquareRoots(Input x, Outputs& out) {
   for (const int bits : {0, 7, 15, 29, 36, 47}) {
     std::vector<int64_t> values = Shifted<int64_t>(x, bits), roots(x.size());
-    Roots(std::span(values).first(x.size() - 1), roots.data());  // no whole number of vectors
+    Roots(std::span(values).first(x.size() - 1), roots.data());  // not a whole number of vectors
     Append(out, roots);
     for (const int64_t v : values) Append(out, std::array{Root(v), RootQ8(v), int64_t{RootQ16(Low32(v))}});
   }
@@ -253,7 +253,7 @@ void OfLags(Input x, Outputs& out) {
   }
 }
 
-// What a kernel, or the step that it is part of, makes of an input.
+// Run a kernel, or the step that it is part of, on an input.
 void Drive(Kernel kernel, Input x, Outputs& out) {
   switch (kernel) {
     case Kernel::kRootQ30:

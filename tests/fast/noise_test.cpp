@@ -60,7 +60,7 @@ TEST(GainDesign, IsThatOfThePlainFormOnAllLevels) {
       for (int32_t frame = 1; frame < 6; ++frame) {
         vad.frame_count = seed % 3 == 0 ? frame + 97 : frame;
         vad.vad_flag = random() % 2;
-        const int quiet = static_cast<int>(random() % 8);  // amplitudes near to each other, and far
+        const int quiet = static_cast<int>(random() % 8);  // amplitudes close together, and far apart
         for (size_t k = 0; k < 129; ++k) {
           gains.current[k] = AnyLevel(random, bits) >> quiet;
           gains.mean[k] = quiet < 4 ? AnyLevel(random, bits) : gains.current[k] + 1;

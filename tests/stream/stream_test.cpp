@@ -1,5 +1,4 @@
-// Streams beside an engine that is driven by hand: the same bits and positions, and what the options make of
-// them.
+// Streams compared with an engine driven by hand: the same bits and positions, and what the options change.
 #include <gtest/gtest.h>
 #include <vask/engine.h>
 #include <vask/stream.hpp>
@@ -25,13 +24,13 @@ std::vector<Heard> Listen(const vask_stream_options& options, const Samples& inp
   return listener.segments();
 }
 
-// Speech, a burst that is none, silence of all zeros at both ends, and speech up to the last sample.
+// Speech, a burst that is not speech, all-zero silence at both ends, and speech up to the last sample.
 Samples Scene() {
   Samples room = Room();
   return Join({Samples(5 * 160), room, Burst(), Samples(room.begin(), room.begin() + 40000)});
 }
 
-// Two engines side by side: that of the process, and one whose record can be looked into.
+// Two engines side by side: that of the process, and one whose record can be inspected.
 class EnginePair {
  public:
   explicit EnginePair(int32_t mode) : own_(mode), mode_(mode) {
@@ -106,7 +105,7 @@ TEST(Stream, GivesTheBitsAndPositionsOfTheEngineInPiecesOfAnySize) {
     ASSERT_EQ(got, audio) << "segment " << k;
     ASSERT_EQ(f.voiced_frames, e.voiced_frames < 0 ? f.voiced_frames : e.voiced_frames);
   }
-  const auto& [last, audio] = first.back();  // nobody has ended it but the end of the input
+  const auto& [last, audio] = first.back();  // ended by the end of the input alone
   EXPECT_EQ(last.reason, VASK_STREAM_BY_INPUT_END);
   EXPECT_EQ(last.span_end, static_cast<int64_t>(input.size()));
   EXPECT_EQ(static_cast<int64_t>(audio.size()), last.span_end - last.span_start);
@@ -219,7 +218,7 @@ TEST(Stream, EndsWhereSpeechFellSilentHoweverLongTheHangover) {
       EXPECT_NEAR(static_cast<double>(heard[0].event.end), 142 * 160, 480) << hangover;
     }
   }
-  // Noise behind the vowel until frame 290: cut 190 frames behind the last voiced one, in the hangover.
+  // Noise after the vowel until frame 290: cut 190 frames after the last voiced one, in the hangover.
   const Samples noise = Hiss(150, 4000, 6);
   const std::vector<Heard> cut = Listen(
       StreamOptions(), Join({Samples(speech.begin(), speech.begin() + 140 * 160), noise, Hiss(100, 20, 7)}));
@@ -385,7 +384,7 @@ TEST(Stream, RefusesBadOptionsAndArguments) {
   EXPECT_EQ(stream.Write({static_cast<int16_t*>(nullptr), size_t{0}}), 0);
 }
 
-// Any profile that is let through, however odd, gives events in order and spans within the input.
+// Any accepted profile, however odd, gives events in order and spans within the input.
 TEST(Stream, OddProfilesKeepTheirPromises) {
   const Samples input = Scene();
   std::mt19937 random(9);

@@ -1,5 +1,5 @@
-// Streams in threads of their own meet nowhere: what each gives is what it gives alone. The thread sanitizer
-// watches the same test.
+// Streams in separate threads share nothing: each gives what it gives alone. The thread sanitizer watches the
+// same test.
 #include <gtest/gtest.h>
 
 #include <memory>

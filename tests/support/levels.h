@@ -5,7 +5,7 @@
 
 namespace vask::test {
 
-// Calls step(level) with that level in force, the plain one first; the level in force before comes back.
+// Calls step(level) with each level in force, the plain one first; then restores the previous level.
 template <typename Step>
 void AtEachLevel(Step step) {
   const Level before = LevelInForce();
