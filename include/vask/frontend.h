@@ -22,7 +22,7 @@ VASK_BEGIN_DECLS
  * dir     knowledge-base directory, up to 118 bytes
  * mode    1: every noise-reduced frame; 2: the samples of the utterance, from 350 ms before its start;
  *         3, 4: nothing, only the end is found; any other: frames are taken but not processed. Before the
- *         first call it is 2, for those who start the engine with Vask_epd_init alone
+ *         first call it is 2, for callers who start the engine with Vask_epd_init alone
  *
  * return  1: the engine runs
  *         0: no memory, or the directory is too long; an "ERROR: " line says which
