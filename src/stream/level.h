@@ -1,4 +1,4 @@
-// Levels in dB. Powers are mean squares of 16-bit samples; the detector's units are 16 to a doubling.
+// Levels in dB. Powers are mean squares of 16-bit samples; the detector's units are 16 per doubling.
 #pragma once
 
 #include <cstdint>
