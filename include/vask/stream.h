@@ -79,8 +79,8 @@ enum {
 typedef struct vask_stream_options {
   int32_t mode;        /* VASK_STREAM_CONTINUOUS or _UTTERANCES */
   int32_t audio;       /* VASK_STREAM_CLEAN, _RAW or _NO_AUDIO */
-  epd_profile profile; /* the detector's seventeen values. A max_unvoiced_run of less than hangover_frames +
-                          30 counts as that many: it would end an utterance before the hangover can */
+  epd_profile profile; /* the detector's seventeen values. A max_unvoiced_run below hangover_frames + 30 is
+                          raised to that: it would end an utterance before the hangover could */
   int32_t pad_start;   /* delivered from this long before the detected start; -1: from 0.35 s before */
   int32_t pad_end;     /* and until this long after the detected end; -1: all that the hangover covers */
   int32_t min_samples; /* an utterance shorter than this from start to end is rejected; 0: no limit */

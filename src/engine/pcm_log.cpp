@@ -10,16 +10,16 @@ namespace {
 constexpr char kFirstName[] = "in_000001.pcm";
 
 // Logging goes on: the next file may succeed, or the disk may have room again. All failures share one line.
-void TellFault(epd_engine& e) {
-  if (e.has_told_log_fault) return;
-  e.has_told_log_fault = true;
+void ReportFault(epd_engine& e) {
+  if (e.has_reported_log_fault) return;
+  e.has_reported_log_fault = true;
   Say(stdout, "ERROR: PCM log %s cannot be written: check the folder and the room on the disk\n",
       e.pcm_log_path);
 }
 
 void Open(epd_engine& e) {
   e.pcm_log_file = std::fopen(e.pcm_log_path, "wb");
-  if (e.pcm_log_file == nullptr) TellFault(e);
+  if (e.pcm_log_file == nullptr) ReportFault(e);
 }
 
 }  // namespace
@@ -32,7 +32,7 @@ bool LogInto(epd_engine& e, const char* dir) {
   }
   CopyText(e.pcm_log_dir, dir);
   e.pcm_log_on = 1;
-  e.has_told_log_fault = false;
+  e.has_reported_log_fault = false;
   return true;
 }
 
@@ -54,7 +54,7 @@ void OpenLogIfDue(epd_engine& e) {
 void WriteLog(epd_engine& e, std::span<const int16_t> samples) {
   if (e.pcm_log_on == 0 || e.pcm_log_file == nullptr || samples.empty()) return;
   const size_t written = std::fwrite(samples.data(), sizeof(int16_t), samples.size(), e.pcm_log_file);
-  if (written < samples.size()) TellFault(e);
+  if (written < samples.size()) ReportFault(e);
 }
 
 void EmptyLog(epd_engine& e) {
@@ -64,7 +64,7 @@ void EmptyLog(epd_engine& e) {
 }
 
 void CloseLog(epd_engine& e) {
-  if (e.pcm_log_file != nullptr && std::fclose(e.pcm_log_file) != 0) TellFault(e);
+  if (e.pcm_log_file != nullptr && std::fclose(e.pcm_log_file) != 0) ReportFault(e);
   e.pcm_log_file = nullptr;
 }
 

@@ -63,7 +63,7 @@ struct epd_engine {
   pre_emph_filt pre;
   sin_buff speech_queue;
   in64_buff spectrum_queue;
-  bool has_told_log_fault;  // since logging was switched on; not a field of the interface
+  bool has_reported_log_fault;  // since logging was switched on; not a field of the interface
 };
 
 namespace vask {
