@@ -1,4 +1,4 @@
-// -f csv: RFC 4180, a line of names and a line a segment. File names are their own bytes.
+// -f csv: RFC 4180, a header line and one line per segment. File names are written byte for byte.
 #include "listing/listing.h"
 
 namespace vask::command {

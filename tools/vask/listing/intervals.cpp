@@ -16,12 +16,12 @@ std::string IntervalListing::Open(const Recording& recording) {
 
 std::string IntervalListing::Add(const Recording&, const Segment& segment) {
   if (segment.rejected && !ShowsRejected()) return "";
-  // Nothing is put out of what was rejected: it has no margins.
+  // A rejected segment delivers no audio, so it has no padding.
   const bool from_span = edges_.padded_start && !segment.rejected;
   const bool to_span = edges_.padded_end && !segment.rejected;
   const int64_t start = std::max(Milliseconds(from_span ? segment.span_start : segment.start), end_);
   const int64_t end = Milliseconds(to_span ? segment.span_end : segment.end);
-  if (end <= start) return "";  // the interval before covers it
+  if (end <= start) return "";  // the previous interval covers it
   end_ = end;
   return AddInterval({start, end, segment.number, segment.reason});
 }

@@ -1,4 +1,4 @@
-// The forms that show one interval a segment, in whole milliseconds: all but text, jsonl and csv.
+// The forms that show one interval per segment, in whole milliseconds: all but text, jsonl and csv.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace vask::command {
 int64_t Milliseconds(double seconds);
 std::string Seconds(int64_t milliseconds);  // with three decimals
 
-// Gives intervals one after the other that do not overlap: each begins where the one before ends, or later.
+// Lists intervals in order that do not overlap: each begins where the previous one ends, or later.
 class IntervalListing : public Listing {
  public:
   explicit IntervalListing(ListingEdges edges) : edges_(edges) {}
@@ -32,7 +32,7 @@ class IntervalListing : public Listing {
 
  private:
   ListingEdges edges_;
-  int64_t end_ = 0;  // of the interval before
+  int64_t end_ = 0;  // of the previous interval
 };
 
 }  // namespace vask::command

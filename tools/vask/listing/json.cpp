@@ -1,4 +1,4 @@
-// -f jsonl: an object a line.
+// -f jsonl: one object per line.
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -10,7 +10,7 @@ namespace {
 
 using Object = nlohmann::ordered_json;
 
-double Rounded(double value) { return std::round(value * 1e6) / 1e6; }  // a sample is 5 us and more
+double Rounded(double value) { return std::round(value * 1e6) / 1e6; }  // a sample lasts 5 us or more
 
 // A file name need not be UTF-8.
 std::string Line(const Object& object) {

@@ -1,5 +1,5 @@
-// -f kaldi: the file `segments` of a Kaldi data folder. Its readers want the whole of it sorted by bytes, so
-// it is kept back until the end of the run.
+// -f kaldi: the file `segments` of a Kaldi data folder. Its readers expect all of it sorted by bytes, so it
+// is held back until the end of the run.
 #include <algorithm>
 #include <cstdio>
 #include <vector>
@@ -29,13 +29,13 @@ class KaldiListing : public IntervalListing {
 
  protected:
   std::string OpenIntervals(const Recording& recording) override {
-    lines_.resize(kept_);  // those of a recording that failed go
+    lines_.resize(kept_);  // drops those of a recording that failed
     name_ = names_.Next(recording.file);
     return "";
   }
 
   std::string AddInterval(const Interval& interval) override {
-    // Of equal width, so that the utterances of a recording stay in their order.
+    // Of equal width, so that sorting keeps the utterances of a recording in order.
     char number[16];
     std::snprintf(number, sizeof number, "-%06d ", interval.number);
     lines_.push_back(name_ + number + name_ + " " + Seconds(interval.start) + " " + Seconds(interval.end) +
@@ -47,7 +47,7 @@ class KaldiListing : public IntervalListing {
   RecordingNames names_;
   std::string name_;
   std::vector<std::string> lines_;
-  size_t kept_ = 0;  // lines of recordings that are whole
+  size_t kept_ = 0;  // lines of recordings that are finished
 };
 
 }  // namespace

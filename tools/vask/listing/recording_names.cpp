@@ -16,7 +16,7 @@ constexpr std::string_view kWideSpaces[] = {
     "\xE2\x80\x84", "\xE2\x80\x85", "\xE2\x80\x86", "\xE2\x80\x87", "\xE2\x80\x88", "\xE2\x80\x89",
     "\xE2\x80\x8A", "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAF", "\xE2\x81\x9F", "\xE3\x80\x80"};
 
-// Bytes of the white space or control character that `text` begins with; 0: it begins with another.
+// Bytes of the white space or control character that `text` begins with; 0: it begins with neither.
 size_t SpaceLength(std::string_view text) {
   if (text.front() == ' ') return 1;
   for (const std::string_view space : kWideSpaces) {
@@ -25,7 +25,7 @@ size_t SpaceLength(std::string_view text) {
   return ControlLength(text);
 }
 
-// With U+FFFD for what is no UTF-8, as in jsonl.
+// With U+FFFD for what is not UTF-8, as in jsonl.
 std::string Utf8(const std::string& bytes) {
   using nlohmann::json;
   return json::parse(json(bytes).dump(-1, ' ', false, json::error_handler_t::replace)).get<std::string>();

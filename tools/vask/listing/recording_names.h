@@ -8,12 +8,12 @@ namespace vask::command {
 
 class RecordingNames {
  public:
-  // The file's name without its folder and ending, as UTF-8, with _ for white space and control characters;
-  // with _2, _3 and so on behind it if an earlier one was the same.
+  // The file's name without its folder and extension, as UTF-8, with _ for white space and control
+  // characters; followed by _2, _3 and so on if an earlier one was the same.
   std::string Next(const std::string& file);
 
  private:
-  std::unordered_map<std::string, int> taken_;  // the names, and the number that each gets the next time
+  std::unordered_map<std::string, int> taken_;  // the names, and the number that each gets next time
 };
 
 }  // namespace vask::command

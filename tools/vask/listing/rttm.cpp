@@ -1,4 +1,4 @@
-// -f rttm: NIST's rich transcription time marks. Who speaks is not known: one speaker a run, "speech".
+// -f rttm: NIST's rich transcription time marks. Who speaks is not known: there is one speaker, "speech".
 #include "listing/intervals.h"
 #include "listing/recording_names.h"
 

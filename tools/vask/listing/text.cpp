@@ -1,4 +1,5 @@
-// -f text: a line a segment, tabs between its columns. Scripts read the first four: file, number, start, end.
+// -f text: one line per segment, tab-separated. Scripts read the first four columns: file, number, start,
+// end.
 #include "listing/listing.h"
 #include "terminal/errors.h"
 

@@ -1,5 +1,5 @@
 // -f textgrid: Praat's text format, one tier of intervals from 0 to the end of the recording. Those of the
-// utterances hold their numbers, those between are empty.
+// utterances hold their numbers; those in between are empty.
 #include <algorithm>
 
 #include "listing/intervals.h"
@@ -13,7 +13,7 @@ class TextGridListing : public IntervalListing {
   std::string EndingOfOne() const override { return ".TextGrid"; }
 
   std::string Close(const Recording& recording) override {
-    // An interval has a length, even in a recording that has none.
+    // An interval has a length, even if the recording has none.
     const int64_t length = std::max<int64_t>({Milliseconds(recording.seconds), end_, 1});
     if (end_ < length) Append(length, "");
     const std::string limits = "xmin = 0\nxmax = " + Seconds(length) + "\n";
@@ -32,7 +32,7 @@ class TextGridListing : public IntervalListing {
   }
 
  private:
-  // From the end of the interval before to `end`.
+  // From the end of the previous interval to `end`.
   void Append(int64_t end, const std::string& text) {
     intervals_ += "        intervals [" + std::to_string(++count_) +
                   "]:\n            xmin = " + Seconds(end_) + "\n            xmax = " + Seconds(end) +
@@ -42,7 +42,7 @@ class TextGridListing : public IntervalListing {
 
   std::string intervals_;
   int count_ = 0;
-  int64_t end_ = 0;  // of the newest interval, ms
+  int64_t end_ = 0;  // of the latest interval, ms
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// -f webvtt: a cue an utterance, with its number as identifier.
+// -f webvtt: one cue per utterance, with its number as identifier.
 #include <cstdio>
 
 #include "listing/intervals.h"
