@@ -6,8 +6,8 @@
 
 namespace vask::command {
 
-// The names in `list`, "-" for standard input: one a line, which may end with a carriage return too, or with
-// `null` each before a zero byte. Throws FileError, Interruption.
+// The names in `list`, "-" for standard input: one per line, ended by LF or CR LF, or with `null` each ended
+// by a zero byte. Throws FileError, Interruption.
 std::vector<std::string> ReadFileList(const std::string& list, bool null);
 
 }  // namespace vask::command

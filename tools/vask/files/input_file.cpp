@@ -23,7 +23,7 @@ InputFile::InputFile(const std::string& path, AtSignal at_signal)
     : name_(path == "-" ? "standard input" : path), at_signal_(at_signal), fd_(STDIN_FILENO) {
   if (path == "-") return;
   CheckIsReadableFile(path);
-  // To open a FIFO would otherwise wait for its writer.
+  // Otherwise opening a FIFO would wait for its writer.
   fd_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (fd_ < 0) throw FileError(name_, std::strerror(errno), "check the name and the permissions");
 }
@@ -38,7 +38,7 @@ size_t InputFile::ReadSome(std::span<uint8_t> out) {
     if (n >= 0) return static_cast<size_t>(n);
     if (errno != EINTR && errno != EAGAIN) {
       throw FileError(name_, std::string("cannot be read (") + std::strerror(errno) + ")",
-                      fd_ == STDIN_FILENO ? "send samples into it" : "copy it to another disk");
+                      fd_ == STDIN_FILENO ? "send samples to it" : "copy it to another disk");
     }
   }
   if (at_signal_ == AtSignal::kThrow) CheckSignals();

@@ -1,4 +1,4 @@
-// A file that is read forwards. It may be a pipe, whose bytes arrive when its writer likes.
+// A file that is read sequentially. It may be a pipe, whose bytes arrive at any time.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace vask::command {
 
-// What a signal is to the one who reads: the end of the run, or only that of the file.
+// What a signal means to the reader: the end of the run, or only that of the file.
 enum class AtSignal { kThrow, kEnd };
 
 class InputFile {
@@ -18,9 +18,9 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  // Waits for bytes and gives how many are there; 0 at the end. Throws FileError, Interruption.
+  // Waits for bytes and returns how many were read; 0 at the end. Throws FileError, Interruption.
   size_t ReadSome(std::span<uint8_t> out);
-  // Fills `out` unless the file ends before.
+  // Fills `out` unless the file ends first.
   size_t Read(std::span<uint8_t> out);
 
   const std::string& name() const { return name_; }  // for messages
@@ -32,7 +32,7 @@ class InputFile {
   int fd_;
 };
 
-// All of a file of text, without the byte order mark that some editors put in front. Throws as InputFile.
+// The whole of a text file, without the byte order mark that some editors put first. Throws as InputFile.
 std::string ReadText(const std::string& path);
 
 }  // namespace vask::command

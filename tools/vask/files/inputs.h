@@ -1,4 +1,4 @@
-// The files that a run reads: none of them may be replaced by what it writes.
+// The files that a run reads: what it writes may replace none of them.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@ class Inputs {
   Inputs() = default;
   explicit Inputs(const std::vector<std::string>& names);
 
-  // "-" is standard input. What does not exist is none, nor is a device such as /dev/null.
+  // "-" is standard input. What does not exist is not an input, nor is a device such as /dev/null.
   void Add(const std::string& name);
 
   bool Contain(const std::string& file) const;  // by whatever name or link

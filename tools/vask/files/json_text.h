@@ -1,4 +1,4 @@
-// JSON from outside: a profile, a ledger that somebody else may have written.
+// JSON from outside: a profile, or a ledger that someone else may have written.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -8,8 +8,8 @@ namespace vask::command {
 
 using Json = nlohmann::ordered_json;
 
-// The value of a text; a discarded one if the text is no JSON, or nests deeper than anything of ours: the
-// functions that write a value call themselves for what is in it.
+// The value of a text; a discarded one if the text is not JSON, or nests deeper than anything of ours: the
+// functions that write a value are recursive.
 Json ParseJson(const std::string& text);
 
 }  // namespace vask::command

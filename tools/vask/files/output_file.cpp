@@ -18,9 +18,9 @@ namespace {
 
 constexpr size_t kFlushBytes = 1 << 16;
 constexpr int kLookForReader = 50;                       // ms
-constexpr std::string_view kTemporary = ".vask-XXXXXX";  // the last six are any
+constexpr std::string_view kTemporary = ".vask-XXXXXX";  // the last six are arbitrary
 
-// The mode that open() would have given: mkostemp() makes files for the owner alone.
+// The mode that open() would have given: mkostemp() creates files for the owner only.
 mode_t NewFileMode() {
   static const mode_t mode = [] {
     const mode_t mask = umask(0);
@@ -65,7 +65,7 @@ void OutputFile::OpenInPlace(bool fifo) {
   }
 }
 
-// Its lock says that somebody still writes it: RemoveLeftovers() of another run may have been faster.
+// Its lock says that it is still being written: RemoveLeftovers() of another run may have removed it first.
 void OutputFile::MakeTemporary() {
   struct stat status = {};
   while (status.st_nlink == 0) {
@@ -76,7 +76,7 @@ void OutputFile::MakeTemporary() {
       temporary_.clear();
       ThrowUnwritable(errno);
     }
-    // Where files cannot be locked nothing is removed either.
+    // Where files cannot be locked, nothing is removed either.
     if (flock(fd_, LOCK_EX) != 0 || fstat(fd_, &status) != 0) break;
   }
 }
@@ -94,9 +94,9 @@ void OutputFile::WriteOverStart(std::span<const uint8_t> bytes) {
 
 void OutputFile::Commit() {
   Flush();
-  // Else a power cut could leave the new name with nothing behind it. Some file systems cannot.
+  // Otherwise a power cut could leave an empty file under the new name. Some file systems cannot sync.
   if (!temporary_.empty() && fsync(fd_) != 0 && errno != EINVAL && errno != ENOSYS) ThrowUnwritable(errno);
-  // A network file system may report a full disk only in close(); the lock lasts until the second one.
+  // A network file system may report a full disk only in close(); the lock lasts until the second close().
   const int again = fcntl(fd_, F_DUPFD_CLOEXEC, 0);
   const int closed = close(fd_);
   fd_ = again;
@@ -120,7 +120,7 @@ void OutputFile::ThrowUnwritable(int error) const {
   const char* remedy = "check the folder and its permissions";
   if (error == ENOSPC || error == EDQUOT) remedy = "make room or write to another disk";
   if (error == EISDIR) remedy = "give the name of a file";
-  if (error == ESPIPE) remedy = "write to a file, a WAV header is filled in at the end";
+  if (error == ESPIPE) remedy = "write to a file, since a WAV header is filled in at the end";
   throw FileError(name_, std::string("cannot be written (") + std::strerror(error) + ")", remedy);
 }
 

@@ -1,4 +1,4 @@
-// A file that is there whole or not at all.
+// A file that appears complete or not at all.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 
 namespace vask::command {
 
-// Writes into a hidden file beside the target and renames it in Commit(); without Commit() nothing is left. A
-// target that is no regular file (a device) is written in place, a FIFO once somebody reads it. Every failure
-// is a FileError.
+// Writes to a hidden file next to the target and renames it in Commit(); without Commit() nothing is left. A
+// target that is not a regular file (a device) is written in place, a FIFO once it has a reader. Every
+// failure is a FileError.
 class OutputFile {
  public:
   explicit OutputFile(const std::string& target);
@@ -19,11 +19,11 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
 
   void Append(std::span<const uint8_t> bytes);
-  void WriteOverStart(std::span<const uint8_t> bytes);  // the last thing before Commit()
+  void WriteOverStart(std::span<const uint8_t> bytes);  // the last call before Commit()
   void Commit();
 
   const std::string& name() const { return name_; }
-  int fd() const { return fd_; }  // for a library that writes by itself, instead of Append()
+  int fd() const { return fd_; }  // for a library that does its own writing, instead of Append()
   [[noreturn]] void ThrowUnwritable(int error) const;  // an errno
 
  private:
@@ -40,7 +40,7 @@ class OutputFile {
 };
 
 // Removes from `folder` what OutputFiles of runs that were killed have left. Those of a run that is still
-// going on stay.
+// going on are kept.
 void RemoveLeftovers(const std::string& folder);
 
 // The same for the folder in which an OutputFile for `target` would write.

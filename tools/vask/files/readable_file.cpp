@@ -10,7 +10,7 @@
 
 namespace vask::command {
 
-// libsndfile's own words for these cases are "System error" and "Format not recognised".
+// libsndfile's own messages for these cases are "System error" and "Format not recognised".
 void CheckIsReadableFile(const std::string& path) {
   struct stat status;
   if (stat(path.c_str(), &status) != 0) {
@@ -22,7 +22,7 @@ void CheckIsReadableFile(const std::string& path) {
     throw FileError(path, "is empty", "record or copy it again");
   }
   if (access(path.c_str(), R_OK) != 0) {
-    throw FileError(path, std::strerror(errno), "ask its owner for the right to read it");
+    throw FileError(path, std::strerror(errno), "ask its owner for permission to read it");
   }
 }
 

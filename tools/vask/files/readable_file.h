@@ -1,4 +1,4 @@
-// Whether a file can be read at all, told in words for the person at the terminal.
+// Whether a file can be read at all, and if not, why, in words for the user.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Arguments that several jobs have.
+// Arguments that several jobs share.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// What may go wrong, in words for the person at the terminal, and the reasons to stop at once.
+// What may go wrong, in words for the user, and the reasons to stop at once.
 #pragma once
 
 #include <cerrno>
@@ -11,7 +11,7 @@
 
 namespace vask::command {
 
-// Exit statuses beside 0.
+// Exit statuses other than 0.
 constexpr int kExitFailed = 1;  // at least one file; the others are done
 constexpr int kExitUsage = 2;
 
@@ -28,18 +28,19 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Nothing can go on: the engine does not start, standard output cannot be written.
+// The run cannot continue: the engine does not start, standard output cannot be written.
 class FatalError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// The process ends by this signal once everything unfinished is cleared away.
+// The process ends by this signal once everything unfinished is cleaned up.
 struct Interruption {
   int signal;
 };
 
-// After a failed write to standard output, while errno tells why. A reader that has had enough is no error.
+// After a failed write to standard output, while errno says why. A reader that has had enough is not an
+// error.
 [[noreturn]] inline void ThrowOutputError() {
   if (errno == EPIPE) throw Interruption{SIGPIPE};
   throw FatalError(std::string("standard output: cannot be written (") + std::strerror(errno) +

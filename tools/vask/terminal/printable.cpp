@@ -9,7 +9,7 @@ namespace {
 
 struct Character {
   uint32_t code = 0;
-  size_t bytes = 0;  // 0: no UTF-8
+  size_t bytes = 0;  // 0: not UTF-8
 };
 
 // First bytes, the second bytes that may follow them (no overlong forms, no surrogates), and the length.

@@ -1,5 +1,4 @@
-// Names come from anywhere: what would break a line, drive the terminal or turn text around must not reach
-// it.
+// Names come from anywhere: what would break a line, control the terminal or reverse text must not reach it.
 #pragma once
 
 #include <string>
@@ -7,14 +6,14 @@
 
 namespace vask::command {
 
-// Bytes of the control character that `text` begins with, 0 if it begins with another: U+0000 to U+001F,
-// U+007F to U+009F, those that set the direction of text, and bytes of 0x80 to 0x9F that are no UTF-8.
+// Bytes of the control character that `text` begins with, 0 if it begins with none: U+0000 to U+001F,
+// U+007F to U+009F, those that set the direction of text, and bytes of 0x80 to 0x9F that are not UTF-8.
 size_t ControlLength(std::string_view text);
 
 // A name as one line of text, with ? for control characters.
 std::string Printable(std::string_view name);
 
-// JSON whose strings have escapes for those beyond ASCII.
+// JSON with escapes for control characters beyond ASCII.
 std::string PrintableJson(std::string_view json);
 
 }  // namespace vask::command

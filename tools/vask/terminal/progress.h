@@ -1,4 +1,4 @@
-// A line on the terminal that says how far a long file is; nothing anywhere else.
+// A line on the terminal that shows the progress of a long file; nothing anywhere else.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace vask::command {
 
-// Whether a file of so many samples at 16 kHz takes long enough for a person to wonder; 0 if unknown.
+// Whether a file of that many samples at 16 kHz, 0 if unknown, takes long enough to show progress.
 bool IsLong(int64_t samples);
 
 class Progress {

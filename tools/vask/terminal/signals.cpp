@@ -19,17 +19,18 @@ namespace {
 std::atomic<int> noted_signal = 0;
 static_assert(std::atomic<int>::is_always_lock_free);  // a signal handler writes it
 
-// The handler puts a byte into this pipe, which is never taken out: all that poll it from then on are woken.
+// The handler writes a byte to this pipe, which is never read: everything that polls it from then on wakes.
 int wake_reader = -1, wake_writer = -1;
 
 void Note(int signal) {
   const int error = errno;
   noted_signal = signal;
-  [[maybe_unused]] const ssize_t written = write(wake_writer, "", 1);  // one byte does, so it may be full
+  [[maybe_unused]] const ssize_t written =
+      write(wake_writer, "", 1);  // one byte is enough, so it may be full
   errno = error;
 }
 
-// Polls `fds` and the wake pipe; gives whether the latter is why it ended.
+// Polls `fds` and the wake pipe; returns whether the latter ended the wait.
 template <size_t kCount>
 bool PollUntilSignal(std::array<struct pollfd, kCount>& fds, int milliseconds = -1) {
   fds.back() = {wake_reader, POLLIN, 0};
@@ -43,7 +44,7 @@ bool PollUntilSignal(std::array<struct pollfd, kCount>& fds, int milliseconds = 
 void CatchSignals() {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-    throw FatalError(std::string("cannot start (") + std::strerror(errno) + "): end other programs");
+    throw FatalError(std::string("cannot start (") + std::strerror(errno) + "): close other programs");
   }
   wake_reader = ends[0];
   wake_writer = ends[1];
@@ -53,7 +54,7 @@ void CatchSignals() {
     if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
     action = {};
     action.sa_handler = Note;
-    // Without SA_RESTART, so that a library that waits for a file gives up too.
+    // Without SA_RESTART, so that a library that is waiting for a file gives up too.
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(signal, &action, nullptr);
   }

@@ -1,4 +1,4 @@
-// Ctrl-C and its like, noticed between two blocks of audio and wherever the command waits for another
+// Ctrl-C and the like, noticed between two blocks of audio and wherever the command waits for another
 // process, so that no unfinished file is left.
 #pragma once
 
@@ -14,13 +14,13 @@ bool SignalNoted();
 // Throws Interruption if a signal has been noted.
 void CheckSignals();
 
-// Every wait below ends at a signal, on whichever thread it arrives, also if it came before the wait began.
+// Every wait below ends at a signal, on whichever thread it arrives, even if it came before the wait began.
 
-// Waits for something to read, or the end. False at a signal, or when nobody reads the pipe `to` any longer.
+// Waits for something to read, or the end. False at a signal, or once nobody reads the pipe `to`.
 bool WaitToRead(int fd, int to = -1);
 // Waits for room to write. False at a signal while there is none.
 bool WaitToWrite(int fd);
-// True at a signal, false after so many milliseconds.
+// True at a signal, false after that many milliseconds.
 bool WaitForSignal(int milliseconds);
 
 // Ends the process by `signal`, as if it had never been caught.

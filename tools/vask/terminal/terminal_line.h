@@ -1,4 +1,4 @@
-// A line at the bottom of the terminal that is written again and again; nothing where standard error is no
+// A line at the bottom of the terminal that is rewritten in place; nothing if standard error is not a
 // terminal.
 #pragma once
 

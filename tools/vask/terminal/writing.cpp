@@ -26,7 +26,7 @@ int WriteAll(int fd, std::span<const uint8_t> bytes) {
 
 void WriteOutput(std::string_view text) {
   while (!text.empty()) {
-    // A pipe that has room takes so much without blocking; it is not ours to set to O_NONBLOCK.
+    // A pipe that has room takes this much without blocking; it is not ours to set to O_NONBLOCK.
     const std::string_view part = text.substr(0, PIPE_BUF);
     errno = WriteAll(STDOUT_FILENO, {reinterpret_cast<const uint8_t*>(part.data()), part.size()});
     if (errno == EINTR) CheckSignals();

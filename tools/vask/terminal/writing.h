@@ -1,4 +1,4 @@
-// Writing to what may be a pipe that nobody empties at the moment.
+// Writing to what may be a pipe that nobody is reading at the moment.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace vask::command {
 
-// Writes all of `bytes`. Gives 0, or the errno of what failed: EINTR if a signal came while there was no
+// Writes all of `bytes`. Returns 0, or the errno of what failed: EINTR if a signal came while there was no
 // room.
 int WriteAll(int fd, std::span<const uint8_t> bytes);
 
