@@ -9,7 +9,7 @@ namespace vask::command {
 
 class Envelope {
  public:
-  explicit Envelope(int32_t step) : step_(step) {}  // samples a value
+  explicit Envelope(int32_t step) : step_(step) {}  // samples per value
 
   void Add(std::span<const int16_t> samples);
 
@@ -17,7 +17,7 @@ class Envelope {
 
  private:
   int32_t step_;
-  int32_t filled_ = 0;  // samples of the last value; 0: none is begun
+  int32_t filled_ = 0;  // samples in the last value; 0: none is begun
   std::vector<uint8_t> values_;
 };
 

@@ -1,4 +1,4 @@
-// The report's page: the built viewer with the data of one recording in it, in one file.
+// The report's page: the built viewer with the data of one recording, in one file.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ class Page {
  public:
   explicit Page(const std::string& target);
 
-  void AddJson(std::string_view name, const nlohmann::json& value);       // its texts may hold any bytes
+  void AddJson(std::string_view name, const nlohmann::json& value);       // its strings may hold any bytes
   void AddFile(std::string_view name, std::span<const uint8_t> bytes);    // in base64
   void AddValues(std::string_view name, std::span<const uint8_t> bytes);  // deflated, then in base64
   void Commit();

@@ -13,13 +13,13 @@
 
 namespace vask::command {
 
-// How fine a report is drawn: bounded, so that the page of an hour stays small.
+// How fine a report is drawn: bounded, so that the page for an hour stays small.
 struct Fineness {
-  int32_t envelope_step;       // samples a value
-  int32_t spectrogram_frames;  // of 10 ms a column
+  int32_t envelope_step;       // samples per value
+  int32_t spectrogram_frames;  // of 10 ms per column
   int32_t trace_frames;
 
-  static Fineness For(int64_t samples);  // 0: the length is not known
+  static Fineness For(int64_t samples);  // 0: unknown length
 };
 
 class Picture {

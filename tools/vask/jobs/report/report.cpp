@@ -22,7 +22,7 @@ namespace {
 using nlohmann::json;
 
 constexpr size_t kBlock = size_t{10} * kRateHz;               // 10 s, which two threads share
-constexpr int64_t kLongestExact = int64_t{4} * 60 * kRateHz;  // longer sound is coded
+constexpr int64_t kLongestExact = int64_t{4} * 60 * kRateHz;  // longer sound is compressed
 
 double Seconds(int64_t samples) { return static_cast<double>(samples) / kRateHz; }
 
@@ -150,7 +150,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   int64_t length = 0;
   for (size_t n = 0; (n = reader.Read(block)) > 0;) {
     const auto samples = std::span(block).first(n);
-    auto other = std::async([&] { cleaned.Add(samples); });  // without threads it is done in get()
+    auto other = std::async([&] { cleaned.Add(samples); });  // if no thread can be started, get() does it
     heard.Add(samples);
     other.get();
     length += static_cast<int64_t>(n);

@@ -10,13 +10,13 @@
 namespace vask::command {
 namespace {
 
-// libsndfile takes a level of 0 to 1 for 256 down to 6 kbit/s.
+// libsndfile maps a level of 0 to 1 to 256 down to 6 kbit/s.
 constexpr double kOpusBitsPerSecond = 16000;
 constexpr double kOpusLevel = 1 - (kOpusBitsPerSecond - 6000) / (256000 - 6000);
 
 [[noreturn]] void ThrowNoEncoder(SNDFILE* file) {
   throw FatalError(std::string("the sound of the report cannot be encoded (") + sf_strerror(file) +
-                   "): install a libsndfile with Opus, or use --no-audio");
+                   "): install a libsndfile with Opus support, or use --no-audio");
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ class Sound {
 
   std::vector<uint8_t> file_;
   sf_count_t position_ = 0;
-  std::unique_ptr<SNDFILE, Close> encoder_;  // ends before what it writes to
+  std::unique_ptr<SNDFILE, Close> encoder_;  // destroyed before what it writes to
 };
 
 }  // namespace vask::command

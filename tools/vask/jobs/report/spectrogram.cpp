@@ -8,7 +8,7 @@
 namespace vask::command {
 namespace {
 
-// Samples times 2^6: a thousandth of a step is kept, and the library's transform takes its fast way.
+// Samples times 2^6: this keeps a thousandth of a step, and the library's transform takes its fast path.
 constexpr int32_t kWindowShift = 30 - 6;
 
 // A sine at full scale reaches 2^15 * 2^6 * 512 / 2 under a window whose mean is 1/2.

@@ -14,12 +14,12 @@ namespace vask::command {
 class Spectrogram {
  public:
   static constexpr int32_t kBands = 128;
-  static constexpr int32_t kLowestDb = -120;  // the byte 0, and all below; a sine at full scale is 0 dB
+  static constexpr int32_t kLowestDb = -120;  // byte 0, and anything below; a sine at full scale is 0 dB
 
-  explicit Spectrogram(int32_t frames);  // of 10 ms a column, whose powers are averaged
+  explicit Spectrogram(int32_t frames);  // of 10 ms per column, whose powers are averaged
 
   void Add(std::span<const int16_t> samples);
-  void Finish();  // the column that is begun; nothing may be added behind it
+  void Finish();  // ends the column that is begun; nothing may be added after it
 
   const std::vector<uint8_t>& values() const { return values_; }  // column after column, low bands first
 
@@ -32,8 +32,8 @@ class Spectrogram {
   int32_t frames_;
   int32_t taken_ = 0;  // frames in the column that is begun
   std::array<int32_t, kPoints> window_;
-  std::array<int16_t, kPoints> samples_ = {};  // the window's middle lies in the middle of its frame
-  int32_t fresh_;                              // samples still wanted for the next frame
+  std::array<int16_t, kPoints> samples_ = {};  // the window is centred on its frame
+  int32_t fresh_;                              // samples still needed for the next frame
   std::array<double, kBands> power_ = {};
   std::vector<uint8_t> values_;
 };

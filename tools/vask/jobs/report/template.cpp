@@ -1,4 +1,4 @@
-// The assembler copies the file: that takes no time and needs no second program.
+// The assembler embeds the file: that takes no time and needs no extra program.
 #include "jobs/report/template.h"
 
 asm(R"(

@@ -1,4 +1,4 @@
-// The built viewer, report/template.html, as viewer/ makes it.
+// The built viewer, report/template.html, as viewer/ builds it.
 #pragma once
 
 #include <string_view>

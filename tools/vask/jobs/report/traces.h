@@ -8,7 +8,7 @@
 
 namespace vask::command {
 
-// A column stands for one frame of 10 ms or more: the loudest of them, and whether any was speech or voiced.
+// A column covers one or more frames of 10 ms: the loudest of them, and whether any was speech or voiced.
 class Traces {
  public:
   static constexpr uint8_t kNone = 255;  // not measured
@@ -18,7 +18,7 @@ class Traces {
 
   explicit Traces(int32_t frames) : frames_(frames) {}
 
-  // The newest frame, and the earlier one that the detector's values belong to.
+  // Adds the newest frame, and the detector's values to the earlier one that they belong to.
   void Add(const vask_stream_measures& measures);
 
   const std::vector<uint8_t>& level() const { return level_; }    // dB full scale, from kLowestLevelDb
@@ -27,10 +27,10 @@ class Traces {
   const std::vector<uint8_t>& flags() const { return flags_; }
 
  private:
-  size_t ColumnAt(int64_t position);  // made if it is not there yet
+  size_t ColumnAt(int64_t position);  // created if not there yet
 
   int32_t frames_;
-  int64_t heard_ = 0, detector_at_ = -1;  // of the last call: what is no newer is not taken twice
+  int64_t heard_ = 0, detector_at_ = -1;  // of the last call: nothing is taken twice
   std::vector<uint8_t> level_, energy_, noise_, flags_;
 };
 
