@@ -1,6 +1,6 @@
 # Completion of vask for bash.
 
-# How a detector listens.
+# The options of the detector.
 _vask_listening="--preset --profile --pad-start --pad-end --min-speech --max-segment --hangover --min-voiced --max-tones
   --threshold"
 # The subcommands and, for each, its options.
@@ -17,7 +17,7 @@ declare -gA _vask_options=(
 
 _vask() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} subcommand="" i
-  # "--format=csv" comes as three words.
+  # "--format=csv" arrives as three words.
   if [[ $word == "=" ]]; then
     word=""
   elif [[ $before == "=" ]]; then

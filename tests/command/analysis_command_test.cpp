@@ -1,4 +1,4 @@
-// vask env, mfcc and tables from outside, over recordings that are made here.
+// vask env, mfcc and tables from outside, on recordings made here.
 
 #include <cstdio>
 #include <cstring>
@@ -14,7 +14,7 @@ void Save(const fs::path& path, const std::vector<double>& samples) {
   test::Save(path, rounded);
 }
 
-// 29 harmonics of 120 Hz under three formants, with syllables; of the given root mean square.
+// 29 harmonics of 120 Hz shaped by three formants, with syllables; `level` is the root mean square.
 std::vector<double> Voice(size_t n, double level) {
   std::vector<double> x(n, 0);
   double energy = 0;
@@ -34,7 +34,7 @@ std::vector<double> Voice(size_t n, double level) {
 }
 
 // A second of room, `voiced` seconds of voice in it, 0.6 s of room. The room hisses above 6 kHz, at a root
-// mean square of `hiss`: low-passed noise with every other sample turned over.
+// mean square of `hiss`: low-passed noise with every other sample negated.
 std::vector<double> Scene(double hiss, double voiced, double level) {
   std::mt19937 random(5);
   std::normal_distribution<double> normal;
@@ -133,18 +133,18 @@ TEST_F(Analysis, JudgesTheEnvironment) {
             std::string::npos);
 }
 
-TEST_F(Analysis, SaysWhatItDidNotLookAt) {
+TEST_F(Analysis, SaysWhatItDidNotExamine) {
   std::vector<double> noise = Scene(300, 24, 0);
   Save(dir_ / "long.wav", noise);
   EXPECT_EQ(Run("env long.wav"), 0);
   EXPECT_EQ(Columns()[1], "-1");
-  EXPECT_EQ(err_, "vask: long.wav: 20.50 of 25.60 s were looked at\n");
+  EXPECT_EQ(err_, "vask: long.wav: 20.50 of 25.60 s were examined\n");
   Save(dir_ / "silence.wav", std::vector<double>(kRateHz, 0.0));
   EXPECT_EQ(Run("env silence.wav"), 0);
   EXPECT_EQ(out_.substr(0, out_.rfind('\t')), "silence.wav\t-1\t-\t-\t-\t0\t0");
 }
 
-TEST_F(Analysis, WritesArraysOfEveryForm) {
+TEST_F(Analysis, WritesArraysOfEveryKind) {
   const size_t rows = 1998;  // 319680 samples
   ASSERT_EQ(Run("mfcc '" + kRoom + "' -o plain.npy") + Run("mfcc '" + kRoom + "' --deltas -o deltas.npy") +
                 Run("mfcc '" + kRoom + "' --csv -o plain.csv"),
@@ -161,7 +161,7 @@ TEST_F(Analysis, WritesArraysOfEveryForm) {
     ASSERT_EQ(value, plain[i]) << "row " << i / 13 << " column " << i % 13;
     ASSERT_EQ(gap, i % 13 == 12 ? '\n' : ',');
   }
-  // A last frame that is not whole has its row too.
+  // An incomplete last frame has its row too.
   Save(dir_ / "short.wav", std::vector<double>(161, 1000.0));
   ASSERT_EQ(Run("mfcc short.wav --log-energies -o short.npy"), 0);
   Array("short.npy", 2, 23);
@@ -169,12 +169,12 @@ TEST_F(Analysis, WritesArraysOfEveryForm) {
 
 TEST_F(Analysis, KeepsTheMeanInTheKnowledgeBaseAcrossRuns) {
   EXPECT_EQ(Run("tables new/kb"), 0);
-  EXPECT_EQ(out_, "new/kb: nine tables and config.Vask written\n");
+  EXPECT_EQ(out_, "new/kb: wrote nine tables and config.Vask\n");
   EXPECT_EQ(Run("tables new/kb"), 0);
-  EXPECT_EQ(out_, "new/kb: nothing written, nine tables and config.Vask are there already\n");
+  EXPECT_EQ(out_, "new/kb: wrote nothing: nine tables and config.Vask already exist\n");
   fs::remove(dir_ / "new/kb/Vask.db/ss3.txt");
   EXPECT_EQ(Run("tables new/kb"), 0);
-  EXPECT_EQ(out_, "new/kb: written what was missing of nine tables and config.Vask\n");
+  EXPECT_EQ(out_, "new/kb: wrote what was missing of nine tables and config.Vask\n");
   ASSERT_EQ(Run("mfcc '" + kRoom + "' -o plain.npy"), 0);
   const std::vector<float> plain = Array("plain.npy", 1998, 13);
   std::vector<double> mean(13, 0), kept(13, 0);
@@ -191,7 +191,7 @@ TEST_F(Analysis, KeepsTheMeanInTheKnowledgeBaseAcrossRuns) {
       EXPECT_NEAR(value / (1 << 20), kept[k], 1e-4) << "run " << run << ", " << k;
     }
   }
-  // Without table files the built-in ones serve; the mean is kept all the same.
+  // Without table files the built-in ones are used; the mean is kept all the same.
   for (const char* name : {"pre_emph", "InitFBank", "loChan", "InitDCTMatrix"})
     fs::remove(dir_ / "new/kb/Vask.db" / (std::string(name) + ".txt"));
   EXPECT_EQ(Run("mfcc '" + kRoom + "' --kb new/kb -o kept.npy"), 0) << err_;
@@ -212,14 +212,14 @@ TEST_F(Analysis, FailsWithOneLineAndLeavesNothing) {
   for (const Case& c :
        {Case{"env", 2, "FILE is required"}, Case{"env file", 1, "file: cannot be read as audio"},
         Case{mfcc + "--deltas --log-energies", 2, "excludes"},
-        Case{mfcc + "--kb none", 2, "holds no folder Vask.db"},
+        Case{mfcc + "--kb none", 2, "contains no writable folder Vask.db"},
         Case{mfcc + "--kb bad", 1, "loChan.txt, line 2: not a number"},
         Case{mfcc + "--kb mean", 1, "mean/Vask.db/global_cms: the engine says ERROR: read global_cms"},
         Case{"mfcc none.wav -o out.npy", 1, "none.wav: no such file"},
         Case{"mfcc '" + kRoom + "' -o none/out.npy", 1, "none/out.npy: cannot be written"},
         Case{"mfcc '" + kRoom + "' -o /dev/full", 1, "/dev/full: cannot be written"},
-        Case{"tables file", 1, "file: cannot be made a folder"},
-        Case{"tables /dev/null/x", 1, "cannot be made a folder"}}) {
+        Case{"tables file", 1, "file: cannot be created as a folder"},
+        Case{"tables /dev/null/x", 1, "cannot be created as a folder"}}) {
     EXPECT_EQ(Run(c.arguments), c.status) << c.arguments;
     EXPECT_EQ(out_, "") << c.arguments;
     EXPECT_NE(err_.find(c.message), std::string::npos) << c.arguments << ": " << err_;

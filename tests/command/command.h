@@ -115,7 +115,7 @@ class Command : public testing::Test {
  protected:
   fs::path operator/(const std::string& name) const { return dir_ / name; }
 
-  // Starts the program in the test's folder; `prepare` runs in it before.
+  // Starts the program in the test's folder; `prepare` runs in the child first.
   pid_t Start(
       std::vector<std::string> args, const std::function<void()>& prepare = [] {}) {
     args.insert(args.begin(), "vask");
@@ -123,7 +123,7 @@ class Command : public testing::Test {
     std::transform(args.begin(), args.end(), argv.begin(), [](std::string& arg) { return arg.data(); });
     const pid_t child = fork();
     if (child != 0) return child;
-    // Beside the folder, so that a test may count the files in it.
+    // Next to the folder, so that a test can count the files in it.
     const int out = open((dir_.string() + ".out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     const int err = open((dir_.string() + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (chdir(dir_.c_str()) != 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(99);
@@ -154,7 +154,7 @@ class Command : public testing::Test {
     return Finish(Start(std::move(args), prepare));
   }
 
-  // The utterances of one file, from a run that must be without fault and keep to the form of the output.
+  // The utterances of one file, from a run that must succeed and print well-formed output.
   std::vector<Utterance> Detect(const std::string& file, std::vector<std::string> more = {}) {
     more.insert(more.begin(), {"detect", file});
     const Outcome outcome = Run(more);
@@ -198,7 +198,7 @@ class Command : public testing::Test {
     return names;
   }
 
-  // Files of 5 s from all over the sample, two of them no audio.
+  // Files of 5 s from all over the sample, two of them not audio.
   std::vector<std::string> Many(int count) {
     std::vector<std::string> names;
     const Samples room = Load(kRoom);

@@ -9,12 +9,12 @@ TEST_F(Command, FindsTheSentencesOfTheSample) {
   ExpectClose(Detect(kRoom), Truth(), 0.3);
 }
 
-TEST_F(Command, WritesUtterancesThatLieWhereTheListSays) {
+TEST_F(Command, WritesUtterancesFromTheListedSpans) {
   const std::vector<Utterance> found = Detect(kRoom, {"-o", "new/folder"});
   ASSERT_FALSE(found.empty());
   ASSERT_EQ(Files().size(), found.size());
   ASSERT_EQ(Run({"denoise", kRoom, "-o", "clean.wav"}).exit_code, 0);
-  // Up to the first end both modes reduce the same noise: sample for sample the same sound, 35 frames
+  // Up to the end of the first utterance both modes reduce the same noise: the same samples, 35 frames
   // earlier.
   const Samples first = Load(*this / "new/folder/room-001.wav"), clean = Load(*this / "clean.wav");
   const auto begin = static_cast<size_t>(std::lround((found[0].start - 0.35) * kRateHz));
@@ -36,7 +36,7 @@ TEST_F(Command, WritesWhatTheFrontEndGivesAnApplication) {
     android_get_frames(static_cast<int32_t>(utterance.size()), utterance.data());
     android_reset_frontend();
     android_process_frame(160, &room[i]);  // the frame of the end belongs to what comes next
-    if (utterance.empty()) continue;       // a noise that was no speech
+    if (utterance.empty()) continue;       // a noise that was not speech
     EXPECT_EQ(Load(*this / ("room-00" + std::to_string(++number) + ".wav")), utterance) << number;
   }
   android_stop_frontend();
@@ -47,8 +47,8 @@ TEST_F(Command, EndsAnUtteranceWithTheFile) {
   const Samples room = Load(kRoom);
   const std::vector<Utterance> whole = Detect(kRoom);
   ASSERT_EQ(whole.size(), 5u);
-  // Behind the first sound of the fourth sentence; in the middle of the fifth; in the pause behind that,
-  // before the detector is sure. Not whole frames.
+  // After the first sound of the fourth sentence; in the middle of the fifth; in the pause after that,
+  // before the detector has decided. Not whole frames.
   for (const auto& [number, cut] : {std::pair{4, 13.0902}, {5, 17.50003}, {5, 18.5501}}) {
     Save(*this / "cut.wav", Samples(room.begin(), room.begin() + std::lround(cut * kRateHz)));
     const std::vector<Utterance> found = Detect("cut.wav", {"-o", "."});
@@ -63,7 +63,7 @@ TEST_F(Command, EndsAnUtteranceWithTheFile) {
   }
 }
 
-TEST_F(Command, PassesOverNoiseThatIsNoSpeech) {
+TEST_F(Command, IgnoresNoiseThatIsNotSpeech) {
   const Samples room = Load(kRoom);
   const Samples pause(room.begin() + 299200, room.begin() + 318400);  // 1.2 s
   std::mt19937 random(7);
@@ -78,7 +78,7 @@ TEST_F(Command, PassesOverNoiseThatIsNoSpeech) {
   EXPECT_EQ(Files().size(), 1 + wanted.size());
 }
 
-TEST_F(Command, DenoisesInStepWithTheInput) {
+TEST_F(Command, DenoisesInAlignmentWithTheInput) {
   const Samples room = Load(kRoom);
   ASSERT_EQ(Run({"denoise", kRoom, "-o", "clean.wav"}).exit_code, 0);
   const Samples clean = Load(*this / "clean.wav");
@@ -119,7 +119,7 @@ TEST_F(Command, DenoisesFilesOfAnyLength) {
   }
 }
 
-TEST_F(Command, HearsTheSameInOtherFormats) {
+TEST_F(Command, FindsTheSameInOtherFormats) {
   const Samples room = Load(kRoom);
   Samples stereo;
   for (const int16_t x : AtRate(room, 44100)) stereo.insert(stereo.end(), {x, x});
@@ -130,7 +130,7 @@ TEST_F(Command, HearsTheSameInOtherFormats) {
   ExpectClose(Detect("cd.flac"), found, 0.05);
   ASSERT_EQ(Run({"denoise", "cd.flac", "-o", "cd.wav"}).exit_code, 0);
   EXPECT_NEAR(static_cast<double>(Load(*this / "cd.wav").size()), static_cast<double>(room.size()), 1);
-  ExpectClose(Detect("phone.wav"), found, 0.2);  // half of the hiss is missing
+  ExpectClose(Detect("phone.wav"), found, 0.2);  // half of the hiss is gone
 
   // The mean of x + d and x - d is x again: the same bits as the mono file.
   Samples mixed;
@@ -164,7 +164,7 @@ TEST_F(Command, SaysWhatIsWrong) {
            {{"denoise", kRoom}, 2, "--output is required"},
            {{"denoise", kRoom, kRoom, "-o", "x.wav"}, 2, "not expected"},
            {{"--device", "two", "detect", kRoom}, 2, "--device"},
-           {{"--config", "folder", "detect", kRoom}, 2, "holds no config.Vask"},
+           {{"--config", "folder", "detect", kRoom}, 2, "contains no readable config.Vask"},
            {{"--config", ".", "detect", kRoom}, 1, "99"},
            // A line break; U+009B and U+202E; a byte 0x9B, but not where it is part of another character.
            {{"detect", "a\n\xC2\x9B\xE2\x80\xAE\x9B\xC3\x9B.wav"},
@@ -175,7 +175,7 @@ TEST_F(Command, SaysWhatIsWrong) {
            {{"detect", "text.wav"}, 1, "vask: text.wav: cannot be read as audio "},
            {{"detect", "slow.wav"}, 1, "vask: slow.wav: its rate of 999 Hz is not 1000 to 1000000 Hz: "},
            {{"detect", "header.wav"}, 1, "vask: header.wav: holds no samples: "},
-           {{"detect", kRoom, "-o", "text.wav"}, 1, "vask: text.wav: cannot be made a folder "},
+           {{"detect", kRoom, "-o", "text.wav"}, 1, "vask: text.wav: cannot be created as a folder "},
            {{"denoise", kRoom, "-o", "folder"}, 1, "vask: folder: cannot be written "},
            {{"denoise", kRoom, "-o", "no/out.wav"}, 1, "vask: no/out.wav: cannot be written "},
            {{"denoise", kRoom, "-o", "/dev/full"}, 1, "vask: /dev/full: cannot be written (No space left"}}) {
@@ -201,7 +201,7 @@ TEST_F(Command, GoesOnAfterAFailedFile) {
   EXPECT_EQ(all.err, "vask: missing.wav: no such file: check the name\n");
 }
 
-TEST_F(Command, GivesTheSameAtEveryLevel) {
+TEST_F(Command, FindsTheSameAtEveryLevel) {
   const Outcome fastest = Run({"detect", kRoom}), version = Run({"--cpu", "plain", "--version"});
   EXPECT_NE(version.out.find("\nArithmetic: plain (of plain, portable"), std::string::npos) << version.out;
   for (const char* level : {"plain", "portable"}) {
@@ -213,7 +213,7 @@ TEST_F(Command, GivesTheSameAtEveryLevel) {
       << wrong.err;
 }
 
-TEST_F(Command, TakesTheDeviceBeforeAndBehindTheSubcommand) {
+TEST_F(Command, TakesTheDeviceBeforeAndAfterTheSubcommand) {
   const std::string usual = Run({"detect", kRoom}).out, other = Run({"--device", "32", "detect", kRoom}).out;
   const std::string third = Run({"--device", "32", "--os", "1", "detect", kRoom}).out;
   for (const std::string& out : {usual, other, third}) EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 5);
@@ -222,7 +222,7 @@ TEST_F(Command, TakesTheDeviceBeforeAndBehindTheSubcommand) {
   EXPECT_EQ(Run({"detect", "--os", "1", kRoom, "--device", "32"}).out, third);
 }
 
-TEST_F(Command, NeverWritesOverAnotherFileOfTheRun) {
+TEST_F(Command, NeverOverwritesAnotherFileOfTheRun) {
   for (const char* name : {"a/x.wav", "b/y.wav", "x-001.wav"}) {
     fs::create_directories((*this / name).parent_path());
     fs::copy(kRoom, *this / name);
@@ -234,7 +234,7 @@ TEST_F(Command, NeverWritesOverAnotherFileOfTheRun) {
   EXPECT_EQ(Files().size(), 3u + 2 * Truth().size());
   EXPECT_TRUE(Content(*this / "x-001-002.wav") == Content(*this / "y-002.wav"));
 
-  // Nor a subcommand over what it reads, whatever the name.
+  // Nor does a subcommand write over what it reads, whatever the name.
   fs::create_symlink("x-001.wav", *this / "soft");
   fs::create_hard_link(*this / "x-001.wav", *this / "hard");
   std::ofstream(*this / "profile") << "vad_threshold 45\n";
@@ -318,7 +318,7 @@ TEST_F(Command, PacksEachUtteranceAndUnpacksItAgain) {
     ASSERT_EQ(Run({"packets", kRoom, "-o", "packets", "--size", std::to_string(n)}).exit_code, 0);
     ASSERT_EQ(Run({"packets", kRoom, "-o", "bare", "--bare", "--size", std::to_string(n)}).exit_code, 0);
     ASSERT_EQ(Run({"unpack", "packets", "-o", "out.wav"}).exit_code, 0);
-    // By the codec's own functions: every utterance from the zero state, filled up with silence.
+    // With the codec's own functions: every utterance from the zero state, padded with silence.
     std::string stream, bare;
     Samples heard;
     adpcm_state through = {};
@@ -357,16 +357,16 @@ TEST_F(Command, KeepsTheWholePacketsOfADamagedStream) {
     std::string error;
   };
   for (const Case& c :
-       std::vector<Case>{{whole.substr(0, 5 * 108 + 50), 5, 540, "a packet is cut"},
-                         {whole.substr(0, 5 * 108 + 3), 5, 540, "a packet is cut"},
+       std::vector<Case>{{whole.substr(0, 5 * 108 + 50), 5, 540, "a packet is truncated"},
+                         {whole.substr(0, 5 * 108 + 3), 5, 540, "a packet is truncated"},
                          {whole.substr(0, 5 * 108), 5, 540, "no packet E"},
                          {whole.substr(0, 5 * 108) + whole.substr(5 * 108 + 1), 5, 540, "no packet begins"},
                          {whole.substr(0, 7 * 108 - 1) + whole.substr(7 * 108), 7, 756,
                           "no packet begins"},  // a byte is lost
                          {whole + "and more text", whole.size() / 108, whole.size(), "no packet begins"},
                          {"D      0" + whole, 0, 0, "no packet begins"},
-                         {"D 999999" + whole, 0, 0, "a packet is cut"},
-                         {whole.substr(0, 60), 0, 0, "a packet is cut"},
+                         {"D 999999" + whole, 0, 0, "a packet is truncated"},
+                         {whole.substr(0, 60), 0, 0, "a packet is truncated"},
                          {Content(kRoom), 0, 0, "no packet begins"}}) {
     std::ofstream(*this / "damaged", std::ios::binary) << c.stream;
     fs::remove(*this / "out.wav");
@@ -378,7 +378,7 @@ TEST_F(Command, KeepsTheWholePacketsOfADamagedStream) {
     if (c.packets == 0) continue;
     const Samples kept = Load(*this / "out.wav");
     ASSERT_EQ(kept.size(), 200 * c.packets) << outcome.err;
-    // The last one before a byte that is lost has the wrong end.
+    // The last packet before a lost byte has the wrong end.
     EXPECT_TRUE(std::equal(kept.begin(), kept.end() - 200, sound.begin())) << outcome.err;
   }
   for (const std::vector<std::string>& args :

@@ -19,7 +19,7 @@ std::string Number(uint32_t value, int bytes) {
   return text;
 }
 
-// A WAV header with a chunk that nobody knows in front of the samples.
+// A WAV header with an unknown chunk before the samples.
 std::string Header(uint32_t tag, uint32_t channels, uint32_t rate, uint32_t bits, uint32_t data_bytes) {
   const uint32_t frame = channels * bits / 8;
   std::string fmt = Number(tag, 2) + Number(channels, 2) + Number(rate, 4) + Number(rate * frame, 4) +
@@ -103,7 +103,7 @@ TEST_F(DetectCommand, TakesProfilesFromTheirNamesAndFiles) {
   for (const char* file : {"text", "marked", "json"}) EXPECT_EQ(out({"--profile", file}), lower) << file;
   EXPECT_EQ(out({"--profile", "json", "--threshold", "45", "--hangover", "1"}), out({}));
 
-  // The preset is what the library makes of it, and what is asked for counts more.
+  // The preset has the library's values, and explicit options override it.
   const std::vector<Utterance> robust = Detect(kRoom, {"--preset", "robust"});
   ASSERT_EQ(robust.size(), 5u);
   EXPECT_NEAR(robust[0].span_start, robust[0].start - 0.1, 0.0005);
@@ -128,7 +128,7 @@ TEST_F(DetectCommand, WritesRawAndFlacOfTheSameSpan) {
   EXPECT_EQ(Content(*this / "raw/room-001.flac").substr(0, 4), "fLaC");
 }
 
-TEST_F(DetectCommand, SaysWhatDoesNotGoTogether) {
+TEST_F(DetectCommand, SaysWhichOptionsAreWrong) {
   std::ofstream(*this / "unknown") << "hangover_frames 80\nhangover 3\n";
   std::ofstream(*this / "half") << "hangover_frames\n";
   std::ofstream(*this / "text.json") << "{\"yin_min\": 0.5}";
@@ -154,14 +154,14 @@ TEST_F(DetectCommand, SaysWhatDoesNotGoTogether) {
            {{"--resume"}, 2, "--output"},
            {{"--flac"}, 2, "--output"},
            {{"--jobs", "0"}, 2, "--jobs"},
-           {{"-", "-"}, 2, "standard input (-) can be read once only"},
-           {{"-", "--files-from", "-"}, 2, "once only"},
+           {{"-", "-"}, 2, "standard input (-) can be read only once"},
+           {{"-", "--files-from", "-"}, 2, "only once"},
            {{kRoom, "-f", "webvtt"}, 2, "webvtt holds one recording"},
            {{"--profile", "none"}, 1, "none: no such file"},
            {{"--profile", "unknown"}, 1, "unknown: line 2: there is no value \"hangover\""},
-           {{"--profile", "half"}, 1, "half: line 1: is no name and number"},
-           {{"--profile", "text.json"}, 1, "yin_min is no whole number"},
-           {{"--profile", "nested"}, 1, "nested: is no object of JSON"},
+           {{"--profile", "half"}, 1, "half: line 1: is not a name and a number"},
+           {{"--profile", "text.json"}, 1, "yin_min is not a whole number"},
+           {{"--profile", "nested"}, 1, "nested: is not a JSON object"},
            {{"--profile", "deep"}, 2, "--profile: sample_shift is not 0 to 15"},
            {{"--files-from", "none"}, 1, "none: no such file"}}) {
     const Outcome outcome = Run(With({"detect", kRoom}, c.args));
@@ -172,7 +172,7 @@ TEST_F(DetectCommand, SaysWhatDoesNotGoTogether) {
   }
 }
 
-TEST_F(DetectCommand, HearsStandardInputInEveryForm) {
+TEST_F(DetectCommand, ReadsStandardInputInEveryForm) {
   std::string wanted = Run({"detect", kRoom}).out;
   for (size_t at = 0; (at = wanted.find(kRoom)) != std::string::npos;) wanted.replace(at, kRoom.size(), "-");
   std::string three, four, floats, stereo;  // the same samples
@@ -206,7 +206,7 @@ TEST_F(DetectCommand, HearsStandardInputInEveryForm) {
                                      {Header(1, 1, 16000, 16, 0).substr(0, 50), "ends within the WAV header"},
                                      {Header(7, 1, 16000, 8, 0), "WAV of format 7 with 8 bits"},
                                      {Header(1, 0, 16000, 16, 0), "header is damaged"},
-                                     {"RIFF1234AVI ", "is RIFF, but no WAV"},
+                                     {"RIFF1234AVI ", "is RIFF but not WAV"},
                                      {"fLaC....", "neither WAV nor raw samples"}}) {
     const Outcome outcome = Pipe(input);
     EXPECT_EQ(outcome.exit_code, 1) << error;
@@ -223,7 +223,7 @@ TEST_F(DetectCommand, ListsAnUtteranceAsSoonAsItEnds) {
     close(ends[1]);
   });
   close(ends[0]);
-  // To where the first sentence has ended: 3.48 s, a second of hangover, what the detector lies behind.
+  // To where the first sentence has ended: 3.48 s, a second of hangover, the detector's lag.
   const size_t sent = 160 * 2 * 455, second = 160 * 2 * 620;
   ASSERT_EQ(write(ends[1], room_.data(), sent), static_cast<ssize_t>(sent));
   const auto heard = [&] { return Content(dir_.string() + ".out"); };
@@ -243,7 +243,7 @@ TEST_F(DetectCommand, ListsAnUtteranceAsSoonAsItEnds) {
   EXPECT_EQ(Files().size(), 2u);
 }
 
-TEST_F(DetectCommand, GivesTheSameForAnyNumberOfJobs) {
+TEST_F(DetectCommand, ListsTheSameForAnyNumberOfJobs) {
   const std::vector<std::string> files = Many(60);
   std::string list;
   std::string marked = "\xEF\xBB\xBF";  // as editors on other systems save it
@@ -272,7 +272,7 @@ TEST_F(DetectCommand, GivesTheSameForAnyNumberOfJobs) {
             "{\"file\":\"a\xEF\xBF\xBD\\\"b\\u009b\xC3\x9B\",\"error\":\"no such file: check the name\"}\n");
 }
 
-TEST_F(DetectCommand, WritesAListingOfEachRecordingBesideTheUtterances) {
+TEST_F(DetectCommand, WritesAListingOfEachRecordingNextToTheUtterances) {
   fs::copy(kRoom, *this / "b.wav");
   EXPECT_EQ(Run({"detect", kRoom, "b.wav", "missing.wav", "-f", "labels", "-o", "out"}).out, "");
   const std::string labels = Content(*this / "out/room.txt");
@@ -309,10 +309,10 @@ TEST_F(DetectCommand, ShowsItsLineOnATerminalOnly) {
   EXPECT_NE(meter.find(" dB  [#"), std::string::npos) << meter;
   EXPECT_EQ(meter.substr(meter.size() - 4), "\r\033[K");  // gone at the end
   EXPECT_EQ(Run({"detect", "--meter", kRoom}).err,
-            "vask: --meter: standard error is no terminal: nothing is shown\n");
+            "vask: --meter: standard error is not a terminal: nothing is shown\n");
 }
 
-TEST_F(DetectCommand, NamesManyRecordingsOfOneNameInNoTime) {
+TEST_F(DetectCommand, NamesManyRecordingsOfOneNameQuickly) {
   std::string list;
   for (int k = 0; k < 10000; ++k) list += "short.wav\n";
   Save(*this / "short.wav", Samples(160));
@@ -329,7 +329,7 @@ TEST_F(DetectCommand, NamesManyRecordingsOfOneNameInNoTime) {
   EXPECT_LT(seconds("rttm"), 3 * seconds("text") + 0.5);
 }
 
-// Under a sanitizer the address space is not for the test to limit.
+// Under a sanitizer a test must not limit the address space.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST_F(DetectCommand, MakesDoWithFewThreadsAndLittleMemory) {
   const std::string wanted = Run({"detect", kRoom, kRoom, kRoom, kRoom, kRoom, kRoom}).out;
@@ -357,7 +357,7 @@ TEST_F(DetectCommand, MakesDoWithFewThreadsAndLittleMemory) {
       setrlimit(RLIMIT_AS, &all);
     });
     EXPECT_GE(outcome.exit_code, 0) << megabytes << " MB: " << outcome.err;
-    without += outcome.err == "vask: out of memory: end other programs or use a larger machine\n" ? 1 : 0;
+    without += outcome.err == "vask: out of memory: close other programs or use a larger machine\n" ? 1 : 0;
   }
   EXPECT_GT(without, 0);
 }

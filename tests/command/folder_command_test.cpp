@@ -1,4 +1,4 @@
-// vask detect -o DIR: what one run leaves to the next, and two runs at once.
+// vask detect -o DIR: what one run leaves for the next, and two runs at once.
 #include <chrono>
 
 #include "command/command.h"
@@ -15,7 +15,7 @@ class FolderCommand : public Command {
  protected:
   void SetUp() override { std::signal(SIGPIPE, SIG_IGN); }
 
-  // Of the first sentence, the first two and so on.
+  // A recording of the first sentence, the first two and so on.
   void Speak(const string& name, int sentences) {
     static constexpr double kCuts[] = {4.9, 8.4, 12.4, 15.6};  // s
     const Samples room = Load(kRoom);
@@ -46,7 +46,7 @@ class FolderCommand : public Command {
   }
 };
 
-TEST_F(FolderCommand, GoesOnAfterAKilledRun) {
+TEST_F(FolderCommand, ContinuesAfterAKilledRun) {
   const Names files = Many(40);
   ASSERT_EQ(Run(With({"detect", "-o", "whole"}, files)).exit_code, 1);
   const string wanted = Run(With({"detect"}, files)).out;
@@ -74,7 +74,7 @@ TEST_F(FolderCommand, GoesOnAfterAKilledRun) {
   EXPECT_EQ(Run({"denoise", "f0.wav", "-o", "clean.wav"}).exit_code, 0);
   EXPECT_FALSE(fs::exists(*this / ".vask-abcdef"));
 
-  // What is no longer what it was is done again: an input, a file that is gone, emptied or changed.
+  // What has changed is done again: an input, a file that is gone, emptied or altered.
   const string emptied = In("out")[3], changed = In("out")[6];
   fs::last_write_time(*this / files[5], fs::file_time_type::clock::now() + std::chrono::seconds(5));
   fs::remove(*this / "out/f0-001.wav");
@@ -86,7 +86,7 @@ TEST_F(FolderCommand, GoesOnAfterAKilledRun) {
   EXPECT_EQ(Finished(), 38 + 4);
   for (const string& name : In("whole"))
     EXPECT_TRUE(Content(*this / ("whole/" + name)) == Content(*this / ("out/" + name))) << name;
-  // And everything with other options; what was void is most of the ledger then, and goes with the next run.
+  // And everything with other options; most of the ledger is superseded then, and the next run drops that.
   EXPECT_NE(Run(With(run, {"--pad-end", "0.1"})).out, wanted);
   EXPECT_EQ(Finished(), 38 + 4 + 38);
   EXPECT_NE(Run(With(run, {"--pad-end", "0.1"})).out, wanted);
@@ -109,12 +109,12 @@ TEST_F(FolderCommand, NamesClipsByTheRecordingAlone) {
   for (const string& name : In("out")) {
     if (name.ends_with("-001.wav")) bases.push_back(name.substr(0, name.size() - 8));
   }
-  // Where that is not enough, or is the name of another, figures: 12 for three of them.
+  // If that is not enough, or is the name of another, a hash: 12 digits, for three of them.
   const auto with_figures =
       std::stable_partition(bases.begin(), bases.end(), [](const string& base) { return base.size() < 14; });
   EXPECT_EQ(Names(bases.begin(), with_figures), (Names{"x_a", "x_b", "y_b", "y_c"}));
   EXPECT_EQ(bases.end() - with_figures, 3);
-  // With --resume a recording keeps its name, and others keep off it.
+  // With --resume a recording keeps its name, and no other gets it.
   EXPECT_EQ(Into({"--resume", "a/x.wav", "c/x.wav"}).exit_code, 1);  // there is no c/x.wav
   Speak("c/x.wav", 2);
   EXPECT_EQ(Into({"--resume", "c/x.wav"}).err, "");
@@ -129,13 +129,13 @@ TEST_F(FolderCommand, TellsItsOwnFilesFromOthers) {
   Speak("c.wav", 2);
   Write("own", "mine");
   const auto same = [&] { return Content(*this / "out/x-007.wav") + Content(*this / "out/x.txt"); };
-  // Its own are replaced or, where there are fewer now, removed; what nobody made is left alone.
+  // Its own are replaced or, if there are fewer now, removed; what no run wrote is left alone.
   ASSERT_EQ(Into({"a/x.wav"}).exit_code, 0);
   fs::copy(*this / "own", *this / "out/x-007.wav");
   fs::copy(*this / "own", *this / "out/x.txt");
   struct Case {
     Names args;
-    Names left;  // beside those
+    Names left;  // besides those
     string error;
   };
   const string replaces = "--overwrite replaces it, or choose another folder";
@@ -152,7 +152,7 @@ TEST_F(FolderCommand, TellsItsOwnFilesFromOthers) {
            {{"c.wav"}, {"c-001.wav", "c-002.wav", "x-001.flac", "x-002.flac", "x-003.flac"}, ""},
            {{"b/x.wav"},
             {"c-001.wav", "c-002.wav", "x-001.flac", "x-002.flac", "x-003.flac"},
-            "x-001.flac: is of another recording, " + (*this / "a/x.wav").string() +
+            "x-001.flac: belongs to another recording, " + (*this / "a/x.wav").string() +
                 ": --resume keeps both, " + replaces},
            {{"b/x.wav", "--resume"},
             {"c-001.wav", "c-002.wav", "x-001.flac", "x-002.flac", "x-003.flac", "x_b-001.wav"},
@@ -160,7 +160,7 @@ TEST_F(FolderCommand, TellsItsOwnFilesFromOthers) {
            {{"b/x.wav", "--overwrite"}, {"c-001.wav", "c-002.wav", "x-001.wav"}, ""},
            {{"b/x.wav", "-f", "labels"},
             {"c-001.wav", "c-002.wav", "x-001.wav"},
-            "x.txt: is no file of an earlier run: " + replaces},
+            "x.txt: is not from an earlier run: " + replaces},
        }) {
     const Outcome outcome = Into(c.args);
     EXPECT_EQ(outcome.err, c.error.empty() ? "" : "vask: out/" + c.error + "\n");
@@ -179,7 +179,7 @@ TEST_F(FolderCommand, TellsItsOwnFilesFromOthers) {
   };
   EXPECT_EQ(live({}).exit_code, 0);
   EXPECT_EQ(live({}).err,
-            "vask: out/stdin-001.wav: is of an earlier run, which read another sound from there: " +
+            "vask: out/stdin-001.wav: is from an earlier run, which read other sound from there: " +
                 replaces + "\n");
   EXPECT_EQ(live({"--overwrite"}).exit_code, 0);
 }
@@ -226,7 +226,7 @@ TEST_F(FolderCommand, TrustsNoLedgerBlindly) {
   Write(kLedger, old);
   EXPECT_EQ(Into({"x.wav", "--resume"}).out, wanted);
   EXPECT_GT(Load(*this / "out/x-002.wav").size(), 0u);
-  // Neither through a link nor anything but a file.
+  // Neither through a link nor to anything but a file.
   fs::rename(*this / kLedger, *this / "elsewhere");
   fs::create_symlink("../elsewhere", *this / kLedger);
   const string before = Content(*this / "elsewhere");
@@ -264,8 +264,8 @@ TEST_F(FolderCommand, LetsOneRunWriteAtATime) {
   };
   EXPECT_EQ(status_of(start({"--no-wait"})), 1);
   EXPECT_EQ(Content(*this / "second.err"),
-            "vask: out: " + holder + " writes to it: wait for its end or choose another folder\n");
-  const string waits = "vask: out: waiting for " + holder + ", which writes to it\n";
+            "vask: out: " + holder + " is writing to it: wait until it ends or choose another folder\n");
+  const string waits = "vask: out: waiting for " + holder + ", which is writing to it\n";
   for (const int signal : {SIGTERM, SIGINT}) {
     fs::remove(*this / "second.err");
     const pid_t second = start({});
@@ -277,7 +277,7 @@ TEST_F(FolderCommand, LetsOneRunWriteAtATime) {
   const pid_t second = start({});
   wait([&] { return Content(*this / "second.err") == waits; });
   EXPECT_EQ(Content(*this / "second.err"), waits);
-  EXPECT_EQ(In("out").size(), 1u);  // which the second run has left alone, too
+  EXPECT_EQ(In("out").size(), 1u);  // which the second run has left alone too
   send(100000, bytes.size());
   close(pipe);
   EXPECT_EQ(status_of(first), 0);

@@ -1,4 +1,4 @@
-// What the vask command reads: files that are shorter than they say, and pipes that keep it waiting.
+// What the vask command reads: files that are shorter than their headers say, and pipes that keep it waiting.
 #include "command/command.h"
 
 namespace vask::test {
@@ -8,7 +8,7 @@ using Args = std::vector<std::string>;
 
 class InputCommand : public Command {
  protected:
-  // Waits until the program notes signals instead of dying by them, whatever it is doing then.
+  // Waits until the program notes signals instead of dying of them, whatever it is doing then.
   static void WaitUntilItCatches(int signal, pid_t child) {
     for (int k = 0; k < 10000; ++k, usleep(1000)) {
       std::ifstream file("/proc/" + std::to_string(child) + "/status");
@@ -21,7 +21,7 @@ class InputCommand : public Command {
     ADD_FAILURE() << "no signal is caught";
   }
 
-  // One that goes on after the signal is killed by another.
+  // One that continues after the signal is killed.
   Outcome Terminate(pid_t child) {
     kill(child, SIGTERM);
     siginfo_t info = {};
@@ -53,7 +53,7 @@ TEST_F(InputCommand, EndsBySignalWhereverItWaits) {
                                          {{"env", "pipe"}, true},
                                          {{"mfcc", "pipe", "-o", "out"}, true},
                                          {{"report", "pipe", "-o", "out"}, true}}) {
-    // Nobody at the other end: while it starts, when it waits. One who has stopped in the middle.
+    // Nobody at the other end, while it starts and when it waits. A writer that has stopped in the middle.
     for (const auto& [sent, delay] :
          {std::pair<std::string, useconds_t>{"", 0}, {"", 30000}, {room, 50000}, {au + room, 50000}}) {
       if (!sent.empty() && !c.takes_sound) continue;
@@ -73,7 +73,7 @@ TEST_F(InputCommand, EndsBySignalWhereverItWaits) {
   }
   EXPECT_EQ(Content(*this / "out"), "before");
 
-  // And where nobody takes what it lists.
+  // And when nobody reads its list.
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
   const std::string full(static_cast<size_t>(fcntl(ends[1], F_GETPIPE_SZ)), '\n');
@@ -114,7 +114,7 @@ TEST_F(InputCommand, UsesWhatThereIsOfACutRecording) {
         denoised("cut", 1, " of the 19.98 s that its header promises: what is there is used");
     ASSERT_GT(half.size(), room.size() / 2);
     ASSERT_LT(half.size(), room.size() * 2 / 3);
-    // But for the end, which the frames that are missing would still have changed.
+    // Except for the end, which the missing frames would still have changed.
     EXPECT_TRUE(std::equal(half.begin(), half.end() - 1000, clean.begin()));
   }
 
@@ -143,7 +143,7 @@ TEST_F(InputCommand, SaysInEverySubcommandThatARecordingIsCut) {
                                             {"mfcc", "cut.wav", "-o", "array"},
                                             {"report", "cut.wav", "-o", "page"},
                                             resume,
-                                            resume}) {  // it is not finished for a later run either
+                                            resume}) {  // nor is it finished for a later run
     const Outcome outcome = Run(args);
     EXPECT_EQ(outcome.exit_code, 1) << args[0];
     EXPECT_EQ(outcome.err, "vask: cut.wav: " + message + "\n") << args[0];

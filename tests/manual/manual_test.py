@@ -19,8 +19,8 @@ import unittest
 
 VASK, SOURCE = (os.path.abspath(path) for path in sys.argv[1:3])
 PAGE = SOURCE + '/docs/man/vask.1'
-WITH_VASK = dict(os.environ, PATH=os.path.dirname(VASK) + ':' + os.environ['PATH'])  # the completions ask it
-GENERAL = {'--device', '--os', '--config', '--cpu'}  # stand behind a subcommand too
+WITH_VASK = dict(os.environ, PATH=os.path.dirname(VASK) + ':' + os.environ['PATH'])  # the completions run it
+GENERAL = {'--device', '--os', '--config', '--cpu'}  # may follow a subcommand too
 
 
 def help_of(*subcommand):
@@ -33,7 +33,7 @@ def options_of(*subcommand):
 
 
 def bash(*words):
-    """What bash completes the last of the words to."""
+    """What bash completes the last word to."""
     script = '''source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
                 "$(complete -p vask | sed 's/.*-F \\([^ ]*\\).*/\\1/')"; printf '%s\\n' "${COMPREPLY[@]}"'''
     done = subprocess.run(['bash', '-uec', script, '-', SOURCE + '/completions/vask.bash', *words],
@@ -56,7 +56,7 @@ class Zsh:
                  "bindkey '^T' list-choices\n")
 
     def ask(self, typed):
-        """Type, then print a mark; what appeared before the mark. The next prompt shows that the keys are bound."""
+        """Type, then print a mark; return what appeared before it. The next prompt shows that the keys are bound."""
         os.write(self.terminal, typed.encode() + b'\x15print MA""RK\n')
         seen, end = b'', time.time() + 60
         while not re.search(b'MARK.*ready> ', seen, re.S):
@@ -118,7 +118,7 @@ class Manual(unittest.TestCase):
                            check=True)
         listed = re.search(r'--format NAME:\{(.*)\}', help_of('detect'))
         self.assertEqual(set(listed[1].split(',')), self.formats,
-                         'FORMATS in docs/man/vask.1 describes the forms that --help lists')
+                         'FORMATS in docs/man/vask.1 must describe the formats that --help lists')
 
     def test_bash(self):
         self.check_completion(lambda *words: bash(*words))

@@ -1,4 +1,4 @@
-// The vask command: its general options, and which of its jobs is asked for.
+// The vask command: its general options, and the choice of the job.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -25,25 +25,25 @@ namespace {
 constexpr const char* kDescription =
     R"(Finds the spoken utterances in recordings and reduces their background noise.
 Reads what libsndfile reads (WAV, FLAC, Ogg, MP3 and more) at any rate, with any number of channels;
-the name - is standard input, WAV or raw 16 kHz mono 16-bit samples, as it arrives. Works at, and
-writes, 16 kHz mono 16-bit.)";
+the name - is standard input: WAV or raw 16 kHz mono 16-bit samples, processed as they arrive. Works at
+16 kHz mono 16-bit, and writes that.)";
 
 constexpr const char* kFooter =
     R"(Examples:
   vask detect meeting.wav                      list the utterances
-  vask detect -o utterances morning/*.flac     and write each to a file of its own
-  arecord -f S16_LE -r 16000 | vask detect -   and live
+  vask detect -o utterances morning/*.flac     and write each to its own file
+  arecord -f S16_LE -r 16000 | vask detect -   listen live
   vask denoise street.wav -o clean.wav         reduce the noise
-  vask env call.wav                            judge where it was recorded
+  vask env call.wav                            judge where it was made
   vask mfcc call.wav -o call.npy               compute its cepstra
   vask packets call.wav -o call.packets        pack its utterances as ADPCM
-  vask report call.wav -o call.html            draw what was found, as a page
+  vask report call.wav -o call.html            show the results as a page
   vask --device 48 detect meeting.wav          with the settings of another device
-Exit status: 0 all done, 1 a file failed (the others are done), 2 wrong usage.)";
+Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error.)";
 
-constexpr const char* kOutOfMemory = "vask: out of memory: end other programs or use a larger machine\n";
+constexpr const char* kOutOfMemory = "vask: out of memory: close other programs or use a larger machine\n";
 
-// A value of JSON asks for memory when it is freed, in a destructor, which may not fail.
+// Freeing a JSON value allocates memory, in a destructor, which must not throw.
 [[noreturn]] void EndWhereNothingCatches() {
   try {
     if (std::current_exception()) throw;
@@ -55,14 +55,14 @@ constexpr const char* kOutOfMemory = "vask: out of memory: end other programs or
   std::abort();
 }
 
-// An empty text means "good", as CLI11 wants it.
+// An empty string means "valid", as CLI11 expects.
 std::string CheckConfigDir(const std::string& dir) {
   if (const std::string complaint = LengthComplaint(dir); !complaint.empty()) return complaint;
   const bool readable = access((dir + "/config.Vask").c_str(), R_OK) == 0;
-  return readable ? "" : Printable(dir) + " holds no config.Vask to read";
+  return readable ? "" : Printable(dir) + " contains no readable config.Vask";
 }
 
-// Forces it, too: --version tells which is in force.
+// Also forces the level, so that --version reports it.
 std::string CheckLevel(const std::string& name) {
   return ForceLevel(name) ? "" : "no level " + Printable(name) + " on this machine, only " + LevelNames();
 }
@@ -79,12 +79,12 @@ int Run(int argc, char** argv) {
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return std::string("vask: ") + Printable(error.what()) + ": see vask --help\n";
   });
-  app.add_option("--device", engine.device, "Device whose settings are used (2)")->type_name("N");
+  app.add_option("--device", engine.device, "Use the settings of this device (2)")->type_name("N");
   app.add_option("--os", engine.os, "Operating system of that device (2)")->type_name("N");
   app.add_option("--config", engine.config_dir, "Folder with the settings file config.Vask")
       ->type_name("DIR")
       ->check(CheckConfigDir);
-  app.add_option("--cpu", level, "Level of the arithmetic, of those in --version; no result changes")
+  app.add_option("--cpu", level, "Arithmetic level, one of those in --version; affects speed only")
       ->type_name("LEVEL")
       ->check(CheckLevel)
       ->trigger_on_parse();
@@ -115,13 +115,13 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   using namespace vask::command;
-  // A stream that the parent process closed would otherwise become the first file that is opened.
+  // Otherwise the first file opened would take the place of a standard stream that the parent closed.
   for (int fd = 0; fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
   std::set_terminate(EndWhereNothingCatches);
   try {
     CatchSignals();
     const int status = Run(argc, argv);
-    CheckSignals();  // one that has ended standard input
+    CheckSignals();  // one may have ended standard input
     return status;
   } catch (const Interruption& interruption) {
     EndBySignal(interruption.signal);

@@ -18,12 +18,12 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT is as long as IN and in step with it. It appears only when it is complete.
+    R"(OUT is as long as IN and aligned with it. It appears only once it is complete.
 Examples:
   vask denoise street.wav -o clean.wav
   arecord -f S16_LE -r 16000 | vask denoise - -o clean.wav)";
 
-// As long as the input at 16 kHz and in step with it.
+// The output is as long as the input at 16 kHz and aligned with it.
 void Denoise(const std::string& input, const std::string& output) {
   AudioReader reader(input);
   WavWriter writer(output);
@@ -50,7 +50,7 @@ void Denoise(const std::string& input, const std::string& output) {
   }
   if (stream.Flush() != 0) throw std::bad_alloc();
   write();
-  if (writer.samples() != length) throw FatalError("the stream left out samples: report this as a bug");
+  if (writer.samples() != length) throw FatalError("the stream lost samples: report this as a bug");
   writer.Commit();
   reader.CheckWhole();
 }
@@ -62,7 +62,7 @@ Job DenoiseJob(CLI::App& app, const EngineOptions& engine) {
     std::string input, output;
   };
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* denoise = app.add_subcommand("denoise", "Reduce the noise of a file");
+  CLI::App* denoise = app.add_subcommand("denoise", "Reduce the noise in a file");
   denoise->footer(kFooter);
   AddInput(*denoise, arguments->input);
   AddOutput(*denoise, arguments->output, "WAV file to write");

@@ -1,4 +1,4 @@
-// `vask env`: was the recording made where speech stands out?
+// `vask env`: whether the speech in a recording stands out from the background.
 #include <vask/ecd.h>
 
 #include <CLI/CLI.hpp>
@@ -20,32 +20,32 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Output: a line a file, with tabs between its columns, or with --json an object a line:
+    R"(Output: one line per file, with tab-separated columns, or with --json one object per line:
   FILE  VERDICT  FIRST and LAST change (seconds)  SNR (dB)  lowest and highest SAMPLE  MEANING
-with - (null) for what there is not. The verdict:
+with - (null) for missing values. The verdict:
    0  the speech stands out from the background, and the level rose where it began
    1  it stands out from the background at its end, but the level rose too little
    2  it does not stand out from the background at its end
   -1  the environment did not change twice: no speech, or only speech
-The library looks at 20.48 s. Of a longer file the rest is left out, which a note on standard error says;
-a sound that it rejects as no speech makes it begin again behind that, and a note says so too.
+The library examines 20.48 s. The rest of a longer file is ignored, with a note on standard error; after a
+sound that it rejects as not speech it starts again, with a note as well.
 Examples:
   vask env call.wav
   vask env --json calls/*.wav | jq -r 'select(.verdict != 0) | .file')";
 
-constexpr int32_t kHistoryFrames = 2048;  // that the library keeps: 20.48 s
-constexpr int16_t kClip = 30000;          // what the engine makes of its input, in place
+constexpr int32_t kHistoryFrames = 2048;  // kept by the library: 20.48 s
+constexpr int16_t kClip = 30000;          // the engine clips its input to this, in place
 
 struct Verdict {
   int32_t code = -1;                                // of Vask_epd_ecd
-  int32_t changes = 0;                              // counted
+  int32_t changes = 0;                              // their number
   std::optional<double> first_change, last_change;  // s
   std::optional<double> snr_db;
   int16_t sample_min = 0, sample_max = 0;
   double judged_from = 0, judged_to = 0;  // s: the part of the file that the library's histories hold
   double length = 0;                      // s
-  bool restarted = false;                 // the engine rejected a sound as no speech and began again
-  std::optional<FileError> shortfall;     // the recording ended before its header says
+  bool restarted = false;                 // the engine rejected a sound as not speech and started again
+  std::optional<FileError> shortfall;     // the recording is shorter than its header says
 };
 
 double Seconds(int64_t frames) { return static_cast<double>(frames) * kFrameSamples / kRateHz; }
@@ -70,7 +70,7 @@ const char* MeaningOf(int32_t code) {
   }
 }
 
-// Runs the engine and the extractor over the same frames, in mode 1, and has the recording judged.
+// Runs the engine and the extractor over the same frames, in mode 1, then judges the recording.
 Verdict JudgeEnvironment(EngineSession& engine, const std::string& input) {
   AudioReader reader(input);
   Progress progress(input, reader.ExpectedSamples());
@@ -88,7 +88,7 @@ Verdict JudgeEnvironment(EngineSession& engine, const std::string& input) {
     length += static_cast<int64_t>(n);
     const int32_t entries = ecdorgFrames;
     engine.Feed(frame);
-    // The engine hears two frames before it keeps one, and empties its history when it rejects a segment: the
+    // The engine takes two frames before it keeps one, and empties its history when it rejects a segment: the
     // extractor gets the frames that the engine kept.
     if (ecdorgFrames < entries) verdict.restarted = true;
     if (ecdorgFrames != entries + 1) continue;
@@ -140,14 +140,14 @@ std::string JsonOf(const std::string& input, const Verdict& verdict) {
   return PrintableJson(object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
-// What the verdict leaves out, for standard error.
+// Reports on standard error what the verdict does not cover.
 void NoteLimits(const std::string& input, const Verdict& verdict) {
   if (verdict.length > verdict.judged_to + 0.005) {
-    std::fprintf(stderr, "vask: %s: %.2f of %.2f s were looked at\n", Printable(input).c_str(),
+    std::fprintf(stderr, "vask: %s: %.2f of %.2f s were examined\n", Printable(input).c_str(),
                  verdict.judged_to, verdict.length);
   }
   if (verdict.restarted) {
-    std::fprintf(stderr, "vask: %s: judged from %.2f s on, a sound before that was rejected as no speech\n",
+    std::fprintf(stderr, "vask: %s: judged from %.2f s on: an earlier sound was rejected as not speech\n",
                  Printable(input).c_str(), verdict.judged_from);
   }
 }
@@ -177,10 +177,10 @@ Job EnvJob(CLI::App& app, const EngineOptions& engine) {
     bool json = false;
   };
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* env = app.add_subcommand("env", "Judge whether speech stands out from where it was recorded");
+  CLI::App* env = app.add_subcommand("env", "Judge whether the speech stands out from the background");
   env->footer(kFooter);
   env->add_option("FILE", arguments->inputs, "Recordings")->required()->type_name("");
-  env->add_flag("--json", arguments->json, "Print objects of JSON, one a line");
+  env->add_flag("--json", arguments->json, "Print JSON objects, one per line");
   return {env, [arguments, &engine] { return JudgeAll(engine, arguments->inputs, arguments->json); }};
 }
 

@@ -1,5 +1,5 @@
-// The jobs of the command, one a subcommand. Each declares its own arguments and help, and does its work;
-// none knows another. main.cpp gathers them.
+// The jobs of the command, one per subcommand. Each declares its own arguments and help, and does its work;
+// no job knows another. main.cpp gathers them.
 #pragma once
 
 #include <functional>
@@ -13,7 +13,7 @@ class App;
 namespace vask::command {
 
 struct Job {
-  CLI::App* subcommand;  // parsed() if it was asked for
+  CLI::App* subcommand;  // parsed() if the user asked for it
   std::function<int()>
       run;  // returns the exit status; throws UsageError, FileError, FatalError, Interruption
 };

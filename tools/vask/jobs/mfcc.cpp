@@ -22,11 +22,11 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT: float32, a row for every 10 ms and 13 columns, c0 to c12, as numpy.load() reads them; with --deltas
-39 columns, the first and second derivatives behind them; with --csv as text, without a line of names. It
-appears only when it is complete. A row's window is 20 ms long and ends with its 10 ms.
-With --kb DIR the cepstral mean in DIR/Vask.db/global_cms is taken off, and what this recording adds to
-it is stored there (a fifth of the new mean); table files in DIR/Vask.db replace the built-in tables.
+    R"(OUT: float32, one row per 10 ms and 13 columns, c0 to c12, as numpy.load() reads them; with --deltas 39
+columns, the first and second derivatives after them; with --csv as text, without a header line. It appears
+only once it is complete. A row's window is 20 ms long and ends with its 10 ms.
+With --kb DIR the cepstral mean in DIR/Vask.db/global_cms is subtracted, then updated with this recording
+(a fifth of the new mean); table files in DIR/Vask.db replace the built-in tables.
 Examples:
   vask mfcc call.wav -o call.npy
   vask tables kb && vask mfcc call.wav --deltas --kb kb -o call.npy)";
@@ -36,13 +36,13 @@ constexpr int64_t kMostAveraged = 60'000;  // frames: the library's sums hold 65
 
 struct Arguments {
   std::string input, output;
-  bool log_energies = false;   // 23 columns: natural logarithms of the mel energies, in place of cepstra
+  bool log_energies = false;   // 23 columns: natural logarithms of the mel energies instead of cepstra
   bool deltas = false;         // 39 columns: cepstra, first and second derivatives
-  bool csv = false;            // else NPY
-  std::string knowledge_base;  // whose mean is subtracted and learned further; empty: none
+  bool csv = false;            // otherwise NPY
+  std::string knowledge_base;  // whose mean is subtracted and updated; empty: none
 };
 
-// Rows of float32, little endian, with a header of numpy's format version 1.0.
+// Rows of little-endian float32 after a header of numpy's format, version 1.0.
 class RowWriter {
  public:
   RowWriter(const std::string& target, size_t columns, bool csv)
@@ -53,7 +53,7 @@ class RowWriter {
   void Write(const std::vector<float>& row) {
     std::vector<uint8_t> bytes;
     for (const float value : row) csv_ ? AppendText(bytes, value) : AppendBytes(bytes, value);
-    if (csv_) bytes.back() = '\n';  // in the place of a comma
+    if (csv_) bytes.back() = '\n';  // instead of a comma
     file_.Append(bytes);
     ++rows_;
   }
@@ -96,7 +96,7 @@ size_t ColumnsOf(const Arguments& arguments) {
   return Extractor::kCoefficients * (arguments.deltas ? 3 : 1);
 }
 
-// A row for every 10 ms.
+// One row per 10 ms.
 void Mfcc(const Arguments& arguments) {
   AudioReader reader(arguments.input);
   const bool learns = !arguments.knowledge_base.empty();
@@ -126,7 +126,7 @@ void Mfcc(const Arguments& arguments) {
   reader.CheckWhole();
 }
 
-// The recording and what is in the knowledge base.
+// The recording and the files of the knowledge base.
 Inputs InputsOf(const Arguments& arguments) {
   Inputs inputs({arguments.input});
   if (arguments.knowledge_base.empty()) return inputs;
@@ -141,7 +141,7 @@ Inputs InputsOf(const Arguments& arguments) {
 std::string CheckKnowledgeBase(const std::string& dir) {
   if (const std::string complaint = LengthComplaint(dir); !complaint.empty()) return complaint;
   const bool usable = access((dir + "/Vask.db/.").c_str(), W_OK) == 0;
-  return usable ? "" : Printable(dir) + " holds no folder Vask.db to write to: vask tables makes one";
+  return usable ? "" : Printable(dir) + " contains no writable folder Vask.db: vask tables creates one";
 }
 
 }  // namespace
@@ -153,10 +153,10 @@ Job MfccJob(CLI::App& app) {
   AddInput(*mfcc, arguments->input);
   AddOutput(*mfcc, arguments->output, "File to write");
   CLI::Option* deltas =
-      mfcc->add_flag("--deltas", arguments->deltas, "With first and second derivatives: 39 columns");
+      mfcc->add_flag("--deltas", arguments->deltas, "Add first and second derivatives: 39 columns");
   mfcc->add_flag("--log-energies", arguments->log_energies, "Log mel energies instead: 23 columns")
       ->excludes(deltas);
-  mfcc->add_flag("--csv", arguments->csv, "Write text, one row a line with commas, instead of NPY");
+  mfcc->add_flag("--csv", arguments->csv, "Write comma-separated text, one row per line, instead of NPY");
   mfcc->add_option("--kb", arguments->knowledge_base, "Knowledge base that keeps the cepstral mean")
       ->type_name("DIR")
       ->check(CheckKnowledgeBase);

@@ -1,4 +1,4 @@
-// `vask packets`: the utterances of a file as IMA ADPCM packets.
+// `vask packets`: the utterances in a file as IMA ADPCM packets.
 #include <vask/adpcm.h>
 #include <vask/packets.h>
 
@@ -20,19 +20,19 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT holds the utterances one after the other, each a stream of its own: packets "D", the last one "E",
-with 8 characters of header before N bytes of IMA ADPCM. It appears only when it is complete.
+    R"(OUT holds the utterances one after another, each a separate stream: packets "D", the last one "E", with an
+8-character header before N bytes of IMA ADPCM. It appears only once it is complete.
 Example:
   vask packets meeting.wav -o meeting.packets)";
 
 struct Arguments {
   std::string input, output;
-  int32_t bytes = 160;  // of codes in a packet: 20 ms
-  bool bare = false;    // without headers, all utterances one stream of codes
+  int32_t bytes = 160;  // of codes per packet: 20 ms
+  bool bare = false;    // no headers: all utterances in one stream of codes
 };
 
-// Packs each utterance as it comes. Its packets wait for its end, since it may be none, and the samples for
-// those that follow, since the last packet is of another type.
+// Packs each utterance as it arrives. Its packets are held until it ends, since it may be rejected, and its
+// last samples until more follow, since the last packet is of another type.
 class Packer : public SegmentSink {
  public:
   Packer(const Arguments& arguments, Progress& progress)
@@ -107,11 +107,11 @@ void Pack(const vask_stream_options& options, const Arguments& arguments) {
 
 Job PacketsJob(CLI::App& app, const EngineOptions& engine) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* packets = app.add_subcommand("packets", "Write the utterances of a file as ADPCM packets");
+  CLI::App* packets = app.add_subcommand("packets", "Write the utterances in a file as ADPCM packets");
   packets->footer(kFooter);
   AddInput(*packets, arguments->input);
   AddOutput(*packets, arguments->output, "File to write");
-  packets->add_option("--size", arguments->bytes, "Bytes of a packet without its header (160: 20 ms)")
+  packets->add_option("--size", arguments->bytes, "Bytes per packet without the header (160: 20 ms)")
       ->type_name("N")
       ->check(CLI::Range(1, VASK_LARGEST_PACKET));
   packets->add_flag("--bare", arguments->bare, "No headers: all utterances in one stream of codes");

@@ -15,26 +15,27 @@ namespace {
 
 constexpr const char* kFooter =
     R"(Writes DIR/Vask.db/ with the nine table files, DIR/config.Vask and an empty DIR/LOG/. A file that
-exists is left as it is.
+exists is left unchanged.
 Example:
   vask tables kb)";
 
 enum class Written { kAll, kRest, kNothing };
 
-// Makes `dir` and the folders above it as needed, and the files that are missing in it.
+// Creates `dir` and its parent folders as needed, and the files that it lacks.
 Written WriteKnowledgeBase(const std::string& dir) {
   std::error_code error;
   std::filesystem::create_directories(dir, error);
   if (error || !std::filesystem::is_directory(dir, error)) {
-    throw FileError(dir,
-                    "cannot be made a folder (" + (error ? error.message() : "a file has this name") + ")",
-                    "choose another");
+    throw FileError(
+        dir,
+        "cannot be created as a folder (" + (error ? error.message() : "a file of this name exists") + ")",
+        "choose another");
   }
   const bool was_begun = std::filesystem::exists(dir + "/Vask.db", error);
   const int32_t result = vask_make_coeff_files(dir.c_str());
   if (result == 0) {
     throw FileError(dir, "not all files could be written",
-                    "check the permissions and the room on the disk, and try again");
+                    "check the permissions and the free space on the disk, then try again");
   }
   if (result == 2) return Written::kNothing;
   return was_begun ? Written::kRest : Written::kAll;
@@ -43,11 +44,11 @@ Written WriteKnowledgeBase(const std::string& dir) {
 const char* WordsFor(Written written) {
   switch (written) {
     case Written::kAll:
-      return "nine tables and config.Vask written";
+      return "wrote nine tables and config.Vask";
     case Written::kRest:
-      return "written what was missing of nine tables and config.Vask";
+      return "wrote what was missing of nine tables and config.Vask";
     default:
-      return "nothing written, nine tables and config.Vask are there already";
+      return "wrote nothing: nine tables and config.Vask already exist";
   }
 }
 
@@ -57,7 +58,7 @@ Job TablesJob(CLI::App& app) {
   const auto folder = std::make_shared<std::string>();
   CLI::App* tables = app.add_subcommand("tables", "Write a knowledge base: the built-in tables as files");
   tables->footer(kFooter);
-  tables->add_option("DIR", *folder, "Folder, made if missing")
+  tables->add_option("DIR", *folder, "Folder, created if missing")
       ->required()
       ->type_name("")
       ->check(CheckNotEmpty);

@@ -19,8 +19,8 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT holds the samples of all utterances, one after the other. If IN is damaged, OUT ends before the damage,
-the message says at which byte it is, and the exit status is 1.
+    R"(OUT holds the samples of all utterances, one after another. If IN is damaged, OUT ends before the damage,
+a message says at which byte that is, and the exit status is 1.
 Example:
   vask unpack meeting.packets -o spoken.wav)";
 
@@ -29,20 +29,21 @@ class Unpacker {
  public:
   explicit Unpacker(const std::string& input) : input_(input), file_(input) {}
 
-  // The samples of the next packet; false at the end. FileError says where the stream is no stream.
+  // The samples of the next packet; false at the end. Throws a FileError that says where the stream is
+  // damaged.
   bool Next(std::vector<int16_t>& samples) {
     CheckSignals();
     uint8_t header[VASK_PACKET_HEADER];
     const size_t got = file_.Read(header);
     if (got == 0) {
-      if (open_) ThrowAt("the stream is cut: the last utterance has no packet E");
+      if (open_) ThrowAt("the stream is truncated: the last utterance has no packet E");
       return false;
     }
     char type = 0;
     const int32_t bytes = vask_read_packet_header(header, static_cast<int32_t>(got), &type);
-    if (bytes == 0) ThrowAt(got < sizeof header ? "a packet is cut" : "no packet begins here");
+    if (bytes == 0) ThrowAt(got < sizeof header ? "a packet is truncated" : "no packet begins here");
     codes_.resize(static_cast<size_t>(bytes));
-    if (file_.Read(codes_) != codes_.size()) ThrowAt("a packet is cut");
+    if (file_.Read(codes_) != codes_.size()) ThrowAt("a packet is truncated");
     if (!open_) state_ = {};
     open_ = type == 'D';
     samples.resize(2 * codes_.size());
@@ -54,7 +55,7 @@ class Unpacker {
  private:
   [[noreturn]] void ThrowAt(const char* wrong) const {
     throw FileError(input_, "byte " + std::to_string(offset_) + ": " + wrong,
-                    offset_ > 0 ? "what came before it is kept" : "it is no file of vask packets");
+                    offset_ > 0 ? "what came before it is kept" : "it is not a file of vask packets");
   }
 
   std::string input_;
@@ -65,8 +66,8 @@ class Unpacker {
   std::vector<uint8_t> codes_;
 };
 
-// Writes the samples of a stream with headers. What is wrong with the stream is a FileError that names the
-// byte; `output` then holds the whole packets before it, if there are any.
+// Writes the samples of a stream with headers. A fault in the stream is a FileError that names the byte;
+// `output` then holds the complete packets before it, if there are any.
 void Unpack(const std::string& input, const std::string& output) {
   Unpacker unpacker(input);
   std::vector<int16_t> samples;
@@ -91,7 +92,7 @@ Job UnpackJob(CLI::App& app) {
     std::string input, output;
   };
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* unpack = app.add_subcommand("unpack", "Write the sound of such packets");
+  CLI::App* unpack = app.add_subcommand("unpack", "Decode such packets to a WAV file");
   unpack->footer(kFooter);
   AddInput(*unpack, arguments->input, "IN", "Packets with headers");
   AddOutput(*unpack, arguments->output, "WAV file to write");

@@ -11,7 +11,7 @@
 namespace vask::command {
 namespace {
 
-constexpr int32_t kEnhance = 1;           // the engine's number of this mode
+constexpr int32_t kEnhance = 1;           // the engine's number for this mode
 constexpr size_t kLargestOutput = 20000;  // samples for one frame
 
 }  // namespace
@@ -35,7 +35,7 @@ EngineSession::~EngineSession() {
   try {
     messages_.Complaint([] { Vask_epd_stop(); });
   } catch (const std::bad_alloc&) {
-    // Without memory the engine's last words are lost.
+    // Without memory the engine's last messages are lost.
   }
 }
 

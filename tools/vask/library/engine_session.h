@@ -1,5 +1,5 @@
 // The engine behind the C interface in its mode 1, started and stopped with this object, one frame at a time:
-// the environment check listens to it, and it reads config.Vask.
+// the environment check depends on it, and it reads config.Vask.
 #pragma once
 
 #include <cstdint>
@@ -12,35 +12,34 @@
 namespace vask::command {
 
 struct EngineOptions {
-  int32_t device = 2;  // the library's own choice
+  int32_t device = 2;  // the library's default
   int32_t os = 2;
   std::string config_dir;  // holds config.Vask; empty: built-in settings
 
   std::string ConfigFile() const { return config_dir.empty() ? "" : config_dir + "/config.Vask"; }
 };
 
-// The engine is one for the whole process, so there is one session at a time.
+// There is one engine per process, so there is one session at a time.
 class EngineSession {
  public:
-  // Longest folder name that the engine takes, in bytes.
+  // Longest folder name that the engine accepts, in bytes.
   static constexpr size_t kMaxConfigDir = 118;
 
-  // Throws FatalError with the engine's own words if it does not start.
+  // Throws FatalError with the engine's own message if it does not start.
   explicit EngineSession(const EngineOptions& options);
   ~EngineSession();
   EngineSession(const EngineSession&) = delete;
   EngineSession& operator=(const EngineSession&) = delete;
 
   void Feed(Frame frame);  // a copy: the engine clips the frame in place
-  void WrapUp();           // as new for the next recording
+  void WrapUp();           // ready for the next recording
 
  private:
   MessageCatcher messages_;
-  std::vector<int16_t> out_;  // as long as the engine asks for; the sound is not used
+  std::vector<int16_t> out_;  // as long as the engine requires; the sound is not used
 };
 
-// Reads the settings file, where one is named, for what is wrong with it: streams have no such file. Throws
-// as the session does.
+// Checks the settings file, if one is named, since streams do not read it. Throws as the session does.
 void CheckConfig(const EngineOptions& options);
 
 // For CLI::Option::check(): what is wrong with the length of a folder's name, "" if nothing is.

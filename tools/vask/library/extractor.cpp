@@ -11,7 +11,7 @@
 namespace vask::command {
 namespace {
 
-constexpr int32_t kSpareBits = 8;  // of the samples under the window, so that the FFT keeps their fractions
+constexpr int32_t kSpareBits = 8;  // of the windowed samples, so that the FFT keeps their fractions
 constexpr double kOneQ16 = 1 << 16, kOneQ20 = 1 << 20;
 
 bool HasTableFiles(const std::string& knowledge_base) {
@@ -33,12 +33,12 @@ Extractor::Extractor(const std::string& knowledge_base) {
   });
   if (!up) throw FatalError(complaint.empty() ? "the extractor does not start" : complaint);
   if (!knowledge_base.empty() && access((std::string(Vask_epd_base_dir) + "global_cms").c_str(), F_OK) == 0) {
-    // A mean that was never stored is zero; one that cannot be read must not be written over.
+    // A mean that was never stored is zero; one that cannot be read must not be overwritten.
     const std::string reading = MessageCatcher().Complaint([&] { vask_read_global_cms(&prm_); });
     if (!reading.empty()) {
       close_mfcc_prm(&prm_);
       throw FatalError(Printable(knowledge_base) + "/Vask.db/global_cms: " + reading +
-                       ": mend the file or remove it");
+                       ": repair the file or remove it");
     }
   }
   init_hamm_window(window_q30_.data(), static_cast<int32_t>(window_q30_.size()));

@@ -1,4 +1,4 @@
-// The MFCC extractor behind the C interface, and the power spectrum that it wants.
+// The MFCC extractor behind the C interface, and the power spectrum that it needs.
 #pragma once
 
 #include <vask/mfcc.h>
@@ -14,28 +14,28 @@
 
 namespace vask::command {
 
-// Set up and released with this object. Where a knowledge base is named, its table files are used, if it has
-// any, and its mean is taken off; else the built-in tables and no mean.
+// Set up and released with this object. If a knowledge base is named, its table files, if any, replace the
+// built-in tables, and its mean is subtracted.
 class Extractor {
  public:
   static constexpr int32_t kCoefficients = 13, kChannels = 23;
 
-  // Throws FatalError with the library's own words if a file is malformed.
+  // Throws FatalError with the library's own message if a file is malformed.
   explicit Extractor(const std::string& knowledge_base = "");
   ~Extractor();
   Extractor(const Extractor&) = delete;
   Extractor& operator=(const Extractor&) = delete;
 
-  // The window of a frame is the frame before and the frame itself, 20 ms, under the 320-point Hamming
-  // window. True when there is an output frame: at once, or with derivatives four frames later.
+  // The window of a frame covers the previous frame and the frame itself, 20 ms: a 320-point Hamming window.
+  // Returns true when there is an output frame: at once, or with derivatives four frames later.
   bool Feed(const Frame& frame, bool with_dynamics);
-  // The last frame once more, so that derivatives can come to their end.
+  // Feeds the last frame again, so that the derivatives can be completed.
   bool FeedAgain() { return Extract(true); }
 
   std::vector<float> Output(bool with_dynamics) const;  // 13 or 39 coefficients
   std::vector<float> LogEnergies() const;               // 23 channels, natural logarithms
 
-  // Folds what has been fed into the mean; Save() puts it into the knowledge base. Throws FatalError.
+  // Folds what was fed into the mean; SaveMean() writes it to the knowledge base. Both throw FatalError.
   void UpdateMean();
   void SaveMean();
 

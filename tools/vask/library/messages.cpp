@@ -17,8 +17,8 @@ namespace {
 
 constexpr size_t kLongestComplaint = 4096;
 
-// Points descriptors 1 and 2 to another file for as long as it lives. The library writes its messages with C
-// stdio; flushing on both sides keeps its text and ours apart.
+// Redirects descriptors 1 and 2 to another file while it exists. The library writes its messages with C
+// stdio; flushing before and after keeps its text and ours apart.
 class StreamsTo {
  public:
   explicit StreamsTo(int fd) {
@@ -33,12 +33,12 @@ class StreamsTo {
   StreamsTo(const StreamsTo&) = delete;
   StreamsTo& operator=(const StreamsTo&) = delete;
 
-  // The library ends the process, with status 0, when it has no memory for one of its histories. That is no
+  // The library ends the process, with status 0, when it cannot allocate one of its histories. That is not
   // success, and it must not be silent.
   static void ReportExit() {
     if (current == nullptr) return;
     current->PutBack();
-    std::fputs("vask: out of memory: end other programs or use a larger machine\n", stderr);
+    std::fputs("vask: out of memory: close other programs or use a larger machine\n", stderr);
     std::_Exit(1);
   }
 
@@ -78,7 +78,7 @@ std::string MessageCatcher::Complaint(const std::function<void()>& call) {
     const StreamsTo caught(fd_);
     call();
   }
-  return lseek(fd_, 0, SEEK_CUR) == 0 ? "" : TakeComplaint();  // mostly there is not a word
+  return lseek(fd_, 0, SEEK_CUR) == 0 ? "" : TakeComplaint();  // usually nothing was printed
 }
 
 void MessageCatcher::Run(const std::function<void()>& call) {
@@ -86,12 +86,12 @@ void MessageCatcher::Run(const std::function<void()>& call) {
   if (!complaint.empty()) throw FatalError(complaint);
 }
 
-// The first line that is more than information; empties the catcher.
+// The first line that reports a fault, "" if none does; empties the catcher.
 std::string MessageCatcher::TakeComplaint() {
   std::string text(kLongestComplaint, '\0');
   const ssize_t n = pread(fd_, text.data(), text.size(), 0);
   text.resize(static_cast<size_t>(n > 0 ? n : 0));
-  // The catcher lives in memory: emptying it does not fail.
+  // The file is in memory: emptying it does not fail.
   static_cast<void>(ftruncate(fd_, 0));
   lseek(fd_, 0, SEEK_SET);
 

@@ -1,4 +1,4 @@
-// What the library prints, kept off the command's own output.
+// Keeps what the library prints out of the command's own output.
 #pragma once
 
 #include <functional>
@@ -7,7 +7,7 @@
 namespace vask::command {
 
 // Calls into the library run in here: what they print goes to a file in memory, and the first line of it that
-// is more than information is their complaint.
+// reports a fault is the complaint.
 class MessageCatcher {
  public:
   MessageCatcher();
@@ -15,7 +15,7 @@ class MessageCatcher {
   MessageCatcher(const MessageCatcher&) = delete;
   MessageCatcher& operator=(const MessageCatcher&) = delete;
 
-  std::string Complaint(const std::function<void()>& call);  // "" without one
+  std::string Complaint(const std::function<void()>& call);  // "" if there is none
   void Run(const std::function<void()>& call);               // throws FatalError with the complaint
 
  private:

@@ -46,27 +46,30 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
       return text + " is not " + (least > 0 ? Decimal(least, 1) : "0") + " to " + std::to_string(most) + " s";
     });
   };
-  command.add_option("--preset", options.preset, "robust: for rooms with much noise")
+  command.add_option("--preset", options.preset, "robust: for noisy rooms")
       ->type_name("NAME")
       ->check(CLI::IsMember({"robust"}));
   command
       .add_option("--profile", options.profile,
-                  "The detector's values: general, a device's number, or a file with some of them")
+                  "Detector values: general, the number of a device, or a file with some of them")
       ->type_name("NAME|FILE")
       ->check([](const std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); });
-  seconds("--pad-start", options.pad_start, 0, 1000, "Put out from so long before the start (up to 0.35)");
-  seconds("--pad-end", options.pad_end, 0, 1000, "And until so long after the end (up to the hangover)");
-  seconds("--min-speech", options.min_speech, 0, 3600, "Reject what is shorter from start to end");
+  seconds("--pad-start", options.pad_start, 0, 1000,
+          "Start the span this long before the detected start (at most 0.35)");
+  seconds("--pad-end", options.pad_end, 0, 1000,
+          "End it this long after the detected end (at most the hangover)");
+  seconds("--min-speech", options.min_speech, 0, 3600, "Reject segments that are shorter from start to end");
   seconds("--max-segment", options.max_segment, kLeastSegment, 36000,
-          "Split what is longer where it is quietest");
+          "Split longer utterances where they are quietest");
   seconds("--hangover", options.hangover, 0, 30, "Silence that ends an utterance (1)");
-  command.add_option("--min-voiced", options.min_voiced, "Reject what has fewer voiced frames of 10 ms")
+  command.add_option("--min-voiced", options.min_voiced, "Reject segments with fewer voiced frames of 10 ms")
       ->type_name("FRAMES")
       ->check(CLI::Range(0, kFramesAnHour));
-  command.add_option("--max-tones", options.max_tones, "Reject what has more tones among its voiced frames")
+  command
+      .add_option("--max-tones", options.max_tones, "Reject segments with more tones among the voiced frames")
       ->type_name("PERCENT")
       ->check(CLI::Range(0, 100));
-  command.add_option("--threshold", options.threshold, "How far speech is above the noise (45)")
+  command.add_option("--threshold", options.threshold, "How far speech must be above the noise (45)")
       ->type_name("UNITS")
       ->check(CLI::Range(0, 1000));
 }
@@ -91,7 +94,7 @@ vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device
   if (stream.max_samples != 0 && stream.min_samples > stream.max_samples) {
     throw UsageError("--min-speech is above --max-segment");
   }
-  // The other options have been looked at one by one.
+  // The other options have been checked one by one.
   if (const char* complaint = stream.Complaint()) throw UsageError(std::string("--profile: ") + complaint);
   return stream;
 }

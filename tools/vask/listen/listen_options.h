@@ -24,8 +24,8 @@ void AddListenOptions(CLI::App& command, ListenOptions& options);
 // Whether --profile names a file: not "general", a device's number or nothing.
 bool NamesProfileFile(const std::string& profile);
 
-// Options of a stream that gives no audio yet. The preset counts least, then the profile, then the rest.
-// Throws UsageError, or FileError for a profile's file.
+// Options of a stream that delivers no audio yet. The profile overrides the preset, and the rest override
+// both. Throws UsageError, or FileError for a profile file.
 vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device, int32_t os);
 
 }  // namespace vask::command

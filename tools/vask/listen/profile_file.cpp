@@ -52,14 +52,14 @@ class Reader {
     const char* end = number.data() + number.size();
     const auto [read_to, error] = std::from_chars(number.data(), end, value);
     if (error != std::errc() || read_to != end) {
-      Fail(place + name + " is no whole number of 32 bits", "write one");
+      Fail(place + name + " is not a whole number of 32 bits", "write one");
     }
     profile_.*(field->value) = value;
   }
 
   void Object(const std::string& text) {
     const Json object = ParseJson(text);
-    if (!object.is_object()) Fail("is no object of JSON", "write {\"vad_threshold\": 40} or lines of text");
+    if (!object.is_object()) Fail("is not a JSON object", "write {\"vad_threshold\": 40} or lines of text");
     for (const auto& [name, value] : object.items()) Set("", name, value.dump());
   }
 
@@ -74,7 +74,7 @@ class Reader {
       std::istringstream words(line);
       std::string name, value, more;
       if (!(words >> name)) continue;
-      if (!(words >> value) || words >> more) Fail(place + "is no name and number", "write both");
+      if (!(words >> value) || words >> more) Fail(place + "is not a name and a number", "write both");
       Set(place, name, value);
     }
   }

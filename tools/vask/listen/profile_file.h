@@ -7,8 +7,8 @@
 
 namespace vask::command {
 
-// Puts the values that the file names into `profile`; the others stay. Either an object of JSON, or lines
-// "name value" (or "name = value", "name: value"), with comments behind #. Throws FileError.
+// Sets the values of `profile` that the file names; the others are kept. The file is a JSON object, or lines
+// "name value" (or "name = value", "name: value"), with comments after #. Throws FileError.
 void ReadProfileFile(const std::string& path, epd_profile& profile);
 
 }  // namespace vask::command

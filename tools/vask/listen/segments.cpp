@@ -31,7 +31,7 @@ const char* NameOf(int32_t reason) {
   }
 }
 
-// Gives what the stream has put out to the sink.
+// Passes what the stream has delivered to the sink.
 class Outlet {
  public:
   Outlet(Stream& stream, SegmentSink& sink) : stream_(stream), sink_(sink) {}

@@ -1,4 +1,4 @@
-// A recording's walk through a stream: its utterances, and their audio, while they come.
+// A recording's path through a stream: its utterances, and their audio, as they arrive.
 #pragma once
 
 #include <cstdint>
@@ -14,16 +14,16 @@ class SegmentSink {
  public:
   virtual ~SegmentSink() = default;
   virtual void Started() = 0;
-  virtual void Audio(std::span<const int16_t> samples) = 0;  // of the segment that is open
+  virtual void Audio(std::span<const int16_t> samples) = 0;  // of the open segment
   virtual void Ended(const vask_stream_event& event) = 0;    // it is an utterance
   virtual void Rejected(const vask_stream_event& event) = 0;
-  virtual void Heard(int64_t /*samples*/) {}  // so many of the recording so far
+  virtual void Heard(int64_t /*samples*/) {}  // that many of the recording so far
 };
 
-// Throws FileError for this recording, FatalError if no other can fare better.
+// Throws FileError for this recording, FatalError if every other would fail too.
 void FindSegments(AudioReader& reader, Stream& stream, SegmentSink& sink);
 
-// The event on the clock of the recording, of which the reader has read at least that far.
+// The event on the recording's own clock; the reader must have read at least that far.
 Segment SegmentOf(const vask_stream_event& event, const AudioReader& reader);
 
 }  // namespace vask::command

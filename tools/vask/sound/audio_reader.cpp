@@ -11,7 +11,7 @@ namespace vask::command {
 namespace {
 
 constexpr size_t kBlockFrames = 4096;
-// Hz. A block of the lowest rate is 4 s at 16 kHz; of a damaged header's 1 Hz, it would be an hour.
+// Hz. At the lowest rate a block lasts 4 s; at the 1 Hz of a damaged header it would last an hour.
 constexpr int32_t kLowestRate = 1000, kHighestRate = 1'000'000;
 
 int16_t ToSample(double value) {
@@ -28,7 +28,7 @@ AudioReader::AudioReader(const std::string& path)
     throw FileError(name_,
                     "its rate of " + std::to_string(rate()) + " Hz is not " + std::to_string(kLowestRate) +
                         " to " + std::to_string(kHighestRate) + " Hz",
-                    "put its header right or convert it to 16000 Hz");
+                    "correct its header or convert it to 16000 Hz");
   }
   interleaved_.resize(kBlockFrames * static_cast<size_t>(channels()));
   converted_.resize(kBlockFrames);
@@ -104,7 +104,7 @@ size_t AudioReader::Resample(std::span<double> out) {
       mono_begin_ = 0;
       mono_end_ = ReadMono(mono_);
     }
-    const bool at_end = mono_begin_ == mono_end_;  // the resampler then gives what it still holds
+    const bool at_end = mono_begin_ == mono_end_;  // the resampler then returns what it still holds
     size_t taken = 0, given = 0;
     const soxr_error_t error = soxr_process(resampler_.get(), at_end ? nullptr : &mono_[mono_begin_],
                                             mono_end_ - mono_begin_, &taken, out.data(), out.size(), &given);

@@ -15,27 +15,27 @@
 
 namespace vask::command {
 
-// Channels are averaged and rates other than 16 kHz resampled; 16 kHz mono 16-bit samples come through bit
+// Channels are averaged and rates other than 16 kHz resampled; 16 kHz mono 16-bit samples pass through bit
 // for bit. Memory does not grow with the recording.
 class AudioReader {
  public:
   // A file's name, or "-" for standard input. Throws FileError if it is missing, empty, a directory,
-  // unreadable or no audio, or of a rate that is none of sound.
+  // unreadable or not audio, or if its rate is out of range.
   explicit AudioReader(const std::string& path);
 
-  // Fills `out` unless the recording ends before; returns the number of samples, 0 at the end.
+  // Fills `out` unless the recording ends first; returns the number of samples, 0 at the end.
   size_t Read(std::span<int16_t> out);
   // The same, but does not wait for more than one sample.
   size_t ReadSome(std::span<int16_t> out);
 
-  // Length in samples at 16 kHz by the file's header, which a pipe does not know: then 0.
+  // Length in samples at 16 kHz according to the file's header; 0 if unknown, as with most pipes.
   int64_t ExpectedSamples() const;
 
   int32_t rate() const { return source_->rate(); }  // Hz, the recording's own
   int32_t channels() const { return source_->channels(); }
   int64_t frames_read() const { return frames_read_; }  // at that rate
 
-  // Once all has been read: what is wrong if the recording ends before its header says, or is damaged from
+  // Once all has been read: what is wrong if the recording is shorter than its header says, or damaged from
   // there on. What came before may be used.
   std::optional<FileError> Shortfall() const;
   void CheckWhole() const;  // throws it

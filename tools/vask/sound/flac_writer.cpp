@@ -1,4 +1,4 @@
-// A sound file as FLAC, through libsndfile, which goes back to its head at the end.
+// Writes FLAC through libsndfile, which goes back to the header at the end.
 #include <sndfile.h>
 #include <unistd.h>
 
@@ -13,7 +13,7 @@
 namespace vask::command {
 namespace {
 
-// What libsndfile asks of a file. Its encoder does not always report a failed write: it is noted here.
+// The file that libsndfile works on. Its encoder does not always report a failed write, so it is noted here.
 struct Target {
   int fd;
   int error = 0;  // errno of the first failure

@@ -16,17 +16,17 @@
 namespace vask::command {
 namespace {
 
-// A file of chunks: an identifier of so many bytes, a size of so many, the content.
+// A file of chunks, each an identifier, a size and the content.
 struct Container {
   std::string_view tag;  // the file begins with it
   size_t head;           // bytes before the first chunk
-  size_t id, size;
+  size_t id, size;       // bytes of these two
   bool big_endian;
-  bool counts_itself;      // the size is that of identifier and size too
-  int64_t aligned;         // chunks begin at multiples of so many bytes
+  bool counts_itself;      // the size includes identifier and size
+  int64_t aligned;         // chunks begin at multiples of this many bytes
   std::string_view sound;  // identifier of the chunk with the samples
   int64_t lead;            // bytes in it before the samples
-  uint64_t endless;        // a size from here on is that of a writer that did not know it
+  uint64_t endless;        // a size from here on is from a writer that did not know it
 };
 
 constexpr Container kContainers[] = {
@@ -37,7 +37,7 @@ constexpr Container kContainers[] = {
     {"riff", 40, 16, 8, false, true, 8, "data", 0, uint64_t{1} << 62},
 };
 
-constexpr int kMostChunks = 1000;  // in a file that is no nonsense
+constexpr int kMostChunks = 1000;  // more only in nonsense
 
 uint64_t Number(const uint8_t* bytes, size_t count, bool big_endian) {
   uint64_t value = 0;
@@ -86,7 +86,7 @@ class HeaderReader {
   std::optional<Bytes> FindChunk(const Container& container) {
     const auto prefix = static_cast<int64_t>(container.id + container.size);
     std::array<uint8_t, 24> head;
-    uint64_t long_size = 0;  // of RF64, whose own is too short for it
+    uint64_t long_size = 0;  // in RF64, whose own size field is too short
     auto place = static_cast<int64_t>(container.head);
     for (int chunk = 0; chunk < kMostChunks; ++chunk) {
       if (!ReadAt(place, std::span(head).first(static_cast<size_t>(prefix)))) break;
@@ -156,7 +156,7 @@ int64_t PromisedFrames(const std::string& path, const SF_INFO& info) {
   if (info.frames == SF_COUNT_MAX) return 0;
   const int type = info.format & SF_FORMAT_TYPEMASK;
   if (type == SF_FORMAT_NIST) return NistFrames(path);
-  // Of these libsndfile gives what the header says.
+  // For these libsndfile reports what the header says.
   if (type == SF_FORMAT_FLAC || IsCutMp3(path)) return info.frames;
   const std::optional<Bytes> bytes = HeaderReader(path).Find();
   if (!bytes || bytes->promised <= bytes->present) return 0;

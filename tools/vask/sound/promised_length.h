@@ -1,4 +1,5 @@
-// What the header of a sound file says that it holds. libsndfile does not tell: it counts what is there.
+// The length that the header of a sound file promises. libsndfile does not report it: it counts what is
+// there.
 #pragma once
 
 #include <sndfile.h>
@@ -8,8 +9,8 @@
 
 namespace vask::command {
 
-// The frames that the header of a regular file promises, where libsndfile has found `info` in it; 0 if it
-// does not say.
+// The frames that the header of a regular file promises, given the `info` that libsndfile found in it; 0 if
+// it does not say.
 int64_t PromisedFrames(const std::string& path, const SF_INFO& info);
 
 }  // namespace vask::command

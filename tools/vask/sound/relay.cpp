@@ -19,7 +19,7 @@ namespace vask::command {
 Relay::Relay(std::unique_ptr<InputFile> input, std::vector<uint8_t> first) : input_(std::move(input)) {
   const auto fail = [&](int error) {
     throw FileError(input_->name(), std::string("cannot be read (") + std::strerror(error) + ")",
-                    "end other programs");
+                    "close other programs");
   };
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) fail(errno);

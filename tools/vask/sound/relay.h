@@ -1,5 +1,5 @@
-// A pipe for a library that waits without an eye on signals: a thread fills it from the file that is to be
-// read, and a signal, noticed there, is its end.
+// A pipe for a library that pays no attention to signals while it waits: a thread fills it from the file to
+// be read, notices signals, and ends it at one.
 #pragma once
 
 #include <atomic>
@@ -30,7 +30,7 @@ class Relay {
 
   std::unique_ptr<InputFile> input_;
   int reader_ = -1, writer_ = -1;
-  std::exception_ptr failure_;  // complete once it is over
+  std::exception_ptr failure_;  // complete once over_ is set
   std::atomic<bool> over_ = false;
   std::thread thread_;
 };

@@ -1,4 +1,4 @@
-// libsndfile keeps why a file could not be opened in one place for all threads: they open one after another.
+// libsndfile keeps why a file could not be opened in one place for all threads, so they open one at a time.
 #pragma once
 
 #include <mutex>

@@ -1,4 +1,4 @@
-// A file through libsndfile.
+// A file read through libsndfile.
 #include <sndfile.h>
 #include <sys/stat.h>
 
@@ -20,9 +20,9 @@
 namespace vask::command {
 namespace {
 
-// Samples. A header that came through a pipe and says more is of a writer that did not know, or is misread.
+// Samples. A header through a pipe that promises more is from a writer that did not know, or is misread.
 constexpr sf_count_t kMostBelieved = 1 << 27;
-constexpr size_t kLongestHeader = 1 << 20;  // bytes that are kept of one
+constexpr size_t kLongestHeader = 1 << 20;  // bytes kept of one
 
 std::string Reason(SNDFILE* file) {
   std::string text = sf_strerror(file);
@@ -95,10 +95,10 @@ class SoundFile : public SoundSource {
   std::unique_ptr<Relay> relay_;
   std::unique_ptr<SNDFILE, CloseFile> file_;
   bool empty_ = false;  // by its header
-  bool any_ = false;    // samples have been given
+  bool any_ = false;    // samples have been delivered
 };
 
-// The WAV header that `input` begins with, if it is of a form that can be given as it arrives. `seen` are the
+// The WAV header that `input` begins with, if its samples can be delivered as they arrive. `seen` gets the
 // bytes that were read, for another reader to begin with.
 std::optional<WavForm> FindWavHeader(InputFile& input, std::vector<uint8_t>& seen) {
   const auto take = [&](std::span<uint8_t> out) {
@@ -130,7 +130,7 @@ std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path) {
   std::vector<uint8_t> seen;
   const std::optional<WavForm> form = FindWavHeader(*input, seen);
   if (regular) {
-    // A writer that could not go back, or was stopped, has left the length at 0.
+    // A writer that could not go back, or was stopped, leaves the length at 0.
     const bool unknown = form && form->data_bytes == kUntilTheEnd;
     if (!unknown || static_cast<int64_t>(seen.size()) >= status.st_size) ThrowNoSamples(path);
   }

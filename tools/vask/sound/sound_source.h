@@ -17,15 +17,15 @@ class SoundSource {
 
   int32_t rate() const { return rate_; }          // Hz
   int32_t channels() const { return channels_; }  // at least 1
-  int64_t frames() const { return frames_; }      // that are there, one sample of each channel; 0: unknown
+  int64_t frames() const { return frames_; }      // available, one sample of each channel; 0: unknown
 
   // Once the end has been read: frames that the header promised, 0 if it does not say, and why the recording
   // cannot be read any further, empty if it can.
   int64_t promised() const { return promised_; }
   const std::string& damage() const { return damage_; }
 
-  // Fills `interleaved`, 1.0 = full scale, with what is there: at least one frame, none at the end only.
-  // Gives the number of frames. Throws FileError if there is none at all.
+  // Fills `interleaved`, 1.0 = full scale, with what is available: at least one frame, except at the end.
+  // Returns the number of frames. Throws FileError if there are none at all.
   virtual size_t Read(std::span<double> interleaved) = 0;
 
  protected:
@@ -37,8 +37,8 @@ class SoundSource {
 };
 
 // A file that libsndfile reads; standard input, WAV or raw 16 kHz 16-bit samples, as it arrives; the samples
-// of `input` after a WAV header, which has been read, as they arrive. FileError if it is no audio or holds
-// none.
+// of `input` after a WAV header, which has been read, as they arrive. FileError if it is not audio or
+// holds none.
 std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path);
 std::unique_ptr<SoundSource> OpenStandardInput();
 std::unique_ptr<SoundSource> OpenWavStream(std::unique_ptr<InputFile> input, const WavForm& form);

@@ -1,4 +1,4 @@
-// A 16 kHz mono 16-bit sound file that is there whole or not at all.
+// A 16 kHz mono 16-bit sound file that appears complete or not at all.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// A recording that is read once from its start to its end, its samples given as soon as they arrive: standard
-// input, of which a signal is the end, and WAV through a pipe.
+// A recording that is read once from its start to its end, its samples delivered as soon as they arrive:
+// standard input, which a signal ends, and WAV through a pipe.
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace {
 constexpr WavForm kRaw = {kRateHz, 1, 2, false, kUntilTheEnd};
 
 [[noreturn]] void ThrowNoSamples(const std::string& name) {
-  throw FileError(name, "holds no samples", "send some into it");
+  throw FileError(name, "holds no samples", "send some to it");
 }
 
 class StreamedSound : public SoundSource {
@@ -56,7 +56,7 @@ class StreamedSound : public SoundSource {
 
  private:
   void End() {
-    // What comes after the samples on standard input, so that the writer of the pipe can end well.
+    // Reads what follows the samples on standard input, so that the writer of the pipe can finish.
     std::array<uint8_t, 4096> skipped;
     while (input_->fd() == STDIN_FILENO && input_->ReadSome(skipped) > 0) {
     }
@@ -69,8 +69,8 @@ class StreamedSound : public SoundSource {
 
   std::unique_ptr<InputFile> input_;
   WavForm form_;                  // data_bytes: those that are still to be read
-  std::vector<uint8_t> pending_;  // read, and not given yet
-  bool any_ = false;              // samples have been given
+  std::vector<uint8_t> pending_;  // read but not delivered yet
+  bool any_ = false;              // samples have been delivered
 };
 
 }  // namespace

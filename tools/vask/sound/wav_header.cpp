@@ -31,7 +31,7 @@ WavForm ReadWavHeader(const std::string& name, const TakeBytes& take) {
   };
   std::array<uint8_t, 8> head;
   need(head);  // size of the whole, which is not needed, and the type
-  if (std::memcmp(&head[4], "WAVE", 4) != 0) fail("is RIFF, but no WAV");
+  if (std::memcmp(&head[4], "WAVE", 4) != 0) fail("is RIFF but not WAV");
 
   WavForm form;
   for (;;) {

@@ -1,4 +1,4 @@
-// The head of a WAV stream, read forwards only: a pipe cannot be read twice.
+// The header of a WAV stream, read sequentially: a pipe cannot be read twice.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace vask::command {
 
 constexpr uint64_t kUntilTheEnd = INT64_MAX;
 
-// What writes into a pipe does not know the length and gives 0 or about the most that a header can say.
+// A writer into a pipe does not know the length and gives 0 or about the most that a header can say.
 constexpr uint32_t kEndlessBytes = 0x7FFFF000;
 
 struct WavForm {
@@ -24,7 +24,7 @@ struct WavForm {
 // Fills a span with the next bytes; false at the end of the stream.
 using TakeBytes = std::function<bool(std::span<uint8_t>)>;
 
-// Reads from behind "RIFF" up to the first sample. `name` is for the FileError about what cannot be read.
+// Reads from after "RIFF" up to the first sample. `name` is for the FileError about what cannot be read.
 WavForm ReadWavHeader(const std::string& name, const TakeBytes& take);
 
 // One little-endian sample of such a form, 1.0 = full scale.

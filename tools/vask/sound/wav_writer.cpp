@@ -38,14 +38,14 @@ std::vector<uint8_t> Header(int64_t samples) {
 }  // namespace
 
 WavWriter::WavWriter(const std::string& target) : file_(target) {
-  file_.Append(Header(0));  // Commit() puts the counts right
+  file_.Append(Header(0));  // Commit() fills in the counts
 }
 
 void WavWriter::Write(std::span<const int16_t> samples) {
   samples_ += static_cast<int64_t>(samples.size());
   if (samples_ > kMaxSamples) {
     throw FileError(file_.name(), "would be longer than a WAV file can be",
-                    "cut the recording in parts of a day");
+                    "split the recording into parts of a day");
   }
   std::vector<uint8_t> bytes;
   bytes.reserve(2 * samples.size());

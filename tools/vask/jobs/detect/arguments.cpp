@@ -1,4 +1,4 @@
-// The arguments of `vask detect`, and whether they go together.
+// The arguments of `vask detect`, and whether they are compatible.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -18,24 +18,24 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Output: a line an utterance, in the order of the recordings, with tabs between its columns:
+    R"(Output: one line per utterance, in the order of the recordings, with tab-separated columns:
   FILE  NUMBER (from 1)  START  END  SPAN_START  SPAN_END  VOICED  ENDED
-START and END are the detected ones, the span is what is put out around them, all in seconds from the
-start of the recording; VOICED is the share of voiced frames; ENDED is how it ended: silence, long-noise,
-input-end or split. With --verbose also what was rejected, NUMBER being - and ENDED the reason: too-short,
-too-little-voice or tones.
-The forms of other programs show one interval an utterance: START to END, or with --pad-start, --pad-end or
-a preset that edge of the span; none begins before the end of the one before. man vask describes each form.
-rttm and kaldi name a recording NAME, with _ for white space; kaldi sorts by bytes when all is done.
-With -o each is also written to DIR/NAME-NUMBER.wav, NAME being the file's name without its ending, and
-a form that holds one recording to DIR/NAME.EXT. Each is there whole or not at all. Where several have the
-same name, NAME is NAME_FOLDER, or has figures that are made from the path. A hidden file in DIR remembers
-what was written and finished: a new run replaces what was written of the same recordings, and never other
-files without --overwrite. One run at a time writes to DIR.
-By itself a span begins 0.35 s before START and goes on for the hangover after END, about a second; an
-option counts more than the profile, and that more than the preset. A file for --profile holds lines
-"vad_threshold 40" or an object of JSON.
-With - as FILE each utterance is listed as soon as it ends; Ctrl-C ends the input.
+START and END are as detected, the span is what is written with -o, padding included; all are in seconds
+from the start of the recording. VOICED is the share of voiced frames; ENDED is how it ended: silence,
+long-noise, input-end or split. With --verbose rejected segments are listed too, with - as NUMBER and the
+reason as ENDED: too-short, too-little-voice or tones.
+The formats of other programs show one interval per utterance: START to END, or with --pad-start, --pad-end
+or a preset, that edge of the span; none begins before the previous one ends. man vask describes each.
+rttm and kaldi call a recording NAME, with _ for white space; kaldi, sorted by bytes, is printed at the end.
+With -o each utterance is also written to DIR/NAME-NUMBER.wav, where NAME is the file's name without its
+extension, and a format that holds one recording to DIR/NAME.EXT. A file appears complete or not at all. If
+several recordings have the same name, NAME is NAME_FOLDER, or ends in a hash of the path. A hidden file in
+DIR records what was written and finished: a new run replaces what was written of the same recordings, and
+other files only with --overwrite. One run at a time writes to DIR.
+By default a span begins 0.35 s before START and continues for the hangover after END, about a second. An
+option overrides the profile, which overrides the preset. A file for --profile holds lines such as
+"vad_threshold 40" or a JSON object.
+If FILE is -, each utterance is listed as soon as it ends; Ctrl-C ends the input.
 Examples:
   vask detect meeting.wav | awk -F'\t' '{ spoken += $4 - $3 } END { print spoken, "s" }'
   vask detect -o utterances --flac --pad-start 0.1 --pad-end 0.2 monday.flac tuesday.flac
@@ -48,7 +48,7 @@ void CheckTogether(const DetectArguments& arguments) {
   const std::vector<std::string>& inputs = arguments.inputs;
   if (inputs.empty() && arguments.files_from.empty()) throw UsageError("FILE is required");
   if (std::count(inputs.begin(), inputs.end(), "-") + (arguments.files_from == "-") > 1) {
-    throw UsageError("standard input (-) can be read once only");
+    throw UsageError("standard input (-) can be read only once");
   }
   const std::string ending = MakeListing(arguments.format)->EndingOfOne();
   if (!ending.empty() && inputs.size() > 1 && arguments.output.empty()) {
@@ -73,7 +73,7 @@ int Detect(DetectArguments arguments, int32_t device, int32_t os) {
     options.audio = arguments.audio == "raw" ? VASK_STREAM_RAW : VASK_STREAM_CLEAN;
   }
   if (arguments.meter && !TerminalLine::Possible()) {
-    std::fputs("vask: --meter: standard error is no terminal: nothing is shown\n", stderr);
+    std::fputs("vask: --meter: standard error is not a terminal: nothing is shown\n", stderr);
     arguments.meter = false;
   }
   return DetectAll(arguments, options);
@@ -86,29 +86,34 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
   CLI::App* detect = app.add_subcommand("detect", "List the utterances in recordings");
   detect->footer(kFooter);
   detect->add_option("FILE", arguments->inputs, "Recordings, - for standard input")->type_name("");
-  detect->add_option("--files-from", arguments->files_from, "And those that this file names, one a line")
+  detect
+      ->add_option("--files-from", arguments->files_from,
+                   "Also read the recordings named in this file, one per line")
       ->type_name("LIST");
-  detect->add_flag("-0,--null", arguments->null, "The names in LIST end with zero bytes");
-  detect->add_option("-f,--format", arguments->format, "Form of the list (text)")
+  detect->add_flag("-0,--null", arguments->null, "Names in LIST end with a zero byte");
+  detect->add_option("-f,--format", arguments->format, "Format of the list (text)")
       ->type_name("NAME")
       ->check(CLI::IsMember(FormNames()));
-  detect->add_flag("--verbose", arguments->verbose, "List what was rejected too, with the reason");
+  detect->add_flag("--verbose", arguments->verbose, "Also list what was rejected, with the reason");
   CLI::Option* output = detect
                             ->add_option("-o,--output", arguments->output,
-                                         "Write the utterances to this folder, made if missing")
+                                         "Write the utterances to this folder, created if missing")
                             ->type_name("DIR")
                             ->check(CheckNotEmpty);
   detect->add_flag("--flac", arguments->flac, "Write them as FLAC")->needs(output);
-  detect->add_option("--audio", arguments->audio, "clean, without the noise, or raw (clean)")
+  detect
+      ->add_option("--audio", arguments->audio,
+                   "Audio to write: clean, with the noise reduced, or raw (clean)")
       ->type_name("KIND")
       ->check(CLI::IsMember({"clean", "raw"}));
-  detect->add_flag("--resume", arguments->resume, "Skip what an earlier run into DIR has finished")
+  detect->add_flag("--resume", arguments->resume, "Skip what an earlier run into DIR finished")
       ->needs(output);
   detect
-      ->add_flag("--overwrite", arguments->overwrite, "Replace files in DIR that are not of these recordings")
+      ->add_flag("--overwrite", arguments->overwrite,
+                 "Replace files in DIR that do not belong to these recordings")
       ->needs(output);
-  detect->add_flag("--no-wait", arguments->no_wait, "Fail while another run writes to DIR")->needs(output);
-  detect->add_option("-j,--jobs", arguments->jobs, "Recordings at a time (one a core)")
+  detect->add_flag("--no-wait", arguments->no_wait, "Fail if another run is writing to DIR")->needs(output);
+  detect->add_option("-j,--jobs", arguments->jobs, "Recordings to process at a time (one per core)")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));
   detect->add_flag("--meter", arguments->meter, "Show level and state on the terminal");

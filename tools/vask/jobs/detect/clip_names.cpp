@@ -12,17 +12,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr size_t kLongest = 200;  // bytes: a file system takes 255, with number and ending
+constexpr size_t kLongest = 200;  // bytes: a file system allows 255, with number and extension
 
 std::string Stem(const std::string& path) { return path == "-" ? "stdin" : fs::path(path).stem().string(); }
 
-// "" where it would be too long.
+// "" if it would be too long.
 std::string WithFolder(const std::string& path) {
   const std::string base = Stem(path) + "_" + fs::path(path).parent_path().filename().string();
   return base.size() > kLongest ? "" : base;
 }
 
-// FNV-1a of 64 bits.
+// 64-bit FNV-1a.
 std::string WithFigures(const std::string& path) {
   uint64_t hash = 0xCBF29CE484222325;
   for (const char c : path) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
@@ -56,7 +56,7 @@ std::map<std::string, std::string> BasesOf(const std::vector<std::string>& input
       nameless.erase(paths.front());
     }
   }
-  for (const std::string& path : nameless) {  // two with the same figures
+  for (const std::string& path : nameless) {  // two with the same hash
     std::string base = WithFigures(path);
     while (!taken.insert(base).second) base += "_";
     bases[path] = base;

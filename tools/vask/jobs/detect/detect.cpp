@@ -27,18 +27,18 @@
 namespace vask::command {
 namespace {
 
-// What all threads of a run work with.
+// What all threads of a run share.
 struct Run {
   const DetectArguments& arguments;
   vask_stream_options options;
   OrderedListing& ordered;
   UtteranceFiles* files;  // null without -o
   ListingEdges edges;
-  bool listing_per_input;    // in files beside the utterances, not on standard output
-  std::atomic<double> done;  // inputs, those in work in part
+  bool listing_per_input;    // in files next to the utterances, not on standard output
+  std::atomic<double> done;  // inputs, with fractions for those in progress
 };
 
-// Where the segments of one input go: a file of its own, or the common listing.
+// Where the segments of one input go: a file of its own, or the shared listing.
 class Output {
  public:
   Output(Run& run, size_t input, InputFiles* files) : run_(run), input_(input), files_(files) {}
@@ -79,7 +79,7 @@ class Output {
   std::optional<OutputFile> file_;
 };
 
-// One input's way through a stream.
+// One input's path through a stream.
 class Detection : public SegmentSink {
  public:
   Detection(Run& run, Stream& stream, const std::string& input, InputFiles* files, Output& output)
@@ -90,7 +90,7 @@ class Detection : public SegmentSink {
   }
   ~Detection() override { run_.done += 1 - share_; }
 
-  // Whether the recording was whole.
+  // Returns whether the recording was complete.
   bool Find() {
     output_.Open(recording_);
     FindSegments(reader_, stream_, *this);
@@ -152,11 +152,11 @@ class Detection : public SegmentSink {
   SegmentNotes notes_;  // with -o
   int utterances_ = 0;
   std::unique_ptr<SoundWriter> writer_;
-  double share_ = 0;  // of the input, that is done
+  double share_ = 0;  // of the input that is done
   bool show_progress_ = false;
 };
 
-// Whether an earlier run has finished the input; then it is listed.
+// Returns whether an earlier run finished the input; if so, lists it.
 bool ListFinished(Run& run, const std::string& input, InputFiles& files, Output& output) {
   std::optional<Finished> finished = files.TakeFinished();
   if (!finished) return false;
@@ -172,7 +172,8 @@ bool ListFinished(Run& run, const std::string& input, InputFiles& files, Output&
   return true;
 }
 
-// Whether the input was whole. One that was not is not noted: --resume does it again, and says so again.
+// Returns whether the input was complete. One that was not is not recorded as finished: --resume processes
+// and reports it again.
 bool DetectInput(Run& run, Stream& stream, size_t number) {
   const std::string& input = run.arguments.inputs[number];
   std::optional<InputFiles> files;
@@ -195,7 +196,7 @@ class Workers {
     try {
       for (size_t k = 1; k < count; ++k) threads.emplace_back([this] { Loop(); });
     } catch (const std::exception&) {
-      // The system gives no more threads: those that run, and this one, do it all.
+      // The system starts no more threads: those that run, and this one, do all the work.
     }
     Loop();
     for (std::thread& thread : threads) thread.join();
@@ -219,7 +220,7 @@ class Workers {
         }
       }
     } catch (const OrderedListing::Stopped&) {
-      // another thread has told why
+      // another thread has reported why
     } catch (...) {
       {
         const std::lock_guard lock(mutex_);
@@ -232,11 +233,11 @@ class Workers {
   Run& run_;
   std::atomic<size_t> next_ = 0;
   std::atomic<bool> failed_ = false;
-  std::mutex mutex_;  // of the failure
+  std::mutex mutex_;  // guards failure_
   std::exception_ptr failure_;
 };
 
-// All that changes what is found or written, as text.
+// Everything that changes what is found or written, as text.
 std::string Fingerprint(const DetectArguments& arguments, const vask_stream_options& options) {
   std::string text = VASK_VERSION;
   text += arguments.flac ? " flac" : " wav";
@@ -267,7 +268,7 @@ int DetectAll(const DetectArguments& arguments, const vask_stream_options& optio
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());
-  if (arguments.meter) jobs = 1;  // of one level at a time
+  if (arguments.meter) jobs = 1;  // the meter shows one level
   ordered.Begin();
   const int status = Workers(run).Work(std::min(jobs, arguments.inputs.size()));
   ordered.End();

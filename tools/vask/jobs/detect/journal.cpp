@@ -11,7 +11,7 @@
 namespace vask::command {
 namespace {
 
-// A name as text that JSON can hold, different for different names.
+// A name as text that JSON can hold; different names stay different.
 std::string Coded(const std::string& name) {
   std::string text;
   for (const char c : name) {
@@ -36,13 +36,13 @@ std::string Decoded(const std::string& text) {
   return name;
 }
 
-// Never out of the folder, nor another file of ours.
+// Never outside the folder, nor one of our own hidden files.
 bool IsNameInFolder(const std::string& name) {
   return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
          name.rfind(".vask-", 0) != 0;
 }
 
-// As they are in a listing, which may go to a terminal.
+// As in a listing, which may go to a terminal.
 bool IsWord(const std::string& text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; });
 }
@@ -112,13 +112,13 @@ void Journal::Load() {
     try {
       Take(place, line);
     } catch (const Json::exception&) {
-      // somebody else wrote in it
+      // not a line of ours
     }
   });
 }
 
-// A line is {"claim":[PATH,BASE,NAME]} or {"input":KEY,"files":[[NAME,SIZE,CRC],...],"result":...}. One of an
-// earlier version has no files: it says which there were, but not whether they were whole.
+// A line is {"claim":[PATH,BASE,NAME]} or {"input":KEY,"files":[[NAME,SIZE,CRC],...],"result":...}. A line of
+// an earlier version has no "files": it says which there were, but not whether they were complete.
 void Journal::Take(LedgerFile::Place place, const std::string& line) {
   const Json json = ParseJson(line);
   if (!json.is_object()) return;
@@ -166,7 +166,7 @@ void Journal::Finish(const std::string& path, const std::string& base, const std
   input.line = place;
 }
 
-// What later lines have made void goes when it is most of the file.
+// Drops what later lines supersede once that is most of the file.
 void Journal::LeaveOutWhatIsOver() {
   std::string text;
   size_t lines = 0;
@@ -255,7 +255,7 @@ std::optional<Finished> Journal::Find(const InputState& input) {
     }
     return finished;
   } catch (const Json::exception&) {
-    return std::nullopt;  // somebody else wrote in it
+    return std::nullopt;  // not a line of ours
   }
 }
 

@@ -1,5 +1,5 @@
-// What `vask detect -o DIR` has written to DIR and what it has finished: so that --resume can go on after a
-// run that was killed, and so that no run takes the files of another for its own.
+// What `vask detect -o DIR` has written to DIR and what it has finished, so that --resume can continue after
+// a run that was killed, and no run takes the files of another for its own.
 #pragma once
 
 #include <cstdint>
@@ -14,9 +14,9 @@
 
 namespace vask::command {
 
-// An input as it was when it was read. Changed in any of it, it is another one.
+// An input as it was when it was read. If any of this changes, it is another input.
 struct InputState {
-  std::string path;  // from the root on
+  std::string path;  // absolute
   std::string base;  // of its outputs' names
   int64_t size = 0;
   int64_t modified = 0;     // ns
@@ -40,7 +40,7 @@ struct Finished {
   std::vector<FileStamp> files;
 };
 
-// The segments of an input as they are kept: as text, which is small where a recording is long.
+// The segments of an input in stored form: text, which stays small when a recording is long.
 class SegmentNotes {
  public:
   void Add(const Segment& segment);
@@ -50,37 +50,37 @@ class SegmentNotes {
   std::string text_;
 };
 
-// A line for each file before it gets its name, and a line an input, written when all that belongs to the
-// input is whole and on the disk. Safe to call from any thread.
+// One line per file, written before it gets its name, and one line per input, written once everything that
+// belongs to the input is complete and on the disk. Safe to call from any thread.
 class Journal {
  public:
-  // `options` is whatever changes the result, as text.
+  // `options` is everything that changes the result, as text.
   Journal(const std::string& folder, std::string options, size_t recordings, bool wait);
 
-  // The BASE of each recording that DIR holds files of, by its path.
+  // The BASE of each recording with files in DIR, by its path.
   std::map<std::string, std::string> Bases();
 
-  // The path of the recording that a file is of; one that an earlier version left has a path that no
-  // recording has. None for what is not known here.
+  // The path of the recording that a file belongs to; a file that an earlier version left has a path that no
+  // recording has. nullopt for an unknown file.
   std::optional<std::string> OwnerOf(const std::string& name);
   std::vector<std::string> NamesOf(const InputState& input);
   std::vector<std::string> RivalsOf(const InputState& input);  // files of others with this BASE
 
-  // What is known to be finished; its segments come from a file and may be any.
+  // What is recorded as finished; its segments come from a file and may have any values.
   std::optional<Finished> Find(const InputState& input);
 
   void Claim(const InputState& input, const std::string& name);
-  // All other files of the input are gone.
+  // Records the input as finished, with these files only.
   void Add(const InputState& input, const Recording& recording, const std::vector<FileStamp>& files,
            const SegmentNotes& segments);
 
  private:
   struct Known;
-  using Names = std::map<std::string, Known*>;  // null: not known any more
+  using Names = std::map<std::string, Known*>;  // null: no longer known
   struct Known {
     std::string path, base;
-    std::vector<Names::iterator> names;  // some have got another owner
-    size_t finished = 0;                 // so many of them are in `line`
+    std::vector<Names::iterator> names;  // some have a new owner
+    size_t finished = 0;                 // the first this many are in `line`
     std::optional<LedgerFile::Place> line;
   };
 

@@ -19,7 +19,7 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kHeadForm = "{\"process\":%ld,\"recordings\":%zu}";
-constexpr size_t kHeadBytes = 64;         // blanks and a line end fill it up
+constexpr size_t kHeadBytes = 64;         // padded with blanks and a newline
 constexpr size_t kBlockBytes = 1 << 16;   // read at a time
 constexpr useconds_t kLookAgain = 50000;  // us
 
@@ -46,7 +46,7 @@ LedgerFile::LedgerFile(const std::string& folder, size_t recordings, bool wait)
     do {
       Open();
       Hold(wait);
-    } while (!IsTheFile(fd_, name_));  // the run before has put a new one in its place
+    } while (!IsTheFile(fd_, name_));  // the previous run has put a new one in its place
   } catch (...) {
     if (fd_ >= 0) close(fd_);
     throw;
@@ -55,14 +55,14 @@ LedgerFile::LedgerFile(const std::string& folder, size_t recordings, bool wait)
 
 LedgerFile::~LedgerFile() { close(fd_); }
 
-// Not through a link, which would have a file elsewhere written.
+// Not through a link, which would lead to writing a file elsewhere.
 void LedgerFile::Open() {
   if (fd_ >= 0) close(fd_);
   fd_ = open(name_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
   struct stat status;
   const bool link = fd_ < 0 && errno == ELOOP;
   if (link || (fd_ >= 0 && fstat(fd_, &status) == 0 && !S_ISREG(status.st_mode))) {
-    throw FatalError(Printable(name_) + (link ? ": is a link" : ": is no regular file") +
+    throw FatalError(Printable(name_) + (link ? ": is a link" : ": is not a regular file") +
                      ": remove it or choose another folder");
   }
   if (fd_ < 0) {
@@ -79,10 +79,10 @@ void LedgerFile::Hold(bool wait) {
     if (holder.empty()) holder = "another run";
     if (!wait) {
       throw FatalError(Printable(folder_) + ": " + holder +
-                       " writes to it: wait for its end or choose another folder");
+                       " is writing to it: wait until it ends or choose another folder");
     }
     if (!told_) {
-      std::fprintf(stderr, "vask: %s: waiting for %s, which writes to it\n", Printable(folder_).c_str(),
+      std::fprintf(stderr, "vask: %s: waiting for %s, which is writing to it\n", Printable(folder_).c_str(),
                    holder.c_str());
     }
     told_ = true;
@@ -91,7 +91,7 @@ void LedgerFile::Hold(bool wait) {
   }
 }
 
-// "" if the file has no head.
+// "" if the file has no header.
 std::string LedgerFile::Holder() const {
   long process = 0;
   size_t recordings = 0;
@@ -124,7 +124,7 @@ void LedgerFile::ReadLines(const std::function<void(Place, const std::string&)>&
   }
   end_ = line_at;
   if (end_ == 0) end_ = kHeadBytes, has_head_ = true;
-  // The last line may have been cut short.
+  // The last line may be incomplete.
   if (ftruncate(fd_, end_) != 0 || (has_head_ && !WriteAt(fd_, Head(), 0))) ThrowUnwritable();
 }
 
@@ -138,7 +138,7 @@ std::string LedgerFile::Line(Place place) const {
 LedgerFile::Place LedgerFile::Append(const std::string& line) {
   if (!WriteAt(fd_, line + "\n", end_)) {
     const int error = errno;
-    static_cast<void>(ftruncate(fd_, end_));  // the next one then begins a line of its own
+    static_cast<void>(ftruncate(fd_, end_));  // so that the next one begins on a line of its own
     errno = error;
     ThrowUnwritable();
   }
@@ -154,7 +154,8 @@ void LedgerFile::Replace(const std::string& lines) {
   OutputFile file(name_);
   file.Append({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
   file.Commit();
-  const int fd = fcntl(file.fd(), F_DUPFD_CLOEXEC, 0);  // with the lock that the new file has from the start
+  const int fd =
+      fcntl(file.fd(), F_DUPFD_CLOEXEC, 0);  // shares the lock that the new file has had from the start
   if (fd < 0) ThrowUnwritable();
   close(fd_);
   fd_ = fd;
@@ -164,7 +165,7 @@ void LedgerFile::Replace(const std::string& lines) {
 
 void LedgerFile::ThrowUnwritable() const {
   throw FileError(name_, std::string("cannot be written (") + std::strerror(errno) + ")",
-                  "make room; --resume will do this input again");
+                  "make room; --resume will process this input again");
 }
 
 }  // namespace vask::command

@@ -1,4 +1,4 @@
-// The hidden file in DIR that holds what `vask detect -o DIR` knows, and that keeps two runs apart.
+// The hidden file in DIR that records what `vask detect -o DIR` has done, and keeps two runs apart.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 namespace vask::command {
 
-// Lines of text behind a head that names the run which holds the file. Errors are FatalErrors where it cannot
-// be opened or held, FileErrors where it cannot be written.
+// Lines of text after a header that names the run that has the file locked. Throws FatalError if it cannot be
+// opened or locked, FileError if it cannot be written.
 class LedgerFile {
  public:
   struct Place {
@@ -16,20 +16,20 @@ class LedgerFile {
     size_t length = 0;
   };
 
-  // Makes the file, or waits until no other run holds it; with `wait` false an error instead. A signal ends
-  // the waiting.
+  // Creates the file, or waits until no other run has it locked; with `wait` false throws instead. A signal
+  // ends the wait.
   LedgerFile(const std::string& folder, size_t recordings, bool wait);
   ~LedgerFile();
   LedgerFile(const LedgerFile&) = delete;
   LedgerFile& operator=(const LedgerFile&) = delete;
 
-  // Gives each whole line to `call`; before anything is appended.
+  // Passes each complete line to `call`. Must come before anything is appended.
   void ReadLines(const std::function<void(Place, const std::string&)>& call);
   bool has_head() const { return has_head_; }  // false: an earlier version wrote the file
-  std::string Line(Place place) const;         // shorter if the file has been cut
+  std::string Line(Place place) const;         // shorter if the file was truncated
 
   Place Append(const std::string& line);  // whole or not at all
-  void Sync() const;                      // what is appended, to the disk
+  void Sync() const;                      // flushes what was appended to the disk
   void Replace(const std::string& lines);
 
  private:
@@ -43,7 +43,7 @@ class LedgerFile {
   std::string folder_;
   size_t recordings_;
   int fd_ = -1;
-  int64_t end_ = 0;  // of the last whole line
+  int64_t end_ = 0;  // of the last complete line
   bool has_head_ = false;
   bool told_ = false;
 };

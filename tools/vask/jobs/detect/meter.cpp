@@ -8,7 +8,7 @@
 namespace vask::command {
 namespace {
 
-constexpr float kQuietestDb = -80;  // the left end of the bar; the right one is full scale
+constexpr float kQuietestDb = -80;  // the left end of the bar; the right end is full scale
 constexpr int kWidth = 40;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// --meter: level and state of what is heard, on the terminal.
+// --meter: level and state of the input, on the terminal.
 #pragma once
 
 #include <vask/stream.h>

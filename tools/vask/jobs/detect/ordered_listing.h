@@ -1,4 +1,4 @@
-// Results that several threads find at once, listed on standard output in the order of the inputs.
+// Results that several threads find in parallel, listed on standard output in the order of the inputs.
 #pragma once
 
 #include <condition_variable>
@@ -14,19 +14,19 @@
 
 namespace vask::command {
 
-// What is found in the first input that is not done is listed at once. What is found in later ones waits, a
-// bounded number of segments; then their threads wait too. Safe to call from any thread, each input from one.
+// What is found in the first unfinished input is listed at once. What is found in later ones is held back, up
+// to a limit on the segments; then their threads wait too. Safe to call from any thread, each input from one.
 class OrderedListing {
  public:
-  struct Stopped {};  // thrown to the threads that are to give up
+  struct Stopped {};  // thrown to the threads that must give up
 
-  // Without a listing only failures are told.
+  // Without a listing only failures are reported.
   explicit OrderedListing(Listing* listing);
 
   void Begin();
   void Open(size_t input, const Recording& recording);
   void Add(size_t input, const Segment& segment);
-  // `shortfall` is what is wrong if the recording is not whole.
+  // `shortfall` is what is wrong if the recording is not complete.
   void Close(size_t input, const Recording& recording, const std::optional<FileError>& shortfall = {});
   void Fail(size_t input, const std::string& file, const FileError& error);  // instead of Close()
   void End();
@@ -34,7 +34,7 @@ class OrderedListing {
   void Stop();
   void ThrowIfStopped();  // Stopped
 
-  // A line at the bottom of the terminal, out of the way of the rest; not more often than a person sees.
+  // Shows a line at the bottom of the terminal, clear of other output, no more often than a person can see.
   template <typename Text>
   void Show(const Text& text) {
     if (!TerminalLine::Possible()) return;
@@ -51,7 +51,7 @@ class OrderedListing {
   };
 
   Input& WaitForRoom(std::unique_lock<std::mutex>& lock, size_t number);
-  void ListFirst();  // all that is there of the first input, and of those behind it if that is done
+  void ListFirst();  // all there is of the first input, and of those after it if that is done
   void List(Input& input);
   void Write(const std::string& text);
 
@@ -59,7 +59,7 @@ class OrderedListing {
   std::mutex mutex_;
   std::condition_variable room_;
   TerminalLine line_;
-  std::map<size_t, Input> inputs_;  // those that are begun and not listed whole
+  std::map<size_t, Input> inputs_;  // those begun and not yet listed to the end
   size_t first_ = 0;
   size_t waiting_ = 0;  // inputs and segments that cannot be listed yet
   bool stopped_ = false;

@@ -27,8 +27,8 @@ const std::string& MadeFolder(const std::string& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
   if (error || !fs::is_directory(folder, error)) {
-    throw FatalError(Printable(folder) + ": cannot be made a folder (" +
-                     (error ? error.message() : "a file has this name") + "): choose another");
+    throw FatalError(Printable(folder) + ": cannot be created as a folder (" +
+                     (error ? error.message() : "a file of this name exists") + "): choose another");
   }
   return folder;
 }
@@ -74,11 +74,11 @@ std::optional<FileStamp> UtteranceFiles::StampOf(const std::string& name) const 
   return stamp;
 }
 
-// The names, that is: each file is on the disk before it gets its name.
+// Only the names: each file is on the disk before it gets its name.
 void UtteranceFiles::Sync() const {
   if (fsync(fd_) != 0 && errno != EINVAL && errno != ENOSYS && errno != EBADF) {
     throw FileError(folder_, std::string("cannot be written (") + std::strerror(errno) + ")",
-                    "check the disk; --resume will do this input again");
+                    "check the disk; --resume will process this input again");
   }
 }
 
@@ -123,7 +123,7 @@ void InputFiles::KeepUtterance(SoundWriter& writer, int number) {
 
 std::string InputFiles::ListingToWrite(const std::string& ending) { return ToWrite(state_.base + ending); }
 
-// What was finished has one already, if it was listed in the same form.
+// A finished input has one already if it was listed in the same form.
 void InputFiles::KeepListing(const std::string& ending) {
   FileStamp stamp = StampOf(state_.base + ending);
   if (std::find(made_.begin(), made_.end(), stamp) != made_.end()) return;
@@ -134,7 +134,7 @@ void InputFiles::KeepListing(const std::string& ending) {
 
 FileStamp InputFiles::StampOf(const std::string& name) const {
   std::optional<FileStamp> stamp = folder_.StampOf(name);
-  if (!stamp) throw FileError(folder_.Whole(name), "is gone again", "leave it alone until all is done");
+  if (!stamp) throw FileError(folder_.Whole(name), "has disappeared", "leave it alone until the run ends");
   return *std::move(stamp);
 }
 
@@ -144,7 +144,7 @@ std::string InputFiles::NameOf(int number) const {
   return state_.base + digits;
 }
 
-// The whole name, with a line in the journal that it is ours.
+// The full path, after the journal has a line that claims the file.
 std::string InputFiles::ToWrite(const std::string& name) {
   const std::string whole = folder_.Whole(name);
   folder_.inputs_.CheckIsNone(whole);
@@ -157,12 +157,12 @@ std::string InputFiles::ToWrite(const std::string& name) {
 }
 
 void InputFiles::Refuse(const std::string& name, const std::optional<std::string>& owner) const {
-  std::string wrong = "is no file of an earlier run";
+  std::string wrong = "is not from an earlier run";
   std::string remedy = "--overwrite replaces it, or choose another folder";
   if (owner && *owner == state_.path) {
-    wrong = "is of an earlier run, which read another sound from there";
+    wrong = "is from an earlier run, which read other sound from there";
   } else if (owner) {
-    wrong = "is of another recording, " + *owner;
+    wrong = "belongs to another recording, " + *owner;
     remedy = "--resume keeps both, " + remedy;
   }
   throw FileError(folder_.Whole(name), wrong, remedy);
@@ -187,7 +187,7 @@ bool InputFiles::RemoveWhatIsOver() {
     if (folder_.inputs_.Contain(whole)) continue;
     if (unlink(whole.c_str()) != 0) {
       throw FileError(whole, std::string("cannot be removed (") + std::strerror(errno) + ")",
-                      "remove it, an earlier run has left it");
+                      "remove it, an earlier run left it");
     }
     removed = true;
   }

@@ -1,4 +1,4 @@
-// The files of `vask detect -o DIR`: which may be written, which are whole, and which are over.
+// The files of `vask detect -o DIR`: which may be written, which are complete, and which are left over.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +18,8 @@ namespace vask::command {
 // What all inputs of a run share.
 class UtteranceFiles {
  public:
-  // Makes the folder and waits until it is this run's alone. `settings` is whatever changes the result, as
-  // text; `inputs` are never overwritten.
+  // Creates the folder and waits until no other run uses it. `settings` is everything that changes the
+  // result, as text; `inputs` are never overwritten.
   UtteranceFiles(const DetectArguments& arguments, const std::string& settings, Inputs inputs);
   ~UtteranceFiles();
   UtteranceFiles(const UtteranceFiles&) = delete;
@@ -30,7 +30,7 @@ class UtteranceFiles {
 
   std::string Whole(const std::string& name) const;
   bool IsThere(const std::string& name) const;
-  // The file as it is now; none if it is not there or cannot be read.
+  // The file as it is now; nullopt if it does not exist or cannot be read.
   std::optional<FileStamp> StampOf(const std::string& name) const;
   void Sync() const;
 
@@ -47,10 +47,10 @@ class InputFiles {
  public:
   InputFiles(UtteranceFiles& folder, const std::string& input);
 
-  // What an earlier run has made of it, if it is finished and all of it is still as it was.
+  // What an earlier run made of it, if that run finished it and all of its files are unchanged.
   std::optional<Finished> TakeFinished();
 
-  // FileError if there are files in the folder that this input would write over and that are not its own.
+  // Throws FileError if this input would overwrite files in the folder that are not its own.
   void Check() const;
 
   std::unique_ptr<SoundWriter> MakeUtterance(int number);
@@ -58,21 +58,21 @@ class InputFiles {
   std::string ListingToWrite(const std::string& ending);
   void KeepListing(const std::string& ending);
 
-  // All is written: what an earlier run has left of it beside that goes. An input that was not whole does not
-  // count as finished.
+  // Everything is written: removes whatever else an earlier run left of it. An input that was not complete
+  // does not count as finished.
   void Finish(const Recording& recording, const SegmentNotes& notes, bool is_whole);
 
  private:
   std::string NameOf(int number) const;
   std::string ToWrite(const std::string& name);
   FileStamp StampOf(const std::string& name) const;
-  bool RemoveWhatIsOver();  // whether there was any
+  bool RemoveWhatIsOver();  // returns whether there was any
   [[noreturn]] void Refuse(const std::string& name, const std::optional<std::string>& owner) const;
 
   UtteranceFiles& folder_;
   InputState state_;
   std::vector<FileStamp> made_;
-  bool noted_ = false;  // the journal has them all
+  bool noted_ = false;  // the journal lists them all
 };
 
 }  // namespace vask::command

@@ -11,9 +11,9 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT is one page that needs no network: waveform and spectrogram before and after the noise reduction,
-the utterances and what was rejected, what the detector measured, and the sound of it all, as WAV up to
-4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). It appears only when it is complete.
+    R"(OUT is a single page that needs no network: waveform and spectrogram before and after the noise reduction,
+the utterances and what was rejected, what the detector measured, and the sound before and after, as WAV up
+to 4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). It appears only once it is complete.
 Example:
   vask report meeting.wav -o meeting.html && xdg-open meeting.html)";
 
@@ -21,13 +21,13 @@ Example:
 
 Job ReportJob(CLI::App& app, const EngineOptions& engine) {
   const auto arguments = std::make_shared<ReportArguments>();
-  CLI::App* report = app.add_subcommand("report", "Draw what was found in a file, as a page for a browser");
+  CLI::App* report = app.add_subcommand("report", "Show what was found in a file as a page for a browser");
   report->footer(kFooter);
   AddInput(*report, arguments->input, "FILE", "Recording, - for standard input");
   AddOutput(*report, arguments->output, "Page to write (HTML)");
   report->add_option("--title", arguments->title, "Heading of the page instead of the file's name")
       ->type_name("TEXT");
-  report->add_flag("--no-audio", arguments->no_audio, "Leave the sound out: a smaller page, made faster");
+  report->add_flag("--no-audio", arguments->no_audio, "Leave out the sound: a smaller page, made faster");
   AddListenOptions(*report, arguments->options);
   return {report, [arguments, &engine] {
             Inputs inputs({arguments->input, engine.ConfigFile()});
