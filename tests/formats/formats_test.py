@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Each format of `vask detect -f`, and the audio of -o, read by its own reader and compared with jsonl.
+"""Each format of `vask detect -f`, and the audio of -o, read by a program made for it and compared with jsonl.
 
     formats_test.py VASK ROOM.wav WEB_DIR [test...]
 """
@@ -101,7 +101,7 @@ class Formats(unittest.TestCase):
         with wave.open(ROOM) as room:
             frames = room.readframes(room.getnframes())
         cls.inputs = []
-        # Names that break lines, columns, quotes and encodings; each starts at another place in the recording.
+        # Names that break lines, columns, quotes and encodings; each starts at a different place in the recording.
         for k, name in enumerate((b'room.wav', b'a b.wav', b'q"u\'o,te.wav', b'tab\tline\nend.wav', b'caf\xc3\xa9.wav',
                                   b'caf\xe9 \xff.wav', b'-o.wav', b'wide\xe3\x80\x80space.wav', b'x.y,z.wav',
                                   b'csi\xc2\x9brlo\xe2\x80\xae.wav')):
@@ -145,11 +145,11 @@ class Formats(unittest.TestCase):
             self.assertEqual(any(s['ended'] == 'split' for s in segments), case == 'split')
             self.assertEqual(any(s['rejected'] for s in segments), case == 'rejecting')
 
-    def test_every_form_has_a_reader_of_its_own(self):
+    def test_every_format_has_its_own_reader(self):
         for form in FORMATS:
             self.assertTrue(form == 'jsonl' or hasattr(self, 'test_' + form),
                             f'add test_{form} here: read it with a program that people use; '
-                            'a form that holds one recording also goes into OF_ONE')
+                            'a format that holds one recording also goes into OF_ONE')
 
     def test_csv(self):
         for _, options, found in self.each_case():
