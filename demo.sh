@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Build the library and its command, and show both jobs on the recording in samples/: find the spoken utterances, and
-# take the noise away. The results go to out/.
+# Build the library and its command, and show what they do on the recording in samples/: find the spoken utterances and
+# reduce the noise. The results go to out/.
 set -euo pipefail
 cd "$(dirname "$0")"
 say() { printf '\n== %s\n' "$*"; }
 
-say "Installing what is missing"
+say "Installing missing packages"
 scripts/install-deps.sh --command
 
 say "Building the command (build/command)"
@@ -19,22 +19,22 @@ rm -rf out/utterances
 "$vask" detect samples/room.wav -o out/utterances > out/utterances.txt
 printf 'FILE\tNUMBER\tSTART\tEND\tSPAN_START\tSPAN_END\tVOICED\tENDED\n' |
   cat - out/utterances.txt | expand -t 20,28,36,44,56,66,74
-say "Taking the noise away: vask denoise samples/room.wav -o out/room-denoised.wav"
+say "Reducing the noise: vask denoise samples/room.wav -o out/room-denoised.wav"
 rm -f out/room-denoised.wav
 "$vask" denoise samples/room.wav -o out/room-denoised.wav
-say "Drawing what was found: vask report samples/room.wav -o out/report.html"
+say "Drawing the results: vask report samples/room.wav -o out/report.html"
 "$vask" report samples/room.wav -o out/report.html
 
 say "Done: $(wc -l < out/utterances.txt) utterances found"
 cat << END
    out/utterances.txt      file, number, start and end in seconds of each utterance, and more
-   out/utterances/         each utterance as a recording of its own
-   out/report.html         all of it as a page to look at and listen to, in a browser
-   out/room-denoised.wav   the whole recording without the noise; compare it with samples/room.wav
+   out/utterances/         each utterance as its own recording
+   out/report.html         all of it as a page for a browser, to look at and listen to
+   out/room-denoised.wav   the whole recording with the noise reduced; compare it with samples/room.wav
 
-To go on:
-   $vask detect FILE...               utterances of your own recordings
-   $vask denoise FILE -o CLEAN.wav    one of them without the noise
+Next steps:
+   $vask detect FILE...               find the utterances in your own recordings
+   $vask denoise FILE -o CLEAN.wav    reduce the noise in one of them
    $vask --help                       everything that the command can do
    ./test.sh                                       all tests
    README.md                                       the C interface, with an example

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Build the Java class and its sample application, and run that on the recording in samples/.
+# Build the Java class and its sample application, and run it on the recording in samples/.
 #
 #   ./java-demo.sh                         the recording in samples/
-#   ./java-demo.sh FILE.wav                another one, 16-bit
-#   ./java-demo.sh --microphone SECONDS    what is spoken now
+#   ./java-demo.sh FILE.wav                another recording, 16-bit
+#   ./java-demo.sh --microphone SECONDS    live from the microphone
 set -euo pipefail
 cd "$(dirname "$0")"
 say() { printf '\n== %s\n' "$*"; }
 
-say "Installing what is missing"
+say "Installing missing packages"
 scripts/install-deps.sh --build
 
 say "Building the library, the class and the sample (build/release)"

@@ -8,7 +8,7 @@ cd "$(dirname "$0")"
 preset=${1:-release}
 say() { printf '\n== %s\n' "$*"; }
 
-say "Installing what is missing"
+say "Installing missing packages"
 scripts/install-deps.sh
 
 say "Building (build/$preset)"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Check the subjects of the commits since BASE, merges apart: "room: deed" or "room, room: deed", 100 characters at most,
+# Check the subjects of the commits since BASE, except merges: "room: deed" or "room, room: deed", at most 100 characters,
 # without a full stop.
 #
 #   .ci/commits.sh [BASE]
@@ -9,7 +9,7 @@ longest=100
 room='[a-z0-9][a-z0-9._/-]*'
 
 if ! git merge-base --is-ancestor "$base" HEAD 2> /dev/null; then
-  echo "Skipped: the history here is cut short, or none: it does not go back to $base."
+  echo "Skipped: there is no history here that goes back to $base."
   exit 0
 fi
 count=0 wrong=0
@@ -25,7 +25,7 @@ while read -r commit subject; do
   wrong=$((wrong + 1))
 done < <(git log --no-merges --format='%h %s' "$base..HEAD")
 if [ $wrong -ne 0 ]; then
-  echo "$wrong of $count commits since $base have another subject than \"room: deed\" in $longest characters."
+  echo "$wrong of $count commits since $base lack a subject \"room: deed\" of at most $longest characters."
   exit 1
 fi
-echo "The subjects of $count commits since $base are as they should be."
+echo "The subjects of $count commits since $base are well formed."

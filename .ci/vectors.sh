@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Compare a shared library with the vectors, when they are there.
+# Compare a shared library with the vectors, if they are there.
 #
 #   .ci/vectors.sh LIBRARY
 #
-# VASK_VECTORS names their folder. CC, CFLAGS and RUN are those of the program that compares, as for its make.
-# Every scenario must run and be exact, but for those that LEFT_OUT names.
+# VASK_VECTORS names their folder. CC, CFLAGS and RUN go to the make of the program that compares.
+# Every scenario must run and match exactly, except those that LEFT_OUT names.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 library=$(realpath "$1")

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Install the packages that building and testing need and that are not there yet, with apt-get.
+# Install the missing packages that building and testing need, with apt-get.
 #
 #   scripts/install-deps.sh --command   what building and running the command needs
 #   scripts/install-deps.sh --build     what building everything needs
-#   scripts/install-deps.sh             also what the tests run
+#   scripts/install-deps.sh             also what the tests need
 #   scripts/install-deps.sh --ci        also clang and its tools, the cross compilers and the emulator
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -15,12 +15,12 @@ if [ "$extent" != --command ]; then
   packages+=(make
     default-jdk-headless                      # the Java class
     libgtest-dev                              # the tests
-    junit4 proguard-cli python3 python3-numpy # those of the Java class, the codec and the cepstra
+    junit4 proguard-cli python3 python3-numpy # those of the Java class, the codec and the MFCC
     libbenchmark-dev libspeexdsp-dev)         # the benchmarks
 fi
 if [ "$extent" != --command ] && [ "$extent" != --build ]; then
   runs_tests=1
-  packages+=(praat sctk sox locales # the formats of vask detect, by their own readers
+  packages+=(praat sctk sox locales # readers for the formats of vask detect
     mandoc man-db groff-base zsh)   # the manual and the completions
   packages+=(chromium fonts-dejavu-core) # the report
   # The user's own Node may come from elsewhere.
@@ -34,12 +34,12 @@ if [ "$extent" = --ci ]; then
 fi
 
 if ! command -v apt-get > /dev/null || ! command -v dpkg-query > /dev/null; then
-  echo "There is no apt-get here. What is needed, by Debian's names: ${packages[*]}"
-  echo "Going on with what is installed."
+  echo "apt-get is not available. Needed packages, by their Debian names: ${packages[*]}"
+  echo "Continuing with what is installed."
   exit 0
 fi
 
-# The packages of npm, where their list has changed since the last time.
+# Install the npm packages if their list has changed since the last time.
 node_packages() {
   [ -n "${runs_tests:-}" ] || return 0
   local folder installed
@@ -48,7 +48,7 @@ node_packages() {
     cmp -s $folder/package-lock.json "$installed" && continue
     echo "Installing with npm: $folder"
     if ! npm --prefix $folder ci --loglevel error --ignore-scripts > /dev/null; then
-      echo "npm ci failed in $folder, see above. If it does not reach its registry, set proxy and certificates" \
+      echo "npm ci failed in $folder, see above. If it cannot reach its registry, set proxy and certificates" \
         "(npm config set proxy URL, cafile FILE); then run scripts/install-deps.sh again." >&2
       exit 1
     fi
@@ -80,7 +80,7 @@ apt() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 for step in update "install -y --no-install-recommends ${missing[*]}"; do
-  # shellcheck disable=SC2086  # the step is words
+  # shellcheck disable=SC2086  # the step is split into words
   if ! apt $step; then
     cat "$log" >&2
     echo "apt-get $step failed" >&2
