@@ -19,9 +19,9 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kHeadForm = "{\"process\":%ld,\"recordings\":%zu}";
-constexpr size_t kHeadBytes = 64;         // padded with blanks and a newline
-constexpr size_t kBlockBytes = 1 << 16;   // read at a time
-constexpr useconds_t kLookAgain = 50000;  // us
+constexpr size_t kHeadBytes = 64;        // padded with blanks and a newline
+constexpr size_t kBlockBytes = 1 << 16;  // read at a time
+constexpr int kLookAgain = 50;           // ms
 
 bool IsTheFile(int fd, const std::string& name) {
   struct stat held, named;
@@ -86,8 +86,7 @@ void LedgerFile::Hold(bool wait) {
                    holder.c_str());
     }
     told_ = true;
-    CheckSignals();
-    usleep(kLookAgain);
+    if (WaitForSignal(kLookAgain)) CheckSignals();
   }
 }
 
