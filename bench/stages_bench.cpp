@@ -46,13 +46,13 @@ class NoiseReduction {
     std::copy_n(record_.sig_hist + kFrameLength, 3 * kFrameLength, record_.sig_hist);
     std::ranges::copy(frame, record_.sig_hist + 3 * kFrameLength);
     if (++record_.frame_count < 3) return;
-    const fft_tables& t = Twiddles();
-    WienerFiltering(&record_, &record_.mel_fb, t.cc1, t.ss1, t.cc3, t.ss3);
+    WienerFiltering(&record_, &record_.mel_fb, twiddles_.cc1, twiddles_.ss1, twiddles_.cc3, twiddles_.ss3);
   }
 
   wiener_filt& record() { return record_; }
 
  private:
+  const fft_tables& twiddles_ = Twiddles();  // built before a frame is counted
   wiener_filt record_{};
 };
 
@@ -82,8 +82,8 @@ class Detector {
     std::ranges::copy(frame, record_.win_samples + kFrameLength);
     PreEmphasis(&pre_emphasis_, frame.data(), record_.win_emph + kFrameLength, kFrameLength);
     if (++record_.engine_frames < 2) return;
-    const fft_tables& t = Twiddles();
-    epd_based_on_energy_feature(&record_, &samples_, &spectra_, t.cc1, t.ss1, t.cc3, t.ss3);
+    epd_based_on_energy_feature(&record_, &samples_, &spectra_, twiddles_.cc1, twiddles_.ss1, twiddles_.cc3,
+                                twiddles_.ss3);
     record_.speech_start_flag = 0;
     if (record_.reset_request == 1 || record_.end_found == 1) {
       record_.reset_request == 1 ? energy_epd_resetting(&record_) : energy_epd_setting(&record_);
@@ -99,6 +99,7 @@ class Detector {
   const energy_epd_prm& record() const { return record_; }
 
  private:
+  const fft_tables& twiddles_ = Twiddles();
   static constexpr int32_t kQueueFrames = 88;
   energy_epd_prm record_{};
   sin_buff samples_{};
