@@ -75,15 +75,15 @@ SegmentContext ContextOf(vask_stream& s) {
 int64_t DetectorFrame(const vask_stream& s) { return s.origin + DetectorOf(s).frame_index - 1; }
 
 // One past the last frame of speech if the hangover ends with the newest frame.
-int64_t FrameBehindSpeech(const vask_stream& s) {
+int64_t FrameAfterSpeech(const vask_stream& s) {
   return DetectorFrame(s) + 1 - s.options.profile.hangover_frames - kEndLag;
 }
 
 // The same if the hangover is still running.
-int64_t FrameBehindSpeechSoFar(const vask_stream& s) {
+int64_t FrameAfterSpeechSoFar(const vask_stream& s) {
   const energy_vad_prm& vad = DetectorOf(s).vad;
   if (vad.speech_run > 0) return DetectorFrame(s) + 1;
-  return FrameBehindSpeech(s) + vad.hangover_count + 1;
+  return FrameAfterSpeech(s) + vad.hangover_count + 1;
 }
 
 void NoteDetector(vask_stream& s) {
@@ -106,7 +106,7 @@ Step RunEngine(vask_stream& s, SampleFrame frame) {
   return step;
 }
 
-void PutOutContinuous(vask_stream& s, const Step& step) {
+void EmitContinuous(vask_stream& s, const Step& step) {
   // The engine drops all-zero silence before its first sound.
   const bool is_leading_silence = s.engine.started == 0;
   const int64_t wanted = is_leading_silence ? kFrame : static_cast<int64_t>(step.emitted.size());
@@ -139,7 +139,7 @@ void Deliver(vask_stream& s, std::span<const int16_t> emitted) {
 // be speech again.
 void EndSegment(vask_stream& s, int32_t result, const SampleFrame& frame) {
   const bool is_forced = DetectorOf(s).vad.silence_run == 0;
-  s.segment.End(ContextOf(s), is_forced ? FrameBehindSpeechSoFar(s) : FrameBehindSpeech(s),
+  s.segment.End(ContextOf(s), is_forced ? FrameAfterSpeechSoFar(s) : FrameAfterSpeech(s),
                 is_forced ? VASK_STREAM_BY_LONG_NOISE : VASK_STREAM_BY_SILENCE, result == kEnded);
   WrapUp(s.engine);
   RunEngine(s, frame);
@@ -149,12 +149,12 @@ void RunFrame(vask_stream& s, const SampleFrame& frame) {
   s.history.Enter(s.frames, frame);
   const Step step = RunEngine(s, frame);
   if (s.options.mode == VASK_STREAM_CONTINUOUS) {
-    PutOutContinuous(s, step);
+    EmitContinuous(s, step);
   } else {
     NoteDetector(s);
     Deliver(s, step.emitted);
     if (step.result == kGoOn) {
-      s.segment.GoesOnUntil(ContextOf(s), FrameBehindSpeech(s) + 1);
+      s.segment.GoesOnUntil(ContextOf(s), FrameAfterSpeech(s) + 1);
     } else {
       EndSegment(s, step.result, frame);
     }
@@ -211,7 +211,7 @@ int32_t Flush(vask_stream& s) {
   }
   const int32_t error = ErrorOf(s.outbox.Reserve(0));
   if (error != 0) return error;
-  const int64_t end = std::min(FrameBehindSpeechSoFar(s), (s.input_end + kFrame - 1) / kFrame);
+  const int64_t end = std::min(FrameAfterSpeechSoFar(s), (s.input_end + kFrame - 1) / kFrame);
   s.segment.EndWithInput(ContextOf(s), end);
   s.is_over = true;
   return 0;
