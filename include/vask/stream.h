@@ -45,7 +45,14 @@ enum {
 enum {
   VASK_STREAM_CLEAN = 0,   /* noise-reduced */
   VASK_STREAM_RAW = 1,     /* the input as it was written, of the same span */
-  VASK_STREAM_NO_AUDIO = 2 /* none: for callers that want only the events or the measures */
+  VASK_STREAM_NO_AUDIO = 2, /* none: for callers that want only the events or the measures */
+  VASK_STREAM_LISTENING = 3 /* noise-reduced for people to listen to; with the learned detector only */
+};
+
+/* Which detector decides where utterances are. */
+enum {
+  VASK_STREAM_ENERGY = 0, /* the front end's own: levels, tonality and voicing against learned noise */
+  VASK_STREAM_LEARNED = 1 /* a small recurrent net on log-mel energies; level and history do not matter */
 };
 
 /* Kinds of event. Each VASK_STREAM_STARTED is followed by one of the other two. */
@@ -94,6 +101,35 @@ typedef struct vask_stream_options {
                                 that; 0: 10 minutes */
 } vask_stream_options;
 
+/* The rules by which the learned detector's probabilities become utterances. Lengths in seconds, in steps of
+   0.02 s. */
+typedef struct vask_stream_rules {
+  float open_probability;  /* an utterance starts where speech is this probable or more ... */
+  float open;              /* ... for this long */
+  float open_look_back;    /* judged this long afterwards: 0, 0.1 or 0.2 */
+  float close_probability; /* it ends where speech is this probable or less ... */
+  float pause;             /* ... for this long */
+  float close_look_back;   /* judged this long afterwards: 0, 0.1, 0.2, or 0.4 for an output that counts
+                              pauses under 0.35 s as speech */
+  float shortest;          /* what is shorter is rejected */
+  float mean_probability;  /* and what is less probable on average */
+  float margin_start;      /* delivered from this long before the start: 0 to 10 */
+  float margin_end;        /* and until this long after the end: 0 to 10 */
+} vask_stream_rules;
+
+/* Everything about a stream: the options above, and what has been added since. */
+typedef struct vask_stream_setup {
+  uint32_t size;               /* sizeof(vask_stream_setup) in the program that fills it in */
+  int32_t detector;            /* VASK_STREAM_ENERGY or _LEARNED */
+  vask_stream_options options; /* mode, audio, max_samples and queue_samples hold for both detectors, the
+                                  other fields for VASK_STREAM_ENERGY */
+  vask_stream_rules rules;     /* for VASK_STREAM_LEARNED */
+  const struct vask_model *model; /* for VASK_STREAM_LEARNED; null: the built-in one. It is used until the
+                                     stream is closed */
+  float listening_floor_db;    /* for VASK_STREAM_LISTENING: no part of the sound is cut by more, -60 to 0 */
+  float listening_mix;         /* share of the filtered sound in the output, 0 to 1; the rest is the input */
+} vask_stream_setup;
+
 /* What happened, and where in the input. */
 typedef struct vask_stream_event {
   int32_t kind;          /* VASK_STREAM_STARTED, _ENDED or _REJECTED */
@@ -122,6 +158,19 @@ typedef struct vask_stream_measures {
   int32_t voiced;      /* 1: voiced, smoothed */
   int32_t open;        /* 1: a segment has started and is open */
 } vask_stream_measures;
+
+/* What the learned detector says of the newest step of 0.02 s, and of the steps before it. Probabilities. */
+typedef struct vask_stream_hearing {
+  uint32_t size;          /* in: sizeof(vask_stream_hearing) in the calling program */
+  int64_t at;             /* position of the newest step; -1: none yet */
+  float speech;           /* speech in that step */
+  float speech_100ms_ago; /* in the step 0.1 s before it */
+  float speech_200ms_ago; /* 0.2 s before it; the more is known of what follows, the surer */
+  float utterance;        /* 0.4 s before it was inside an utterance: pauses under 0.35 s count as speech */
+  float music;            /* music, 0.2 s before it */
+  float high_gain;        /* VASK_STREAM_LISTENING: what the newest frame's bands near 8 kHz were multiplied
+                             by; 1 in other streams */
+} vask_stream_hearing;
 
 /**
  * Fill in the options of a plain front end: utterances, cleaned, the profile of device 2 and system 2, no
@@ -168,6 +217,35 @@ VASK_API const char *vask_stream_complaint(const vask_stream_options *options);
  *          null: vask_stream_complaint finds something wrong, or there is no memory
  */
 VASK_API vask_stream *vask_stream_open(const vask_stream_options *options);
+
+/**
+ * Fill in a setup: the options of vask_stream_defaults, VASK_STREAM_ENERGY, and for VASK_STREAM_LEARNED the
+ * rules, the built-in model and the listening path's values that its figures were measured with.
+ *
+ * setup  out: the first `size` bytes of it
+ * size   sizeof(vask_stream_setup) in the calling program
+ */
+VASK_API void vask_stream_setup_defaults(vask_stream_setup *setup, uint32_t size);
+
+/**
+ * Say what is wrong with a setup.
+ *
+ * setup  in: the setup
+ *
+ * return   a constant text
+ *          null: nothing is wrong
+ */
+VASK_API const char *vask_stream_setup_complaint(const vask_stream_setup *setup);
+
+/**
+ * Open a stream as vask_stream_open does, with either detector.
+ *
+ * setup  in: the setup, copied
+ *
+ * return   the stream
+ *          null: vask_stream_setup_complaint finds something wrong, or there is no memory
+ */
+VASK_API vask_stream *vask_stream_open_setup(const vask_stream_setup *setup);
 
 /**
  * Write input. Every complete frame is processed at once; the samples after the last one wait for more.
@@ -242,6 +320,18 @@ VASK_API int32_t vask_stream_available(const vask_stream *stream);
  *           VASK_STREAM_BAD_ARGUMENT: stream or measures is null
  */
 VASK_API int32_t vask_stream_measure(const vask_stream *stream, vask_stream_measures *measures);
+
+/**
+ * Get what the learned detector says of the newest step.
+ *
+ * stream   in: the stream
+ * hearing  in, out: its size; the values
+ *
+ * return    0: the values are written
+ *           VASK_STREAM_BAD_ARGUMENT: stream or hearing is null, its size is unknown, or the stream has the
+ *               other detector
+ */
+VASK_API int32_t vask_stream_hear(const vask_stream *stream, vask_stream_hearing *hearing);
 
 /**
  * Put a stream back in the state in which it was opened: position 0, nothing heard, queue and events dropped.
