@@ -36,6 +36,7 @@
 #include <vask/export.h>
 #include <vask/frontend.h>
 #include <vask/mfcc.h>
+#include <vask/model.h>
 #include <vask/noise.h>
 #include <vask/packets.h>
 #include <vask/settings.h>

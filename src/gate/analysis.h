@@ -15,7 +15,8 @@
 namespace vask {
 
 inline constexpr int32_t kGateInputs = 2 * kLogBands + kLagBands;
-using GateInputs = std::array<int16_t, kGateInputs>;  // bands of the older frame, of the newer one; periodicity
+using GateInputs =
+    std::array<int16_t, kGateInputs>;  // bands of the older frame, of the newer one; periodicity
 
 class Analysis {
  public:

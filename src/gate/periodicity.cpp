@@ -25,12 +25,13 @@ constexpr std::array<int16_t, kLags> kLagOf = {
 
 // round(127 cos(pi i / 256)): a quarter of the period.
 constexpr std::array<int8_t, kPeriod / 4 + 1> kQuarterCosine = {
-    127, 127, 127, 127, 127, 127, 127, 127, 126, 126, 126, 126, 126, 125, 125, 125, 125, 124, 124, 124, 123, 123,
-    122, 122, 122, 121, 121, 120, 120, 119, 118, 118, 117, 117, 116, 115, 115, 114, 113, 113, 112, 111, 111, 110,
-    109, 108, 107, 106, 106, 105, 104, 103, 102, 101, 100, 99,  98,  97,  96,  95,  94,  93,  92,  91,  90,  89,
-    88,  86,  85,  84,  83,  82,  81,  79,  78,  77,  76,  74,  73,  72,  71,  69,  68,  67,  65,  64,  63,  61,
-    60,  58,  57,  56,  54,  53,  51,  50,  49,  47,  46,  44,  43,  41,  40,  38,  37,  35,  34,  32,  31,  29,
-    28,  26,  25,  23,  22,  20,  19,  17,  16,  14,  12,  11,  9,   8,   6,   5,   3,   2,   0};
+    127, 127, 127, 127, 127, 127, 127, 127, 126, 126, 126, 126, 126, 125, 125, 125, 125, 124, 124,
+    124, 123, 123, 122, 122, 122, 121, 121, 120, 120, 119, 118, 118, 117, 117, 116, 115, 115, 114,
+    113, 113, 112, 111, 111, 110, 109, 108, 107, 106, 106, 105, 104, 103, 102, 101, 100, 99,  98,
+    97,  96,  95,  94,  93,  92,  91,  90,  89,  88,  86,  85,  84,  83,  82,  81,  79,  78,  77,
+    76,  74,  73,  72,  71,  69,  68,  67,  65,  64,  63,  61,  60,  58,  57,  56,  54,  53,  51,
+    50,  49,  47,  46,  44,  43,  41,  40,  38,  37,  35,  34,  32,  31,  29,  28,  26,  25,  23,
+    22,  20,  19,  17,  16,  14,  12,  11,  9,   8,   6,   5,   3,   2,   0};
 
 constexpr int8_t Cosine(int32_t turn) {
   const int32_t half = turn % kPeriod > kPeriod / 2 ? kPeriod - turn % kPeriod : turn % kPeriod;
@@ -41,7 +42,7 @@ constexpr int8_t Cosine(int32_t turn) {
 
 // Row j: the cosines of lag j over the bins.
 constexpr std::array<int8_t, kLags * kBins> MakeCosines() {
-  std::array<int8_t, kLags * kBins> cosines = {};
+  std::array<int8_t, kLags* kBins> cosines = {};
   for (size_t j = 0; j < kLags; ++j) {
     for (int32_t k = 0; k < kBins; ++k) {
       cosines[j * kBins + static_cast<size_t>(k)] = Cosine((kFirstBin + k) * kLagOf[j]);
@@ -50,7 +51,7 @@ constexpr std::array<int8_t, kLags * kBins> MakeCosines() {
   return cosines;
 }
 
-constexpr std::array<int8_t, kLags * kBins> kCosines = MakeCosines();
+constexpr std::array<int8_t, kLags* kBins> kCosines = MakeCosines();
 
 // About x^(1/4), Q8: a float's bits are nearly its logarithm, so a quarter of them, seen from those of 1, is
 // within 6 % of the root; the same everywhere.
@@ -83,7 +84,8 @@ void TakePeriodicity(std::span<const int64_t> power, Periodicity& periodicity) {
   Multiply(kCosines.data(), spectrum, correlation);
   for (size_t b = 0; b < periodicity.size(); ++b) {
     const auto* first = correlation.data() + b * kLagsOfBand;
-    periodicity[b] = static_cast<int16_t>(*std::max_element(first, first + kLagsOfBand) * int64_t{4096} / total);
+    periodicity[b] =
+        static_cast<int16_t>(*std::max_element(first, first + kLagsOfBand) * int64_t{4096} / total);
   }
 }
 

@@ -9,7 +9,7 @@
 
 namespace vask {
 
-inline constexpr int32_t kLagBands = 12;  // of 8 lags each, from 32 to 256 samples: 500 to 62.5 Hz
+inline constexpr int32_t kLagBands = 12;             // of 8 lags each, from 32 to 256 samples: 500 to 62.5 Hz
 using Periodicity = std::array<int16_t, kLagBands>;  // highest correlation in each, Q12, -1 to 1
 
 // `power`: bins of 31.25 Hz, as for the bands.

@@ -22,6 +22,8 @@
 #include "epd/voicing_lags.h"
 #include "epd/voicing_spectral.h"
 #include "epd/voicing_temporal.h"
+#include "gate/activation.h"
+#include "gate/matrix.h"
 #include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
 #include "noise/gsap_fast.h"
@@ -253,6 +255,45 @@ void OfLags(Input x, Outputs& out) {
   }
 }
 
+// Rows of 16 to 256 weights, and every number of rows to 9, since the fast forms take several at a time.
+void OfProducts(Input x, Outputs& out) {
+  std::vector<int8_t> weights;
+  for (const int32_t f : Factors(9 * 256)) weights.push_back(static_cast<int8_t>(f));
+  for (size_t columns = 16; columns <= 256; columns += 16) {
+    for (size_t rows = 0; rows <= 9; ++rows) {
+      std::vector<int32_t> sums(rows);
+      Multiply(weights.data(), x.subspan(160, columns), sums);
+      Append(out, sums);
+    }
+  }
+}
+
+void OfRows(Input x, Outputs& out) {
+  std::vector<int16_t> rows(x.size());
+  const std::vector<int32_t> small = Factors(x.size()), large = Shifted<int32_t>(x, 16),
+                             bias = Shifted<int32_t>(x, 9);
+  for (const int bits : {0, 7, 15}) {
+    const std::vector<int32_t> sums = Shifted<int32_t>(x, bits);
+    for (const size_t n : {x.size(), size_t{5}, size_t{33}}) {
+      for (const int32_t* scale : {small.data(), large.data()}) {
+        Rescale(std::span(sums).first(n), scale, bias.data(), rows.data());
+        Append(out, std::span(rows).first(n));
+      }
+    }
+  }
+}
+
+void OfStates(Input x, Outputs& out) {
+  std::vector<int16_t> gates(x.begin(), x.end()), state(160);
+  Sigmoids(gates);
+  Append(out, gates);
+  Sigmoids(std::span(gates).first(5));
+  Append(out, std::span(gates).first(5));
+  for (size_t i = 0; i < state.size(); ++i) state[i] = std::max<int16_t>(x[i], -32767);
+  UpdateState({gates.data(), gates.data() + 160, x.data() + 160, x.data() + 320}, state);
+  Append(out, state);
+}
+
 // Run a kernel, or the step that it is part of, on an input.
 void Drive(Kernel kernel, Input x, Outputs& out) {
   switch (kernel) {
@@ -309,6 +350,13 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
     case Kernel::kAmdfMeans:
     case Kernel::kBoundCoefficients:
       return OfLags(x, out);
+    case Kernel::kMultiply:
+      return OfProducts(x, out);
+    case Kernel::kRescale:
+      return OfRows(x, out);
+    case Kernel::kSigmoids:
+    case Kernel::kUpdateState:
+      return OfStates(x, out);
   }
 }
 
