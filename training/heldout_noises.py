@@ -82,18 +82,19 @@ def scattered(random, sounds, size, shortest, longest):
     return normal(out)
 
 
-def babble(random, material, size, without, talkers=8):
-    """Voices other than `without`, each talking with short pauses."""
+def babble(random, material, size, without, talkers=24):
+    """A crowd near and far: voices other than `without`, each talking with short pauses."""
     voices = [voice for voice in material.voices if voice != without]
     out = np.zeros(size)
-    for voice in random.permutation(voices)[:talkers]:
-        paths = material.voices[voice]
-        at = -int(random.uniform(0, 2) * RATE)
+    for talker in range(talkers):
+        paths = material.voices[voices[talker % len(voices)]]
+        loud = 10 ** (random.uniform(-8, 0) / 20)
+        at = -int(random.uniform(0, 4) * RATE)
         while at < size:
             sound, _, _ = material.utterance(paths[random.integers(len(paths))])
             first, last = max(0, at), min(size, at + len(sound))
             if last > first:
-                out[first:last] += sound[first - at:last - at]
+                out[first:last] += loud * sound[first - at:last - at]
             at += len(sound) + int(random.uniform(0, 0.3) * RATE)
     return normal(out)
 
@@ -126,7 +127,7 @@ def room(random, reverberation):
     away = random.standard_normal(3)
     talker = np.clip(listener + away / np.linalg.norm(away) * random.uniform(0.7, 2.5), 0.3, sides - 0.3)
     volume, surface = sides.prod(), 2 * (sides[0] * sides[1] + sides[1] * sides[2] + sides[2] * sides[0])
-    kept = np.exp(-0.161 * volume / (surface * reverberation))  # of the power, at each wall
+    kept = np.exp(-0.161 * volume / (surface * 0.85 * reverberation))  # of the power, at each wall; 0.85 as measured
     speed, reach = 343.0, reverberation * 343.0
     axes = []
     for k in range(3):
