@@ -1,4 +1,4 @@
-# The programs beside the library: the command vask, the table generator and the benchmarks.
+# The programs beside the library: the command vask, the table generator, the benchmarks and what training runs.
 
 set(remedy "scripts/install-deps.sh installs it")
 find_package(PkgConfig)
@@ -73,4 +73,10 @@ if(VASK_BUILD_BENCH)
   else()
     message(STATUS "Benchmarks left out: they need Google Benchmark, SpeexDSP and sndfile; ${remedy}")
   endif()
+endif()
+
+if(VASK_BUILD_TRAINING)
+  add_executable(vask-ear training/ear.cpp)
+  target_include_directories(vask-ear PRIVATE src)
+  target_link_libraries(vask-ear PRIVATE vask_flags vask_static)
 endif()

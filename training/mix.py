@@ -39,6 +39,7 @@ class Material:
                 pool.groups[name] = members or pool.groups[name]
         count = 3 if tuning else 7
         self.computed = [kind(random) for kind in noises.KINDS for _ in range(count)]
+        self.songs = [noises.sung(random, self.voices) for _ in range(8 * count)]
         self.babbles = [noises.babble(random, self.voices) for _ in range(4 * count)]
 
 
@@ -144,43 +145,46 @@ def tail_is_unsure(speech, utterance, rt60):
             after[after == NO] = UNSURE
 
 
-def stretch_of(x, random):
-    """LENGTH samples of a longer piece, or a shorter one again and again."""
-    if len(x) >= LENGTH:
-        at = random.integers(0, len(x) - LENGTH + 1)
-        return x[at:at + LENGTH]
-    return np.roll(np.tile(x, LENGTH // len(x) + 1)[:LENGTH], random.integers(0, LENGTH))
+def stretch_of(x, random, length=LENGTH):
+    """`length` samples of a longer piece, or a shorter one again and again."""
+    if len(x) >= length:
+        at = random.integers(0, len(x) - length + 1)
+        return x[at:at + length]
+    return np.roll(np.tile(x, length // len(x) + 1)[:length], random.integers(0, length))
 
 
-def recorded_noise(material, random):
+def recorded_noise(material, random, length=LENGTH):
     """Recorded sounds: one that goes on, or several now and then."""
     pool = material.noise
-    x = np.zeros(LENGTH, np.float32)
+    x = np.zeros(length, np.float32)
     if random.random() < 0.5:
         sound = pool.get(pool.member(random, pool.group(random)))
         if len(sound) > RATE:
-            return stretch_of(sound / (rms(sound) * 10 + 1e-9), random).copy()
+            return stretch_of(sound / (rms(sound) * 10 + 1e-9), random, length).copy()
     at = int(random.uniform(0, 2) * RATE)
-    while at < LENGTH:
+    while at < length:
         sound = pool.get(pool.member(random, pool.group(random)))[:6 * RATE]
-        sound = faster(sound, random.uniform(0.7, 1.4))[:LENGTH - at]
+        sound = faster(sound, random.uniform(0.7, 1.4))[:length - at]
         x[at:at + len(sound)] += sound * (10 ** random.uniform(-1.5, -0.7) / (rms(sound) + 1e-9))
         at += int(len(sound) * random.uniform(0.3, 1)) + int(random.exponential(0.7) * RATE)
     return x / (rms(x) * 10 + 1e-9)
 
 
-def background(material, random):
+def background(material, random, length=LENGTH):
     """A background of about 0.1 rms, and whether it is music: (samples, is_music)."""
-    kind = random.choice(["computed", "recorded", "babble", "music"], p=[0.38, 0.26, 0.12, 0.24])
-    if kind == "music":
+    kind = random.choice(["computed", "recorded", "babble", "music", "song"], p=[0.33, 0.25, 0.10, 0.24, 0.08])
+    if kind in ("music", "song"):
         pool = material.music
         sound = pool.get(pool.member(random, pool.group(random)))
-        x = stretch_of(faster(sound, random.uniform(0.85, 1.15)), random)
+        x = stretch_of(faster(sound, random.uniform(0.85, 1.15)), random, length)
+        if kind == "song":
+            voice = stretch_of(material.songs[random.integers(len(material.songs))], random, length)
+            x = x / (rms(x) * 10 + 1e-9) + voice * 10 ** (random.uniform(-8, 6) / 20)
         return x / (rms(x) * 10 + 1e-9), True
     if kind == "recorded":
-        return recorded_noise(material, random), False
+        return recorded_noise(material, random, length), False
     bank = material.babbles if kind == "babble" else material.computed
-    return stretch_of(bank[random.integers(len(bank))], random).copy(), False
+    return stretch_of(bank[random.integers(len(bank))], random, length).copy(), False
 
 
 def curve(random, most_db):

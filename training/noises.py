@@ -129,3 +129,34 @@ def babble(random, voices):
             x[at:at + len(piece)] += piece * (gain / (np.sqrt(np.mean(piece ** 2)) + 1e-9))
             at += len(piece) + int(random.uniform(0, 0.4) * RATE)
     return normalized(x)
+
+
+NOTES = 55 * 2 ** (np.arange(0, 40) / 12)  # Hz: A1 upwards in semitones
+SCALE = np.array([0, 2, 4, 5, 7, 9, 11, 12])
+
+
+def sung(random, voices):
+    """What somebody said, on notes: short pieces of it are repeated at the pitch of a tune, which leaves the vowels."""
+    group = voices.group(random)
+    key = random.integers(8, 24)
+    x = np.zeros(LENGTH, np.float32)
+    at = 0
+    while at < LENGTH - RATE:
+        said = voices.get(voices.member(random, group))[:8 * RATE]
+        stretch = random.uniform(1, 2.5)  # singing is slower than speech
+        source, end = 0.0, min(LENGTH - RATE, at + int(len(said) * stretch))
+        while at < end and source < len(said) - 1024:
+            note = NOTES[min(key + random.choice(SCALE), len(NOTES) - 1)] * random.choice([1, 1, 2])
+            until = min(end, at + int(RATE * random.uniform(0.2, 0.9)))
+            depth, speed = random.uniform(0, 0.02), random.uniform(4, 7)
+            while at < until and source < len(said) - 1024:
+                period = RATE / (note * (1 + depth * np.sin(2 * np.pi * speed * at / RATE)))
+                width = int(min(2 * period, 640))
+                grain = said[int(source):int(source) + width]
+                spectrum = np.abs(np.fft.rfft(grain * np.hanning(len(grain))))
+                pulse = np.roll(np.fft.irfft(spectrum, len(grain)), len(grain) // 2)  # all phases alike
+                x[at:at + len(pulse)] += pulse[:max(0, LENGTH - at)]
+                at += max(int(period), 1)
+                source += period / stretch
+        at += int(random.uniform(0, 1.5) * RATE)
+    return normalized(x)

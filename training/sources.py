@@ -64,3 +64,7 @@ HELD_OUT = ("asterisk-core-sounds-", "asterisk-prompt-it", "asterisk-moh-", "fil
             "espeak-ng")
 
 ARCHIVES = r"\.(zip|pk3|wz)$"
+
+
+if __name__ == "__main__":
+    print("\n".join(sorted(RULES)))  # the packages to fetch

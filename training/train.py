@@ -9,6 +9,7 @@ import glob
 import os
 import time
 
+os.environ.setdefault("OPENBLAS_NUM_THREADS", "1")  # its threads wait for each other more than they multiply
 import numpy as np
 import torch
 
