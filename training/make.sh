@@ -63,13 +63,13 @@ mix() { # name, count, seed, part, kind
 }
 mix tuning 300 5 0 tuning
 mix plain 300 5 0 plain
-mix train 10000 7 0 & mix train 10000 7 1
+mix train 8000 7 0 & mix train 8000 7 1
 wait $!
 
 step "Training"
 train() { # out, its arguments
   [ -s "$folder/$1.done" ] || { "$python" training/train.py "$shards/train" "$shards/tuning-0,$shards/plain-0" "$folder/$1" \
-    --expect 40 "${@:2}" && touch "$folder/$1.done"; }
+    --expect 32 "${@:2}" && touch "$folder/$1.done"; }
 }
 train detector --batches 3400
 

@@ -29,7 +29,8 @@ def speech_frames(samples):
     power = (sosfilt(HIGH_PASS, samples[:steps * 80].astype(np.float32)).reshape(steps, 80) ** 2).mean(axis=1) + 1e-3
     level = 10 * np.log10(power)
     loudest = 10 * np.log10(np.convolve(power, [0.5, 0.5]).max())
-    threshold = np.clip(np.percentile(level, 8) + 10, loudest - 36, loudest - 24)
+    quiet = np.percentile(level[level > 0], 8) if (level > 0).any() else loudest  # zeros are no background
+    threshold = np.clip(quiet + 10, loudest - 36, loudest - 24)
     loud = level > threshold
     for first, last in spans(loud):
         if last - first < 4:
