@@ -1,9 +1,10 @@
 /*
  * Streams: any number of front ends side by side, each with all its state behind its handle.
  *
- * 16-bit samples at 16 kHz are written in pieces of any length; out come the cleaned audio, each frame
- * bit-identical to that of the front end in frontend.h, and events that say where in the input each utterance
- * is.
+ * 16-bit samples at 16 kHz are written in pieces of any length; out come audio and events that say where in
+ * the input each utterance is. There are two detectors. With the front end's own, the cleaned audio is that
+ * of the front end in frontend.h, bit for bit. The learned one depends neither on the level nor on what came
+ * before, and is the better one for recordings that are quiet, noisy or full of music.
  * Streams share nothing and take no lock: each may be used from a different thread, but only by one thread at
  * a time.
  *
@@ -22,6 +23,13 @@
  *
  * Positions count the samples of the input from 0, since vask_stream_open or vask_stream_reset; a span is
  * [first, one past the last]. Levels in dB full scale: 0 dB is a mean square of 32768 * 32768.
+ *
+ * The learned detector is chosen in a setup:
+ *
+ *   vask_stream_setup setup;
+ *   vask_stream_setup_defaults(&setup, sizeof setup);
+ *   setup.detector = VASK_STREAM_LEARNED;
+ *   vask_stream *stream = vask_stream_open_setup(&setup);
  */
 #ifndef VASK_STREAM_H_
 #define VASK_STREAM_H_
@@ -43,16 +51,16 @@ enum {
 
 /* Which audio. */
 enum {
-  VASK_STREAM_CLEAN = 0,   /* noise-reduced */
-  VASK_STREAM_RAW = 1,     /* the input as it was written, of the same span */
+  VASK_STREAM_CLEAN = 0,    /* noise-reduced, for a recogniser */
+  VASK_STREAM_RAW = 1,      /* the input as it was written, of the same span */
   VASK_STREAM_NO_AUDIO = 2, /* none: for callers that want only the events or the measures */
-  VASK_STREAM_LISTENING = 3 /* noise-reduced for people to listen to; with the learned detector only */
+  VASK_STREAM_LISTENING = 3 /* noise-reduced, for people to listen to; only with the learned detector */
 };
 
 /* Which detector decides where utterances are. */
 enum {
-  VASK_STREAM_ENERGY = 0, /* the front end's own: levels, tonality and voicing against learned noise */
-  VASK_STREAM_LEARNED = 1 /* a small recurrent net on log-mel energies; level and history do not matter */
+  VASK_STREAM_ENERGY = 0, /* the front end's own: levels, tonality and voicing against the learned noise */
+  VASK_STREAM_LEARNED = 1 /* a small recurrent net on log-mel energies and periodicity */
 };
 
 /* Kinds of event. Each VASK_STREAM_STARTED is followed by one of the other two. */
@@ -64,14 +72,17 @@ enum {
 
 /* Reasons: how an utterance ended, or why a segment was rejected. */
 enum {
-  VASK_STREAM_BY_SILENCE = 1,        /* ended: hangover_frames without speech */
+  VASK_STREAM_BY_SILENCE = 1,        /* ended: hangover_frames, or the rules' pause, without speech */
   VASK_STREAM_BY_LONG_NOISE = 2,     /* ended: over long_speech_frames, unvoiced for max_unvoiced_run; where
-                                        it fell silent, or at the newest frame if it has not */
+                                        it fell silent, or at the newest frame if it has not; only with
+                                        VASK_STREAM_ENERGY */
   VASK_STREAM_BY_INPUT_END = 3,      /* ended: flushed while it was open */
   VASK_STREAM_BY_SPLIT = 4,          /* ended: over max_samples; the next one continues from here */
-  VASK_STREAM_TOO_SHORT = 11,        /* rejected: under 10 frames, or under min_samples */
-  VASK_STREAM_TOO_LITTLE_VOICE = 12, /* rejected: under 5 % voiced, or under min_voiced_frames */
-  VASK_STREAM_TONES = 13             /* rejected: too many of its voiced frames are tones */
+  VASK_STREAM_TOO_SHORT = 11,        /* rejected: under 10 frames or min_samples, or under `shortest` */
+  VASK_STREAM_TOO_LITTLE_VOICE = 12, /* rejected: under 5 % voiced or min_voiced_frames, or under
+                                        mean_probability */
+  VASK_STREAM_TONES = 13             /* rejected: too many of its voiced frames are tones; only with
+                                        VASK_STREAM_ENERGY */
 };
 
 /* Errors: results below 0. */
@@ -82,7 +93,7 @@ enum {
   VASK_STREAM_OVER = -4       /* flushed: reset it first */
 };
 
-/* How a stream works. Lengths in samples at 16 kHz. */
+/* How a stream works, with the front end's own detector. Lengths in samples at 16 kHz. */
 typedef struct vask_stream_options {
   int32_t mode;        /* VASK_STREAM_CONTINUOUS or _UTTERANCES */
   int32_t audio;       /* VASK_STREAM_CLEAN, _RAW or _NO_AUDIO */
@@ -101,33 +112,37 @@ typedef struct vask_stream_options {
                                 that; 0: 10 minutes */
 } vask_stream_options;
 
-/* The rules by which the learned detector's probabilities become utterances. Lengths in seconds, in steps of
-   0.02 s. */
+/* How the learned detector's probabilities become utterances. Lengths in seconds, rounded to steps of 0.02 s;
+   the margins to samples. */
 typedef struct vask_stream_rules {
-  float open_probability;  /* an utterance starts where speech is this probable or more ... */
-  float open;              /* ... for this long */
+  float open_probability;  /* an utterance starts where speech is this probable or more, 0 to 1, ... */
+  float open;              /* ... for this long: 0.02 to 1 */
   float open_look_back;    /* judged this long afterwards: 0, 0.1 or 0.2 */
-  float close_probability; /* it ends where speech is this probable or less ... */
-  float pause;             /* ... for this long */
-  float close_look_back;   /* judged this long afterwards: 0, 0.1, 0.2, or 0.4 for an output that counts
+  float close_probability; /* it ends where speech is this probable or less, 0 to 1, and less probable than
+                              open_probability, ... */
+  float pause;             /* ... for this long: 0.02 to 10 */
+  float close_look_back;   /* judged this long afterwards: 0, 0.1, 0.2, or 0.4 for the output that counts
                               pauses under 0.35 s as speech */
-  float shortest;          /* what is shorter is rejected */
-  float mean_probability;  /* and what is less probable on average */
-  float margin_start;      /* delivered from this long before the start: 0 to 10 */
-  float margin_end;        /* and until this long after the end: 0 to 10 */
+  float shortest;          /* what is shorter is rejected: 0 to 10 */
+  float mean_probability;  /* and what is less probable on average, looking back as for the start: 0 to 1 */
+  float margin_start;      /* delivered from this long before the start: 0 to 10. What the utterance before
+                              has taken stays with that one */
+  float margin_end;        /* and until this long after the end: 0 to 10. It ends where the next utterance
+                              starts */
 } vask_stream_rules;
 
-/* Everything about a stream: the options above, and what has been added since. */
+/* All about a stream. */
 typedef struct vask_stream_setup {
-  uint32_t size;               /* sizeof(vask_stream_setup) in the program that fills it in */
+  uint32_t size;               /* sizeof(vask_stream_setup) in the calling program */
   int32_t detector;            /* VASK_STREAM_ENERGY or _LEARNED */
-  vask_stream_options options; /* mode, audio, max_samples and queue_samples hold for both detectors, the
-                                  other fields for VASK_STREAM_ENERGY */
+  vask_stream_options options; /* with VASK_STREAM_LEARNED: mode, audio, max_samples, queue_samples; its other
+                                  fields are for VASK_STREAM_ENERGY */
   vask_stream_rules rules;     /* for VASK_STREAM_LEARNED */
-  const struct vask_model *model; /* for VASK_STREAM_LEARNED; null: the built-in one. It is used until the
-                                     stream is closed */
-  float listening_floor_db;    /* for VASK_STREAM_LISTENING: no part of the sound is cut by more, -60 to 0 */
-  float listening_mix;         /* share of the filtered sound in the output, 0 to 1; the rest is the input */
+  const struct vask_model *model; /* for VASK_STREAM_LEARNED: what vask_model_open returned, to be kept until
+                                     the stream is closed; null: the built-in one */
+  float listening_floor_db; /* for VASK_STREAM_LISTENING: no part of the sound is cut by more, -60 to 0 */
+  float listening_mix;      /* share of the filtered sound in what is delivered, 0 to 1; the rest is the
+                               input */
 } vask_stream_setup;
 
 /* What happened, and where in the input. */
@@ -141,35 +156,40 @@ typedef struct vask_stream_event {
   int64_t span_start;    /* first position that is delivered, or would have been */
   int64_t span_end;      /* one past the last; -1 at a start */
   int64_t heard;         /* samples of the input that had been processed when this was decided */
-  int32_t voiced_frames; /* voiced frames of the segment, as the detector counts them; 0 at a start */
+  int32_t voiced_frames; /* voiced frames of the segment, as the detector counts them; with the learned one
+                            those where speech is more probable than not, looking back as for the start; 0 at
+                            a start */
   float voiced;          /* the same as a share of the frames from start to end, at most 1 */
   float level_db;        /* mean input level from start to end, dB full scale; at a start that of its frame */
 } vask_stream_event;
 
-/* The newest frame, for meters and traces. The detector lags the input by 0.03 s. */
+/* The newest frame, for meters and traces. The front end's detector lags the input by 0.03 s. */
 typedef struct vask_stream_measures {
   int64_t heard;       /* samples of the input that have been processed, whole frames */
-  int64_t detector_at; /* position of the frame that the values below `level_db` belong to; -1: none yet */
+  int64_t detector_at; /* position of the frame, or of the learned detector's step of 0.02 s, that the values
+                          below `level_db` belong to; -1: none yet */
   float level_db;      /* level of the newest frame of the input, dB full scale; -200 for all-zero
                           silence, -112.4 or more for sound */
-  float energy_db;     /* the detector's log energy, dB above its own silence */
-  float noise_db;      /* the noise floor on the same scale */
-  int32_t speech;      /* 1: speech, after onset and hangover */
-  int32_t voiced;      /* 1: voiced, smoothed */
-  int32_t open;        /* 1: a segment has started and is open */
+  float energy_db;     /* the detector's log energy, dB above its own silence; 0 with the learned one */
+  float noise_db;      /* the noise floor on the same scale; 0 with the learned one */
+  int32_t speech; /* 1: speech, after onset and hangover; with the learned one, whose start has been found
+                     and whose end has not */
+  int32_t voiced; /* 1: voiced, smoothed; with the learned one, speech is more probable than not */
+  int32_t open;   /* 1: a segment has started and is open */
 } vask_stream_measures;
 
-/* What the learned detector says of the newest step of 0.02 s, and of the steps before it. Probabilities. */
+/* What the learned detector makes of the newest step of 0.02 s and of those before it: probabilities. The
+   more it knows of what follows, the surer it is. */
 typedef struct vask_stream_hearing {
   uint32_t size;          /* in: sizeof(vask_stream_hearing) in the calling program */
-  int64_t at;             /* position of the newest step; -1: none yet */
+  int64_t at;             /* position of the newest step; -1: none yet, and all probabilities are 0 */
   float speech;           /* speech in that step */
   float speech_100ms_ago; /* in the step 0.1 s before it */
-  float speech_200ms_ago; /* 0.2 s before it; the more is known of what follows, the surer */
-  float utterance;        /* 0.4 s before it was inside an utterance: pauses under 0.35 s count as speech */
-  float music;            /* music, 0.2 s before it */
-  float high_gain;        /* VASK_STREAM_LISTENING: what the newest frame's bands near 8 kHz were multiplied
-                             by; 1 in other streams */
+  float speech_200ms_ago; /* in the step 0.2 s before it */
+  float utterance;        /* the step 0.4 s before it is in an utterance: pauses under 0.35 s are speech */
+  float music;            /* music in the step 0.2 s before it */
+  float high_gain;        /* VASK_STREAM_LISTENING: what the bands near 8 kHz of the newest frame that came
+                             out were multiplied by; 1 in other streams */
 } vask_stream_hearing;
 
 /**
@@ -209,7 +229,8 @@ VASK_API void vask_stream_profile(int32_t device, int32_t os, epd_profile *profi
 VASK_API const char *vask_stream_complaint(const vask_stream_options *options);
 
 /**
- * Open a stream. All memory is allocated here (about 0.7 MB), except for the queue's growth up to its bound.
+ * Open a stream with the front end's own detector. All memory is allocated here (about 0.7 MB), except for
+ * the queue's growth up to its bound.
  *
  * options  in: the options, copied; null: those of vask_stream_defaults
  *
@@ -219,28 +240,29 @@ VASK_API const char *vask_stream_complaint(const vask_stream_options *options);
 VASK_API vask_stream *vask_stream_open(const vask_stream_options *options);
 
 /**
- * Fill in a setup: the options of vask_stream_defaults, VASK_STREAM_ENERGY, and for VASK_STREAM_LEARNED the
- * rules, the built-in model and the listening path's values that its figures were measured with.
+ * Fill in a setup: VASK_STREAM_ENERGY, the options of vask_stream_defaults, and for VASK_STREAM_LEARNED its
+ * rules, the built-in model and the values of the listening path. Set `detector` to use them.
  *
- * setup  out: the first `size` bytes of it
+ * setup  out: its first `size` bytes
  * size   sizeof(vask_stream_setup) in the calling program
  */
 VASK_API void vask_stream_setup_defaults(vask_stream_setup *setup, uint32_t size);
 
 /**
- * Say what is wrong with a setup.
+ * Say what is wrong with a setup. Only what its detector uses is looked at.
  *
  * setup  in: the setup
  *
- * return   a constant text
+ * return   a constant text such as "pause is not 0.02 to 10 s"
  *          null: nothing is wrong
  */
 VASK_API const char *vask_stream_setup_complaint(const vask_stream_setup *setup);
 
 /**
- * Open a stream as vask_stream_open does, with either detector.
+ * Open a stream with either detector. With the learned one all memory is allocated here too: about 0.2 MB,
+ * and what long margins need (32 KB a second).
  *
- * setup  in: the setup, copied
+ * setup  in: the setup, copied; its model is not
  *
  * return   the stream
  *          null: vask_stream_setup_complaint finds something wrong, or there is no memory
@@ -265,7 +287,8 @@ VASK_API int32_t vask_stream_write(vask_stream *stream, const int16_t *samples, 
 
 /**
  * End the input. Everything that was held back comes out; a segment that is still open becomes an utterance
- * if it is 10 frames or longer and at least 5 % of it voiced. A second call does nothing.
+ * if its detector's rules allow: 10 frames or longer and at least 5 % of it voiced, or `shortest` and
+ * mean_probability. A second call does nothing.
  *
  * stream  in, out: the stream
  *
@@ -322,12 +345,12 @@ VASK_API int32_t vask_stream_available(const vask_stream *stream);
 VASK_API int32_t vask_stream_measure(const vask_stream *stream, vask_stream_measures *measures);
 
 /**
- * Get what the learned detector says of the newest step.
+ * Get what the learned detector makes of the newest step, in either mode.
  *
  * stream   in: the stream
- * hearing  in, out: its size; the values
+ * hearing  in: its size; out: all other fields
  *
- * return    0: the values are written
+ * return    0: they are written
  *           VASK_STREAM_BAD_ARGUMENT: stream or hearing is null, its size is unknown, or the stream has the
  *               other detector
  */

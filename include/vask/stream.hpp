@@ -2,6 +2,7 @@
 #ifndef VASK_STREAM_HPP_
 #define VASK_STREAM_HPP_
 
+#include <vask/model.h>
 #include <vask/stream.h>
 
 #include <algorithm>
@@ -27,12 +28,40 @@ struct StreamOptions : vask_stream_options {
   const char *Complaint() const { return vask_stream_complaint(this); }  // null: nothing is wrong
 };
 
+// vask_stream_setup that starts as the defaults, with the learned detector.
+struct StreamSetup : vask_stream_setup {
+  StreamSetup() : vask_stream_setup() {
+    vask_stream_setup_defaults(this, sizeof(vask_stream_setup));
+    detector = VASK_STREAM_LEARNED;
+  }
+  const char *Complaint() const { return vask_stream_setup_complaint(this); }  // null: nothing is wrong
+};
+
+// A model from a file, for setup.model. It must outlive the streams that use it.
+class StreamModel {
+ public:
+  explicit StreamModel(const char *path) : model_(vask_model_open(path, &reason_)) {}
+
+  explicit operator bool() const { return model_ != nullptr; }
+  int32_t reason() const { return reason_; }  // VASK_MODEL_OK, or why it was refused
+  const vask_model *get() const { return model_.get(); }
+
+ private:
+  struct Close {
+    void operator()(vask_model *model) const { vask_model_close(model); }
+  };
+
+  int32_t reason_ = 0;
+  std::unique_ptr<vask_model, Close> model_;
+};
+
 // One stream, closed with the object. If it could not be opened, it converts to false, and every call returns
 // nothing or an error.
 class Stream {
  public:
   explicit Stream(const vask_stream_options &options = StreamOptions())
       : stream_(vask_stream_open(&options)) {}
+  explicit Stream(const vask_stream_setup &setup) : stream_(vask_stream_open_setup(&setup)) {}
 
   explicit operator bool() const { return stream_ != nullptr; }
 
@@ -60,6 +89,14 @@ class Stream {
     vask_stream_measures measures = {};
     vask_stream_measure(stream_.get(), &measures);
     return measures;
+  }
+
+  // Of a stream with the learned detector; of others, nothing.
+  std::optional<vask_stream_hearing> Hearing() const {
+    vask_stream_hearing hearing = {};
+    hearing.size = sizeof hearing;
+    if (vask_stream_hear(stream_.get(), &hearing) != 0) return std::nullopt;
+    return hearing;
   }
 
   void Reset() { vask_stream_reset(stream_.get()); }

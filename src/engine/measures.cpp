@@ -4,12 +4,12 @@
 #include <cstdlib>
 
 #include "dsp/logarithm.h"
+#include "engine/cleaning.h"
 #include "epd/energy.h"
 
 namespace vask {
 namespace {
 
-constexpr int16_t kClipLevel = 30000;
 constexpr int32_t kLoudestSum = 1499999;  // of magnitudes; above it the loudness is 100
 constexpr float kFullLoudness = 1.5e6f;
 
@@ -29,7 +29,7 @@ void MeasureAndClip(const Engine& engine, std::span<int16_t> frame) {
   if (engine.history != nullptr) NoteSamples(*engine.history, frame);
   int32_t magnitudes = 0;
   for (int16_t& sample : frame) {
-    sample = std::clamp<int16_t>(sample, -kClipLevel, kClipLevel);
+    sample = Clip(sample);
     magnitudes += std::abs(sample);
   }
   std::copy(frame.begin(), frame.end(), e.frame_copy);

@@ -9,6 +9,7 @@
 #include "dsp/filters.h"
 #include "dsp/message.h"
 #include "dsp/queue.h"
+#include "engine/cleaning.h"
 #include "engine/lifecycle.h"
 #include "engine/measures.h"
 #include "engine/pcm_log.h"
@@ -19,23 +20,6 @@
 
 namespace vask {
 namespace {
-
-// The newest frame goes after the three before it.
-void EnterHistory(epd_engine& e) {
-  e.started = 1;
-  CountUp(e.wiener.frame_count);
-  std::copy_n(e.frame_copy, kFrame, e.wiener.sig_hist + 3 * kFrame);
-}
-
-void ShiftHistory(wiener_filt& wf) { std::copy_n(wf.sig_hist + kFrame, 3 * kFrame, wf.sig_hist); }
-
-void RemoveDcFromOutput(epd_engine& e) {
-  const std::span<int32_t> x(e.frame_q15, kFrame);
-  std::transform(e.wiener.out_frame, e.wiener.out_frame + kFrame, x.begin(),
-                 [](int16_t s) { return s * 32768; });
-  RemoveDc(x, e.dc);
-  std::transform(x.begin(), x.end(), e.wiener.out_frame, [](int32_t v) { return Low16(v >> 15); });
-}
 
 // The detector's window is the previous frame and this one, plain and pre-emphasised.
 void EnterDetectorWindow(epd_engine& e) {
@@ -67,7 +51,7 @@ void RestartIfRequested(const Engine& engine) {
 void FilterAndDetect(const Engine& engine) {
   epd_engine& e = engine.state;
   FilterFrame(e.wiener, e.wiener.mel_fb, e.tables);
-  RemoveDcFromOutput(e);
+  RemoveDcFromOutput(e.wiener, e.frame_q15, e.dc);
   EnterDetectorWindow(e);
   if (engine.history != nullptr) NoteLogEnergy(*engine.history, e.energy);
   if (e.epd.engine_frames > 1) DetectEndpoint(e.epd, e.speech_queue, e.spectrum_queue, e.tables);
@@ -105,8 +89,9 @@ Step ProcessFrame(const Engine& engine, std::span<int16_t, kFrame> frame) {
   CountUp(e.frames_in);
   const bool is_leading_silence = e.started == 0 && e.energy == 0;
   if (!is_leading_silence) {
-    EnterHistory(e);
-    const bool is_full = e.wiener.frame_count > 2;
+    e.started = 1;
+    EnterHistory(e.wiener, e.frame_copy);
+    const bool is_full = IsHistoryFull(e.wiener);
     if (is_full) FilterAndDetect(engine);
     ShiftHistory(e.wiener);
     if (e.mode == kEnhancedSpeech) return {kGoOn, {e.wiener.out_frame, is_full ? size_t{kFrame} : 0}};

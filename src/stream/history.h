@@ -1,57 +1,72 @@
-// The newest frames of a stream's input: their samples as they were written, and what was found in them.
-// Frames are numbered from 0 since the stream was opened or reset.
+// The newest frames of a stream: their samples, and what was found in them. Frames of the input are numbered
+// from 0 since the stream was opened or reset.
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <span>
 
 #include "dsp/memory.h"
-#include "engine/record.h"
+#include "dsp/sizes.h"
 
 namespace vask {
 
 struct FrameNote {
   int64_t energy;      // sum of squares of the input
-  int32_t log_energy;  // of the noise-reduced window that begins with it: units, Q16
-  bool is_voiced;      // smoothed
+  int32_t log_energy;  // of the window of two frames that begins with it: Q16, scaled as the detector's
+  int16_t speech;      // probability of speech: Q15, with the learned detector
+  bool is_voiced;      // smoothed; with the learned detector: speech
   bool is_voiced_raw;  // before smoothing
   bool is_tone;        // voiced before smoothing, and a tone
 };
 
 class History {
  public:
-  // Keep the notes of at least `frames` frames. False if there is no memory.
-  bool Open(int32_t frames) {
-    note_count_ = 1;
-    while (note_count_ < frames) note_count_ *= 2;
+  // Keep the notes of at least `frames` frames and the samples of at least `sample_frames`. False if there is
+  // no memory.
+  bool Open(int64_t frames, int64_t sample_frames) {
+    note_count_ = PowerOfTwo(frames);
+    sample_count_ = PowerOfTwo(sample_frames);
     notes_ = NewZeroed<FrameNote>(note_count_);
-    return notes_ != nullptr;
+    samples_ = NewZeroed<int16_t>(sample_count_ * kFrame);
+    return notes_ != nullptr && samples_ != nullptr;
   }
-  void Close() { Release(notes_); }
+  void Close() {
+    Release(notes_);
+    Release(samples_);
+  }
 
-  // Frame `t` has arrived: keep its samples and begin its note.
-  void Enter(int64_t t, std::span<const int16_t> samples) {
+  // Frame `t` has arrived: begin its note.
+  void Enter(int64_t t, std::span<const int16_t, kFrame> samples) {
     int64_t energy = 0;
     for (const int16_t sample : samples) energy += int32_t{sample} * sample;
-    Note(t) = {
-        .energy = energy, .log_energy = 0, .is_voiced = false, .is_voiced_raw = false, .is_tone = false};
-    std::copy(samples.begin(), samples.end(), samples_[static_cast<size_t>(t % kSampleFrames)].begin());
+    Note(t) = {};
+    Note(t).energy = energy;
+  }
+
+  // The samples that frame `t` is delivered with.
+  void Keep(int64_t t, std::span<const int16_t, kFrame> samples) {
+    std::copy(samples.begin(), samples.end(), At(t));
   }
 
   FrameNote& Note(int64_t t) { return notes_[t & (note_count_ - 1)]; }
   const FrameNote& Note(int64_t t) const { return notes_[t & (note_count_ - 1)]; }
-  std::span<const int16_t> Samples(int64_t t) const {
-    return samples_[static_cast<size_t>(t % kSampleFrames)];
+  std::span<const int16_t, kFrame> Samples(int64_t t) const {
+    return std::span<const int16_t, kFrame>(At(t), kFrame);
   }
 
  private:
-  static constexpr int64_t kSampleFrames = 64;  // the margin before a start is emitted 49 frames late
+  static int64_t PowerOfTwo(int64_t least) {
+    int64_t count = 1;
+    while (count < least) count *= 2;
+    return count;
+  }
+  int16_t* At(int64_t t) const { return samples_ + (t & (sample_count_ - 1)) * kFrame; }
 
   FrameNote* notes_;
   int64_t note_count_;
-  std::array<std::array<int16_t, kFrame>, kSampleFrames> samples_;
+  int16_t* samples_;
+  int64_t sample_count_;
 };
 
 }  // namespace vask

@@ -5,7 +5,6 @@
 #include "dsp/arith.h"
 #include "epd/endpoint.h"
 #include "stream/level.h"
-#include "stream/options.h"
 
 namespace vask {
 namespace {
@@ -28,25 +27,35 @@ int64_t QuietestPlace(const History& history, int64_t first, int64_t last) {
 
 }  // namespace
 
-void Segment::Counts::Add(const FrameNote& note, bool has_started) {
+void Segment::Counts::AddVoicing(const FrameNote& note) {
   voiced += note.is_voiced;
   voiced_raw += note.is_voiced_raw;
   tones += note.is_tone;
-  if (has_started) energy += note.energy;
+}
+
+void Segment::Counts::AddSums(const FrameNote& note) {
+  energy += note.energy;
+  speech += note.speech;
 }
 
 Segment::Counts Segment::Counts::operator-(const Counts& other) const {
-  return {voiced - other.voiced, voiced_raw - other.voiced_raw, tones - other.tones, energy - other.energy};
+  return {voiced - other.voiced, voiced_raw - other.voiced_raw, tones - other.tones, energy - other.energy,
+          speech - other.speech};
+}
+
+int64_t Segment::MarginBefore(const SegmentRules& rules, int64_t start) const {
+  return std::max({start * kFrame - rules.margin_start, taken_, int64_t{0}});
 }
 
 void Segment::Start(const SegmentContext& context, int64_t start, int64_t first) {
-  const int32_t pad = context.options.pad_start;
+  const bool is_whole = context.rules.margin_start < 0;
   is_open_ = true;
   whole_start_ = start;
   delivered_ = first;
   place_ = context.outbox.pushed();
   whole_ = piece_ = {};
-  BeginPiece(context, start, std::max(first * kFrame, pad < 0 ? 0 : start * kFrame - pad), 0);
+  BeginPiece(context, start, std::max(first * kFrame, is_whole ? taken_ : MarginBefore(context.rules, start)),
+             0);
 }
 
 void Segment::BeginPiece(const SegmentContext& context, int64_t start, int64_t first_position,
@@ -73,11 +82,13 @@ void Segment::BeginPiece(const SegmentContext& context, int64_t start, int64_t f
 
 void Segment::Deliver(const SegmentContext& context, std::span<const int16_t> samples) {
   const FrameNote& note = context.history.Note(delivered_);
-  whole_.Add(note, true);
-  piece_.Add(note, delivered_ >= start_);
+  for (Counts* counts : {&whole_, &piece_}) {
+    if (delivered_ >= start_) counts->AddSums(note);
+    if (delivered_ >= start_ || context.rules.counts_margins) counts->AddVoicing(note);
+  }
   const int64_t position = delivered_ * kFrame;
   ++delivered_;
-  if (context.options.audio == VASK_STREAM_NO_AUDIO) return;
+  if (!context.rules.has_audio) return;
   const int64_t first = std::clamp<int64_t>(out_begin_ - position, 0, kFrame);
   const int64_t end = std::clamp<int64_t>(context.input_end - position, first, kFrame);
   context.outbox.Push(samples.subspan(static_cast<size_t>(first), static_cast<size_t>(end - first)));
@@ -88,16 +99,29 @@ void Segment::GoesOnUntil(const SegmentContext& context, int64_t end) {
   end = std::max(end, start_);
   SplitWhileTooLong(context, end);
   int64_t certain = OutEnd(context, end);
-  if (context.options.max_samples > 0) certain = std::min(certain, SplitRange(context).first * kFrame);
+  if (context.rules.longest > 0) certain = std::min(certain, SplitRange(context).first * kFrame);
   context.outbox.SetCertain(PlaceOf(context, certain));
 }
 
-// Where the output of a piece that ends at frame `end` ends: padding beyond the longest piece is cut.
-int64_t Segment::OutEnd(const SegmentContext& context, int64_t end) const {
-  const int64_t most = context.options.max_samples;
-  const int64_t padded = end * kFrame + LongestPadEnd(context.options);
-  const int64_t out_end = std::min({padded, delivered_ * kFrame, context.input_end});
+// Where the output of a piece that ends at frame `end` should end: before the next segment; what of the
+// margin exceeds the longest piece is cut.
+int64_t Segment::WantedEnd(const SegmentContext& context, int64_t end) const {
+  const int64_t most = context.rules.longest;
+  const int64_t padded = end * kFrame + context.rules.margin_end;
+  const int64_t out_end = std::min({padded, context.next_start, context.input_end});
   return std::max(out_begin_, most > 0 ? std::min(out_end, out_begin_ + most) : out_end);
+}
+
+// And where it ends with what has been delivered.
+int64_t Segment::OutEnd(const SegmentContext& context, int64_t end) const {
+  return std::max(out_begin_, std::min(WantedEnd(context, end), delivered_ * kFrame));
+}
+
+bool Segment::IsCompleteUntil(const SegmentContext& context, int64_t end) const {
+  SegmentContext alone = context;
+  alone.next_start = kMax64;
+  const int64_t wanted = WantedEnd(alone, end);
+  return wanted <= delivered_ * kFrame && wanted <= context.next_start;
 }
 
 // The place in the outbox of a position of the piece that has been emitted.
@@ -107,13 +131,13 @@ int64_t Segment::PlaceOf(const SegmentContext& context, int64_t position) const 
 
 // The frames at whose beginning the piece may be split.
 Segment::Range Segment::SplitRange(const SegmentContext& context) const {
-  const int64_t last = (out_begin_ + context.options.max_samples) / kFrame;
+  const int64_t last = (out_begin_ + context.rules.longest) / kFrame;
   const int64_t middle = (out_begin_ / kFrame + last) / 2;
   return {std::max({last - kSplitWindow, middle, start_ + 1}), last};
 }
 
 void Segment::SplitWhileTooLong(const SegmentContext& context, int64_t end) {
-  const int64_t most = context.options.max_samples;
+  const int64_t most = context.rules.longest;
   while (most > 0 && end * kFrame - out_begin_ > most) {
     const Range range = SplitRange(context);
     Split(context, QuietestPlace(context.history, range.first, range.last));
@@ -122,15 +146,19 @@ void Segment::SplitWhileTooLong(const SegmentContext& context, int64_t end) {
 
 void Segment::Split(const SegmentContext& context, int64_t at) {
   const Counts rest = CountsFrom(context, at);
+  const Counts whole = context.rules.counts_margins ? whole_ : whole_ - rest;
   piece_ = piece_ - rest;
-  EndPiece(context, at, at * kFrame, Complaint(context, at), VASK_STREAM_BY_SPLIT);
+  EndPiece(context, at, at * kFrame, Complaint(context, at, whole), VASK_STREAM_BY_SPLIT);
   piece_ = rest;
   BeginPiece(context, at, at * kFrame, 1);
 }
 
 Segment::Counts Segment::CountsFrom(const SegmentContext& context, int64_t frame) const {
   Counts counts = {};
-  for (int64_t t = frame; t < delivered_; ++t) counts.Add(context.history.Note(t), true);
+  for (int64_t t = frame; t < delivered_; ++t) {
+    counts.AddVoicing(context.history.Note(t));
+    counts.AddSums(context.history.Note(t));
+  }
   return counts;
 }
 
@@ -138,22 +166,28 @@ int32_t Segment::LengthUntil(int64_t end) const {
   return static_cast<int32_t>(std::min<int64_t>(end - whole_start_, kMax32));
 }
 
-// Why the options reject a segment that lasts until frame `end`, or 0. The whole segment counts, not only the
-// piece after the last split.
-int32_t Segment::Complaint(const SegmentContext& context, int64_t end) const {
-  const vask_stream_options& options = context.options;
-  if (whole_.voiced < options.min_voiced_frames) return VASK_STREAM_TOO_LITTLE_VOICE;
-  if (int64_t{LengthUntil(end)} * kFrame < options.min_samples) return VASK_STREAM_TOO_SHORT;
-  const bool has_tones = int64_t{whole_.tones} * 100 > int64_t{whole_.voiced_raw} * options.max_tone_percent;
+// Why the rules reject a segment that lasts until frame `end`, or 0. `whole`: what the whole segment has, not
+// only the piece after the last split.
+int32_t Segment::Complaint(const SegmentContext& context, int64_t end, const Counts& whole) const {
+  const SegmentRules& rules = context.rules;
+  const int64_t length = LengthUntil(end);
+  if (whole.voiced < rules.least_voiced) return VASK_STREAM_TOO_LITTLE_VOICE;
+  if (length * kFrame < rules.shortest) return VASK_STREAM_TOO_SHORT;
+  if (whole.speech < length * rules.least_speech) return VASK_STREAM_TOO_LITTLE_VOICE;
+  const bool has_tones = int64_t{whole.tones} * 100 > int64_t{whole.voiced_raw} * rules.most_tones;
   return has_tones ? VASK_STREAM_TONES : 0;
+}
+
+bool Segment::IsUtteranceUntil(int64_t end) const {
+  return IsUtterance(LengthUntil(std::max(end, start_)), whole_.voiced);
 }
 
 void Segment::End(const SegmentContext& context, int64_t end, int32_t reason, bool is_accepted) {
   if (!is_open_) return;
   end = std::max(end, start_);
   SplitWhileTooLong(context, end);
-  piece_.energy -= CountsFrom(context, end).energy;
-  int32_t complaint = Complaint(context, end);
+  LeaveOut(context, end);
+  int32_t complaint = Complaint(context, end, whole_);
   if (!is_accepted) {
     complaint = IsLongEnough(LengthUntil(end)) ? VASK_STREAM_TOO_LITTLE_VOICE : VASK_STREAM_TOO_SHORT;
   }
@@ -161,10 +195,12 @@ void Segment::End(const SegmentContext& context, int64_t end, int32_t reason, bo
   is_open_ = false;
 }
 
-void Segment::EndWithInput(const SegmentContext& context, int64_t end) {
-  if (!is_open_) return;
-  end = std::max(end, start_);
-  End(context, end, VASK_STREAM_BY_INPUT_END, IsUtterance(LengthUntil(end), whole_.voiced));
+// Leave what follows the end, from frame `end` on, out of the counts.
+void Segment::LeaveOut(const SegmentContext& context, int64_t end) {
+  Counts rest = CountsFrom(context, end);
+  if (context.rules.counts_margins) rest = {0, 0, 0, rest.energy, rest.speech};
+  piece_ = piece_ - rest;
+  whole_ = whole_ - rest;
 }
 
 // Report how the piece ended. Without a complaint its audio is kept, and the audio after it is left to the
@@ -176,6 +212,7 @@ void Segment::EndPiece(const SegmentContext& context, int64_t end, int64_t out_e
   if (reason != VASK_STREAM_BY_SPLIT) outbox.TakeBack(place_end, outbox.pushed());
   const int64_t frames = end - start_;
   const int64_t next_place = complaint == 0 ? place_end : outbox.TakeBack(place_, place_end);
+  if (complaint == 0) taken_ = out_end;
   outbox.Add({.kind = complaint == 0 ? VASK_STREAM_ENDED : VASK_STREAM_REJECTED,
               .reason = complaint == 0 ? reason : complaint,
               .segment = number_,

@@ -30,7 +30,8 @@ class Listener {
   // When an utterance's audio is read: once it has ended, or as soon as it is available.
   enum class Reads { kAtTheEnd, kEagerly };
 
-  explicit Listener(const vask_stream_options& options, Reads reads = Reads::kAtTheEnd)
+  template <typename Options>  // options, or a setup
+  explicit Listener(const Options& options, Reads reads = Reads::kAtTheEnd)
       : stream_(options), is_eager_(reads == Reads::kEagerly) {}
 
   // Write the next `piece` samples of the input; after the last, end it. False when all is done.

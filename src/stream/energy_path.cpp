@@ -1,0 +1,166 @@
+#include "stream/energy_path.h"
+
+#include <algorithm>
+#include <array>
+
+#include "engine/cleaning.h"
+#include "engine/lifecycle.h"
+#include "epd/endpoint_tracker.h"
+#include "stream/level.h"
+#include "stream/options.h"
+
+namespace vask {
+namespace {
+
+// How far the engine lags the frame being fed, in frames.
+constexpr int64_t kDetectorDelay = kNoiseDelay + 1;     // the detector's window begins a frame before that
+constexpr int64_t kDeliveryDelay = kDetectorDelay + 2;  // speech is delivered
+
+constexpr int64_t kFramesInFlight = 128;  // margin before a start, delays and flush, with room to spare
+constexpr int64_t kSampleFrames = 64;     // the margin before a start is emitted 49 frames late
+
+// Silence after the input: frames in flight come out, and a word that ends with the input is still found.
+constexpr int32_t kFlushContinuous = 2;  // frames
+constexpr int32_t kFlushUtterances = 14;
+
+SegmentRules RulesOf(const vask_stream_options& options) {
+  return {.has_audio = options.audio != VASK_STREAM_NO_AUDIO,
+          .margin_start = options.pad_start,
+          .margin_end = LongestPadEnd(options),
+          .longest = options.max_samples,
+          .shortest = options.min_samples,
+          .least_voiced = options.min_voiced_frames,
+          .most_tones = options.max_tone_percent,
+          .least_speech = 0,
+          .counts_margins = true};
+}
+
+}  // namespace
+
+// --- what the engine says, on the input's time line
+
+// The frame that the detector's newest values belong to: its window begins there.
+int64_t EnergyPath::DetectorFrame() const { return origin_ + detector().frame_index - 1; }
+
+// One past the last frame of speech if the hangover ends with the newest frame.
+int64_t EnergyPath::FrameAfterSpeech() const { return DetectorFrame() + 1 - hangover_frames_ - kEndLag; }
+
+// The same if the hangover is still running.
+int64_t EnergyPath::FrameAfterSpeechSoFar() const {
+  const energy_vad_prm& vad = detector().vad;
+  if (vad.speech_run > 0) return DetectorFrame() + 1;
+  return FrameAfterSpeech() + vad.hangover_count + 1;
+}
+
+void EnergyPath::NoteDetector(Timeline& line) const {
+  const energy_epd_prm& epd = detector();
+  if (epd.frame_index < 1) return;
+  FrameNote& note = line.history.Note(DetectorFrame());
+  note.log_energy = epd.vad.log_energy;
+  note.is_voiced = epd.uv.uv_smoothed == 1;
+  note.is_voiced_raw = epd.uv.uv_raw == 1;
+  note.is_tone = note.is_voiced_raw && epd.uv.tonality >= tone_tonality_;
+}
+
+// --- one frame
+
+// Run the engine on a copy of the frame, which it clips.
+Step EnergyPath::RunEngine(const Timeline& line, std::span<const int16_t, kFrame> frame) {
+  std::array<int16_t, kFrame> copy;
+  std::copy(frame.begin(), frame.end(), copy.begin());
+  const bool had_started = engine_.started != 0;
+  const Step step = ProcessFrame({.state = engine_, .tells_restarts = false}, copy);
+  if (!had_started) origin_ = line.frames;
+  return step;
+}
+
+void EnergyPath::EmitContinuous(Timeline& line, const Step& step) const {
+  // The engine drops all-zero silence before its first sound.
+  constexpr std::array<int16_t, kFrame> kSilence = {};
+  if (engine_.started == 0) {
+    line.Emit(kSilence);
+  } else if (!step.emitted.empty()) {
+    const bool is_raw = line.audio == VASK_STREAM_RAW;
+    line.Emit(is_raw ? line.history.Samples(line.frames - kNoiseDelay) : step.emitted);
+  }
+}
+
+// The engine emits whole frames, the last of them the frame of kDeliveryDelay frames ago.
+void EnergyPath::Deliver(Timeline& line, std::span<const int16_t> emitted) const {
+  const SegmentContext context = line.Context();
+  int64_t frame = line.frames - kDeliveryDelay + 1 - static_cast<int64_t>(emitted.size()) / kFrame;
+  if (!emitted.empty() && !line.segment.is_open()) {
+    line.segment.Start(context, origin_ + detector().start_frame, frame);
+  }
+  for (; !emitted.empty(); emitted = emitted.subspan(kFrame), ++frame) {
+    const bool is_raw = line.audio == VASK_STREAM_RAW;
+    line.segment.Deliver(context, is_raw ? line.history.Samples(frame) : emitted.first(kFrame));
+  }
+}
+
+// The engine has decided on the segment and starts again with the frame in which it decided, since that may
+// be speech again.
+void EnergyPath::EndSegment(Timeline& line, int32_t result, std::span<const int16_t, kFrame> frame) {
+  const bool is_forced = detector().vad.silence_run == 0;
+  line.segment.End(line.Context(), is_forced ? FrameAfterSpeechSoFar() : FrameAfterSpeech(),
+                   is_forced ? VASK_STREAM_BY_LONG_NOISE : VASK_STREAM_BY_SILENCE, result == kEnded);
+  WrapUp(engine_);
+  RunEngine(line, frame);
+}
+
+void EnergyPath::Take(Timeline& line, std::span<const int16_t, kFrame> frame) {
+  line.history.Enter(line.frames, frame);
+  line.history.Keep(line.frames, frame);
+  const Step step = RunEngine(line, frame);
+  if (line.is_continuous) {
+    EmitContinuous(line, step);
+    return;
+  }
+  NoteDetector(line);
+  Deliver(line, step.emitted);
+  if (step.result == kGoOn) {
+    line.segment.GoesOnUntil(line.Context(), FrameAfterSpeech() + 1);
+  } else {
+    EndSegment(line, step.result, frame);
+  }
+}
+
+// --- the input as a whole
+
+int64_t EnergyPath::TotalFrames(const Timeline& line) const {
+  return line.InputFrames() + (line.is_continuous ? kFlushContinuous : kFlushUtterances);
+}
+
+void EnergyPath::EndInput(Timeline& line) {
+  const int64_t end = std::min(FrameAfterSpeechSoFar(), line.InputFrames());
+  line.segment.End(line.Context(), end, VASK_STREAM_BY_INPUT_END, line.segment.IsUtteranceUntil(end));
+}
+
+void EnergyPath::Measure(const Timeline& line, vask_stream_measures& measures) const {
+  const energy_epd_prm& epd = detector();
+  measures.speech = epd.vad.vad_flag;
+  measures.voiced = epd.uv.uv_smoothed;
+  measures.open = line.segment.is_open() ? 1 : 0;
+  if (epd.frame_index < 1) return;
+  measures.detector_at = DetectorFrame() * kFrame;
+  measures.energy_db = UnitsToDb(epd.vad.log_energy);
+  measures.noise_db = UnitsToDb(epd.vad.noise_level);
+}
+
+void EnergyPath::Clear() {
+  WrapUp(engine_);
+  origin_ = 0;
+}
+
+bool EnergyPath::Open(Timeline& line, const vask_stream_options& options) {
+  line.rules = RulesOf(options);
+  hangover_frames_ = options.profile.hangover_frames;
+  tone_tonality_ = options.tone_tonality;
+  const int64_t notes = hangover_frames_ + Segment::kSplitWindow + kFramesInFlight;
+  if (!line.history.Open(notes, kSampleFrames)) return false;
+  return CreateEngine(engine_, options.mode, ProfileInForce(options.profile));
+}
+
+void EnergyPath::Close() { ReleaseEngine(engine_); }
+
+}  // namespace vask

@@ -1,0 +1,53 @@
+// A stream with the front end's own detector: runs an engine, and turns what that emits and decides into
+// audio and events on the input's time line.
+#pragma once
+
+#include <vask/stream.h>
+
+#include <cstdint>
+#include <span>
+
+#include "engine/pipeline.h"
+#include "engine/record.h"
+#include "stream/timeline.h"
+
+namespace vask {
+
+class EnergyPath {
+ public:
+  // `options` have passed the check for complaints. False if there is no memory.
+  bool Open(Timeline& line, const vask_stream_options& options);
+  void Close();
+  void Clear();
+
+  // Take one frame of the input, or of the silence after it.
+  void Take(Timeline& line, std::span<const int16_t, kFrame> frame);
+
+  // After the last of TotalFrames(): the input's frames and the silence that brings out what is in flight.
+  void EndInput(Timeline& line);
+  int64_t TotalFrames(const Timeline& line) const;
+
+  // The most samples that one frame emits: the margin before a start and what has arrived since.
+  int64_t most_out() const { return 48 * kFrame; }
+
+  // What the detector knows; the rest is filled in already.
+  void Measure(const Timeline& line, vask_stream_measures& measures) const;
+
+ private:
+  const energy_epd_prm& detector() const { return engine_.epd; }
+  int64_t DetectorFrame() const;
+  int64_t FrameAfterSpeech() const;
+  int64_t FrameAfterSpeechSoFar() const;
+  void NoteDetector(Timeline& line) const;
+  Step RunEngine(const Timeline& line, std::span<const int16_t, kFrame> frame);
+  void EmitContinuous(Timeline& line, const Step& step) const;
+  void Deliver(Timeline& line, std::span<const int16_t> emitted) const;
+  void EndSegment(Timeline& line, int32_t result, std::span<const int16_t, kFrame> frame);
+
+  epd_engine engine_;
+  int64_t origin_;  // the first frame that the engine heard since its last wrap-up
+  int32_t hangover_frames_;
+  int32_t tone_tonality_;  // Q16
+};
+
+}  // namespace vask

@@ -1,0 +1,23 @@
+// The setup of a stream: defaults, what is wrong with a caller's own, and the learned detector's rules in the
+// units that it counts in.
+#pragma once
+
+#include <vask/stream.h>
+
+#include <cstdint>
+
+#include "stream/segment.h"
+#include "stream/tracker.h"
+
+namespace vask {
+
+vask_stream_setup DefaultSetup();
+
+// A constant text, or null.
+const char* ComplaintAbout(const vask_stream_setup& setup);
+
+// These need a setup without complaints.
+TrackerRules TrackerRulesOf(const vask_stream_rules& rules);
+SegmentRules SegmentRulesOf(const vask_stream_setup& setup);
+
+}  // namespace vask
