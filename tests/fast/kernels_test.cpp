@@ -8,12 +8,14 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "dsp/arith.h"
 #include "dsp/exponential.h"
 #include "dsp/fft.h"
 #include "dsp/fft_512.h"
 #include "dsp/filters.h"
+#include "dsp/float_fft.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/square_root.h"
 #include "epd/endpoint.h"
@@ -24,6 +26,9 @@
 #include "epd/voicing_temporal.h"
 #include "gate/activation.h"
 #include "gate/matrix.h"
+#include "listening/gains.h"
+#include "listening/noise_floor.h"
+#include "listening/overlap.h"
 #include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
 #include "noise/gsap_fast.h"
@@ -294,6 +299,44 @@ void OfStates(Input x, Outputs& out) {
   Append(out, state);
 }
 
+template <typename Range>
+void AppendBits(Outputs& outputs, const Range& floats) {
+  for (const float value : floats) outputs.push_back(std::bit_cast<int32_t>(value));
+}
+
+// Two frames of the listening path, with a noise floor from the first: each value goes through all kernels.
+void OfListening(Input x, Outputs& out) {
+  const auto half = [&](size_t at) {
+    HalfWindow frame;
+    std::copy_n(x.begin() + static_cast<std::ptrdiff_t>(at), frame.size(), frame.begin());
+    return frame;
+  };
+  HalfWindow rising, left = half(400);
+  MakeRisingHalf(rising);
+  BinValues power = {}, speech = {}, gains = {}, inverse = {};
+  NoiseFloor floor = {};
+  for (const GainRule& rule : {GainRule{0.99f, 0.5f, 0.2f, 1}, GainRule{0.92f, 1, 0, 0.7f}}) {
+    FloatSamples samples;
+    FloatSpectrum spectrum;
+    TakeWindow(rising, half(120), half(280), samples);
+    AppendBits(out, samples);
+    ForwardFft(samples, spectrum);
+    AppendBits(out, spectrum.re);
+    AppendBits(out, spectrum.im);
+    PowerOfBins(spectrum, power);
+    LearnPair(power, speech, 0.3f, floor);
+    InvertFloor(floor, inverse);
+    WeighBins(rule, inverse, power, speech, gains, spectrum);
+    for (const BinValues& values : {power, floor.mean_log, inverse, speech, gains}) AppendBits(out, values);
+    InverseFft(spectrum, samples);
+    AppendBits(out, samples);
+    std::array<int16_t, kFrame> frame;
+    AddOverlap(rising, samples, left, frame.data());
+    AppendBits(out, left);
+    Append(out, frame);
+  }
+}
+
 // Run a kernel, or the step that it is part of, on an input.
 void Drive(Kernel kernel, Input x, Outputs& out) {
   switch (kernel) {
@@ -357,6 +400,15 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
     case Kernel::kSigmoids:
     case Kernel::kUpdateState:
       return OfStates(x, out);
+    case Kernel::kForwardFft:
+    case Kernel::kInverseFft:
+    case Kernel::kTakeWindow:
+    case Kernel::kAddOverlap:
+    case Kernel::kMoveMean:
+    case Kernel::kInvertFloor:
+    case Kernel::kPowerOfBins:
+    case Kernel::kWeighBins:
+      return OfListening(x, out);
   }
 }
 
