@@ -15,29 +15,30 @@ constexpr std::array<int16_t, kLogBands + 2> kEdgesQ4 = {
     528,  583,  641,  703,  768,  837,  911,  989,  1072, 1160, 1254, 1353, 1459, 1571,
     1689, 1816, 1949, 2092, 2243, 2403, 2573, 2753, 2945, 3149, 3365, 3594, 3838, 4096};
 
-// What a bin gives to the band that peaks at the next edge; the rest, to 2^8, goes to the band before it.
-struct Share {
-  uint8_t rising;  // band that rises here, from 0; kLogBands: none
-  int16_t weight_q8;
-};
-
 constexpr int32_t kOneQ8 = 256;
 
-constexpr std::array<Share, kSpectrumBins> MakeShares() {
-  std::array<Share, kSpectrumBins> shares = {};
-  size_t edge = 0;
-  for (int32_t bin = 0; bin < kSpectrumBins; ++bin) {
-    const int32_t place = bin * 16;
-    while (edge + 2 < kEdgesQ4.size() && place >= kEdgesQ4[edge + 1]) ++edge;
+// The bins between two neighbouring edges: those of segment e rise in band e and fall in band e - 1.
+struct Shares {
+  std::array<int32_t, kEdgesQ4.size()> first_bin;  // of each segment; one past the last bin at the end
+  std::array<uint16_t, kSpectrumBins>
+      rising_q8;  // what a bin gives to the rising band; the rest to the other
+};
+
+constexpr Shares MakeShares() {
+  Shares shares = {};
+  for (size_t edge = 0; edge < kEdgesQ4.size(); ++edge) shares.first_bin[edge] = (kEdgesQ4[edge] + 15) / 16;
+  shares.first_bin.back() = kSpectrumBins;
+  for (size_t edge = 0; edge + 1 < kEdgesQ4.size(); ++edge) {
     const int32_t low = kEdgesQ4[edge], high = kEdgesQ4[edge + 1];
-    const int32_t weight = place < low ? 0 : (place - low) * kOneQ8 / (high - low);
-    shares[static_cast<size_t>(bin)] = {static_cast<uint8_t>(edge), static_cast<int16_t>(weight)};
+    for (int32_t bin = shares.first_bin[edge]; bin < shares.first_bin[edge + 1]; ++bin) {
+      shares.rising_q8[static_cast<size_t>(bin)] =
+          static_cast<uint16_t>((bin * 16 - low) * kOneQ8 / (high - low));
+    }
   }
   return shares;
 }
 
-constexpr std::array<Share, kSpectrumBins> kShares = MakeShares();
-constexpr size_t kFirstBin = 2;  // the first above the first edge
+constexpr Shares kShares = MakeShares();
 
 // log2 of x in Q8, x 1 or more: the exponent and, within an octave, m + 0.344 m (1 - m), which is within 0.01
 // of log2(1 + m).
@@ -51,16 +52,18 @@ int32_t Log2Q8(uint64_t x) {
 }  // namespace
 
 void TakeLogBands(std::span<const int64_t> power, LogBands& bands) {
-  std::array<uint64_t, kLogBands + 2> sums = {};  // band b at b + 1
-  for (size_t bin = kFirstBin; bin < kSpectrumBins; ++bin) {
-    const Share share = kShares[bin];
-    const auto value = static_cast<uint64_t>(power[bin]);
-    const uint64_t rising = (value * static_cast<uint64_t>(share.weight_q8)) >> 8;
-    sums[share.rising + size_t{1}] += rising;
-    sums[share.rising] += value - rising;
-  }
-  for (size_t b = 0; b < bands.size(); ++b) {
-    bands[b] = static_cast<int16_t>(Log2Q8(sums[b + 1] + 1) >> 1);  // half the log of a power
+  uint64_t risen = 0;  // what band e - 1 has got while it rose
+  for (size_t e = 0; e <= bands.size(); ++e) {
+    uint64_t total = 0, rising = 0;
+    for (auto bin = static_cast<size_t>(kShares.first_bin[e]);
+         bin < static_cast<size_t>(kShares.first_bin[e + 1]); ++bin) {
+      const auto value = static_cast<uint64_t>(power[bin]);
+      total += value;
+      rising += (value * kShares.rising_q8[bin]) >> 8;
+    }
+    if (e > 0)
+      bands[e - 1] = static_cast<int16_t>(Log2Q8(risen + (total - rising) + 1) >> 1);  // half: of a power
+    risen = rising;
   }
 }
 
