@@ -11,6 +11,7 @@
 #include "files/inputs.h"
 #include "files/output_file.h"
 #include "jobs/jobs.h"
+#include "listen/listen_options.h"
 #include "listen/segments.h"
 #include "sound/audio_reader.h"
 #include "terminal/arguments.h"
@@ -26,6 +27,7 @@ Example:
   vask packets meeting.wav -o meeting.packets)";
 
 struct Arguments {
+  ListenOptions options;
   std::string input, output;
   int32_t bytes = 160;  // of codes per packet: 20 ms
   bool bare = false;    // no headers: all utterances in one stream of codes
@@ -92,11 +94,11 @@ class Packer : public SegmentSink {
   std::vector<uint8_t> packets_;  // of this utterance
 };
 
-void Pack(const vask_stream_options& options, const Arguments& arguments) {
+void Pack(const vask_stream_setup& setup, const Arguments& arguments) {
   AudioReader reader(arguments.input);
   Progress progress(arguments.input, reader.ExpectedSamples());
   Packer packer(arguments, progress);
-  Stream stream(options);
+  Stream stream(setup);
   if (!stream) throw std::bad_alloc();
   FindSegments(reader, stream, packer);
   packer.Commit();
@@ -114,13 +116,16 @@ Job PacketsJob(CLI::App& app, const EngineOptions& engine) {
   packets->add_option("--size", arguments->bytes, "Bytes per packet without the header (160: 20 ms)")
       ->type_name("N")
       ->check(CLI::Range(1, VASK_LARGEST_PACKET));
+  AddDetectorOptions(*packets, arguments->options);
   packets->add_flag("--bare", arguments->bare, "No headers: all utterances in one stream of codes");
   return {packets, [arguments, &engine] {
-            Inputs({arguments->input, engine.ConfigFile()}).CheckIsNone(arguments->output);
+            Inputs inputs({arguments->input, engine.ConfigFile()});
+            for (const std::string& file : FilesOf(arguments->options)) inputs.Add(file);
+            inputs.CheckIsNone(arguments->output);
             CheckConfig(engine);
-            StreamOptions options;
-            options.Device(engine.device, engine.os);
-            Pack(options, *arguments);
+            Listening listening(arguments->options, engine.device, engine.os);
+            listening.setup.options.audio = VASK_STREAM_CLEAN;
+            Pack(listening.setup, *arguments);
             return EXIT_SUCCESS;
           }};
 }

@@ -3,16 +3,19 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <vask/stream.hpp>
 
 #include "format.h"
 #include "listen/profile_file.h"
 #include "listing/listing.h"
+#include "terminal/arguments.h"
 #include "terminal/errors.h"
 
 namespace vask::command {
 namespace {
 
+constexpr double kLeastPause = 0.02;   // s: a step of the learned detector
 constexpr double kLeastSegment = 1.5;  // s: the margins, and something between them
 constexpr int32_t kFramesASecond = kRateHz / kFrameSamples;
 constexpr int32_t kFramesAnHour = 3600 * kFramesASecond;
@@ -29,52 +32,29 @@ void ApplyProfile(const std::string& profile, int32_t os, vask_stream_options& s
   }
 }
 
-}  // namespace
-
-bool NamesProfileFile(const std::string& profile) {
-  const bool number =
-      std::all_of(profile.begin(), profile.end(), [](char c) { return c >= '0' && c <= '9'; });
-  return profile != "general" && !(number && profile.size() < 10);
+bool IsSet(const std::string& text) { return !text.empty(); }
+template <typename T>
+bool IsSet(const std::optional<T>& value) {
+  return value.has_value();
 }
 
-void AddListenOptions(CLI::App& command, ListenOptions& options) {
-  const auto seconds = [&](const char* name, std::optional<double>& value, double least, int most,
-                           const char* help) {
-    command.add_option(name, value, help)->type_name("S")->check([least, most](const std::string& text) {
-      double number = -1;
-      if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) return std::string();
-      return text + " is not " + (least > 0 ? Decimal(least, 1) : "0") + " to " + std::to_string(most) + " s";
-    });
+// An option of the other detector is an error rather than ignored.
+void CheckDetector(const ListenOptions& options) {
+  const auto needs = [&](const char* name, bool is_set, const char* detector) {
+    if (is_set && options.detector != detector) {
+      throw UsageError(std::string(name) + " needs --detector " + detector);
+    }
   };
-  command.add_option("--preset", options.preset, "robust: for noisy rooms")
-      ->type_name("NAME")
-      ->check(CLI::IsMember({"robust"}));
-  command
-      .add_option("--profile", options.profile,
-                  "Detector values: general, the number of a device, or a file with some of them")
-      ->type_name("NAME|FILE")
-      ->check([](const std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); });
-  seconds("--pad-start", options.pad_start, 0, 1000,
-          "Start the span this long before the detected start (at most 0.35)");
-  seconds("--pad-end", options.pad_end, 0, 1000,
-          "End it this long after the detected end (at most the hangover)");
-  seconds("--min-speech", options.min_speech, 0, 3600, "Reject segments that are shorter from start to end");
-  seconds("--max-segment", options.max_segment, kLeastSegment, 36000,
-          "Split longer utterances where they are quietest");
-  seconds("--hangover", options.hangover, 0, 30, "Silence that ends an utterance (1)");
-  command.add_option("--min-voiced", options.min_voiced, "Reject segments with fewer voiced frames of 10 ms")
-      ->type_name("FRAMES")
-      ->check(CLI::Range(0, kFramesAnHour));
-  command
-      .add_option("--max-tones", options.max_tones, "Reject segments with more tones among the voiced frames")
-      ->type_name("PERCENT")
-      ->check(CLI::Range(0, 100));
-  command.add_option("--threshold", options.threshold, "How far speech must be above the noise (45)")
-      ->type_name("UNITS")
-      ->check(CLI::Range(0, 1000));
+  needs("--preset", IsSet(options.preset), "energy");
+  needs("--profile", IsSet(options.profile), "energy");
+  needs("--min-voiced", IsSet(options.min_voiced), "energy");
+  needs("--max-tones", IsSet(options.max_tones), "energy");
+  needs("--threshold", IsSet(options.threshold), "energy");
+  needs("--probability", IsSet(options.probability), "learned");
+  needs("--model", IsSet(options.model), "learned");
 }
 
-vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device, int32_t os) {
+vask_stream_options EnergyOptions(const ListenOptions& options, int32_t device, int32_t os) {
   StreamOptions stream;
   stream.audio = VASK_STREAM_NO_AUDIO;
   stream.Device(device, os);
@@ -97,6 +77,128 @@ vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device
   // The other options have been checked one by one.
   if (const char* complaint = stream.Complaint()) throw UsageError(std::string("--profile: ") + complaint);
   return stream;
+}
+
+void ApplyToLearned(const ListenOptions& options, vask_stream_setup& setup) {
+  const auto take = [](const std::optional<double>& value, float& field) {
+    if (value) field = static_cast<float>(*value);
+  };
+  vask_stream_rules& rules = setup.rules;
+  take(options.pad_start, rules.margin_start);
+  take(options.pad_end, rules.margin_end);
+  take(options.min_speech, rules.shortest);
+  take(options.probability, rules.open_probability);
+  if (options.hangover) rules.pause = static_cast<float>(std::max(*options.hangover, kLeastPause));
+  if (options.max_segment) setup.options.max_samples = Rounded(*options.max_segment * kRateHz);
+}
+
+vask_model* ReadModel(const std::string& path) {
+  int32_t reason = VASK_MODEL_OK;
+  vask_model* const model = vask_model_open(path.c_str(), &reason);
+  switch (reason) {
+    case VASK_MODEL_OK:
+      return model;
+    case VASK_MODEL_NO_MEMORY:
+      throw std::bad_alloc();
+    case VASK_MODEL_NO_FILE:
+      throw FileError(path, "cannot be read", "check its name and permissions");
+    case VASK_MODEL_DAMAGED:
+      throw FileError(path, "is damaged: its digest does not match", "copy it again");
+    case VASK_MODEL_TOO_LARGE:
+      throw FileError(path, "is too large for a detector", "train a smaller one");
+    default:
+      throw FileError(path, "is not a model that this version knows", "training/make.sh makes one");
+  }
+}
+
+}  // namespace
+
+bool NamesProfileFile(const std::string& profile) {
+  const bool number =
+      std::all_of(profile.begin(), profile.end(), [](char c) { return c >= '0' && c <= '9'; });
+  return profile != "general" && !(number && profile.size() < 10);
+}
+
+void AddDetectorOptions(CLI::App& command, ListenOptions& options) {
+  command
+      .add_option("--detector", options.detector,
+                  "learned, or energy: the front end's own, of levels and voicing (learned)")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"learned", "energy"}));
+  command.add_option("--model", options.model, "Model of the learned detector instead of the built-in one")
+      ->type_name("FILE")
+      ->check(CheckNotEmpty);
+}
+
+void AddListenOptions(CLI::App& command, ListenOptions& options) {
+  const auto seconds = [&](const char* name, std::optional<double>& value, double least, int most,
+                           const char* help) {
+    command.add_option(name, value, help)->type_name("S")->check([least, most](const std::string& text) {
+      double number = -1;
+      if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) return std::string();
+      return text + " is not " + (least > 0 ? Decimal(least, 1) : "0") + " to " + std::to_string(most) + " s";
+    });
+  };
+  AddDetectorOptions(command, options);
+  command
+      .add_option("--probability", options.probability,
+                  "How probable speech must be to start an utterance, 0 to 1")
+      ->type_name("P")
+      ->check(CLI::Range(0.0, 1.0));
+  command.add_option("--preset", options.preset, "robust: for noisy rooms (energy)")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"robust"}));
+  command
+      .add_option("--profile", options.profile,
+                  "Detector values: general, the number of a device, or a file with some of them (energy)")
+      ->type_name("NAME|FILE")
+      ->check([](const std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); });
+  seconds("--pad-start", options.pad_start, 0, 1000,
+          "Start the span this long before the detected start (0.1; energy: at most 0.35)");
+  seconds("--pad-end", options.pad_end, 0, 1000,
+          "End it this long after the detected end (0.25; energy: at most the hangover)");
+  seconds("--min-speech", options.min_speech, 0, 3600, "Reject segments that are shorter from start to end");
+  seconds("--max-segment", options.max_segment, kLeastSegment, 36000,
+          "Split longer utterances where they are quietest");
+  seconds("--hangover", options.hangover, 0, 30, "Silence that ends an utterance (a short one; energy: 1)");
+  command
+      .add_option("--min-voiced", options.min_voiced,
+                  "Reject segments with fewer voiced frames of 10 ms (energy)")
+      ->type_name("FRAMES")
+      ->check(CLI::Range(0, kFramesAnHour));
+  command
+      .add_option("--max-tones", options.max_tones,
+                  "Reject segments with more tones among the voiced frames (energy)")
+      ->type_name("PERCENT")
+      ->check(CLI::Range(0, 100));
+  command.add_option("--threshold", options.threshold, "How far speech must be above the noise (energy: 45)")
+      ->type_name("UNITS")
+      ->check(CLI::Range(0, 1000));
+}
+
+std::vector<std::string> FilesOf(const ListenOptions& options) {
+  std::vector<std::string> files;
+  if (NamesProfileFile(options.profile)) files.push_back(options.profile);
+  if (!options.model.empty()) files.push_back(options.model);
+  return files;
+}
+
+Listening::Listening(const ListenOptions& options, int32_t device, int32_t os) : setup(StreamSetup()) {
+  CheckDetector(options);
+  setup.options.audio = VASK_STREAM_NO_AUDIO;
+  if (options.detector == "energy") {
+    setup.options = EnergyOptions(options, device, os);
+    shows_span_start_ = setup.options.pad_start >= 0;
+    shows_span_end_ = setup.options.pad_end >= 0;
+    return;
+  }
+  setup.detector = VASK_STREAM_LEARNED;
+  ApplyToLearned(options, setup);
+  if (!options.model.empty()) model_.reset(ReadModel(options.model));
+  setup.model = model_.get();
+  shows_span_start_ = options.pad_start.has_value();
+  shows_span_end_ = options.pad_end.has_value();
+  if (const char* complaint = vask_stream_setup_complaint(&setup)) throw UsageError(complaint);
 }
 
 }  // namespace vask::command

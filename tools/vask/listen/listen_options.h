@@ -1,11 +1,14 @@
 // The options that say how a stream listens, for every subcommand that finds utterances.
 #pragma once
 
+#include <vask/model.h>
 #include <vask/stream.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -14,18 +17,46 @@ class App;
 namespace vask::command {
 
 struct ListenOptions {
-  std::string preset, profile;
+  std::string detector = "learned";  // or energy
+  std::string model;                 // a file; empty: the built-in one
+  std::string preset, profile;       // of the energy detector
   std::optional<double> pad_start, pad_end, min_speech, max_segment, hangover;  // s
-  std::optional<int32_t> min_voiced, max_tones, threshold;  // frames, percent, the detector's units
+  std::optional<double> probability;                                            // of the learned detector
+  std::optional<int32_t> min_voiced, max_tones, threshold;  // frames, percent, the energy detector's units
 };
 
+// --detector and --model alone.
+void AddDetectorOptions(CLI::App& command, ListenOptions& options);
+// These and all others.
 void AddListenOptions(CLI::App& command, ListenOptions& options);
 
 // Whether --profile names a file: not "general", a device's number or nothing.
 bool NamesProfileFile(const std::string& profile);
 
-// Options of a stream that delivers no audio yet. The profile overrides the preset, and the rest override
-// both. Throws UsageError, or FileError for a profile file.
-vask_stream_options StreamOptionsOf(const ListenOptions& options, int32_t device, int32_t os);
+// The files that the options name: none of them may be written to.
+std::vector<std::string> FilesOf(const ListenOptions& options);
+
+// The setup of streams, and the model that it needs: keep it while they are open.
+class Listening {
+ public:
+  // The streams deliver no audio yet. The profile overrides the preset, and the rest override both. Throws
+  // UsageError, or FileError for a profile file or a model.
+  Listening(const ListenOptions& options, int32_t device, int32_t os);
+
+  vask_stream_setup setup;
+
+  bool is_learned() const { return setup.detector == VASK_STREAM_LEARNED; }
+  // Whether a listing of single intervals shows the edge of the span rather than that of the speech.
+  bool shows_span_start() const { return shows_span_start_; }
+  bool shows_span_end() const { return shows_span_end_; }
+
+ private:
+  struct CloseModel {
+    void operator()(vask_model* model) const { vask_model_close(model); }
+  };
+
+  std::unique_ptr<vask_model, CloseModel> model_;
+  bool shows_span_start_, shows_span_end_;
+};
 
 }  // namespace vask::command

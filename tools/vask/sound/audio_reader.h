@@ -1,17 +1,14 @@
 // Any recording as 16 kHz mono 16-bit samples, a block at a time.
 #pragma once
 
-#include <soxr.h>
-
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "sound/sound_source.h"
-#include "terminal/errors.h"
+#include "sound/channel_reader.h"
+#include "sound/resampler.h"
 
 namespace vask::command {
 
@@ -19,8 +16,7 @@ namespace vask::command {
 // for bit. Memory does not grow with the recording.
 class AudioReader {
  public:
-  // A file's name, or "-" for standard input. Throws FileError if it is missing, empty, a directory,
-  // unreadable or not audio, or if its rate is out of range.
+  // As ChannelReader does.
   explicit AudioReader(const std::string& path);
 
   // Fills `out` unless the recording ends first; returns the number of samples, 0 at the end.
@@ -31,30 +27,21 @@ class AudioReader {
   // Length in samples at 16 kHz according to the file's header; 0 if unknown, as with most pipes.
   int64_t ExpectedSamples() const;
 
-  int32_t rate() const { return source_->rate(); }  // Hz, the recording's own
-  int32_t channels() const { return source_->channels(); }
-  int64_t frames_read() const { return frames_read_; }  // at that rate
+  int32_t rate() const { return source_.rate(); }  // Hz, the recording's own
+  int32_t channels() const { return source_.channels(); }
+  int64_t frames_read() const { return source_.frames_read(); }  // at that rate
 
-  // Once all has been read: what is wrong if the recording is shorter than its header says, or damaged from
-  // there on. What came before may be used.
-  std::optional<FileError> Shortfall() const;
-  void CheckWhole() const;  // throws it
+  std::optional<FileError> Shortfall() const { return source_.Shortfall(); }
+  void CheckWhole() const { source_.CheckWhole(); }
 
  private:
-  struct DeleteResampler {
-    void operator()(soxr* resampler) const { soxr_delete(resampler); }
-  };
-
   size_t ReadMono(std::span<double> out);  // at the recording's own rate, 1.0 = full scale
   size_t Resample(std::span<double> out);
 
-  std::string name_;  // for messages
-  std::unique_ptr<SoundSource> source_;
-  std::unique_ptr<soxr, DeleteResampler> resampler_;  // none at 16 kHz
-  int64_t frames_read_ = 0;
-  bool ended_ = false;
-  std::vector<double> interleaved_;  // a block of all channels
-  std::vector<double> mono_;         // waits for the resampler
+  ChannelReader source_;
+  std::optional<Resampler> resampler_;  // none at 16 kHz
+  std::vector<double> interleaved_;     // a block of all channels
+  std::vector<double> mono_;            // waits for the resampler
   size_t mono_begin_ = 0, mono_end_ = 0;
   std::vector<double> converted_;  // at 16 kHz
 };

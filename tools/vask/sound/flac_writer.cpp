@@ -2,12 +2,14 @@
 #include <sndfile.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <vector>
 
 #include "files/output_file.h"
-#include "format.h"
 #include "sound/sndfile_lock.h"
 #include "sound/sound_writer.h"
+#include "terminal/errors.h"
 #include "terminal/writing.h"
 
 namespace vask::command {
@@ -41,11 +43,18 @@ sf_count_t WriteTo(const void* from, sf_count_t n, void* user) {
 
 class FlacWriter : public SoundWriter {
  public:
-  explicit FlacWriter(const std::string& name) : file_(name), target_{file_.fd()} {
+  FlacWriter(const std::string& name, const SoundForm& form)
+      : file_(name), target_{file_.fd()}, bits_(form.samples == SampleForm::kInt16 ? 16 : 24) {
     SF_INFO info = {};
-    info.samplerate = kRateHz;
-    info.channels = 1;
-    info.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+    info.samplerate = form.rate;
+    info.channels = form.channels;
+    info.format = SF_FORMAT_FLAC | (bits_ == 16 ? SF_FORMAT_PCM_16 : SF_FORMAT_PCM_24);
+    if (sf_format_check(&info) == 0) {
+      throw FileError(name,
+                      "cannot be FLAC with " + std::to_string(form.channels) + " channels at " +
+                          std::to_string(form.rate) + " Hz",
+                      "write WAV");
+    }
     const std::lock_guard lock(sndfile_lock);
     SF_VIRTUAL_IO io = {LengthOf, SeekIn, ReadFrom, WriteTo, TellIn};
     flac_.reset(sf_open_virtual(&io, SFM_WRITE, &info, &target_));
@@ -55,6 +64,14 @@ class FlacWriter : public SoundWriter {
   void Write(std::span<const int16_t> samples) override {
     const auto n = static_cast<sf_count_t>(samples.size());
     if (sf_write_short(flac_.get(), samples.data(), n) != n || target_.error != 0) Fail();
+  }
+
+  void Write(std::span<const double> interleaved) override {
+    std::vector<int> values(interleaved.size());  // the highest bits count
+    std::transform(interleaved.begin(), interleaved.end(), values.begin(),
+                   [&](double value) { return ToInteger(value, bits_) * (1 << (32 - bits_)); });
+    const auto n = static_cast<sf_count_t>(values.size());
+    if (sf_write_int(flac_.get(), values.data(), n) != n || target_.error != 0) Fail();
   }
 
   void Commit() override {
@@ -72,13 +89,14 @@ class FlacWriter : public SoundWriter {
 
   OutputFile file_;
   Target target_;
+  int32_t bits_;
   std::unique_ptr<SNDFILE, CloseFile> flac_;  // closed first
 };
 
 }  // namespace
 
-std::unique_ptr<SoundWriter> MakeFlacWriter(const std::string& target) {
-  return std::make_unique<FlacWriter>(target);
+std::unique_ptr<SoundWriter> MakeFlacWriter(const std::string& target, const SoundForm& form) {
+  return std::make_unique<FlacWriter>(target, form);
 }
 
 }  // namespace vask::command

@@ -30,6 +30,23 @@ std::string Reason(SNDFILE* file) {
   return text;
 }
 
+SampleForm FormOf(int format) {
+  switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+    case SF_FORMAT_DWVW_24:
+      return SampleForm::kInt24;
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_ALAC_32:
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_DOUBLE:
+      return SampleForm::kFloat;
+    default:
+      return SampleForm::kInt16;
+  }
+}
+
 [[noreturn]] void ThrowNoSamples(const std::string& name) {
   throw FileError(name, "holds no samples", "record or copy it again");
 }
@@ -88,6 +105,7 @@ class SoundFile : public SoundSource {
     }
     rate_ = info.samplerate;
     channels_ = info.channels;
+    form_ = FormOf(info.format);
     return info;
   }
 

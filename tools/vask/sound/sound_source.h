@@ -7,6 +7,7 @@
 #include <string>
 
 #include "files/input_file.h"
+#include "sound/sample_form.h"
 #include "sound/wav_header.h"
 
 namespace vask::command {
@@ -17,6 +18,7 @@ class SoundSource {
 
   int32_t rate() const { return rate_; }          // Hz
   int32_t channels() const { return channels_; }  // at least 1
+  SampleForm form() const { return form_; }       // in the file
   int64_t frames() const { return frames_; }      // available, one sample of each channel; 0: unknown
 
   // Once the end has been read: frames that the header promised, 0 if it does not say, and why the recording
@@ -31,6 +33,7 @@ class SoundSource {
  protected:
   int32_t rate_ = 0;
   int32_t channels_ = 1;
+  SampleForm form_ = SampleForm::kInt16;
   int64_t frames_ = 0;
   int64_t promised_ = 0;
   std::string damage_;

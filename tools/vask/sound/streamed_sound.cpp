@@ -26,30 +26,32 @@ class StreamedSound : public SoundSource {
  public:
   // The first samples may have been read already.
   StreamedSound(std::unique_ptr<InputFile> input, const WavForm& form, std::vector<uint8_t> pending = {})
-      : input_(std::move(input)), form_(form), pending_(std::move(pending)) {
-    rate_ = form_.rate;
-    channels_ = form_.channels;
-    if (form_.data_bytes != kUntilTheEnd) {
-      frames_ = static_cast<int64_t>(form_.data_bytes / static_cast<size_t>(form_.bytes * form_.channels));
+      : input_(std::move(input)), wav_(form), pending_(std::move(pending)) {
+    rate_ = wav_.rate;
+    channels_ = wav_.channels;
+    if (wav_.bytes == 3) form_ = SampleForm::kInt24;
+    if (wav_.bytes == 4) form_ = SampleForm::kFloat;
+    if (wav_.data_bytes != kUntilTheEnd) {
+      frames_ = static_cast<int64_t>(wav_.data_bytes / static_cast<size_t>(wav_.bytes * wav_.channels));
       promised_ = frames_;
     }
   }
 
   size_t Read(std::span<double> interleaved) override {
-    const auto channels = static_cast<size_t>(form_.channels), bytes = static_cast<size_t>(form_.bytes);
+    const auto channels = static_cast<size_t>(wav_.channels), bytes = static_cast<size_t>(wav_.bytes);
     const size_t frame = channels * bytes, most = interleaved.size() / channels * frame;
-    while (pending_.size() < frame && form_.data_bytes > 0) {
+    while (pending_.size() < frame && wav_.data_bytes > 0) {
       const size_t had = pending_.size();
-      pending_.resize(static_cast<size_t>(std::min<uint64_t>(most, had + form_.data_bytes)));
+      pending_.resize(static_cast<size_t>(std::min<uint64_t>(most, had + wav_.data_bytes)));
       const size_t n = input_->ReadSome(std::span(pending_).subspan(had));
       pending_.resize(had + n);
-      form_.data_bytes -= n;
+      wav_.data_bytes -= n;
       if (n == 0) break;
     }
     const size_t samples = std::min(pending_.size(), most) / frame * channels;
     if (samples == 0) End();
     any_ = true;
-    for (size_t i = 0; i < samples; ++i) interleaved[i] = WavSample(form_, &pending_[i * bytes]);
+    for (size_t i = 0; i < samples; ++i) interleaved[i] = WavSample(wav_, &pending_[i * bytes]);
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(samples * bytes));
     return samples / channels;
   }
@@ -68,7 +70,7 @@ class StreamedSound : public SoundSource {
   }
 
   std::unique_ptr<InputFile> input_;
-  WavForm form_;                  // data_bytes: those that are still to be read
+  WavForm wav_;                   // data_bytes: those that are still to be read
   std::vector<uint8_t> pending_;  // read but not delivered yet
   bool any_ = false;              // samples have been delivered
 };

@@ -32,14 +32,16 @@ extension, and a format that holds one recording to DIR/NAME.EXT. A file appears
 several recordings have the same name, NAME is NAME_FOLDER, or ends in a hash of the path. A hidden file in
 DIR records what was written and finished: a new run replaces what was written of the same recordings, and
 other files only with --overwrite. One run at a time writes to DIR.
-By default a span begins 0.35 s before START and continues for the hangover after END, about a second. An
-option overrides the profile, which overrides the preset. A file for --profile holds lines such as
-"vad_threshold 40" or a JSON object.
+A span begins 0.1 s before START and ends 0.25 s after END; with --detector energy 0.35 s before and about a
+second after, the hangover. Options marked (energy) need that detector: it learns the noise of a recording
+and judges levels and voicing. There an option overrides the profile, which overrides the preset; a file for
+--profile holds lines such as "vad_threshold 40" or a JSON object.
 If FILE is -, each utterance is listed as soon as it ends; Ctrl-C ends the input.
 Examples:
   vask detect meeting.wav | awk -F'\t' '{ spoken += $4 - $3 } END { print spoken, "s" }'
   vask detect -o utterances --flac --pad-start 0.1 --pad-end 0.2 monday.flac tuesday.flac
-  vask detect --preset robust --threshold 35 -f jsonl street.wav | jq .start
+  vask detect --probability 0.5 --hangover 1 -f jsonl street.wav | jq .start
+  vask detect --detector energy --preset robust --threshold 35 street.wav
   find . -name '*.wav' -print0 | vask detect -0 --files-from - -o out --resume > list.txt
   arecord -f S16_LE -r 16000 | vask detect --meter -
   vask detect -f webvtt --max-segment 10 talk.mp3 > talk.vtt)";
@@ -59,6 +61,11 @@ void CheckTogether(const DetectArguments& arguments) {
   }
 }
 
+int32_t AudioOf(const std::string& name) {
+  if (name == "raw") return VASK_STREAM_RAW;
+  return name == "listening" ? VASK_STREAM_LISTENING : VASK_STREAM_CLEAN;
+}
+
 // Checks the arguments and lists the utterances of all inputs.
 int Detect(DetectArguments arguments, int32_t device, int32_t os) {
   CheckTogether(arguments);
@@ -68,15 +75,16 @@ int Detect(DetectArguments arguments, int32_t device, int32_t os) {
     if (arguments.inputs.empty()) return EXIT_SUCCESS;
     CheckTogether(arguments);
   }
-  vask_stream_options options = StreamOptionsOf(arguments.options, device, os);
-  if (!arguments.output.empty()) {
-    options.audio = arguments.audio == "raw" ? VASK_STREAM_RAW : VASK_STREAM_CLEAN;
+  Listening listening(arguments.options, device, os);
+  if (!arguments.output.empty()) listening.setup.options.audio = AudioOf(arguments.audio);
+  if (const char* complaint = vask_stream_setup_complaint(&listening.setup)) {
+    throw UsageError(std::string("--audio ") + arguments.audio + ": " + complaint);
   }
   if (arguments.meter && !TerminalLine::Possible()) {
     std::fputs("vask: --meter: standard error is not a terminal: nothing is shown\n", stderr);
     arguments.meter = false;
   }
-  return DetectAll(arguments, options);
+  return DetectAll(arguments, listening);
 }
 
 }  // namespace
@@ -102,10 +110,11 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
                             ->check(CheckNotEmpty);
   detect->add_flag("--flac", arguments->flac, "Write them as FLAC")->needs(output);
   detect
-      ->add_option("--audio", arguments->audio,
-                   "Audio to write: clean, with the noise reduced, or raw (clean)")
+      ->add_option(
+          "--audio", arguments->audio,
+          "Audio to write: clean, with the noise reduced, listening, reduced for people, or raw (clean)")
       ->type_name("KIND")
-      ->check(CLI::IsMember({"clean", "raw"}));
+      ->check(CLI::IsMember({"clean", "listening", "raw"}));
   detect->add_flag("--resume", arguments->resume, "Skip what an earlier run into DIR finished")
       ->needs(output);
   detect

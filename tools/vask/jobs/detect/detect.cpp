@@ -30,7 +30,7 @@ namespace {
 // What all threads of a run share.
 struct Run {
   const DetectArguments& arguments;
-  vask_stream_options options;
+  const Listening& listening;
   OrderedListing& ordered;
   UtteranceFiles* files;  // null without -o
   ListingEdges edges;
@@ -207,7 +207,7 @@ class Workers {
  private:
   void Loop() {
     try {
-      Stream stream(run_.options);
+      Stream stream(run_.listening.setup);
       if (!stream) throw std::bad_alloc();
       for (size_t number; (number = next_++) < run_.arguments.inputs.size();) {
         run_.ordered.ThrowIfStopped();
@@ -237,34 +237,45 @@ class Workers {
   std::exception_ptr failure_;
 };
 
-// Everything that changes what is found or written, as text.
-std::string Fingerprint(const DetectArguments& arguments, const vask_stream_options& options) {
-  std::string text = VASK_VERSION;
-  text += arguments.flac ? " flac" : " wav";
-  static_assert(std::has_unique_object_representations_v<vask_stream_options>);
-  for (const int32_t value :
-       std::bit_cast<std::array<int32_t, sizeof(vask_stream_options) / sizeof(int32_t)>>(options)) {
-    text += ' ';
-    text += std::to_string(value);
-  }
+// A number as text of its bits.
+std::string Text(int32_t value) { return ' ' + std::to_string(value); }
+std::string Text(float value) { return Text(std::bit_cast<int32_t>(value)); }
+
+template <typename Record, typename Value>
+std::string TextOf(const Record& record) {
+  static_assert(sizeof(Record) % sizeof(Value) == 0);
+  std::string text;
+  for (const Value value : std::bit_cast<std::array<Value, sizeof(Record) / sizeof(Value)>>(record))
+    text += Text(value);
   return text;
+}
+
+// Everything that changes what is found or written, as text.
+std::string Fingerprint(const DetectArguments& arguments, const Listening& listening) {
+  const vask_stream_setup& setup = listening.setup;
+  static_assert(std::has_unique_object_representations_v<vask_stream_options>);
+  std::string text = std::string(VASK_VERSION) + (arguments.flac ? " flac" : " wav");
+  text += TextOf<vask_stream_options, int32_t>(setup.options);
+  if (!listening.is_learned()) return text;
+  return text + " learned " + std::to_string(vask_model_digest(setup.model)) +
+         TextOf<vask_stream_rules, float>(setup.rules);
 }
 
 }  // namespace
 
-int DetectAll(const DetectArguments& arguments, const vask_stream_options& options) {
+int DetectAll(const DetectArguments& arguments, const Listening& listening) {
   std::optional<UtteranceFiles> files;
   if (!arguments.output.empty()) {
     Inputs inputs(arguments.inputs);
     if (!arguments.files_from.empty()) inputs.Add(arguments.files_from);
-    if (NamesProfileFile(arguments.options.profile)) inputs.Add(arguments.options.profile);
-    files.emplace(arguments, Fingerprint(arguments, options), std::move(inputs));
+    for (const std::string& file : FilesOf(arguments.options)) inputs.Add(file);
+    files.emplace(arguments, Fingerprint(arguments, listening), std::move(inputs));
   }
-  const ListingEdges edges = {options.pad_start >= 0, options.pad_end >= 0};
+  const ListingEdges edges = {listening.shows_span_start(), listening.shows_span_end()};
   const std::unique_ptr<Listing> listing = MakeListing(arguments.format, edges);
   const bool listing_per_input = files && !listing->EndingOfOne().empty();
   OrderedListing ordered(listing_per_input ? nullptr : listing.get());
-  Run run = {arguments, options, ordered, files ? &*files : nullptr, edges, listing_per_input, 0};
+  Run run = {arguments, listening, ordered, files ? &*files : nullptr, edges, listing_per_input, 0};
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());

@@ -31,7 +31,7 @@ Job ReportJob(CLI::App& app, const EngineOptions& engine) {
   AddListenOptions(*report, arguments->options);
   return {report, [arguments, &engine] {
             Inputs inputs({arguments->input, engine.ConfigFile()});
-            if (NamesProfileFile(arguments->options.profile)) inputs.Add(arguments->options.profile);
+            for (const std::string& file : FilesOf(arguments->options)) inputs.Add(file);
             inputs.CheckIsNone(arguments->output);
             CheckConfig(engine);
             Report(*arguments, engine.device, engine.os);

@@ -26,10 +26,10 @@ constexpr int64_t kLongestExact = int64_t{4} * 60 * kRateHz;  // longer sound is
 
 double Seconds(int64_t samples) { return static_cast<double>(samples) / kRateHz; }
 
-Stream Open(vask_stream_options options, int32_t mode, int32_t audio) {
-  options.mode = mode;
-  options.audio = audio;
-  Stream stream(options);
+Stream Open(vask_stream_setup setup, int32_t mode, int32_t audio) {
+  setup.options.mode = mode;
+  setup.options.audio = audio;
+  Stream stream(setup);
   if (!stream) throw std::bad_alloc();
   return stream;
 }
@@ -37,10 +37,10 @@ Stream Open(vask_stream_options options, int32_t mode, int32_t audio) {
 // The recording as it came in, and what the detector makes of it.
 class Heard {
  public:
-  Heard(const AudioReader& reader, const vask_stream_options& options, const Fineness& fineness,
+  Heard(const AudioReader& reader, const vask_stream_setup& setup, const Fineness& fineness,
         std::optional<Sound::Type> sound)
       : reader_(reader),
-        stream_(Open(options, VASK_STREAM_UTTERANCES, VASK_STREAM_NO_AUDIO)),
+        stream_(Open(setup, VASK_STREAM_UTTERANCES, VASK_STREAM_NO_AUDIO)),
         picture_(fineness, sound),
         traces_(fineness.trace_frames) {}
 
@@ -50,7 +50,7 @@ class Heard {
       const auto frame = samples.first(std::min<size_t>(samples.size(), kFrameSamples));
       stream_.Write(frame);
       samples = samples.subspan(frame.size());
-      traces_.Add(stream_.Measures());
+      traces_.Add(stream_.Measures(), stream_.Hearing());
       TakeEvents();
     }
   }
@@ -66,6 +66,8 @@ class Heard {
     page.AddValues("trace-level", traces_.level());
     page.AddValues("trace-energy", traces_.energy());
     page.AddValues("trace-noise", traces_.noise());
+    page.AddValues("trace-speech", traces_.speech());
+    page.AddValues("trace-music", traces_.music());
     page.AddValues("trace-flags", traces_.flags());
   }
 
@@ -99,8 +101,9 @@ class Heard {
 // The recording without its noise, in step with the input.
 class Cleaned {
  public:
-  Cleaned(const vask_stream_options& options, const Fineness& fineness, std::optional<Sound::Type> sound)
-      : stream_(Open(options, VASK_STREAM_CONTINUOUS, VASK_STREAM_CLEAN)),
+  Cleaned(const vask_stream_setup& setup, const Fineness& fineness, std::optional<Sound::Type> sound)
+      : stream_(Open(setup, VASK_STREAM_CONTINUOUS,
+                     setup.detector == VASK_STREAM_LEARNED ? VASK_STREAM_LISTENING : VASK_STREAM_CLEAN)),
         picture_(fineness, sound),
         samples_(kBlock) {}
 
@@ -134,7 +137,7 @@ class Cleaned {
 }  // namespace
 
 void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
-  const vask_stream_options options = StreamOptionsOf(arguments.options, device, os);
+  const Listening listening(arguments.options, device, os);
   AudioReader reader(arguments.input);
   Page page(arguments.output);
   const int64_t expected = reader.ExpectedSamples();
@@ -142,8 +145,8 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   std::optional<Sound::Type> sound;
   if (!arguments.no_audio) sound = exact ? Sound::Type::kWav : Sound::Type::kOpus;
   const Fineness fineness = Fineness::For(expected);
-  Heard heard(reader, options, fineness, sound);
-  Cleaned cleaned(options, fineness, sound);
+  Heard heard(reader, listening.setup, fineness, sound);
+  Cleaned cleaned(listening.setup, fineness, sound);
 
   Progress progress(arguments.input, expected);
   std::vector<int16_t> block(kBlock);
@@ -170,6 +173,8 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
                           {"spectrogram_lowest", Spectrogram::kLowestDb},
                           {"trace_step", Seconds(kFrameSamples * fineness.trace_frames)},
                           {"trace_steps_per_db", Traces::kStepsPerDb},
+                          {"detector", arguments.options.detector},
+                          {"probability", listening.setup.rules.open_probability},
                           {"level_lowest", Traces::kLowestLevelDb}});
   heard.WriteTo(page);
   cleaned.WriteTo(page);

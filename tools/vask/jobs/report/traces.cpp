@@ -8,10 +8,15 @@
 namespace vask::command {
 namespace {
 
-uint8_t InSteps(float db) {
+constexpr int64_t kFramesOfStep = 2;        // of the learned detector
+constexpr int64_t kLookBack = kRateHz / 5;  // samples
+
+uint8_t DbInSteps(float db) {
   const long steps = std::lround(db * Traces::kStepsPerDb);
   return static_cast<uint8_t>(std::clamp(steps, 0L, long{Traces::kNone} - 1));
 }
+
+uint8_t ShareInSteps(float share) { return static_cast<uint8_t>(std::lround(share * Traces::kStepsOfOne)); }
 
 void Raise(uint8_t& value, uint8_t candidate) {
   value = value == Traces::kNone ? candidate : std::max(value, candidate);
@@ -19,25 +24,47 @@ void Raise(uint8_t& value, uint8_t candidate) {
 
 }  // namespace
 
-void Traces::Add(const vask_stream_measures& measures) {
+void Traces::Add(const vask_stream_measures& measures, const std::optional<vask_stream_hearing>& hearing) {
   if (measures.heard > heard_) {
     heard_ = measures.heard;
-    Raise(level_[ColumnAt(heard_ - kFrameSamples)], InSteps(measures.level_db - kLowestLevelDb));
+    Raise(level_[ColumnAt(heard_ - kFrameSamples)], DbInSteps(measures.level_db - kLowestLevelDb));
   }
-  if (measures.detector_at > detector_at_) {
-    detector_at_ = measures.detector_at;
-    const size_t at = ColumnAt(detector_at_);
-    Raise(energy_[at], InSteps(measures.energy_db));
-    Raise(noise_[at], InSteps(measures.noise_db));
-    if (measures.speech != 0) flags_[at] |= kSpeech;
-    if (measures.voiced != 0) flags_[at] |= kVoiced;
+  if (measures.detector_at <= detector_at_) return;
+  detector_at_ = measures.detector_at;
+  if (hearing) {
+    AddHeard(measures, *hearing);
+  } else {
+    AddMeasured(measures);
   }
+}
+
+void Traces::AddMeasured(const vask_stream_measures& measures) {
+  const size_t at = ColumnAt(detector_at_);
+  Raise(energy_[at], DbInSteps(measures.energy_db));
+  Raise(noise_[at], DbInSteps(measures.noise_db));
+  if (measures.speech != 0) flags_[at] |= kSpeech;
+  if (measures.voiced != 0) flags_[at] |= kVoiced;
+}
+
+// A step is judged once more 0.2 s after it: that verdict is shown.
+void Traces::AddHeard(const vask_stream_measures& measures, const vask_stream_hearing& hearing) {
+  for (int64_t frame = 0; frame < kFramesOfStep; ++frame) {
+    const int64_t position = detector_at_ - kLookBack + frame * kFrameSamples;
+    if (position < 0) continue;
+    const size_t at = ColumnAt(position);
+    Raise(speech_[at], ShareInSteps(hearing.speech_200ms_ago));
+    Raise(music_[at], ShareInSteps(hearing.music));
+    if (hearing.speech_200ms_ago >= 0.5f) flags_[at] |= kVoiced;
+  }
+  const size_t newest = ColumnAt(detector_at_);
+  if (measures.speech != 0) flags_[newest] |= kSpeech;
 }
 
 size_t Traces::ColumnAt(int64_t position) {
   const auto column = static_cast<size_t>(position / kFrameSamples / frames_);
   if (column >= level_.size()) {
-    for (std::vector<uint8_t>* values : {&level_, &energy_, &noise_}) values->resize(column + 1, kNone);
+    for (std::vector<uint8_t>* values : {&level_, &energy_, &noise_, &speech_, &music_})
+      values->resize(column + 1, kNone);
     flags_.resize(column + 1, 0);
   }
   return column;
