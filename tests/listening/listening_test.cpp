@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "dsp/float_fft.h"
+#include "listening/gains.h"
 #include "listening/noise_floor.h"
 #include "support/inputs.h"
 
@@ -105,14 +106,14 @@ TEST(Listening, GivesTheInputDelayedWhereNothingIsToBeCut) {
 
 TEST(Listening, CutsASteadyBackgroundToTheFloorFromItsFirstSampleOn) {
   for (const float floor_db : {-9.0f, -15.0f, -24.0f}) {
-    for (const int32_t amplitude : {30, 1000, 30000}) {
+    for (const int32_t amplitude : {100, 1000, 30000}) {
       Path path(floor_db);
       const Samples input = test::Noise(3 * kOneSecond, amplitude, 2);
       const Samples output = Filtered(path, input, Nobody);
       const auto cut = [&](size_t from, size_t to) {
         return LevelDb(output, from, to) - LevelDb(input, from, to);
       };
-      EXPECT_NEAR(cut(kOneSecond, output.size()), floor_db, 1) << amplitude;
+      EXPECT_NEAR(cut(kOneSecond, output.size()), floor_db, 0.4) << amplitude;
       EXPECT_NEAR(path.high_gain(), std::pow(10, floor_db / 20), 0.1) << amplitude;
       for (size_t from = 0; from < kOneSecond; from += 4 * kFrame)  // 40 ms: no burst
         EXPECT_LT(cut(from, from + 4 * kFrame), floor_db / 2) << amplitude << ", sample " << from;
@@ -152,6 +153,46 @@ TEST(Listening, LearnsOnlyWhereNobodySpeaksAndFromThatTime) {
               LevelDb(input, kOneSecond + 320, kOneSecond + 1280), 0.1)
       << "learned too early";
   EXPECT_LT(LevelDb(output, 24000, 31000), LevelDb(input, 24000, 31000) - 12) << "not learned";
+}
+
+TEST(Listening, LearnsFromTheVeryStepThatTheVerdictIsAbout) {
+  // Somebody speaks, loudly, but for the step of frames 100 and 101. Its two windows begin in frame 99. With
+  // any other frame in the floor the loud noise behind it would be cut.
+  Samples input = test::Noise(2 * kOneSecond, 20000, 7);
+  for (size_t i = 99 * kFrame; i < 102 * kFrame; ++i) input[i] = static_cast<int16_t>(input[i] / 100);
+  Path path;
+  const Samples output =
+      Filtered(path, input, [](int32_t frame) { return frame / 2 == 50 ? kNobody : kSomebody; });
+  EXPECT_NEAR(LevelDb(output, 18000, 31000), LevelDb(input, 18000, 31000), 0.05);
+}
+
+TEST(Gains, AreThoseOfTheSecondStepAboveTheFloor) {
+  struct Case {
+    float previous_share, noise_factor, least_gain, filtered, speech, gain;
+  };
+  // Power 16 over a noise of 1. prior = previous_share * speech * factor + (1 - previous_share) *
+  // max(16 factor - 1, 0), snr = (prior / (1 + prior))^2 * 16 factor, gain = snr / (1 + snr).
+  for (const Case& c : {Case{0.92f, 1, 0, 1, 0, 0.8264f},      // prior 1.2, snr 4.760
+                        Case{0.92f, 0.5f, 0, 1, 0, 0.5076f},   // prior 0.56, snr 1.031
+                        Case{0.92f, 1, 0, 1, 10, 0.93015f},    // prior 10.4, snr 13.316
+                        Case{0.92f, 0.05f, 0.2f, 1, 0, 0.2f},  // prior 0
+                        Case{0.92f, 0.5f, 0, 0.5f, 0, 0.7538f}}) {
+    BinValues inverse_noise, power, speech, gains;
+    inverse_noise.fill(1);
+    power.fill(16);
+    speech.fill(c.speech);
+    FloatSpectrum spectrum;
+    spectrum.re.fill(0);
+    spectrum.im.fill(4);
+    WeighBins({c.previous_share, c.noise_factor, c.least_gain, c.filtered}, inverse_noise, power, speech,
+              gains, spectrum);
+    for (size_t k = 0; k < kSpectrumBins; ++k) {
+      ASSERT_NEAR(gains[k], c.gain, 1e-4) << "bin " << k;
+      ASSERT_NEAR(spectrum.im[k], 4 * c.gain, 1e-3) << "bin " << k;
+    }
+    const float filter = (c.gain - 1 + c.filtered) / c.filtered;  // without the mix
+    EXPECT_NEAR(speech[100], 16 * filter * filter, 4e-3);
+  }
 }
 
 TEST(Listening, LeavesDigitalSilenceSilentAndLearnsNothingFromIt) {
