@@ -10,6 +10,7 @@
 
 #include "benchmarks.h"
 #include "dsp/fft.h"
+#include "listening/listening.h"
 #include "per_frame.h"
 #include "signals.h"
 
@@ -206,6 +207,20 @@ void WholeNoiseReduction(benchmark::State& state) {
   PerFrameWithoutAllocation(state, Speech(), [&](const Frame& frame) { reduction.Push(frame); });
 }
 
+// Told every second frame, in turns of a second, that somebody speaks and that nobody does.
+void WholeListening(benchmark::State& state) {
+  Listening listening;
+  if (!listening.Open(-15, 1)) throw std::runtime_error("no memory for the listening path");
+  int32_t t = 0;
+  PerFrameWithoutAllocation(state, Speech(), [&](const Frame& frame) {
+    Frame out;
+    listening.Filter(frame, out);
+    benchmark::DoNotOptimize(out.data());
+    if (++t % 2 == 0) listening.LearnNoise(t % 200 < 100 ? 0 : 32767);
+  });
+  listening.Close();
+}
+
 void GainDesign(benchmark::State& state) {
   NoiseReduction owner;
   wiener_filt& record = owner.record();
@@ -296,6 +311,7 @@ void RegisterStages() {
       {"noise_reduction/window_and_fft", WindowAndFft},
       {"noise_reduction/speech_absence", SpeechAbsenceDetector},
       {"noise_reduction/gain_design", GainDesign},
+      {"listening", WholeListening},
       {"dc_offset_and_pre_emphasis", DcOffsetAndPreEmphasis},
       {"endpoint_detector", WholeDetector},
       {"endpoint_detector/frame_energy", FrameEnergy},
