@@ -27,7 +27,7 @@ constexpr vask_stream_rules kRules = {.open_probability = 0.8f,
                                       .mean_probability = 0.6f,
                                       .margin_start = 0.10f,
                                       .margin_end = 0.25f};
-constexpr float kListeningFloorDb = -15;
+constexpr float kListeningFloorDb = -18;
 constexpr float kListeningMix = 1;
 
 int32_t Rounded(double value) { return static_cast<int32_t>(value + 0.5); }

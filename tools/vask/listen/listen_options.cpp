@@ -119,15 +119,19 @@ bool NamesProfileFile(const std::string& profile) {
   return profile != "general" && !(number && profile.size() < 10);
 }
 
+void AddModelOption(CLI::App& command, ListenOptions& options) {
+  command.add_option("--model", options.model, "Model of the learned detector instead of the built-in one")
+      ->type_name("FILE")
+      ->check(CheckNotEmpty);
+}
+
 void AddDetectorOptions(CLI::App& command, ListenOptions& options) {
   command
       .add_option("--detector", options.detector,
                   "learned, or energy: the front end's own, of levels and voicing (learned)")
       ->type_name("NAME")
       ->check(CLI::IsMember({"learned", "energy"}));
-  command.add_option("--model", options.model, "Model of the learned detector instead of the built-in one")
-      ->type_name("FILE")
-      ->check(CheckNotEmpty);
+  AddModelOption(command, options);
 }
 
 void AddListenOptions(CLI::App& command, ListenOptions& options) {

@@ -25,7 +25,8 @@ struct ListenOptions {
   std::optional<int32_t> min_voiced, max_tones, threshold;  // frames, percent, the energy detector's units
 };
 
-// --detector and --model alone.
+void AddModelOption(CLI::App& command, ListenOptions& options);
+// That and --detector.
 void AddDetectorOptions(CLI::App& command, ListenOptions& options);
 // These and all others.
 void AddListenOptions(CLI::App& command, ListenOptions& options);
