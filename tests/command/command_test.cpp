@@ -13,7 +13,7 @@ TEST_F(Command, WritesUtterancesFromTheListedSpans) {
   const std::vector<Utterance> found = Detect(kRoom, {"-o", "new/folder"});
   ASSERT_FALSE(found.empty());
   ASSERT_EQ(Files().size(), found.size());
-  ASSERT_EQ(Run({"denoise", kRoom, "-o", "clean.wav"}).exit_code, 0);
+  ASSERT_EQ(Run({"denoise", kForRecognition, kRoom, "-o", "clean.wav"}).exit_code, 0);
   // Up to the end of the first utterance both modes reduce the same noise: the same samples, 35 frames
   // earlier.
   const Samples first = Load(*this / "new/folder/room-001.wav"), clean = Load(*this / "clean.wav");
@@ -25,7 +25,7 @@ TEST_F(Command, WritesUtterancesFromTheListedSpans) {
 
 TEST_F(Command, WritesWhatTheFrontEndGivesAnApplication) {
   Samples room = Load(kRoom);
-  ASSERT_EQ(Run({"detect", kRoom, "-o", "."}).exit_code, 0);
+  ASSERT_EQ(Run({"detect", kEnergy, kRoom, "-o", "."}).exit_code, 0);
   ASSERT_EQ(android_init_frontend(".", 2), 1);
   android_reset_frontend();
   android_wrapup_frontend();
@@ -80,7 +80,7 @@ TEST_F(Command, IgnoresNoiseThatIsNotSpeech) {
 
 TEST_F(Command, DenoisesInAlignmentWithTheInput) {
   const Samples room = Load(kRoom);
-  ASSERT_EQ(Run({"denoise", kRoom, "-o", "clean.wav"}).exit_code, 0);
+  ASSERT_EQ(Run({"denoise", kForRecognition, kRoom, "-o", "clean.wav"}).exit_code, 0);
   const Samples clean = Load(*this / "clean.wav");
   ASSERT_EQ(clean.size(), room.size());
   int best_lag = 1000;
@@ -110,7 +110,7 @@ TEST_F(Command, DenoisesFilesOfAnyLength) {
       Samples samples(zeros, 0);
       samples.insert(samples.end(), room.begin(), room.begin() + static_cast<std::ptrdiff_t>(n));
       Save(*this / "in.wav", samples);
-      ASSERT_EQ(Run({"denoise", "in.wav", "-o", "out.wav"}).exit_code, 0);
+      ASSERT_EQ(Run({"denoise", kForRecognition, "in.wav", "-o", "out.wav"}).exit_code, 0);
       const Samples out = Load(*this / "out.wav");
       ASSERT_EQ(out.size(), samples.size());
       EXPECT_TRUE(std::all_of(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(zeros / 160 * 160),
@@ -128,7 +128,7 @@ TEST_F(Command, FindsTheSameInOtherFormats) {
   const std::vector<Utterance> found = Detect(kRoom);
   ASSERT_EQ(found.size(), 5u);
   ExpectClose(Detect("cd.flac"), found, 0.05);
-  ASSERT_EQ(Run({"denoise", "cd.flac", "-o", "cd.wav"}).exit_code, 0);
+  ASSERT_EQ(Run({"denoise", kForRecognition, "cd.flac", "-o", "cd.wav"}).exit_code, 0);
   EXPECT_NEAR(static_cast<double>(Load(*this / "cd.wav").size()), static_cast<double>(room.size()), 1);
   ExpectClose(Detect("phone.wav"), found, 0.2);  // half of the hiss is gone
 
@@ -139,8 +139,8 @@ TEST_F(Command, FindsTheSameInOtherFormats) {
     mixed.insert(mixed.end(), {static_cast<int16_t>(room[i] + d), static_cast<int16_t>(room[i] - d)});
   }
   Save(*this / "mixed.wav", mixed, kRateHz, 2);
-  ASSERT_EQ(Run({"denoise", "mixed.wav", "-o", "a.wav"}).exit_code, 0);
-  ASSERT_EQ(Run({"denoise", kRoom, "-o", "b.wav"}).exit_code, 0);
+  ASSERT_EQ(Run({"denoise", kForRecognition, "mixed.wav", "-o", "a.wav"}).exit_code, 0);
+  ASSERT_EQ(Run({"denoise", kForRecognition, kRoom, "-o", "b.wav"}).exit_code, 0);
   EXPECT_EQ(Content(*this / "a.wav"), Content(*this / "b.wav"));
 }
 
@@ -159,26 +159,34 @@ TEST_F(Command, SaysWhatIsWrong) {
   for (const Case& c : std::vector<Case>{
            {{}, 2, "subcommand is required"},
            {{"detect"}, 2, "FILE is required"},
-           {{"detect", "--loud", kRoom}, 2, "--loud"},
-           {{"detect", "-o", "", kRoom}, 2, "empty"},
-           {{"denoise", kRoom}, 2, "--output is required"},
-           {{"denoise", kRoom, kRoom, "-o", "x.wav"}, 2, "not expected"},
-           {{"--device", "two", "detect", kRoom}, 2, "--device"},
-           {{"--config", "folder", "detect", kRoom}, 2, "contains no readable config.Vask"},
-           {{"--config", ".", "detect", kRoom}, 1, "99"},
+           {{"detect", kEnergy, "--loud", kRoom}, 2, "--loud"},
+           {{"detect", kEnergy, "-o", "", kRoom}, 2, "empty"},
+           {{"denoise", kForRecognition, kRoom}, 2, "--output is required"},
+           {{"denoise", kForRecognition, kRoom, kRoom, "-o", "x.wav"}, 2, "not expected"},
+           {{"--device", "two", "detect", kEnergy, kRoom}, 2, "--device"},
+           {{"--config", "folder", "detect", kEnergy, kRoom}, 2, "contains no readable config.Vask"},
+           {{"--config", ".", "detect", kEnergy, kRoom}, 1, "99"},
            // A line break; U+009B and U+202E; a byte 0x9B, but not where it is part of another character.
-           {{"detect", "a\n\xC2\x9B\xE2\x80\xAE\x9B\xC3\x9B.wav"},
+           {{"detect", kEnergy, "a\n\xC2\x9B\xE2\x80\xAE\x9B\xC3\x9B.wav"},
             1,
             "vask: a????\xC3\x9B.wav: no such file"},
-           {{"detect", "folder"}, 1, "vask: folder: is a directory: "},
-           {{"detect", "empty.wav"}, 1, "vask: empty.wav: is empty: "},
-           {{"detect", "text.wav"}, 1, "vask: text.wav: cannot be read as audio "},
-           {{"detect", "slow.wav"}, 1, "vask: slow.wav: its rate of 999 Hz is not 1000 to 1000000 Hz: "},
-           {{"detect", "header.wav"}, 1, "vask: header.wav: holds no samples: "},
-           {{"detect", kRoom, "-o", "text.wav"}, 1, "vask: text.wav: cannot be created as a folder "},
-           {{"denoise", kRoom, "-o", "folder"}, 1, "vask: folder: cannot be written "},
-           {{"denoise", kRoom, "-o", "no/out.wav"}, 1, "vask: no/out.wav: cannot be written "},
-           {{"denoise", kRoom, "-o", "/dev/full"}, 1, "vask: /dev/full: cannot be written (No space left"}}) {
+           {{"detect", kEnergy, "folder"}, 1, "vask: folder: is a directory: "},
+           {{"detect", kEnergy, "empty.wav"}, 1, "vask: empty.wav: is empty: "},
+           {{"detect", kEnergy, "text.wav"}, 1, "vask: text.wav: cannot be read as audio "},
+           {{"detect", kEnergy, "slow.wav"},
+            1,
+            "vask: slow.wav: its rate of 999 Hz is not 1000 to 1000000 Hz: "},
+           {{"detect", kEnergy, "header.wav"}, 1, "vask: header.wav: holds no samples: "},
+           {{"detect", kEnergy, kRoom, "-o", "text.wav"},
+            1,
+            "vask: text.wav: cannot be created as a folder "},
+           {{"denoise", kForRecognition, kRoom, "-o", "folder"}, 1, "vask: folder: cannot be written "},
+           {{"denoise", kForRecognition, kRoom, "-o", "no/out.wav"},
+            1,
+            "vask: no/out.wav: cannot be written "},
+           {{"denoise", kForRecognition, kRoom, "-o", "/dev/full"},
+            1,
+            "vask: /dev/full: cannot be written (No space left"}}) {
     const Outcome outcome = Run(c.args);
     EXPECT_EQ(outcome.exit_code, c.exit_code) << c.error;
     EXPECT_EQ(outcome.out, "") << c.error;
@@ -194,7 +202,8 @@ TEST_F(Command, SaysWhatIsWrong) {
 }
 
 TEST_F(Command, GoesOnAfterAFailedFile) {
-  const Outcome alone = Run({"detect", kRoom}), all = Run({"detect", kRoom, "missing.wav", kRoom});
+  const Outcome alone = Run({"detect", kEnergy, kRoom}),
+                all = Run({"detect", kEnergy, kRoom, "missing.wav", kRoom});
   EXPECT_EQ(all.exit_code, 1);
   EXPECT_NE(alone.out, "");
   EXPECT_EQ(all.out, alone.out + alone.out);  // nor does a file depend on the one before
@@ -202,24 +211,25 @@ TEST_F(Command, GoesOnAfterAFailedFile) {
 }
 
 TEST_F(Command, FindsTheSameAtEveryLevel) {
-  const Outcome fastest = Run({"detect", kRoom}), version = Run({"--cpu", "plain", "--version"});
+  const Outcome fastest = Run({"detect", kEnergy, kRoom}), version = Run({"--cpu", "plain", "--version"});
   EXPECT_NE(version.out.find("\nArithmetic: plain (of plain, portable"), std::string::npos) << version.out;
   for (const char* level : {"plain", "portable"}) {
-    EXPECT_EQ(Run({"detect", "--cpu", level, kRoom}).out, fastest.out) << level;
+    EXPECT_EQ(Run({"detect", kEnergy, "--cpu", level, kRoom}).out, fastest.out) << level;
   }
-  const Outcome wrong = Run({"--cpu", "abacus", "detect", kRoom});
+  const Outcome wrong = Run({"--cpu", "abacus", "detect", kEnergy, kRoom});
   EXPECT_EQ(wrong.exit_code, 2);
   EXPECT_EQ(wrong.err.find("vask: --cpu: no level abacus on this machine, only plain, portable"), 0)
       << wrong.err;
 }
 
 TEST_F(Command, TakesTheDeviceBeforeAndAfterTheSubcommand) {
-  const std::string usual = Run({"detect", kRoom}).out, other = Run({"--device", "32", "detect", kRoom}).out;
-  const std::string third = Run({"--device", "32", "--os", "1", "detect", kRoom}).out;
+  const std::string usual = Run({"detect", kEnergy, kRoom}).out,
+                    other = Run({"--device", "32", "detect", kEnergy, kRoom}).out;
+  const std::string third = Run({"--device", "32", "--os", "1", "detect", kEnergy, kRoom}).out;
   for (const std::string& out : {usual, other, third}) EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 5);
   EXPECT_NE(usual, other);
   EXPECT_NE(other, third);
-  EXPECT_EQ(Run({"detect", "--os", "1", kRoom, "--device", "32"}).out, third);
+  EXPECT_EQ(Run({"detect", kEnergy, "--os", "1", kRoom, "--device", "32"}).out, third);
 }
 
 TEST_F(Command, NeverOverwritesAnotherFileOfTheRun) {
@@ -227,7 +237,7 @@ TEST_F(Command, NeverOverwritesAnotherFileOfTheRun) {
     fs::create_directories((*this / name).parent_path());
     fs::copy(kRoom, *this / name);
   }
-  const Outcome outcome = Run({"detect", "-o", ".", "x-001.wav", "a/x.wav", "b/y.wav"});
+  const Outcome outcome = Run({"detect", kEnergy, "-o", ".", "x-001.wav", "a/x.wav", "b/y.wav"});
   EXPECT_EQ(outcome.exit_code, 1);
   EXPECT_EQ(outcome.err.find("vask: ./x-001.wav: is an input of this run: "), 0u) << outcome.err;
   EXPECT_TRUE(Content(*this / "x-001.wav") == Content(kRoom));
@@ -243,14 +253,15 @@ TEST_F(Command, NeverOverwritesAnotherFileOfTheRun) {
     std::vector<std::string> args;
     std::string output;
   };
-  for (const Case& c : std::vector<Case>{{{"denoise", "x-001.wav"}, "./x-001.wav"},
-                                         {{"denoise", "-"}, "hard"},
-                                         {{"packets", "x-001.wav"}, "soft"},
-                                         {{"unpack", "soft"}, "hard"},
-                                         {{"mfcc", "hard"}, "soft"},
-                                         {{"report", "x-001.wav"}, "soft"},
-                                         {{"report", kRoom, "--profile", "profile"}, "profile"},
-                                         {{"denoise", kRoom, "--config", "."}, "config.Vask"}}) {
+  for (const Case& c :
+       std::vector<Case>{{{"denoise", kForRecognition, "x-001.wav"}, "./x-001.wav"},
+                         {{"denoise", kForRecognition, "-"}, "hard"},
+                         {{"packets", kEnergy, "x-001.wav"}, "soft"},
+                         {{"unpack", "soft"}, "hard"},
+                         {{"mfcc", "hard"}, "soft"},
+                         {{"report", "x-001.wav"}, "soft"},
+                         {{"report", kRoom, "--profile", "profile"}, "profile"},
+                         {{"denoise", kForRecognition, kRoom, "--config", "."}, "config.Vask"}}) {
     const std::string before = Content(*this / c.output);
     std::vector<std::string> args = c.args;
     args.insert(args.end(), {"-o", c.output});
@@ -260,8 +271,9 @@ TEST_F(Command, NeverOverwritesAnotherFileOfTheRun) {
               "vask: " + c.output + ": is an input of this run: choose another name or folder\n");
     EXPECT_EQ(Content(*this / c.output), before) << c.args[0];
   }
-  EXPECT_NE(Run({"denoise", "/dev/null", "-o", "/dev/null"}).err.find("cannot be read as audio"),
-            std::string::npos);
+  EXPECT_NE(
+      Run({"denoise", kForRecognition, "/dev/null", "-o", "/dev/null"}).err.find("cannot be read as audio"),
+      std::string::npos);
 }
 
 TEST_F(Command, LeavesNothingHalfWritten) {
@@ -272,13 +284,13 @@ TEST_F(Command, LeavesNothingHalfWritten) {
     setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, SIG_IGN);
   };
-  EXPECT_EQ(Run({"denoise", kRoom, "-o", "out.wav"}, small_disk).exit_code, 1);
+  EXPECT_EQ(Run({"denoise", kForRecognition, kRoom, "-o", "out.wav"}, small_disk).exit_code, 1);
   EXPECT_EQ(Files(), files);
   EXPECT_EQ(Content(*this / "out.wav"), "before");
 }
 
 TEST_F(Command, StopsQuietlyWhenNobodyReads) {
-  const Outcome closed = Run({"detect", kRoom}, [] {
+  const Outcome closed = Run({"detect", kEnergy, kRoom}, [] {
     int ends[2];
     if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0) _exit(97);
     close(ends[0]);
@@ -286,7 +298,8 @@ TEST_F(Command, StopsQuietlyWhenNobodyReads) {
   });
   EXPECT_EQ(closed.exit_code, -SIGPIPE);
   EXPECT_EQ(closed.err, "");
-  const Outcome full = Run({"detect", kRoom}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  const Outcome full =
+      Run({"detect", kEnergy, kRoom}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
   EXPECT_EQ(full.exit_code, 1);
   EXPECT_EQ(full.err.find("vask: standard output: cannot be written"), 0u) << full.err;
 }
@@ -300,9 +313,10 @@ TEST_F(Command, NeedsNoMoreMemoryForALongFile) {
   };
   Save(*this / "long.wav", repeated(room));
   Save(*this / "long.flac", repeated(AtRate(room, 22050)), 22050, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
-  const long usual = Run({"detect", kRoom}).peak_kib;
-  for (const std::vector<std::string>& args : {std::vector<std::string>{"detect", "long.wav", "-o", "."},
-                                               {"denoise", "long.flac", "-o", "out.wav"}}) {
+  const long usual = Run({"detect", kEnergy, kRoom}).peak_kib;
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"detect", kEnergy, "long.wav", "-o", "."},
+        {"denoise", kForRecognition, "long.flac", "-o", "out.wav"}}) {
     const Outcome outcome = Run(args, [] { setenv("ASAN_OPTIONS", "quarantine_size_mb=0", 1); });
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_LT(outcome.peak_kib, usual + 3000) << args[0];
@@ -313,10 +327,11 @@ TEST_F(Command, NeedsNoMoreMemoryForALongFile) {
 }
 
 TEST_F(Command, PacksEachUtteranceAndUnpacksItAgain) {
-  ASSERT_EQ(Run({"detect", kRoom, "-o", "spoken"}).exit_code, 0);
+  ASSERT_EQ(Run({"detect", kEnergy, kRoom, "-o", "spoken"}).exit_code, 0);
   for (const int32_t n : {160, 37, 20000}) {
-    ASSERT_EQ(Run({"packets", kRoom, "-o", "packets", "--size", std::to_string(n)}).exit_code, 0);
-    ASSERT_EQ(Run({"packets", kRoom, "-o", "bare", "--bare", "--size", std::to_string(n)}).exit_code, 0);
+    ASSERT_EQ(Run({"packets", kEnergy, kRoom, "-o", "packets", "--size", std::to_string(n)}).exit_code, 0);
+    ASSERT_EQ(Run({"packets", kEnergy, kRoom, "-o", "bare", "--bare", "--size", std::to_string(n)}).exit_code,
+              0);
     ASSERT_EQ(Run({"unpack", "packets", "-o", "out.wav"}).exit_code, 0);
     // With the codec's own functions: every utterance from the zero state, padded with silence.
     std::string stream, bare;
@@ -347,7 +362,8 @@ TEST_F(Command, PacksEachUtteranceAndUnpacksItAgain) {
 }
 
 TEST_F(Command, KeepsTheWholePacketsOfADamagedStream) {
-  ASSERT_EQ(Run({"packets", kRoom, "-o", "whole", "--size", "100"}).exit_code, 0);  // packets of 108 bytes
+  ASSERT_EQ(Run({"packets", kEnergy, kRoom, "-o", "whole", "--size", "100"}).exit_code,
+            0);  // packets of 108 bytes
   ASSERT_EQ(Run({"unpack", "whole", "-o", "whole.wav"}).exit_code, 0);
   const std::string whole = Content(*this / "whole");
   const Samples sound = Load(*this / "whole.wav");
@@ -382,9 +398,9 @@ TEST_F(Command, KeepsTheWholePacketsOfADamagedStream) {
     EXPECT_TRUE(std::equal(kept.begin(), kept.end() - 200, sound.begin())) << outcome.err;
   }
   for (const std::vector<std::string>& args :
-       std::vector<std::vector<std::string>>{{"packets", kRoom},
-                                             {"packets", kRoom, "-o", "x", "--size", "0"},
-                                             {"packets", kRoom, "-o", "x", "--size", "1000000"},
+       std::vector<std::vector<std::string>>{{"packets", kEnergy, kRoom},
+                                             {"packets", kEnergy, kRoom, "-o", "x", "--size", "0"},
+                                             {"packets", kEnergy, kRoom, "-o", "x", "--size", "1000000"},
                                              {"unpack", "whole"}}) {
     EXPECT_EQ(Run(args).exit_code, 2) << args.back();
   }

@@ -37,7 +37,7 @@ class DetectCommand : public Command {
     room_ = Content(kRoom).substr(44);
   }
 
-  Outcome Pipe(const std::string& bytes, std::vector<std::string> args = {"detect", "-"}) {
+  Outcome Pipe(const std::string& bytes, std::vector<std::string> args = {"detect", kEnergy, "-"}) {
     std::ofstream(*this / "in", std::ios::binary) << bytes;
     return Run(std::move(args), [] { dup2(open("in", O_RDONLY), STDIN_FILENO); });
   }
@@ -70,11 +70,11 @@ TEST_F(DetectCommand, RejectsAndSplitsAsAsked) {
   ASSERT_TRUE(longer > 0 && longer < 5);
   EXPECT_EQ(Detect(kRoom, {"--min-speech", "2"}).size(), static_cast<size_t>(longer));
   EXPECT_EQ(Detect(kRoom, {"--min-voiced", "1000"}).size(), 0u);
-  const std::string all = Run({"detect", kRoom, "--verbose", "--min-speech", "2"}).out;
+  const std::string all = Run({"detect", kEnergy, kRoom, "--verbose", "--min-speech", "2"}).out;
   EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 5);
   EXPECT_NE(all.find("\t-\t12.970\t14.090\t"), std::string::npos) << all;
   EXPECT_NE(all.find("\trejected too-short\n"), std::string::npos) << all;
-  EXPECT_NE(Run({"detect", kRoom, "--verbose", "--min-voiced", "1000"}).out.find("too-little-voice"),
+  EXPECT_NE(Run({"detect", kEnergy, kRoom, "--verbose", "--min-voiced", "1000"}).out.find("too-little-voice"),
             std::string::npos);
 
   const std::vector<Utterance> split = Detect(kRoom, {"--max-segment", "2.5"});
@@ -91,7 +91,7 @@ TEST_F(DetectCommand, RejectsAndSplitsAsAsked) {
 
 TEST_F(DetectCommand, TakesProfilesFromTheirNamesAndFiles) {
   const auto out = [&](const std::vector<std::string>& more) {
-    return Run(With({"detect", kRoom}, more)).out;
+    return Run(With({"detect", kEnergy, kRoom}, more)).out;
   };
   EXPECT_EQ(out({"--profile", "general"}), out({}));
   EXPECT_EQ(out({"--profile", "32"}), out({"--device", "32"}));
@@ -114,7 +114,7 @@ TEST_F(DetectCommand, TakesProfilesFromTheirNamesAndFiles) {
 
 TEST_F(DetectCommand, WritesRawAndFlacOfTheSameSpan) {
   const std::vector<Utterance> found = Detect(kRoom, {"-o", "raw", "--audio", "raw", "--flac"});
-  ASSERT_EQ(Run({"detect", kRoom, "-o", "clean"}).exit_code, 0);
+  ASSERT_EQ(Run({"detect", kEnergy, kRoom, "-o", "clean"}).exit_code, 0);
   const Samples room = Load(kRoom);
   for (size_t k = 0; k < found.size(); ++k) {
     const std::string name = std::string("room-00") + std::to_string(k + 1);
@@ -164,7 +164,7 @@ TEST_F(DetectCommand, SaysWhichOptionsAreWrong) {
            {{"--profile", "nested"}, 1, "nested: is not a JSON object"},
            {{"--profile", "deep"}, 2, "--profile: sample_shift is not 0 to 15"},
            {{"--files-from", "none"}, 1, "none: no such file"}}) {
-    const Outcome outcome = Run(With({"detect", kRoom}, c.args));
+    const Outcome outcome = Run(With({"detect", kEnergy, kRoom}, c.args));
     EXPECT_EQ(outcome.exit_code, c.exit_code) << c.error;
     EXPECT_EQ(outcome.out, "") << c.error;
     EXPECT_NE(outcome.err.find(c.error), std::string::npos) << outcome.err;
@@ -173,7 +173,7 @@ TEST_F(DetectCommand, SaysWhichOptionsAreWrong) {
 }
 
 TEST_F(DetectCommand, ReadsStandardInputInEveryForm) {
-  std::string wanted = Run({"detect", kRoom}).out;
+  std::string wanted = Run({"detect", kEnergy, kRoom}).out;
   for (size_t at = 0; (at = wanted.find(kRoom)) != std::string::npos;) wanted.replace(at, kRoom.size(), "-");
   std::string three, four, floats, stereo;  // the same samples
   for (size_t i = 0; i < room_.size(); i += 2) {
@@ -218,7 +218,7 @@ TEST_F(DetectCommand, ReadsStandardInputInEveryForm) {
 TEST_F(DetectCommand, ListsAnUtteranceAsSoonAsItEnds) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
-  const pid_t child = Start({"detect", "-", "-o", "."}, [&] {
+  const pid_t child = Start({"detect", kEnergy, "-", "-o", "."}, [&] {
     dup2(ends[0], STDIN_FILENO);
     close(ends[1]);
   });
@@ -252,33 +252,33 @@ TEST_F(DetectCommand, ListsTheSameForAnyNumberOfJobs) {
     marked += file + "\r\n";
   }
   for (const char* format : {"text", "jsonl"}) {
-    const Outcome one = Run(With({"detect", "-f", format, "-j1"}, files));
+    const Outcome one = Run(With({"detect", kEnergy, "-f", format, "-j1"}, files));
     EXPECT_EQ(one.exit_code, 1);
     EXPECT_EQ(std::count(one.err.begin(), one.err.end(), '\n'), 2) << one.err;
     EXPECT_GT(std::count(one.out.begin(), one.out.end(), '\n'), 50);
     for (const char* jobs : {"2", "7"}) {
-      const Outcome more = Run(With({"detect", "-f", format, "--jobs", jobs}, files));
+      const Outcome more = Run(With({"detect", kEnergy, "-f", format, "--jobs", jobs}, files));
       EXPECT_EQ(more.out, one.out) << jobs;
       EXPECT_EQ(more.err, one.err) << jobs;
     }
     for (const std::string& lines : {list, marked})
-      EXPECT_EQ(Pipe(lines, {"detect", "-f", format, "--files-from", "-"}).out, one.out);
+      EXPECT_EQ(Pipe(lines, {"detect", kEnergy, "-f", format, "--files-from", "-"}).out, one.out);
     std::replace(list.begin(), list.end(), '\n', '\0');
-    EXPECT_EQ(Pipe(list, {"detect", "-f", format, "-0", "--files-from", "in"}).out, one.out);
+    EXPECT_EQ(Pipe(list, {"detect", kEnergy, "-f", format, "-0", "--files-from", "in"}).out, one.out);
     std::replace(list.begin(), list.end(), '\0', '\n');
   }
-  const std::string json = Run({"detect", "-f", "jsonl", "a\xFF\"b\xC2\x9B\xC3\x9B"}).out;
+  const std::string json = Run({"detect", kEnergy, "-f", "jsonl", "a\xFF\"b\xC2\x9B\xC3\x9B"}).out;
   EXPECT_EQ(json,
             "{\"file\":\"a\xEF\xBF\xBD\\\"b\\u009b\xC3\x9B\",\"error\":\"no such file: check the name\"}\n");
 }
 
 TEST_F(DetectCommand, WritesAListingOfEachRecordingNextToTheUtterances) {
   fs::copy(kRoom, *this / "b.wav");
-  EXPECT_EQ(Run({"detect", kRoom, "b.wav", "missing.wav", "-f", "labels", "-o", "out"}).out, "");
+  EXPECT_EQ(Run({"detect", kEnergy, kRoom, "b.wav", "missing.wav", "-f", "labels", "-o", "out"}).out, "");
   const std::string labels = Content(*this / "out/room.txt");
   EXPECT_EQ(std::count(labels.begin(), labels.end(), '\n'), 5);
   EXPECT_EQ(Content(*this / "out/b.txt"), labels);
-  EXPECT_EQ(Run({"detect", kRoom, "-f", "labels"}).out, labels);
+  EXPECT_EQ(Run({"detect", kEnergy, kRoom, "-f", "labels"}).out, labels);
   EXPECT_FALSE(fs::exists(*this / "out/missing.txt"));
 }
 
@@ -287,7 +287,7 @@ TEST_F(DetectCommand, ShowsItsLineOnATerminalOnly) {
   Samples all;
   for (int k = 0; k < 8; ++k) all.insert(all.end(), room.begin(), room.end());
   Save(*this / "long.wav", all);
-  const std::string wanted = Run({"detect", "long.wav"}).out;
+  const std::string wanted = Run({"detect", kEnergy, "long.wav"}).out;
   const auto on_terminal = [&](std::vector<std::string> args) {
     int terminal = -1, process_side = -1;
     EXPECT_EQ(openpty(&terminal, &process_side, nullptr, nullptr, nullptr), 0);
@@ -304,11 +304,11 @@ TEST_F(DetectCommand, ShowsItsLineOnATerminalOnly) {
     close(terminal);
     return shown;
   };
-  EXPECT_NE(on_terminal({"detect", "long.wav"}).find(" %  long.wav"), std::string::npos);
-  const std::string meter = on_terminal({"detect", "--meter", "long.wav"});
+  EXPECT_NE(on_terminal({"detect", kEnergy, "long.wav"}).find(" %  long.wav"), std::string::npos);
+  const std::string meter = on_terminal({"detect", kEnergy, "--meter", "long.wav"});
   EXPECT_NE(meter.find(" dB  [#"), std::string::npos) << meter;
   EXPECT_EQ(meter.substr(meter.size() - 4), "\r\033[K");  // gone at the end
-  EXPECT_EQ(Run({"detect", "--meter", kRoom}).err,
+  EXPECT_EQ(Run({"detect", kEnergy, "--meter", kRoom}).err,
             "vask: --meter: standard error is not a terminal: nothing is shown\n");
 }
 
@@ -323,7 +323,7 @@ TEST_F(DetectCommand, NamesManyRecordingsOfOneNameQuickly) {
       return static_cast<double>(usage.ru_utime.tv_sec) + 1e-6 * static_cast<double>(usage.ru_utime.tv_usec);
     };
     const double before = spent();
-    EXPECT_EQ(Pipe(list, {"detect", "-f", format, "--files-from", "in"}).exit_code, 0);
+    EXPECT_EQ(Pipe(list, {"detect", kEnergy, "-f", format, "--files-from", "in"}).exit_code, 0);
     return spent() - before;
   };
   EXPECT_LT(seconds("rttm"), 3 * seconds("text") + 0.5);
@@ -332,7 +332,7 @@ TEST_F(DetectCommand, NamesManyRecordingsOfOneNameQuickly) {
 // Under a sanitizer a test must not limit the address space.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST_F(DetectCommand, MakesDoWithFewThreadsAndLittleMemory) {
-  const std::string wanted = Run({"detect", kRoom, kRoom, kRoom, kRoom, kRoom, kRoom}).out;
+  const std::string wanted = Run({"detect", kEnergy, kRoom, kRoom, kRoom, kRoom, kRoom, kRoom}).out;
   // Stacks of 256 MB: two or three threads start, or none.
   for (const rlim_t space : {rlim_t{1} << 30, rlim_t{1} << 28}) {
     const auto few_threads = [=] {
@@ -340,7 +340,8 @@ TEST_F(DetectCommand, MakesDoWithFewThreadsAndLittleMemory) {
       setrlimit(RLIMIT_STACK, &stack);
       setrlimit(RLIMIT_AS, &all);
     };
-    const Outcome outcome = Run({"detect", "-j6", kRoom, kRoom, kRoom, kRoom, kRoom, kRoom}, few_threads);
+    const Outcome outcome =
+        Run({"detect", kEnergy, "-j6", kRoom, kRoom, kRoom, kRoom, kRoom, kRoom}, few_threads);
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, wanted);
     EXPECT_EQ(Run({"report", kRoom, "-o", "page.html"}, few_threads).err, "");
@@ -352,10 +353,11 @@ TEST_F(DetectCommand, MakesDoWithFewThreadsAndLittleMemory) {
   int without = 0;
   for (rlim_t megabytes = 32; megabytes < 112; megabytes += 8) {
     std::ofstream(*this / "out/.vask-detect.jsonl") << line << "]}\n";
-    const Outcome outcome = Run({"detect", "-j1", kRoom, "-o", "out", "--resume", "--overwrite"}, [=] {
-      const struct rlimit all = {megabytes << 20, megabytes << 20};
-      setrlimit(RLIMIT_AS, &all);
-    });
+    const Outcome outcome =
+        Run({"detect", kEnergy, "-j1", kRoom, "-o", "out", "--resume", "--overwrite"}, [=] {
+          const struct rlimit all = {megabytes << 20, megabytes << 20};
+          setrlimit(RLIMIT_AS, &all);
+        });
     EXPECT_GE(outcome.exit_code, 0) << megabytes << " MB: " << outcome.err;
     without += outcome.err == "vask: out of memory: close other programs or use a larger machine\n" ? 1 : 0;
   }
@@ -367,8 +369,8 @@ TEST_F(DetectCommand, NeedsNoMoreMemoryForALongFileNorForManyFiles) {
   const std::vector<std::string> few = Many(20);
   std::vector<std::string> many;
   for (int k = 0; k < 20; ++k) many = With(many, few);
-  const long usual = Run(With({"detect", "-j2", "-o", "a"}, few)).peak_kib;
-  EXPECT_LT(Run(With({"detect", "-j2", "-o", "b"}, many)).peak_kib, usual + 2000);
+  const long usual = Run(With({"detect", kEnergy, "-j2", "-o", "a"}, few)).peak_kib;
+  EXPECT_LT(Run(With({"detect", kEnergy, "-j2", "-o", "b"}, many)).peak_kib, usual + 2000);
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ class FolderCommand : public Command {
     Save(*this / name, Samples(room.begin(), room.begin() + std::lround(kCuts[sentences - 1] * kRateHz)));
   }
 
-  Outcome Into(const Names& more) { return Run(With({"detect", "-o", "out"}, more)); }
+  Outcome Into(const Names& more) { return Run(With({"detect", kEnergy, "-o", "out"}, more)); }
 
   Names In(const string& folder) const {
     Names names;
@@ -48,9 +48,9 @@ class FolderCommand : public Command {
 
 TEST_F(FolderCommand, ContinuesAfterAKilledRun) {
   const Names files = Many(40);
-  ASSERT_EQ(Run(With({"detect", "-o", "whole"}, files)).exit_code, 1);
-  const string wanted = Run(With({"detect"}, files)).out;
-  const Names run = With({"detect", "-o", "out", "--resume", "-j2"}, files);
+  ASSERT_EQ(Run(With({"detect", kEnergy, "-o", "whole"}, files)).exit_code, 1);
+  const string wanted = Run(With({"detect", kEnergy}, files)).out;
+  const Names run = With({"detect", kEnergy, "-o", "out", "--resume", "-j2"}, files);
   for (const size_t enough : {2, 9, 20}) {  // files written
     const pid_t child = Start(run);
     while (waitpid(child, nullptr, WNOHANG) == 0) {
@@ -71,7 +71,7 @@ TEST_F(FolderCommand, ContinuesAfterAKilledRun) {
   EXPECT_EQ(In("out"), In("whole"));
   for (const string& name : In("whole"))
     EXPECT_TRUE(Content(*this / ("whole/" + name)) == Content(*this / ("out/" + name))) << name;
-  EXPECT_EQ(Run({"denoise", "f0.wav", "-o", "clean.wav"}).exit_code, 0);
+  EXPECT_EQ(Run({"denoise", kForRecognition, "f0.wav", "-o", "clean.wav"}).exit_code, 0);
   EXPECT_FALSE(fs::exists(*this / ".vask-abcdef"));
 
   // What has changed is done again: an input, a file that is gone, emptied or altered.
@@ -174,7 +174,7 @@ TEST_F(FolderCommand, TellsItsOwnFilesFromOthers) {
   EXPECT_EQ(same().substr(0, 5), "mine1");
   // What came through a pipe cannot be made again.
   const auto live = [&](const Names& more) {
-    return Run(With({"detect", "-", "-o", "out"}, more),
+    return Run(With({"detect", kEnergy, "-", "-o", "out"}, more),
                [] { dup2(open("a/x.wav", O_RDONLY), STDIN_FILENO); });
   };
   EXPECT_EQ(live({}).exit_code, 0);
@@ -238,7 +238,7 @@ TEST_F(FolderCommand, TrustsNoLedgerBlindly) {
 
 TEST_F(FolderCommand, LetsOneRunWriteAtATime) {
   ASSERT_EQ(mkfifo((*this / "pipe").c_str(), 0600), 0);
-  const pid_t first = Start({"detect", "pipe", "-o", "out"});
+  const pid_t first = Start({"detect", kEnergy, "pipe", "-o", "out"});
   const auto wait = [&](const auto& condition) {
     for (int k = 0; k < 20000 && !condition(); ++k) usleep(1000);
   };
@@ -251,8 +251,9 @@ TEST_F(FolderCommand, LetsOneRunWriteAtATime) {
   wait([&] { return fs::exists(*this / "out") && !In("out").empty(); });
   const string holder = "process " + std::to_string(first) + " (vask detect of 1 recording)";
   const auto start = [&](const Names& more) {
-    const string run = string("cd '") + dir_.string() + "' && exec '" VASK_COMMAND "' detect '" + kRoom +
-                       "' -o out " + (more.empty() ? "" : more[0]) + " > second.out 2> second.err";
+    const string run = string("cd '") + dir_.string() +
+                       "' && exec '" VASK_COMMAND "' detect --detector=energy '" + kRoom + "' -o out " +
+                       (more.empty() ? "" : more[0]) + " > second.out 2> second.err";
     const pid_t child = fork();
     if (child == 0) execl("/bin/sh", "sh", "-c", run.c_str(), nullptr);
     return child;
@@ -284,7 +285,7 @@ TEST_F(FolderCommand, LetsOneRunWriteAtATime) {
   EXPECT_EQ(status_of(second), 0);
   EXPECT_EQ(In("out").size(), 10u);
   EXPECT_TRUE(Content(*this / "out/pipe-001.wav") == Content(*this / "out/room-001.wav"));
-  EXPECT_EQ(Into({"--resume", kRoom}).out, Run({"detect", kRoom}).out);
+  EXPECT_EQ(Into({"--resume", kRoom}).out, Run({"detect", kEnergy, kRoom}).out);
 }
 
 }  // namespace

@@ -42,13 +42,13 @@ TEST_F(InputCommand, EndsBySignalWhereverItWaits) {
     Args args;
     bool takes_sound;
   };
-  for (const Case& c : std::vector<Case>{{{"detect", "pipe"}, true},
-                                         {{"detect", kRoom, "pipe", kRoom, kRoom, "-j3"}, true},
-                                         {{"detect", "--files-from", "pipe"}, false},
-                                         {{"detect", kRoom, "--profile", "pipe"}, false},
-                                         {{"denoise", "pipe", "-o", "out"}, true},
-                                         {{"denoise", kRoom, "-o", "pipe"}, false},
-                                         {{"packets", "pipe", "-o", "out"}, true},
+  for (const Case& c : std::vector<Case>{{{"detect", kEnergy, "pipe"}, true},
+                                         {{"detect", kEnergy, kRoom, "pipe", kRoom, kRoom, "-j3"}, true},
+                                         {{"detect", kEnergy, "--files-from", "pipe"}, false},
+                                         {{"detect", kEnergy, kRoom, "--profile", "pipe"}, false},
+                                         {{"denoise", kForRecognition, "pipe", "-o", "out"}, true},
+                                         {{"denoise", kForRecognition, kRoom, "-o", "pipe"}, false},
+                                         {{"packets", kEnergy, "pipe", "-o", "out"}, true},
                                          {{"unpack", "pipe", "-o", "out"}, false},
                                          {{"env", "pipe"}, true},
                                          {{"mfcc", "pipe", "-o", "out"}, true},
@@ -78,7 +78,7 @@ TEST_F(InputCommand, EndsBySignalWhereverItWaits) {
   ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
   const std::string full(static_cast<size_t>(fcntl(ends[1], F_GETPIPE_SZ)), '\n');
   ASSERT_EQ(write(ends[1], full.data(), full.size()), static_cast<ssize_t>(full.size()));
-  const pid_t child = Start({"detect", kRoom}, [&] { dup2(ends[1], STDOUT_FILENO); });
+  const pid_t child = Start({"detect", kEnergy, kRoom}, [&] { dup2(ends[1], STDOUT_FILENO); });
   WaitUntilItCatches(SIGTERM, child);
   usleep(100000);
   EXPECT_EQ(Terminate(child).exit_code, -SIGTERM);
@@ -91,8 +91,8 @@ TEST_F(InputCommand, UsesWhatThereIsOfACutRecording) {
   // From a file, "-" or "pipe", which give the bytes of "cut".
   const auto denoised = [&](const std::string& input, int exit_code, const std::string& error) {
     fs::remove(*this / "out.wav");
-    const pid_t child =
-        Start({"denoise", input, "-o", "out.wav"}, [] { dup2(open("cut", O_RDONLY), STDIN_FILENO); });
+    const pid_t child = Start({"denoise", kForRecognition, input, "-o", "out.wav"},
+                              [] { dup2(open("cut", O_RDONLY), STDIN_FILENO); });
     if (input == "pipe") std::ofstream(*this / "pipe", std::ios::binary) << Content(*this / "cut");
     const Outcome outcome = Finish(child);
     EXPECT_EQ(outcome.exit_code, exit_code) << outcome.err;
@@ -136,9 +136,9 @@ TEST_F(InputCommand, SaysInEverySubcommandThatARecordingIsCut) {
   const std::string message =
       "ends after 7.50 of the 19.98 s that its header promises: what is there is used; "
       "record or copy it again";
-  const Args resume = {"detect", kRoom, "cut.wav", kRoom, "-o", "out", "--resume", "-j2"};
-  for (const Args& args : std::vector<Args>{{"detect", "cut.wav", "-f", "jsonl"},
-                                            {"packets", "cut.wav", "-o", "packets"},
+  const Args resume = {"detect", kEnergy, kRoom, "cut.wav", kRoom, "-o", "out", "--resume", "-j2"};
+  for (const Args& args : std::vector<Args>{{"detect", kEnergy, "cut.wav", "-f", "jsonl"},
+                                            {"packets", kEnergy, "cut.wav", "-o", "packets"},
                                             {"env", "cut.wav"},
                                             {"mfcc", "cut.wav", "-o", "array"},
                                             {"report", "cut.wav", "-o", "page"},

@@ -44,7 +44,7 @@ FORMATS = re.search(r'--format NAME:\{(.*)\}', run(VASK, 'detect', '--help').dec
 
 
 def detect(form, inputs, *options, **more):
-    return run(VASK, 'detect', '-f', form, *options, '--', *inputs, **more)
+    return run(VASK, 'detect', '--detector', 'energy', '-f', form, *options, '--', *inputs, **more)
 
 
 @functools.cache
@@ -292,7 +292,7 @@ class Formats(unittest.TestCase):
     def test_formats_for_one_recording_need_a_folder_for_more(self):
         for form in OF_ONE:
             self.assertEqual(detect(form, [b'room.wav', b'a b.wav'], status=None), b'')
-            run('bash', '-c', '! "$@"', '-', VASK, 'detect', '-f', form, 'room.wav', 'a b.wav')
+            run('bash', '-c', '! "$@"', '-', VASK, 'detect', '--detector', 'energy', '-f', form, 'room.wav', 'a b.wav')
 
 
 if __name__ == '__main__':

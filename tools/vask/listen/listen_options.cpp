@@ -191,12 +191,12 @@ Listening::Listening(const ListenOptions& options, int32_t device, int32_t os) :
   CheckDetector(options);
   setup.options.audio = VASK_STREAM_NO_AUDIO;
   if (options.detector == "energy") {
+    setup.detector = VASK_STREAM_ENERGY;
     setup.options = EnergyOptions(options, device, os);
     shows_span_start_ = setup.options.pad_start >= 0;
     shows_span_end_ = setup.options.pad_end >= 0;
     return;
   }
-  setup.detector = VASK_STREAM_LEARNED;
   ApplyToLearned(options, setup);
   if (!options.model.empty()) model_.reset(ReadModel(options.model));
   setup.model = model_.get();
