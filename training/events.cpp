@@ -1,9 +1,9 @@
 // events learned|energy|robust FILE...
 //
-// Runs a stream over recordings (WAV, 16 kHz, 16 bits, mono, a header of 44 bytes) and prints for each one line
-// of JSON: {"name", "events": [[start, end, span_start, span_end, told], …], "values": [[at, speech], …]}, in
-// seconds: the utterances, when the end of each was known, and how probable speech was from `at` on, as judged
-// 0.2 s later (learned only).
+// Runs a stream over recordings (WAV, 16 kHz, 16 bits, mono, a header of 44 bytes) and prints for each one
+// line of JSON: {"name", "events": [[start, end, span_start, span_end, told], …], "values": [[at, speech],
+// …]}, in seconds: the utterances, when the end of each was known, and how probable speech was from `at` on,
+// as judged 0.2 s later (learned only).
 #include <vask/vask.h>
 
 #include <algorithm>
@@ -28,7 +28,7 @@ std::string Number(double value) {
   return text;
 }
 
-void TakeEvents(vask_stream *stream, std::string *list) {
+void TakeEvents(vask_stream* stream, std::string* list) {
   vask_stream_event event;
   while (vask_stream_next(stream, &event) == 1) {
     if (event.kind != VASK_STREAM_ENDED) continue;
@@ -39,7 +39,7 @@ void TakeEvents(vask_stream *stream, std::string *list) {
   }
 }
 
-vask_stream *Open(std::string_view detector) {
+vask_stream* Open(std::string_view detector) {
   vask_stream_setup setup;
   vask_stream_setup_defaults(&setup, sizeof(setup));
   setup.options.audio = VASK_STREAM_NO_AUDIO;
@@ -48,10 +48,10 @@ vask_stream *Open(std::string_view detector) {
   return vask_stream_open_setup(&setup);
 }
 
-bool Run(std::string_view detector, const std::string &path) {
+bool Run(std::string_view detector, const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), {});
-  vask_stream *stream = bytes.size() > kHeader ? Open(detector) : nullptr;
+  vask_stream* stream = bytes.size() > kHeader ? Open(detector) : nullptr;
   if (!stream) return false;
   std::vector<int16_t> samples((bytes.size() - kHeader) / sizeof(int16_t));
   std::memcpy(samples.data(), bytes.data() + kHeader, samples.size() * sizeof(int16_t));
@@ -66,21 +66,22 @@ bool Run(std::string_view detector, const std::string &path) {
     hearing.size = sizeof(hearing);
     if (vask_stream_hear(stream, &hearing) != 0 || hearing.at == newest) continue;
     newest = hearing.at;
-    values += (values.empty() ? "[" : ", [") + Number(static_cast<double>(newest) / kRate - kLookBack) + ", " +
-              Number(hearing.speech_200ms_ago) + "]";
+    values += (values.empty() ? "[" : ", [") + Number(static_cast<double>(newest) / kRate - kLookBack) +
+              ", " + Number(hearing.speech_200ms_ago) + "]";
   }
   vask_stream_flush(stream);
   TakeEvents(stream, &events);
   vask_stream_close(stream);
   const size_t slash = path.rfind('/') + 1;  // 0 if there is none
   const std::string name = path.substr(slash, path.rfind('.') - slash);
-  std::printf("{\"name\": \"%s\", \"events\": [%s], \"values\": [%s]}\n", name.c_str(), events.c_str(), values.c_str());
+  std::printf("{\"name\": \"%s\", \"events\": [%s], \"values\": [%s]}\n", name.c_str(), events.c_str(),
+              values.c_str());
   return true;
 }
 
 }  // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   for (int i = 2; i < argc; ++i) {
     if (!Run(argv[1], argv[i])) {
       std::fprintf(stderr, "%s cannot be processed\n", argv[i]);

@@ -7,7 +7,7 @@
 enum { kFrame = 320, kRate = 16000 };
 
 int main(void) {
-  SpeexPreprocessState *state = speex_preprocess_state_init(kFrame, kRate);
+  SpeexPreprocessState* state = speex_preprocess_state_init(kFrame, kRate);
   int on = 1;
   spx_int16_t frame[kFrame];
   size_t n;
