@@ -19,7 +19,8 @@ PACKAGES = (
     'asterisk-core-sounds-it-wav', 'asterisk-core-sounds-ru-wav', 'asterisk-prompt-it-menardi-wav',
     'fillets-ng-data-cs', 'flite', 'libflite1', 'espeak-ng', 'espeak-ng-data', 'libespeak-ng1', 'libpcaudio0', 'libsonic0',
     'asterisk-moh-opsound-wav', 'fretsonfire-songs-muldjord', 'fretsonfire-songs-sectoid',
-    'searchandrescue-data', 'simutrans-pak64', 'bucklespring-data', 'linphone-common', 'lmms-common')
+    'searchandrescue-data', 'simutrans-pak64', 'bucklespring-data', 'linphone-common', 'lmms-common',
+    'libwebrtc-audio-processing-dev', 'libwebrtc-audio-processing1')  # a peer
 
 # Recorded voices: package, what its files' names hold, language.
 RECORDED = {

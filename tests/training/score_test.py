@@ -1,15 +1,18 @@
 #!/usr/bin/env python3
-"""The scorer of the learned detector.
+"""The scorer of detectors, and the rules by which others' probabilities become segments.
 
 score_test.py FOLDER   where score.py is
 """
 import sys
+import tempfile
 import unittest
 
 import numpy as np
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, sys.argv.pop(1))
+import compare  # noqa: E402
+import peer_rules  # noqa: E402
 import score  # noqa: E402
 
 
@@ -105,6 +108,57 @@ class Frames(unittest.TestCase):
         step = (np.arange(100) >= 25) & (np.arange(100) < 75)
         self.assertEqual(score.frame_auc(files, {'a': step, 'b': step}, 0.02), 1.0)
         self.assertEqual(score.frame_auc(files, {'a': step, 'b': ~step}, 0.02), 0.5)
+
+
+class Rules(unittest.TestCase):
+    rule = {'open': 0.5, 'close': 0.3, 'opens_after': 0.03, 'pause': 0.05, 'shortest': 0.06}
+
+    def found(self, values, **changes):
+        segments = peer_rules.segments_of(values, 0.01, {**self.rule, **changes}, len(values) * 0.01)
+        return [tuple(round(time, 6) for time in segment) for segment in segments]
+
+    def test_date_a_segment_from_its_first_to_its_last_speech(self):
+        values = [0] * 10 + [0.9] * 10 + [0] * 10
+        self.assertEqual(self.found(values), [(0.1, 0.2, 0.25)])
+        self.assertEqual(self.found([0] * 10 + [0.9] * 2 + [0] * 10), [])                   # opens_after
+        self.assertEqual(self.found([0] * 10 + [0.9] * 5 + [0] * 10), [])                   # shortest
+        self.assertEqual(self.found([0] * 10 + [0.9] * 5 + [0] * 10, shortest=0), [(0.1, 0.15, 0.2)])
+
+    def test_bridge_what_is_short_or_between_the_thresholds(self):
+        speech = [0.9] * 10
+        self.assertEqual(self.found([0] * 5 + speech + [0] * 4 + speech + [0] * 9), [(0.05, 0.29, 0.34)])
+        self.assertEqual(self.found([0] * 5 + speech + [0] * 5 + speech + [0] * 9), [(0.05, 0.15, 0.2), (0.2, 0.3, 0.35)])
+        # A value between them is neither: the count of the pause goes on after it.
+        self.assertEqual(self.found([0] * 5 + speech + [0] * 3 + [0.4] * 9 + [0] * 3), [(0.05, 0.15, 0.29)])
+
+    def test_end_what_is_open_with_the_recording(self):
+        self.assertEqual(self.found([0] * 5 + [0.9] * 10), [(0.05, 0.15, 0.15)])
+        self.assertEqual(self.found([0] * 5 + [0.9] * 10 + [0] * 3), [(0.05, 0.15, 0.18)])
+
+    def test_smooth_from_the_first_value_on(self):
+        self.assertEqual([round(x, 6) for x in peer_rules.smoothed([1, 1, 0, 0], 0.35)], [1, 1, 0.35, 0.1225])
+
+
+class Tables(unittest.TestCase):
+    files = {'mixes': [{'name': 'a', 'seconds': 9, 'snr': 5, 'utterances': [{'start': 1, 'end': 2}, {'start': 4, 'end': 5}]},
+                       {'name': 'b', 'seconds': 9, 'snr': 'clean', 'utterances': [{'start': 1, 'end': 2}]}]}
+
+    def test_have_a_column_for_each_value_of_a_label(self):
+        detector = compare.Detector('this one')
+        detector.wide['mixes'] = {'a': [(1, 2)], 'b': [(1, 2)]}
+        self.assertEqual(compare.by_label([detector], self.files, 'mixes', 'snr'),
+                         '|  | 5 (2) | clean (1) |\n| --- | --- | --- |\n| this one | 50.0 | 100.0 |')
+
+    def test_go_to_their_places_on_a_page(self):
+        with tempfile.TemporaryDirectory() as folder:
+            page = f'{folder}/page.md'
+            with open(page, 'w', encoding='utf-8') as file:
+                file.write('# A\n\n<!-- one -->\nold\n<!-- end -->\n\n<!-- two -->\n<!-- end -->\n')
+            compare.fill(page, {'one': 'new', 'two': '| \\1 |'})
+            with open(page, encoding='utf-8') as file:
+                self.assertEqual(file.read(), '# A\n\n<!-- one -->\nnew\n<!-- end -->\n\n<!-- two -->\n| \\1 |\n<!-- end -->\n')
+            with self.assertRaises(SystemExit):
+                compare.fill(page, {'three': 'new'})
 
 
 if __name__ == '__main__':
