@@ -77,8 +77,8 @@ def ours(folder, title, files, command, program):
         try:
             listed, spent = detect(command, arguments, paths)
             streamed = subprocess.run([program, kind, *paths], check=True, capture_output=True).stdout.splitlines()
-        except (OSError, subprocess.CalledProcessError) as error:
-            print(f'{title} is left out: {error} {getattr(error, "stderr", b"").decode(errors="replace").strip()}')
+        except subprocess.CalledProcessError as error:
+            print(f'{title} is left out: {error.stderr.decode(errors="replace").strip()}')
             return None
         told = {}
         for line in map(json.loads, streamed):

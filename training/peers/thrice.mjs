@@ -11,26 +11,34 @@ const taps = Float64Array.from({ length: 2 * REACH * TIMES + 1 }, (_, i) => {
 export function upsampler() {
   let past = new Float64Array(2 * REACH);
   return (samples) => {
-    const all = Float64Array.from([...past, ...samples]);
+    const all = new Float64Array(past.length + samples.length);
+    all.set(past);
+    all.set(samples, past.length);
     past = all.slice(-2 * REACH);
-    return Float32Array.from({ length: TIMES * samples.length }, (_, n) => {
+    const out = new Float32Array(TIMES * samples.length);
+    for (let n = 0; n < out.length; ++n) {
+      let at = 2 * REACH + Math.floor(n / TIMES);
       let sum = 0;
-      const last = 2 * REACH + Math.floor(n / TIMES);
-      for (let k = 0, i = n % TIMES; i < taps.length && last - k >= 0; ++k, i += TIMES) sum += taps[i] * all[last - k];
-      return sum;
-    });
+      for (let i = n % TIMES; i < taps.length; i += TIMES) sum += taps[i] * all[at--];
+      out[n] = sum;
+    }
+    return out;
   };
 }
 
 export function downsampler() {
-  let past = new Float64Array(2 * REACH * TIMES);
+  let past = new Float64Array(taps.length - 1);
   return (samples) => {
-    const all = Float64Array.from([...past, ...samples]);
-    past = all.slice(-2 * REACH * TIMES);
-    return Float32Array.from({ length: samples.length / TIMES }, (_, n) => {
+    const all = new Float64Array(past.length + samples.length);
+    all.set(past);
+    all.set(samples, past.length);
+    past = all.slice(1 - taps.length);
+    const out = new Float32Array(samples.length / TIMES);
+    for (let n = 0; n < out.length; ++n) {
       let sum = 0;
-      for (let i = 0; i < taps.length; ++i) sum += taps[i] * all[TIMES * n + taps.length - 1 - i];
-      return sum / TIMES;
-    });
+      for (let i = 0; i < taps.length; ++i) sum += taps[i] * all[TIMES * n + i];  // the taps are symmetric
+      out[n] = sum / TIMES;
+    }
+    return out;
   };
 }
