@@ -47,6 +47,7 @@ void CheckDetector(const ListenOptions& options) {
   };
   needs("--preset", IsSet(options.preset), "energy");
   needs("--profile", IsSet(options.profile), "energy");
+  needs("--gain", IsSet(options.gain), "energy");
   needs("--min-voiced", IsSet(options.min_voiced), "energy");
   needs("--max-tones", IsSet(options.max_tones), "energy");
   needs("--threshold", IsSet(options.threshold), "energy");
@@ -157,6 +158,13 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
                   "Detector values: general, the number of a device, or a file with some of them (energy)")
       ->type_name("NAME|FILE")
       ->check([](const std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); });
+  command.add_option("--gain", options.gain, "Amplify the recording first, or auto: by its level (energy)")
+      ->type_name("DB|auto")
+      ->check([](const std::string& text) {
+        double number = 0;
+        const bool is_number = CLI::detail::lexical_cast(text, number) && number >= -40 && number <= 60;
+        return text == "auto" || is_number ? std::string() : text + " is not -40 to 60 dB or auto";
+      });
   seconds("--pad-start", options.pad_start, 0, 1000,
           "Start the span this long before the detected start (0.1; energy: at most 0.35)");
   seconds("--pad-end", options.pad_end, 0, 1000,

@@ -77,6 +77,7 @@ void FindSegments(AudioReader& reader, Stream& stream, SegmentSink& sink) {
   stream.Reset();
   int64_t heard = 0;
   for (size_t n = 0; (n = reader.ReadSome(block)) > 0;) {
+    sink.Arrived(std::span(block).first(n));
     for (std::span<const int16_t> rest = std::span(block).first(n); !rest.empty();) {
       const int32_t taken = stream.Write(rest);
       if (taken == VASK_STREAM_NO_MEMORY) throw std::bad_alloc();

@@ -13,6 +13,8 @@ namespace vask::command {
 class SegmentSink {
  public:
   virtual ~SegmentSink() = default;
+  virtual void Arrived(std::span<int16_t> /*samples*/) {
+  }  // of the recording; may change before they are heard
   virtual void Started() = 0;
   virtual void Audio(std::span<const int16_t> samples) = 0;  // of the open segment
   virtual void Ended(const vask_stream_event& event) = 0;    // it is an utterance

@@ -52,6 +52,10 @@ void CheckTogether(const DetectArguments& arguments) {
   if (std::count(inputs.begin(), inputs.end(), "-") + (arguments.files_from == "-") > 1) {
     throw UsageError("standard input (-) can be read only once");
   }
+  if (arguments.options.gain == "auto" && std::count(inputs.begin(), inputs.end(), "-") > 0) {
+    throw UsageError(
+        "--gain auto reads a recording twice, which standard input (-) cannot be: give a number of dB");
+  }
   const std::string ending = MakeListing(arguments.format)->EndingOfOne();
   if (!ending.empty() && inputs.size() > 1 && arguments.output.empty()) {
     throw UsageError("--format " + arguments.format +

@@ -18,9 +18,11 @@
 #include "jobs/detect/meter.h"
 #include "jobs/detect/ordered_listing.h"
 #include "jobs/detect/utterance_files.h"
+#include "listen/input_gain.h"
 #include "listen/segments.h"
 #include "listing/forms.h"
 #include "terminal/errors.h"
+#include "terminal/printable.h"
 #include "terminal/progress.h"
 #include "terminal/signals.h"
 
@@ -55,6 +57,7 @@ class Output {
     if (!listing_) return run_.ordered.Add(input_, segment);
     Append(listing_->Add(recording, segment));
   }
+  void Note(const std::string& text) { run_.ordered.Note(input_, text); }
   void Close(const Recording& recording, const SegmentNotes& notes,
              const std::optional<FileError>& shortfall = {}) {
     if (listing_) {
@@ -83,7 +86,12 @@ class Output {
 class Detection : public SegmentSink {
  public:
   Detection(Run& run, Stream& stream, const std::string& input, InputFiles* files, Output& output)
-      : run_(run), stream_(stream), files_(files), output_(output), reader_(input) {
+      : run_(run),
+        stream_(stream),
+        files_(files),
+        output_(output),
+        reader_(input),
+        gain_(run.arguments.options.gain, input) {
     recording_ = {input, reader_.rate(), reader_.channels(), 0};
     const size_t inputs = run.arguments.inputs.size();
     show_progress_ = inputs > 1 || IsLong(reader_.ExpectedSamples());
@@ -96,10 +104,13 @@ class Detection : public SegmentSink {
     FindSegments(reader_, stream_, *this);
     recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
     const std::optional<FileError> shortfall = reader_.Shortfall();
+    if (utterances_ == 0)
+      output_.Note(Printable(recording_.file) + ": " + NothingFound(gain_, MayNeedGain()));
     output_.Close(recording_, notes_, shortfall);
     return !shortfall;
   }
 
+  void Arrived(std::span<int16_t> samples) override { gain_.Apply(samples); }
   void Started() override {
     if (files_ != nullptr) writer_ = files_->MakeUtterance(utterances_ + 1);
   }
@@ -128,6 +139,7 @@ class Detection : public SegmentSink {
   }
 
  private:
+  bool MayNeedGain() const { return !run_.listening.is_learned() && run_.arguments.options.gain.empty(); }
   void Keep(const vask_stream_event& event) {
     writer_.reset();
     Segment segment = SegmentOf(event, reader_);
@@ -148,6 +160,7 @@ class Detection : public SegmentSink {
   InputFiles* files_;  // null without -o
   Output& output_;
   AudioReader reader_;
+  InputGain gain_;
   Recording recording_;
   SegmentNotes notes_;  // with -o
   int utterances_ = 0;
@@ -256,6 +269,7 @@ std::string Fingerprint(const DetectArguments& arguments, const Listening& liste
   static_assert(std::has_unique_object_representations_v<vask_stream_options>);
   std::string text = std::string(VASK_VERSION) + (arguments.flac ? " flac" : " wav");
   text += TextOf<vask_stream_options, int32_t>(setup.options);
+  if (!arguments.options.gain.empty()) text += " gain " + arguments.options.gain;
   if (!listening.is_learned()) return text;
   return text + " learned " + std::to_string(vask_model_digest(setup.model)) +
          TextOf<vask_stream_rules, float>(setup.rules);

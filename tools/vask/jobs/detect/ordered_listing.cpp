@@ -50,6 +50,11 @@ void OrderedListing::Close(size_t input, const Recording& recording,
   if (input == first_) ListFirst();
 }
 
+void OrderedListing::Note(size_t input, const std::string& text) {
+  const std::lock_guard lock(mutex_);
+  inputs_[input].note = text;
+}
+
 void OrderedListing::Fail(size_t input, const std::string& file, const FileError& error) {
   const std::lock_guard lock(mutex_);
   inputs_[input].file = file;
@@ -98,6 +103,10 @@ void OrderedListing::List(Input& input) {
   }
   input.waiting.clear();
   if (input.closed && listing_ != nullptr) text += listing_->Close(input.recording);
+  if (input.over && input.note) {
+    line_.Hide();
+    std::fprintf(stderr, "vask: %s\n", input.note->c_str());
+  }
   if (input.error) {
     line_.Hide();
     std::fprintf(stderr, "vask: %s\n", input.error->c_str());

@@ -28,6 +28,8 @@ class OrderedListing {
   void Add(size_t input, const Segment& segment);
   // `shortfall` is what is wrong if the recording is not complete.
   void Close(size_t input, const Recording& recording, const std::optional<FileError>& shortfall = {});
+  // To standard error, without an end of line, before the input is closed.
+  void Note(size_t input, const std::string& text);
   void Fail(size_t input, const std::string& file, const FileError& error);  // instead of Close()
   void End();
 
@@ -47,7 +49,7 @@ class OrderedListing {
     Recording recording;
     bool opened = false, opening_listed = false, closed = false, over = false;
     std::vector<Segment> waiting;
-    std::optional<std::string> file, error;
+    std::optional<std::string> file, error, note;
   };
 
   Input& WaitForRoom(std::unique_lock<std::mutex>& lock, size_t number);

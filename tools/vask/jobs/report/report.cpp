@@ -11,6 +11,7 @@
 #include "jobs/report/page.h"
 #include "jobs/report/picture.h"
 #include "jobs/report/traces.h"
+#include "listen/input_gain.h"
 #include "listen/segments.h"
 #include "sound/audio_reader.h"
 #include "terminal/errors.h"
@@ -148,11 +149,13 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   Heard heard(reader, listening.setup, fineness, sound);
   Cleaned cleaned(listening.setup, fineness, sound);
 
+  InputGain gain(arguments.options.gain, arguments.input);
   Progress progress(arguments.input, expected);
   std::vector<int16_t> block(kBlock);
   int64_t length = 0;
   for (size_t n = 0; (n = reader.Read(block)) > 0;) {
     const auto samples = std::span(block).first(n);
+    gain.Apply(samples);
     auto other = std::async([&] { cleaned.Add(samples); });  // if no thread can be started, get() does it
     heard.Add(samples);
     other.get();
