@@ -1,14 +1,14 @@
 # Completion of vask for bash.
 
 # The options of the detector.
-_vask_listening="--preset --profile --pad-start --pad-end --min-speech --max-segment --hangover --min-voiced --max-tones
+_vask_listening="--detector --model --probability --gain --preset --profile --pad-start --pad-end --min-speech --max-segment --hangover --min-voiced --max-tones
   --threshold"
 # The subcommands and, for each, its options.
 declare -gA _vask_options=(
   [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter $_vask_listening"
   [report]="--output --title --no-audio $_vask_listening"
-  [denoise]="--output"
-  [packets]="--output --size --bare"
+  [denoise]="--output --for --limit --mix --model"
+  [packets]="--output --size --bare --detector --model"
   [unpack]="--output"
   [env]="--json"
   [mfcc]="--output --deltas --log-energies --csv --kb"
@@ -30,14 +30,17 @@ _vask() {
   local words="" kind=""
   case $before in
     --format | -f) words=$("${COMP_WORDS[0]}" detect --help 2> /dev/null | sed -n '/--format/s/.*{\(.*\)}.*/\1/p' | tr , ' ') ;;
-    --audio) words="clean raw" ;;
+    --audio) words="clean listening raw" ;;
+    --detector) words="learned energy" ;;
+    --for) words="listening recognition" ;;
+    --gain) words="auto" ;;
     --preset) words="robust" ;;
     --cpu) words="plain portable avx2 neon" ;;
     --profile) words="general" kind=file ;;
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
-    --files-from) kind=file ;;
-    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold) return ;;
+    --files-from | --model) kind=file ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold | --probability | --limit | --mix) return ;;
     *)
       if [[ $word == -* ]]; then
         words="--help --device --os --config --cpu ${_vask_options[${subcommand:-tables}]}"

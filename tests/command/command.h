@@ -161,7 +161,7 @@ class Command : public testing::Test {
     more.insert(more.begin(), {"detect", kEnergy, file});
     const Outcome outcome = Run(more);
     EXPECT_EQ(outcome.exit_code, 0);
-    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.err.empty(), !outcome.out.empty()) << outcome.err;  // it says so if there is none
     std::vector<Utterance> utterances;
     std::istringstream lines(outcome.out);
     for (std::string line; std::getline(lines, line);) {
