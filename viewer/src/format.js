@@ -11,8 +11,8 @@ export function clock(seconds, decimals = 3) {
   return h > 0 ? `${h}:${String(m).padStart(2, '0')}:${s}${fraction}` : `${m}:${s}${fraction}`;
 }
 
-export function decimal(value) {
-  return value.toFixed(1).replace('-', '\u2212');
+export function decimal(value, decimals = 1) {
+  return value.toFixed(decimals).replace('-', '\u2212');
 }
 
 export const inWords = (reason) => reason.replaceAll('-', ' ');

@@ -12,7 +12,7 @@ import {addRegions} from './regions.js';
 import {SegmentList} from './segments.js';
 import {brightest, Spectrogram} from './spectrogram.js';
 import {Theme} from './theme.js';
-import {decibels, Ruler, Traces} from './traces.js';
+import {decibels, Ruler, shares, Traces} from './traces.js';
 import {View} from './view.js';
 import {drawWaveform, recolourWaveform} from './waveform.js';
 
@@ -42,32 +42,52 @@ function showWhatThereIs(segments) {
   $('rejected-toggle').hidden = segments.every((segment) => segment.rejected === null);
 }
 
+// What the detector in use measured: lines of the plot, its range, and what to say of a moment.
+function detectorOf(report) {
+  const {values} = report;
+  const text = (name, unit, decimals) => (value) =>
+    value == null ? [] : [`${name} ${decimal(value, decimals)}${unit}`];
+  if (report.detector === 'learned') {
+    const speech = shares(values['trace-speech'], report.trace_steps_of_one);
+    const music = shares(values['trace-music'], report.trace_steps_of_one);
+    const threshold = speech.map(() => report.probability);
+    return {
+      lines: [
+        {values: threshold, name: 'quiet'},
+        {values: music, name: 'noise'},
+        {values: speech, name: 'energy'},
+      ],
+      range: [0, 1],
+      said: (t) => [...text('speech', '', 2)(speech[t]), ...text('music', '', 2)(music[t])],
+    };
+  }
+  const energy = decibels(values['trace-energy'], report.trace_steps_per_db);
+  const noise = decibels(values['trace-noise'], report.trace_steps_per_db);
+  const highest = energy.reduce((most, value) => Math.max(most, value ?? 0), 10);
+  return {
+    lines: [
+      {values: energy, name: 'energy'},
+      {values: noise, name: 'noise'},
+    ],
+    range: [0, Math.ceil(highest / 10) * 10],
+    said: (t) => [...text('energy', ' dB')(energy[t]), ...text('noise floor', ' dB')(noise[t])],
+  };
+}
+
 function makeTracks(report) {
   const {values} = report;
   const step = report.trace_step;
   const top = brightest(values['spectrogram-input']);
   const level = decibels(values['trace-level'], report.trace_steps_per_db, report.level_lowest);
-  const energy = decibels(values['trace-energy'], report.trace_steps_per_db);
-  const noise = decibels(values['trace-noise'], report.trace_steps_per_db);
+  const detector = detectorOf(report);
   const lowest = level.reduce((least, value) => Math.min(least, value ?? 0), -10);
-  const highest = energy.reduce((most, value) => Math.max(most, value ?? 0), 10);
   return {
     level,
-    energy,
-    noise,
+    detector,
     plots: [
       new Ruler($('ruler'), report.seconds),
       new Traces($('level'), 84, step, [{values: level, name: 'energy'}], [Math.floor(lowest / 10) * 10, 0]),
-      new Traces(
-        $('detector'),
-        110,
-        step,
-        [
-          {values: energy, name: 'energy'},
-          {values: noise, name: 'noise'},
-        ],
-        [0, Math.ceil(highest / 10) * 10]
-      ),
+      new Traces($('detector'), 110, step, detector.lines, detector.range),
     ],
     canvases: [
       ...['input', 'output'].map(
@@ -87,13 +107,12 @@ function makeTracks(report) {
 function valuesAt(report, tracks, time) {
   const t = Math.floor(time / report.trace_step);
   const flags = report.values['trace-flags'][t] ?? 0;
-  const number = (name, value, unit) => (value == null ? [] : [`${name} ${decimal(value)} ${unit}`]);
+  const level = tracks.level[t];
   return [
-    ...number('level', tracks.level[t], 'dBFS'),
-    ...number('energy', tracks.energy[t], 'dB'),
-    ...number('noise floor', tracks.noise[t], 'dB'),
+    ...(level == null ? [] : [`level ${decimal(level)} dBFS`]),
+    ...tracks.detector.said(t),
     ...(flags & 1 ? ['speech'] : []),
-    ...(flags & 2 ? ['voiced'] : []),
+    ...(flags & 2 && report.detector !== 'learned' ? ['voiced'] : []),
   ];
 }
 
@@ -101,6 +120,8 @@ async function main() {
   const report = await readReport();
   showFacts(report);
   showWhatThereIs(report.segments);
+  if (report.detector === 'learned') $('second-row').textContent = 'probable';
+  for (const name of ['learned', 'energy']) $(`${name}-key`).hidden = report.detector !== name;
   const theme = new Theme($('theme'));
   const surfer = await drawWaveform($('waveform'), report);
   const view = new View(surfer, report.seconds);

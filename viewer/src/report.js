@@ -34,6 +34,8 @@ export async function readReport() {
     'trace-level',
     'trace-energy',
     'trace-noise',
+    'trace-speech',
+    'trace-music',
     'trace-flags',
   ];
   const values = Object.fromEntries(

@@ -10,6 +10,10 @@ export function decibels(values, stepsPerDb, lowest = 0) {
   return Array.from(values, (value) => (value === kNone ? null : value / stepsPerDb + lowest));
 }
 
+export function shares(values, stepsOfOne) {
+  return Array.from(values, (value) => (value === kNone ? null : value / stepsOfOne));
+}
+
 function gutter() {
   return parseFloat(colour('gutter'));
 }

@@ -178,6 +178,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
                           {"trace_steps_per_db", Traces::kStepsPerDb},
                           {"detector", arguments.options.detector},
                           {"probability", listening.setup.rules.open_probability},
+                          {"trace_steps_of_one", Traces::kStepsOfOne},
                           {"level_lowest", Traces::kLowestLevelDb}});
   heard.WriteTo(page);
   cleaned.WriteTo(page);

@@ -8,8 +8,8 @@
 namespace vask::command {
 namespace {
 
-constexpr int64_t kFramesOfStep = 2;        // of the learned detector
-constexpr int64_t kLookBack = kRateHz / 5;  // samples
+constexpr int64_t kFramesOfStep = 2;                                              // of the learned detector
+constexpr int64_t kLookBack = kRateHz / 5, kUtteranceLookBack = 2 * kRateHz / 5;  // samples
 
 uint8_t DbInSteps(float db) {
   const long steps = std::lround(db * Traces::kStepsPerDb);
@@ -32,7 +32,7 @@ void Traces::Add(const vask_stream_measures& measures, const std::optional<vask_
   if (measures.detector_at <= detector_at_) return;
   detector_at_ = measures.detector_at;
   if (hearing) {
-    AddHeard(measures, *hearing);
+    AddHeard(*hearing);
   } else {
     AddMeasured(measures);
   }
@@ -46,18 +46,22 @@ void Traces::AddMeasured(const vask_stream_measures& measures) {
   if (measures.voiced != 0) flags_[at] |= kVoiced;
 }
 
-// A step is judged once more 0.2 s after it: that verdict is shown.
-void Traces::AddHeard(const vask_stream_measures& measures, const vask_stream_hearing& hearing) {
-  for (int64_t frame = 0; frame < kFramesOfStep; ++frame) {
-    const int64_t position = detector_at_ - kLookBack + frame * kFrameSamples;
-    if (position < 0) continue;
-    const size_t at = ColumnAt(position);
+// A step is judged again later, when more is known of what follows it: those verdicts are shown.
+void Traces::AddHeard(const vask_stream_hearing& hearing) {
+  const auto at_step = [&](int64_t look_back, auto note) {
+    for (int64_t frame = 0; frame < kFramesOfStep; ++frame) {
+      const int64_t position = detector_at_ - look_back + frame * kFrameSamples;
+      if (position >= 0) note(ColumnAt(position));
+    }
+  };
+  at_step(kLookBack, [&](size_t at) {
     Raise(speech_[at], ShareInSteps(hearing.speech_200ms_ago));
     Raise(music_[at], ShareInSteps(hearing.music));
     if (hearing.speech_200ms_ago >= 0.5f) flags_[at] |= kVoiced;
-  }
-  const size_t newest = ColumnAt(detector_at_);
-  if (measures.speech != 0) flags_[newest] |= kSpeech;
+  });
+  at_step(kUtteranceLookBack, [&](size_t at) {
+    if (hearing.utterance >= 0.5f) flags_[at] |= kSpeech;
+  });
 }
 
 size_t Traces::ColumnAt(int64_t position) {

@@ -16,7 +16,8 @@ class Traces {
   static constexpr int32_t kStepsPerDb = 2;
   static constexpr int32_t kLowestLevelDb = -100;
   static constexpr int32_t kStepsOfOne = 250;
-  static constexpr uint8_t kSpeech = 1, kVoiced = 2;  // bits of a flag
+  static constexpr uint8_t kSpeech = 1,
+                           kVoiced = 2;  // bits of a flag; learned: inside an utterance, speech probable
 
   explicit Traces(int32_t frames) : frames_(frames) {}
 
@@ -34,7 +35,7 @@ class Traces {
  private:
   size_t ColumnAt(int64_t position);  // created if not there yet
   void AddMeasured(const vask_stream_measures& measures);
-  void AddHeard(const vask_stream_measures& measures, const vask_stream_hearing& hearing);
+  void AddHeard(const vask_stream_hearing& hearing);
 
   int32_t frames_;
   int64_t heard_ = 0, detector_at_ = -1;  // of the last call: nothing is taken twice
