@@ -23,8 +23,8 @@ SNRS = (40, 20, 15, 10, 10, 5, 5, 0)
 STEP = 0.02
 OUTPUTS = {"now": (0, 0), "100": (1, 5), "200": (2, 10), "utterance": (3, 20)}  # column, steps back
 
-RULES = {"open": 0.7, "open_steps": 3, "open_by": "200", "close": 0.5, "close_steps": 4, "close_by": "utterance",
-         "shortest": 0.2, "mean": 0.6}
+RULES = {"open": 0.7, "open_steps": 3, "open_by": "200", "start": 0.3, "close": 0.4, "close_steps": 4, "close_by": "utterance",
+         "shortest": 0.2, "mean": 0.65}
 
 
 def certain(material, random, group):
@@ -93,36 +93,40 @@ def probabilities(ear, clips, length, model):
 
 
 def track(said, rules):
-    """The segments that the rules make of one recording's probabilities: [start, end, told], in seconds."""
+    """The segments that the rules make of one recording's probabilities: [start, end, told], in seconds.
+
+    As src/stream/tracker.cpp does it.
+    """
     open_column, open_back = OUTPUTS[rules["open_by"]]
     close_column, close_back = OUTPUTS[rules["close_by"]]
-    opens = said[:, open_column] >= rules["open"]
-    stays = said[:, close_column] > rules["close"]
+    steps = len(said)
+    opening = np.concatenate([said[open_back:, open_column], np.zeros(open_back, np.float32)])
+    closing = np.concatenate([said[close_back:, close_column], np.zeros(close_back, np.float32)])
+    probable, possible = opening >= rules["open"], opening >= rules["start"]
+    quiet = ~probable & (closing <= rules["close"])
     found = []
-    run, start, last = 0, None, 0
-    for t in range(len(said)):
-        if start is None:
-            run = run + 1 if opens[t] else 0
-            if run >= rules["open_steps"]:
-                start = max(t - run + 1 - open_back, found[-1][3] if found else 0)
-                last = t - open_back
-                quiet = 0
-            continue
-        at = t - close_back
-        if stays[t]:
-            last, quiet = max(last, at), 0
-        elif at > last:
-            quiet += 1
-        if quiet >= rules["close_steps"]:
-            end = last + 1
-            mean = said[start + open_back:end + open_back, open_column].mean() if end > start else 0
-            if (end - start) * STEP >= rules["shortest"] and mean >= rules["mean"]:
-                found.append([start * STEP, end * STEP, (t + 1) * STEP, end])
-            start, run = None, 0
-    if start is not None:
-        end = len(said)
-        found.append([start * STEP, end * STEP, end * STEP, end])
-    return [f[:3] for f in found]
+    at = floor = 0
+    while at >= 0:
+        first = first_run(probable, at, rules["open_steps"])
+        if first < 0:
+            break
+        start = first
+        while start > max(floor, first - 25) and possible[start - 1]:
+            start -= 1
+        end = first_run(quiet, first, rules["close_steps"])
+        told = (end + rules["close_steps"] + close_back) if end >= 0 else steps
+        at = floor = end + rules["close_steps"] if end >= 0 else -1
+        end = end if end >= 0 else steps
+        if (end - start) * STEP >= rules["shortest"] - 1e-9 and opening[start:end].mean() >= rules["mean"]:
+            found.append([start * STEP, end * STEP, told * STEP])
+    return found
+
+
+def first_run(mask, first, length):
+    """Where the first run of `length` or more begins, from `first` on; -1: nowhere."""
+    edges = np.flatnonzero(np.diff(np.concatenate(([0], mask[first:].view(np.int8), [0])))).reshape(-1, 2)
+    long = edges[edges[:, 1] - edges[:, 0] >= length]
+    return first + int(long[0, 0]) if len(long) else -1
 
 
 def scored(files, said, rules):
@@ -132,9 +136,9 @@ def scored(files, said, rules):
 
 def search(files, said):
     results = []
-    for values in itertools.product((0.5, 0.6, 0.7, 0.8), (2, 3, 4, 5), ("100", "200"), (0.3, 0.4, 0.5, 0.6), (2, 4, 6, 9),
-                                    ("utterance",), (0.2, 0.26), (0.5, 0.6, 0.7)):
-        rules = dict(zip(("open", "open_steps", "open_by", "close", "close_steps", "close_by", "shortest", "mean"), values))
+    names = ("open", "open_steps", "start", "close", "close_steps", "mean")
+    for values in itertools.product((0.5, 0.6, 0.7, 0.8), (2, 3, 5), (0.2, 0.3, 0.4), (0.3, 0.4, 0.5), (2, 4, 6), (0.5, 0.6, 0.7)):
+        rules = {**RULES, **dict(zip(names, values))}
         row, _ = scored(files, said, rules)
         results.append((row["usable"] - 0.3 * (row["false"] + row["silent_false"]), row, rules))
     results.sort(key=lambda r: -r[0])

@@ -118,6 +118,7 @@ typedef struct vask_stream_rules {
   float open_probability;  /* an utterance starts where speech is this probable or more, 0 to 1, ... */
   float open;              /* ... for this long: 0.02 to 1 */
   float open_look_back;    /* judged this long afterwards: 0, 0.1 or 0.2 */
+  float start_probability; /* and before that, for up to 0.5 s, as far as it is this probable or more */
   float close_probability; /* it ends where speech is this probable or less, 0 to 1, and less probable than
                               open_probability, ... */
   float pause;             /* ... for this long: 0.02 to 10 */

@@ -155,7 +155,7 @@ bool LearnedPath::Open(Timeline& line, const vask_stream_setup& setup) {
   tracker_.Open(rules_);
   const auto frames = [](int64_t samples) { return (samples + kFrame - 1) / kFrame; };
   // How long ago a start can be when it is found, and how long after its end a segment can stay open.
-  const int64_t steps_back = std::max(rules_.open_steps + rules_.open_back,
+  const int64_t steps_back = std::max(kMostSoftSteps + rules_.open_steps + rules_.open_back,
                                       rules_.pause_steps + std::max(rules_.open_back, rules_.close_back));
   const int64_t back = steps_back * kGateStepFrames + kSlackFrames;
   const int64_t kept = frames(line.rules.margin_start) + back;

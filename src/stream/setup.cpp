@@ -17,14 +17,15 @@ constexpr float kMostSeconds = 10;        // of a pause, a margin and a shortest
 constexpr int32_t kLeastLongest = 24000;  // samples after the margin
 constexpr int32_t kQueueSlack = 48000;    // 2 s where a split is searched, and the look-backs
 
-constexpr vask_stream_rules kRules = {.open_probability = 0.8f,
-                                      .open = 0.08f,
+constexpr vask_stream_rules kRules = {.open_probability = 0.7f,
+                                      .open = 0.06f,
                                       .open_look_back = 0.2f,
-                                      .close_probability = 0.5f,
-                                      .pause = 0.10f,
+                                      .start_probability = 0.3f,
+                                      .close_probability = 0.4f,
+                                      .pause = 0.08f,
                                       .close_look_back = 0.4f,
                                       .shortest = 0.2f,
-                                      .mean_probability = 0.6f,
+                                      .mean_probability = 0.65f,
                                       .margin_start = 0.10f,
                                       .margin_end = 0.25f};
 constexpr float kListeningFloorDb = -18;
@@ -50,6 +51,7 @@ const char* ComplaintAboutRules(const vask_stream_rules& rules) {
   if (!IsIn(rules.open_probability, 0, 1)) return "open_probability is not 0 to 1";
   if (!IsIn(rules.open, 0.02f, 1)) return "open is not 0.02 to 1 s";
   if (!IsLookBack(rules.open_look_back, false)) return "open_look_back is not 0, 0.1 or 0.2 s";
+  if (!IsIn(rules.start_probability, 0, 1)) return "start_probability is not 0 to 1";
   if (!IsIn(rules.close_probability, 0, 1)) return "close_probability is not 0 to 1";
   if (!IsIn(rules.pause, 0.02f, kMostSeconds)) return "pause is not 0.02 to 10 s";
   if (!IsLookBack(rules.close_look_back, true)) return "close_look_back is not 0, 0.1, 0.2 or 0.4 s";
@@ -115,6 +117,7 @@ const char* ComplaintAbout(const vask_stream_setup& setup) {
 
 TrackerRules TrackerRulesOf(const vask_stream_rules& rules) {
   return {.open_q15 = Q15Of(rules.open_probability),
+          .start_q15 = Q15Of(rules.start_probability),
           .open_steps = Steps(rules.open),
           .open_back = Steps(rules.open_look_back),
           .close_q15 = Q15Of(rules.close_probability),

@@ -22,7 +22,7 @@ int16_t OutputOf(const Verdict& verdict, int32_t back) {
 
 void Tracker::Clear() {
   marks_ = {};
-  steps_ = open_known_ = close_known_ = cursor_ = 0;
+  steps_ = open_known_ = close_known_ = cursor_ = floor_ = 0;
   input_steps_ = kMax64;
   run_ = 0;
   newest_q15_ = 0;
@@ -36,6 +36,7 @@ void Tracker::Hear(const Verdict& verdict) {
   if (opening >= 0 && opening < input_steps_) {
     newest_q15_ = OutputOf(verdict, rules_.open_back);
     if (newest_q15_ >= rules_.open_q15) MarkAt(opening) |= kIsProbable;
+    if (newest_q15_ >= rules_.start_q15) MarkAt(opening) |= kIsPossible;
     open_known_ = opening + 1;
   }
   if (closing >= 0 && closing < input_steps_) {
@@ -49,16 +50,27 @@ std::optional<Change> Tracker::Next() {
   const int32_t wanted = is_open_ ? rules_.pause_steps : rules_.open_steps;
   while (cursor_ < known) {
     const uint8_t mark = MarkAt(cursor_++);
-    const bool counts = is_open_ ? mark == 0 : (mark & kIsProbable) != 0;
+    const bool counts = is_open_ ? (mark & (kIsProbable | kIsUtterance)) == 0 : (mark & kIsProbable) != 0;
     run_ = counts ? run_ + 1 : 0;
     if (run_ < wanted) continue;
-    const Change change = {.starts = !is_open_, .at = cursor_ - run_};
-    is_open_ = change.starts;
-    if (is_open_) cursor_ = change.at;  // the closing output may not have judged it yet
+    const int64_t first = cursor_ - run_;
     run_ = 0;
-    return change;
+    is_open_ = !is_open_;
+    if (!is_open_) {
+      floor_ = cursor_;
+      return Change{.starts = false, .at = first};
+    }
+    cursor_ = first;  // the closing output may not have judged it yet
+    return Change{.starts = true, .at = StartOf(first)};
   }
   return std::nullopt;
+}
+
+int64_t Tracker::StartOf(int64_t first_probable) {
+  const int64_t earliest = std::max(floor_, first_probable - kMostSoftSteps);
+  int64_t start = first_probable;
+  while (start > earliest && (MarkAt(start - 1) & kIsPossible) != 0) --start;
+  return start;
 }
 
 }  // namespace vask

@@ -1,12 +1,13 @@
 // From probabilities to starts and ends. In: the verdict of each step of 20 ms; the outputs that look back
 // are put in their place in time here. Out: changes, in steps since the stream was opened or reset.
 //
-// Closed, it looks for `open_steps` steps in a row in which speech is probable; the first of them is the
-// start. Open, it looks for `pause_steps` steps in a row that are quiet: no utterance by the closing output,
-// and not probable enough to open. The first of them is the end, and the search for a start goes on after the
-// last.
+// Closed, it looks for `open_steps` steps in a row in which speech is probable. The start is the first of
+// them, or of the steps just before in which it is possible: soft beginnings are known only by what follows.
+// Open, it looks for `pause_steps` steps in a row that are quiet: no utterance by the closing output, and not
+// probable enough to open. The first of them is the end, and the search for a start goes on after the last.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -18,9 +19,11 @@ namespace vask {
 
 inline constexpr int32_t kMostLookBack = 20;   // steps
 inline constexpr int32_t kMostOpenSteps = 50;  // that a start may take
+inline constexpr int32_t kMostSoftSteps = 25;  // before them, that may belong to it
 
 struct TrackerRules {
   int16_t open_q15;    // probable: this or more
+  int16_t start_q15;   // possible: this or more
   int32_t open_steps;  // 1 to kMostOpenSteps
   int32_t open_back;   // steps that the opening output looks back: 0, 5, 10 or 20
   int16_t close_q15;   // improbable: this or less
@@ -55,10 +58,13 @@ class Tracker {
 
   // An open segment will end here or later, and the next one starts here or later.
   int64_t EarliestEnd() const { return cursor_ - run_; }
-  int64_t EarliestStart() const { return is_open_ ? cursor_ : cursor_ - run_; }
+  int64_t EarliestStart() const {
+    return is_open_ ? cursor_ : std::max(floor_, cursor_ - run_ - kMostSoftSteps);
+  }
 
  private:
-  enum Mark : uint8_t { kIsProbable = 1, kIsUtterance = 2 };
+  enum Mark : uint8_t { kIsProbable = 1, kIsUtterance = 2, kIsPossible = 4 };
+  int64_t StartOf(int64_t first_probable);
   uint8_t& MarkAt(int64_t step) { return marks_[static_cast<size_t>(step) % marks_.size()]; }
 
   TrackerRules rules_;
@@ -67,6 +73,7 @@ class Tracker {
   int64_t input_steps_;               // kMax64 until the input ends
   int64_t open_known_, close_known_;  // one past the newest step that the outputs have judged
   int64_t cursor_;                    // the step to look at next
+  int64_t floor_;                     // the next segment starts here or later
   int32_t run_;                       // steps in a row that may become a start or an end
   int16_t newest_q15_;
   bool is_open_;

@@ -88,7 +88,11 @@ std::vector<Segment> Define(const Said& said, const TrackerRules& rules) {
     const int64_t end = first_of(start, rules.pause_steps, [&](size_t i) {
       return said.closing[i] <= rules.close_q15 && said.opening[i] < rules.open_q15;
     });
-    segments.push_back({start, end});
+    int64_t soft = start;
+    while (soft > std::max(from, start - kMostSoftSteps) &&
+           said.opening[static_cast<size_t>(soft - 1)] >= rules.start_q15)
+      --soft;
+    segments.push_back({soft, end});
     from = end < 0 ? -1 : end + rules.pause_steps;
   }
   return segments;
@@ -120,10 +124,21 @@ TEST(Tracker, StartsAndEndsAsDrawn) {
     for (const char mark : c.closing)
       said.closing.push_back(mark == '#' ? int16_t{kClose + 1} : mark == '-' ? kClose : int16_t{0});
     for (const auto& [open_back, close_back] : {std::pair(0, 20), {10, 20}, {10, 0}, {5, 10}, {0, 10}}) {
-      const TrackerRules rules = {kOpen, 4, open_back, kClose, 3, close_back};
+      const TrackerRules rules = {kOpen, kOpen, 4, open_back, kClose, 3, close_back};
       EXPECT_EQ(Track(said, rules), c.expected)
           << c.opening << ", looking back " << open_back << ", " << close_back;
     }
+  }
+}
+
+TEST(Tracker, DatesSoftStartsBackHalfASecondAtMost) {
+  for (const auto& [soft, expected] : {std::pair(0, 60), {10, 50}, {25, 35}, {26, 35}, {60, 35}}) {
+    Said said;
+    said.opening.resize(60, 0);
+    std::fill(said.opening.end() - soft, said.opening.end(), int16_t{kOpen - 1});
+    said.opening.insert(said.opening.end(), 10, kOpen);
+    said.closing.resize(said.opening.size(), kClose + 1);
+    EXPECT_EQ(Track(said, {kOpen, kOpen - 1, 4, 10, kClose, 3, 20}), (std::vector<Segment>{{expected, -1}}));
   }
 }
 
@@ -137,6 +152,7 @@ TEST(Tracker, FindsWhatIsDefined) {
     SCOPED_TRACE("round " + std::to_string(round) + ", seed 3");
     const int32_t backs[] = {0, 5, 10, 20};
     const TrackerRules rules = {kOpen,
+                                static_cast<int16_t>(kOpen - any(-1, 3)),
                                 any(1, round % 10 == 0 ? kMostOpenSteps : 6),
                                 backs[any(0, 3)],
                                 kClose,

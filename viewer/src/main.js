@@ -120,7 +120,7 @@ async function main() {
   const report = await readReport();
   showFacts(report);
   showWhatThereIs(report.segments);
-  if (report.detector === 'learned') $('second-row').textContent = 'probable';
+  if (report.detector === 'learned') $('second-row').textContent = 'likely';
   for (const name of ['learned', 'energy']) $(`${name}-key`).hidden = report.detector !== name;
   const theme = new Theme($('theme'));
   const surfer = await drawWaveform($('waveform'), report);

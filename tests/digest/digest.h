@@ -1,0 +1,34 @@
+/* Digests of what the library gives, and of what the program runs. */
+#ifndef VASK_DIGEST_H_
+#define VASK_DIGEST_H_
+
+#include <stdint.h>
+
+typedef struct {
+  const char* name;
+  int16_t* samples;
+  int32_t count;
+} Signal;
+
+typedef struct {
+  uint64_t hash; /* FNV-1a, 64 bits, of little-endian values */
+  int64_t values;
+} Digest;
+
+typedef struct {
+  Digest output;  /* samples or features, in order of arrival */
+  Digest history; /* the log energies and extremes kept for the environment-change detection */
+  int32_t ends;   /* utterances that ended or were dropped */
+} Result;
+
+void Start(Digest* digest);
+void Add(Digest* digest, uint64_t value, int bytes);
+
+/* A stream with the learned detector. `output`: its events and the listening audio of its utterances, written
+ * in pieces; `history`: the probabilities of each step and the continuous audio. 0: there is no memory. */
+int RunLearned(const Signal* signal, int32_t piece, Result* result);
+
+/* Force a level of the arithmetic. 0: the machine does not have it. */
+int ForceLevelOfTheLibrary(const char* name);
+
+#endif /* VASK_DIGEST_H_ */
