@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Score our detectors beside others on the held-out recordings, and write the tables of docs/quality.md.
 
-    compare.py FOLDER --vask COMMAND --events PROGRAM [--page PAGE]
+    compare.py FOLDER --vask COMMAND --events PROGRAM [--model FILE] [--page PAGE]
 
 FOLDER holds what heldout.py made and, in peers/, what peers/run.mjs found. The tables are written to
 FOLDER/tables.md, and with --page also in place of what stands between that page's marks.
@@ -68,15 +68,18 @@ def stem(path):
     return os.path.splitext(os.path.basename(path))[0]
 
 
-def ours(folder, title, files, command, program):
+def ours(folder, title, files, command, program, model):
     """One of our detectors, or None if this build lacks it. What the command lists must be what streams report."""
     detector = Detector(title)
     arguments, kind = OURS[title]
+    chosen = kind
+    if model and kind == 'learned':
+        arguments, chosen = [*arguments, '--model', model], f'learned={model}'
     for name in SETS:
         paths = sorted(glob.glob(f'{folder}/{name}/*.wav'))
         try:
             listed, spent = detect(command, arguments, paths)
-            streamed = subprocess.run([program, kind, *paths], check=True, capture_output=True).stdout.splitlines()
+            streamed = subprocess.run([program, chosen, *paths], check=True, capture_output=True).stdout.splitlines()
         except subprocess.CalledProcessError as error:
             print(f'{title} is left out: {error.stderr.decode(errors="replace").strip()}')
             return None
@@ -183,13 +186,14 @@ def main():
     parser.add_argument('folder')
     parser.add_argument('--vask', required=True)
     parser.add_argument('--events', required=True)
+    parser.add_argument('--model', help='of the learned detector, instead of the built-in one')
     parser.add_argument('--page')
     options = parser.parse_args()
     files = {}
     for name in SETS:
         with open(f'{options.folder}/{name}.json', encoding='utf-8') as file:
             files[name] = json.load(file)
-    found = [ours(options.folder, title, files, options.vask, options.events) for title in OURS]
+    found = [ours(options.folder, title, files, options.vask, options.events, options.model) for title in OURS]
     detectors = [found[0]] + [peer(options.folder, *other, files) for other in
                               ((module, *described) for module, described in PEERS.items())] + found[1:]
     detectors = [detector for detector in detectors if detector]

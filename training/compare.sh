@@ -2,13 +2,18 @@
 # Measure our detectors and our noise reductions beside others, on recordings that training never uses, and write the
 # tables of docs/quality.md.
 #
-#   training/compare.sh [FOLDER]    FOLDER: for what is fetched and made (build/compare); 2 GB
+#   training/compare.sh [FOLDER [MODEL]]
+#
+# FOLDER   for what is fetched and made (build/compare); 2 GB
+# MODEL    of the learned detector instead of the built-in one; the tables are then in FOLDER alone
 #
 # Needs Debian's packages named below, and fetches others (apt-get download, npm ci) without installing them. Half an
 # hour with two cores; what is there already is kept, except for what our own build finds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 folder=${1:-build/compare}
+last=(--page docs/quality.md)
+[ $# -lt 2 ] || last=(--model "$(realpath "$2")")
 export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1 PYTHONDONTWRITEBYTECODE=1
 started=$SECONDS
 step() { printf '%4d s  %s\n' $((SECONDS - started)) "$*"; }
@@ -65,8 +70,8 @@ cc -O2 training/peers/speexdsp.c -o "$folder/bin/speexdsp" -lspeexdsp
 c++ -O2 -DWEBRTC_AUDIO_PROCESSING_ONLY_BUILD -DWEBRTC_POSIX \
   -isystem "$raw/libwebrtc-audio-processing-dev/usr/include/webrtc_audio_processing" training/peers/webrtc_apm.cpp \
   -o "$folder/bin/webrtc_apm" "$apm/libwebrtc_audio_processing.so.1" -Wl,-rpath,"$apm"
-"$python" training/compare_listening.py "$folder" --vask "$library/vask" --page docs/quality.md
+"$python" training/compare_listening.py "$folder" --vask "$library/vask" "${last[@]}"
 
 step "Scores"
-"$python" training/compare.py "$folder" --vask "$library/vask" --events "$folder/bin/events" --page docs/quality.md
-step "Done: $folder/tables.md, docs/quality.md"
+"$python" training/compare.py "$folder" --vask "$library/vask" --events "$folder/bin/events" "${last[@]}"
+step "Done: $folder/tables.md and listening.md"

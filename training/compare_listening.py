@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Measure our noise reductions beside others on the held-out mixes, and write their table of docs/quality.md.
 
-    compare_listening.py FOLDER --vask COMMAND [--page PAGE]
+    compare_listening.py FOLDER --vask COMMAND [--model FILE] [--page PAGE]
 
 FOLDER holds what heldout.py made, the programs of the others in bin/, and what RNNoise made in denoised/.
 """
@@ -35,10 +35,12 @@ def by_program(program, samples):
     return np.frombuffer(said, '<i2')
 
 
-def makers(folder, command):
+def makers(folder, command, model):
     """{title: function from a set and a file to what is made of it}."""
     made = {}
     for title, arguments in OURS.items():
+        if model and not arguments:
+            arguments = ['--model', model]
         made[title] = lambda name, file, a=arguments: by_command(command, a, f'{folder}/{name}/{file["name"]}.wav',
                                                                  f'{folder}/denoised/ours.wav')
     for title, program in PROGRAMS.items():
@@ -76,6 +78,7 @@ def main():
     parser = argparse.ArgumentParser(description='Measure noise reductions.')
     parser.add_argument('folder')
     parser.add_argument('--vask', required=True)
+    parser.add_argument('--model', help='of the learned detector, instead of the built-in one')
     parser.add_argument('--page')
     options = parser.parse_args()
     folder = options.folder
@@ -85,7 +88,7 @@ def main():
         for name in ('mixes', 'clean'):
             file[name] = load(f'{folder}/{name}/{file["name"]}.wav')
     rows = []
-    for title, make in makers(folder, options.vask).items():
+    for title, make in makers(folder, options.vask, options.model).items():
         try:
             rows.append(row_of(title, files, make))
         except (OSError, subprocess.CalledProcessError) as error:

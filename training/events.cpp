@@ -1,4 +1,4 @@
-// events learned|energy|robust FILE...
+// events learned|learned=MODEL|energy|robust FILE...
 //
 // Runs a stream over recordings (WAV, 16 kHz, 16 bits, mono, a header of 44 bytes) and prints for each one
 // line of JSON: {"name", "events": [[start, end, span_start, span_end, told], …], "values": [[at, speech],
@@ -39,19 +39,21 @@ void TakeEvents(vask_stream* stream, std::string* list) {
   }
 }
 
-vask_stream* Open(std::string_view detector) {
+// The built-in model is null.
+vask_stream* Open(std::string_view detector, const vask_model* model) {
   vask_stream_setup setup;
   vask_stream_setup_defaults(&setup, sizeof(setup));
   setup.options.audio = VASK_STREAM_NO_AUDIO;
-  setup.detector = detector == "learned" ? VASK_STREAM_LEARNED : VASK_STREAM_ENERGY;
+  setup.detector = detector.starts_with("learned") ? VASK_STREAM_LEARNED : VASK_STREAM_ENERGY;
+  setup.model = model;
   if (detector == "robust") vask_stream_robust(&setup.options);
   return vask_stream_open_setup(&setup);
 }
 
-bool Run(std::string_view detector, const std::string& path) {
+bool Run(std::string_view detector, const vask_model* model, const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), {});
-  vask_stream* stream = bytes.size() > kHeader ? Open(detector) : nullptr;
+  vask_stream* stream = bytes.size() > kHeader ? Open(detector, model) : nullptr;
   if (!stream) return false;
   std::vector<int16_t> samples((bytes.size() - kHeader) / sizeof(int16_t));
   std::memcpy(samples.data(), bytes.data() + kHeader, samples.size() * sizeof(int16_t));
@@ -82,11 +84,19 @@ bool Run(std::string_view detector, const std::string& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc < 3) return 2;
+  const char* path = std::strchr(argv[1], '=');
+  vask_model* const model = path ? vask_model_open(path + 1, nullptr) : nullptr;
+  if (path && !model) {
+    std::fprintf(stderr, "%s is not a model\n", path + 1);
+    return 1;
+  }
   for (int i = 2; i < argc; ++i) {
-    if (!Run(argv[1], argv[i])) {
+    if (!Run(argv[1], model, argv[i])) {
       std::fprintf(stderr, "%s cannot be processed\n", argv[i]);
       return 1;
     }
   }
-  return argc > 2 ? 0 : 2;
+  vask_model_close(model);
+  return 0;
 }
