@@ -93,6 +93,7 @@ def arguments():
     parser.add_argument("--threads", type=int, default=1)
     parser.add_argument("--rate", type=float, default=3e-3)
     parser.add_argument("--drop", type=float, default=0.1)
+    parser.add_argument("--begin", help="weights to go on from")
     parser.add_argument("--expect", type=int, required=True, help="how many shards there will be")
     return parser.parse_args()
 
@@ -126,7 +127,10 @@ def main():
             data[index] = (features, labels)
         return data[index]
 
-    net.centre[:] = torch.from_numpy(np.round(shard(0)[0].reshape(-1, shard(0)[0].shape[-1]).astype(np.float64).mean(axis=0)))
+    if options.begin:
+        net.load_state_dict(torch.load(options.begin)["state"])
+    else:
+        net.centre[:] = torch.from_numpy(np.round(shard(0)[0].reshape(-1, shard(0)[0].shape[-1]).astype(np.float64).mean(axis=0)))
     mean.load_state_dict(net.state_dict())
     optimizer = torch.optim.AdamW(net.parameters(), lr=options.rate, weight_decay=0.02)
     weight = torch.tensor(LOSS_WEIGHTS)

@@ -12,6 +12,7 @@
 namespace vask {
 namespace {
 
+constexpr int32_t kStepSamples = kGateStepFrames * kFrame;
 constexpr double kStepsPerSecond = 50, kSamplesPerSecond = 16000;
 constexpr float kMostSeconds = 10;        // of a pause, a margin and a shortest length
 constexpr int32_t kLeastLongest = 24000;  // samples after the margin
@@ -122,7 +123,8 @@ TrackerRules TrackerRulesOf(const vask_stream_rules& rules) {
           .open_back = Steps(rules.open_look_back),
           .close_q15 = Q15Of(rules.close_probability),
           .pause_steps = Steps(rules.pause),
-          .close_back = Steps(rules.close_look_back)};
+          .close_back = Steps(rules.close_look_back),
+          .margin_steps = (Samples(rules.margin_end) + kStepSamples - 1) / kStepSamples};
 }
 
 SegmentRules SegmentRulesOf(const vask_stream_setup& setup) {

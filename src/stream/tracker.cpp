@@ -57,7 +57,7 @@ std::optional<Change> Tracker::Next() {
     run_ = 0;
     is_open_ = !is_open_;
     if (!is_open_) {
-      floor_ = cursor_;
+      floor_ = std::max(cursor_, first + rules_.margin_steps);
       return Change{.starts = false, .at = first};
     }
     cursor_ = first;  // the closing output may not have judged it yet
@@ -67,7 +67,7 @@ std::optional<Change> Tracker::Next() {
 }
 
 int64_t Tracker::StartOf(int64_t first_probable) {
-  const int64_t earliest = std::max(floor_, first_probable - kMostSoftSteps);
+  const int64_t earliest = EarliestSoft(first_probable);
   int64_t start = first_probable;
   while (start > earliest && (MarkAt(start - 1) & kIsPossible) != 0) --start;
   return start;

@@ -29,6 +29,7 @@ struct TrackerRules {
   int16_t close_q15;   // improbable: this or less
   int32_t pause_steps;
   int32_t close_back;
+  int32_t margin_steps;  // after an end that no start is dated back into
 };
 
 struct Change {
@@ -58,12 +59,13 @@ class Tracker {
 
   // An open segment will end here or later, and the next one starts here or later.
   int64_t EarliestEnd() const { return cursor_ - run_; }
-  int64_t EarliestStart() const {
-    return is_open_ ? cursor_ : std::max(floor_, cursor_ - run_ - kMostSoftSteps);
-  }
+  int64_t EarliestStart() const { return is_open_ ? cursor_ : EarliestSoft(cursor_ - run_); }
 
  private:
   enum Mark : uint8_t { kIsProbable = 1, kIsUtterance = 2, kIsPossible = 4 };
+  int64_t EarliestSoft(int64_t first_probable) const {
+    return std::min(first_probable, std::max(floor_, first_probable - kMostSoftSteps));
+  }
   int64_t StartOf(int64_t first_probable);
   uint8_t& MarkAt(int64_t step) { return marks_[static_cast<size_t>(step) % marks_.size()]; }
 
@@ -73,7 +75,7 @@ class Tracker {
   int64_t input_steps_;               // kMax64 until the input ends
   int64_t open_known_, close_known_;  // one past the newest step that the outputs have judged
   int64_t cursor_;                    // the step to look at next
-  int64_t floor_;                     // the next segment starts here or later
+  int64_t floor_;                     // no start is dated back to before this
   int32_t run_;                       // steps in a row that may become a start or an end
   int16_t newest_q15_;
   bool is_open_;

@@ -116,7 +116,9 @@ std::vector<vask_stream_event> Define(const Samples& input, const vask_stream_se
     while (start > std::max(ready, from - 25) &&
            opening[static_cast<size_t>(start - 1)] >= std::lround(32768 * rules.start_probability))
       --start;
-    from = ready = end < 0 ? -1 : end + in_steps(rules.pause);
+    from = end < 0 ? -1 : end + in_steps(rules.pause);
+    const auto margin = static_cast<int64_t>(std::lround(16000 * rules.margin_end));
+    ready = std::max(from, end + (margin + kStep - 1) / kStep);
     if (end < 0) {
       for (end = steps; quiet(end - 1);) --end;
     }

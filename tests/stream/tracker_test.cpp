@@ -81,7 +81,7 @@ std::vector<Segment> Define(const Said& said, const TrackerRules& rules) {
     return int64_t{-1};
   };
   std::vector<Segment> segments;
-  for (int64_t from = 0; from >= 0;) {
+  for (int64_t from = 0, ready = 0; from >= 0;) {
     const int64_t start =
         first_of(from, rules.open_steps, [&](size_t i) { return said.opening[i] >= rules.open_q15; });
     if (start < 0) break;
@@ -89,11 +89,12 @@ std::vector<Segment> Define(const Said& said, const TrackerRules& rules) {
       return said.closing[i] <= rules.close_q15 && said.opening[i] < rules.open_q15;
     });
     int64_t soft = start;
-    while (soft > std::max(from, start - kMostSoftSteps) &&
+    while (soft > std::max(ready, start - kMostSoftSteps) &&
            said.opening[static_cast<size_t>(soft - 1)] >= rules.start_q15)
       --soft;
     segments.push_back({soft, end});
     from = end < 0 ? -1 : end + rules.pause_steps;
+    ready = std::max(from, end + rules.margin_steps);
   }
   return segments;
 }
@@ -124,7 +125,7 @@ TEST(Tracker, StartsAndEndsAsDrawn) {
     for (const char mark : c.closing)
       said.closing.push_back(mark == '#' ? int16_t{kClose + 1} : mark == '-' ? kClose : int16_t{0});
     for (const auto& [open_back, close_back] : {std::pair(0, 20), {10, 20}, {10, 0}, {5, 10}, {0, 10}}) {
-      const TrackerRules rules = {kOpen, kOpen, 4, open_back, kClose, 3, close_back};
+      const TrackerRules rules = {kOpen, kOpen, 4, open_back, kClose, 3, close_back, 0};
       EXPECT_EQ(Track(said, rules), c.expected)
           << c.opening << ", looking back " << open_back << ", " << close_back;
     }
@@ -138,7 +139,7 @@ TEST(Tracker, DatesSoftStartsBackHalfASecondAtMost) {
     std::fill(said.opening.end() - soft, said.opening.end(), int16_t{kOpen - 1});
     said.opening.insert(said.opening.end(), 10, kOpen);
     said.closing.resize(said.opening.size(), kClose + 1);
-    EXPECT_EQ(Track(said, {kOpen, kOpen - 1, 4, 10, kClose, 3, 20}), (std::vector<Segment>{{expected, -1}}));
+    EXPECT_EQ(Track(said, {kOpen, kOpen - 1, 4, 10, kClose, 3, 20, 0}), (std::vector<Segment>{{expected, -1}}));
   }
 }
 
@@ -157,7 +158,8 @@ TEST(Tracker, FindsWhatIsDefined) {
                                 backs[any(0, 3)],
                                 kClose,
                                 any(1, round % 7 == 0 ? 300 : 12),
-                                backs[any(0, 3)]};
+                                backs[any(0, 3)],
+                                any(0, 40)};
     Said said;
     const int32_t stay = any(2, 30);
     bool speaks = false;
