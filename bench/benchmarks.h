@@ -16,7 +16,7 @@ void RegisterForms();
 // Names: frontend/...
 void RegisterFrontEnd();
 
-// Names: stream/mode_1 and _2, over speech.
+// Names: stream/mode_1 and _2, and stream/learned/<audio>, over speech.
 void RegisterStreams();
 
 // Names: EngineName(mode, material) and ReferenceName(material), for every material.
@@ -25,8 +25,10 @@ void RegisterReference();
 
 inline constexpr int kEngineModes[] = {1, 2};  // 1: every frame, noise-reduced; 2: the utterances
 
-inline constexpr const char* kForms[] = {"transform", "gain_design", "likelihood_ratios", "convolution",
-                                         "lags"};
+inline constexpr const char* kForms[] = {"transform", "gain_design",      "likelihood_ratios", "convolution",
+                                         "lags",      "log_mel_analysis", "neural_net"};
+
+inline constexpr const char* kListOnly = "stream/learned/no_audio";  // the learned detector alone
 
 inline std::string FormName(const std::string& name, Level level) {
   return "form/" + name + '/' + NameOf(level);

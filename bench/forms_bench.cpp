@@ -10,6 +10,8 @@
 #include "dsp/fft.h"
 #include "dsp/power_spectrum.h"
 #include "epd/voicing_lags.h"
+#include "gate/analysis.h"
+#include "gate/net.h"
 #include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
 #include "noise/gsap_fast.h"
@@ -109,10 +111,38 @@ void RunAt(benchmark::State& state, Level level, void (*run)(benchmark::State&))
   ForceLevel(before);
 }
 
+// Half a step of 20 ms is a frame's share: every second frame runs the net.
+void NeuralNet(benchmark::State& state) {
+  const Model* const model = BuiltInModel();
+  if (model == nullptr) return state.SkipWithError("no model is built in");
+  Net net;
+  net.Open(*model);
+  GateInputs inputs{};
+  std::array<int16_t, kNetOutputs> probabilities{};
+  int64_t t = 0;
+  Run(state, [&](const Frame& frame) {
+    if (++t % 2 == 0) return;
+    std::transform(frame.begin(), frame.begin() + kGateInputs, inputs.begin(),
+                   [](int16_t sample) { return static_cast<int16_t>(2000 + sample / 16); });
+    net.Step(inputs, probabilities);
+    benchmark::DoNotOptimize(probabilities.data());
+  });
+}
+
+void LogMelAnalysis(benchmark::State& state) {
+  Analysis analysis;
+  if (!analysis.Open()) return state.SkipWithError("no memory");
+  Run(state, [&](const Frame& frame) {
+    benchmark::DoNotOptimize(analysis.Hear(std::span(frame).first<kFrameLength>()));
+  });
+  analysis.Close();
+}
+
 }  // namespace
 
 void RegisterForms() {
-  constexpr void (*kRuns[])(benchmark::State&) = {Transform, Gains, Ratios, Convolution, Lags};
+  constexpr void (*kRuns[])(benchmark::State&) = {Transform, Gains,          Ratios,   Convolution,
+                                                  Lags,      LogMelAnalysis, NeuralNet};
   static_assert(std::size(kRuns) == std::size(kForms));
   for (size_t i = 0; i < std::size(kRuns); ++i) {
     for (const Level level : LevelsHere()) {

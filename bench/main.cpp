@@ -52,6 +52,9 @@ class Report : public benchmark::ConsoleReporter {
                     ours / reference);
       }
     }
+    const double learned = SecondsPerFrame(kListOnly), engine = SecondsPerFrame(EngineName(2, "speech"));
+    if (learned > 0 && engine > 0)
+      std::printf("ratio learned detector : engine mode 2 over speech = %.2f\n", learned / engine);
   }
 
  private:

@@ -2,6 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <utility>
 #include <vask/stream.hpp>
 
 #include "benchmarks.h"
@@ -11,10 +12,7 @@
 namespace vask::bench {
 namespace {
 
-void Streaming(benchmark::State& state, int mode) {
-  StreamOptions options;
-  options.mode = mode;
-  Stream stream(options);
+void Run(benchmark::State& state, Stream stream) {
   std::array<int16_t, 4096> room;
   PerFrameWithoutAllocation(state, Speech(), [&](const Frame& frame) {
     stream.Write(frame);
@@ -25,12 +23,30 @@ void Streaming(benchmark::State& state, int mode) {
   });
 }
 
+void Streaming(benchmark::State& state, int mode) {
+  StreamOptions options;
+  options.mode = mode;
+  Run(state, Stream(options));
+}
+
+void Hearing(benchmark::State& state, int audio) {
+  StreamSetup setup;
+  setup.options.audio = audio;
+  Run(state, Stream(setup));
+}
+
 }  // namespace
 
 void RegisterStreams() {
   for (int mode : kEngineModes) {
     benchmark::RegisterBenchmark(("stream/mode_" + std::to_string(mode)).c_str(), Streaming, mode)
         ->Unit(benchmark::kMicrosecond);
+  }
+  for (const auto& [name, audio] : {std::pair(kListOnly, VASK_STREAM_NO_AUDIO),
+                                    {"stream/learned/raw", VASK_STREAM_RAW},
+                                    {"stream/learned/clean", VASK_STREAM_CLEAN},
+                                    {"stream/learned/listening", VASK_STREAM_LISTENING}}) {
+    benchmark::RegisterBenchmark(name, Hearing, audio)->Unit(benchmark::kMicrosecond);
   }
 }
 

@@ -61,6 +61,18 @@ def varied(inputs, random):
     return x
 
 
+def left_over(states, clips, random):
+    """The states in which clips begin: for most of them what some clip of the batch before left, else nothing.
+
+    So the net learns to forget what came before, be it loud, long or music.
+    """
+    if states is None:
+        return None, None
+    chosen = torch.from_numpy(random.integers(0, states[0].shape[1], clips))
+    kept = torch.from_numpy((random.random(clips) < 0.7).astype(np.float32))[None, :, None]
+    return tuple(state.detach()[:, chosen] * kept for state in states)
+
+
 def area_under_curve(score, truth):
     order = np.argsort(score, kind="stable")
     truth = truth[order]
@@ -73,7 +85,7 @@ def judge(net, inputs, targets, weights):
     """Of each output: area under the curve and loss."""
     net.eval()
     with torch.no_grad():
-        logits = torch.cat([net(torch.from_numpy(inputs[i:i + 50].astype(np.float32))) for i in range(0, len(inputs), 50)])
+        logits = torch.cat([net(torch.from_numpy(inputs[i:i + 50].astype(np.float32)))[0] for i in range(0, len(inputs), 50)])
     logits = logits.numpy()
     said = []
     for i in range(len(OUTPUTS)):
@@ -135,7 +147,7 @@ def main():
     optimizer = torch.optim.AdamW(net.parameters(), lr=options.rate, weight_decay=0.02)
     weight = torch.tensor(LOSS_WEIGHTS)
     began, total, done = time.time(), 0.0, 0
-    order, position = None, 0
+    states = None
     while done < options.batches:
         index = done // 7  # about a shard of 500 clips in 7 batches of 64, the first time
         if index < options.expect:
@@ -155,7 +167,7 @@ def main():
         for group in optimizer.param_groups:
             group["lr"] = rate
         net.train()
-        logits = net(varied(inputs, random))
+        logits, states = net(varied(inputs, random), left_over(states, len(inputs), random))
         losses = torch.nn.functional.binary_cross_entropy_with_logits(
             logits, torch.from_numpy(targets) * 0.98 + 0.01, reduction="none")
         loss = (losses * torch.from_numpy(weights) * weight).sum() / (torch.from_numpy(weights) * weight).sum()
