@@ -59,8 +59,10 @@ run_peer() { # peer, set
 }
 export -f run_peer
 export folder
+sets="rock mixes level-18 level-12 level+12 hold-music rooms"
 for peer in rnnoise ten silero-next silero-v5 webrtc; do
-  for set in rock mixes level-18 level-12 level+12 hold-music rooms clean; do printf '%s\0%s\0' $peer $set; done
+  [ $peer = rnnoise ] && with=clean || with=
+  for set in $sets $with; do printf '%s\0%s\0' $peer "$set"; done
 done | xargs -0 -n 2 -P "$(nproc)" bash -euc 'run_peer "$0" "$1"'
 
 step "Noise reductions"

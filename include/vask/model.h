@@ -16,10 +16,10 @@ typedef struct vask_model vask_model;
 /* Why a model is refused. */
 enum {
   VASK_MODEL_OK = 0,
-  VASK_MODEL_NO_FILE = 1,    /* it cannot be read */
-  VASK_MODEL_NOT_ONE = 2,    /* it is not a model, or of a version that this library does not know */
-  VASK_MODEL_DAMAGED = 3,    /* its digest does not match, or it is cut */
-  VASK_MODEL_TOO_LARGE = 4,  /* its sizes are beyond what a stream has room for */
+  VASK_MODEL_NO_FILE = 1,   /* it cannot be read */
+  VASK_MODEL_NOT_ONE = 2,   /* it is not a model, or of a version that this library does not know */
+  VASK_MODEL_DAMAGED = 3,   /* its digest does not match, or it is cut */
+  VASK_MODEL_TOO_LARGE = 4, /* its sizes are beyond what a stream has room for */
   VASK_MODEL_NO_MEMORY = 5
 };
 

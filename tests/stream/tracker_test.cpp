@@ -139,7 +139,8 @@ TEST(Tracker, DatesSoftStartsBackHalfASecondAtMost) {
     std::fill(said.opening.end() - soft, said.opening.end(), int16_t{kOpen - 1});
     said.opening.insert(said.opening.end(), 10, kOpen);
     said.closing.resize(said.opening.size(), kClose + 1);
-    EXPECT_EQ(Track(said, {kOpen, kOpen - 1, 4, 10, kClose, 3, 20, 0}), (std::vector<Segment>{{expected, -1}}));
+    EXPECT_EQ(Track(said, {kOpen, kOpen - 1, 4, 10, kClose, 3, 20, 0}),
+              (std::vector<Segment>{{expected, -1}}));
   }
 }
 
