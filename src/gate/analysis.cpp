@@ -4,8 +4,8 @@
 
 #include "dsp/fft.h"
 #include "dsp/power_spectrum.h"
+#include "dsp/windowing.h"
 #include "dsp/windows.h"
-#include "noise/wiener_filter.h"
 
 namespace vask {
 namespace {

@@ -12,6 +12,7 @@
 #include "dsp/kernel.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/square_root.h"
+#include "dsp/windowing.h"
 #include "noise/convolution.h"
 #include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
@@ -58,23 +59,6 @@ void WindowImpulse(const int32_t* taps, const int32_t* window, int32_t* impulse,
   }
 }
 
-void WindowQ10Plain(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
-  std::array<int64_t, kFftSize> windowed;
-  ApplyWindow(samples, window_q30, windowed);
-  std::transform(windowed.begin(), windowed.end(), out.begin(), Low32);
-}
-
-// ApplyWindow in 32 bits: with the window's w = high * 2^16 + low, floor(s * w / 2^20) =
-// floor((s * high + floor(s * low / 2^16)) / 2^4), and for a 16-bit sample every part of it fits 32 bits.
-VASK_BODY void WindowQ10Body(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
-  const size_t n = std::min(window_q30.size(), out.size());
-  for (size_t i = 0; i < n; ++i) {
-    const int32_t high = window_q30[i] >> 16, low = window_q30[i] & 0xffff;
-    out[i] = (samples[i] * high + ((samples[i] * low) >> 16)) >> 4;
-  }
-  std::fill(out.begin() + static_cast<std::ptrdiff_t>(n), out.end(), 0);
-}
-
 VASK_BODY void SmoothBody(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
                           std::span<int64_t> mean, bool is_first) {
   SmoothPairs(power, current);
@@ -85,20 +69,12 @@ VASK_BODY void SmoothBody(const int64_t* power, std::span<int64_t> current, std:
 
 }  // namespace
 
-VASK_KERNEL(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
-            (samples, window_q30, out), WindowQ10Plain)
 VASK_KERNEL(void, Smooth,
             (const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,
              std::span<int64_t> mean, bool is_first),
             (power, current, previous, mean, is_first), SmoothPortable)
 VASK_KERNEL(void, WeightGains, (std::span<int32_t> gain_q30, const int32_t* weight_q30),
             (gain_q30, weight_q30), WeightGainsPortable)
-
-void ApplyWindow(const int16_t* samples, std::span<const int32_t> window_q30, std::span<int64_t> out) {
-  const size_t n = std::min(window_q30.size(), out.size());
-  for (size_t i = 0; i < n; ++i) out[i] = MulShift<20>(int32_t{samples[i]}, window_q30[i]);
-  std::fill(out.begin() + static_cast<std::ptrdiff_t>(n), out.end(), 0);
-}
 
 void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& twiddles) {
   const auto bins = static_cast<size_t>(wf.num_psd_bins), bands = static_cast<size_t>(wf.num_bands);

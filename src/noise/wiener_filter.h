@@ -1,13 +1,12 @@
 // Noise reduction, one frame per call.
 #pragma once
 
-#include <vask/dsp.h>
 #include <vask/noise.h>
 
 #include <cstdint>
 #include <span>
 
-#include "dsp/fft_512.h"
+#include "dsp/fft.h"
 
 namespace vask {
 
@@ -15,13 +14,7 @@ namespace vask {
 // counts the frames entered and must be 3 or more; 3 marks the first call after the record was cleared.
 void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& twiddles);
 
-// out[i] = sample * window (Q30) >> 20; 0 beyond the window.
-void ApplyWindow(const int16_t* samples, std::span<const int32_t> window_q30, std::span<int64_t> out);
-
 // Its steps.
-
-// ApplyWindow in 32 bits, enough for int16 samples and a window of at most 1.
-void WindowQ10(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out);
 
 // From 257 powers to the smoothed spectrum and its mean with the previous frame's, which it then replaces.
 void Smooth(const int64_t* power, std::span<int64_t> current, std::span<int64_t> previous,

@@ -18,6 +18,7 @@
 #include "dsp/float_fft.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/square_root.h"
+#include "dsp/windowing.h"
 #include "epd/endpoint.h"
 #include "epd/energy.h"
 #include "epd/voicing_crossings.h"
