@@ -21,7 +21,8 @@ fi
 if [ "$extent" != --command ] && [ "$extent" != --build ]; then
   runs_tests=1
   packages+=(praat sctk sox locales # readers for the formats of vask detect
-    mandoc man-db groff-base zsh)   # the manual and the completions
+    mandoc man-db groff-base zsh    # the manual and the completions
+    espeak-ng)                      # speech in many languages for the learned detector
   packages+=(chromium fonts-dejavu-core) # the report
   # The user's own Node may come from elsewhere.
   command -v node > /dev/null || packages+=(nodejs)
