@@ -71,7 +71,7 @@ train() { # out, its arguments
   [ -s "$folder/$1.done" ] || { "$python" training/train.py "$shards/train" "$shards/tuning-0,$shards/plain-0" "$folder/$1" \
     --expect 32 "${@:2}" && touch "$folder/$1.done"; }
 }
-train detector --batches 3400
+train detector --batches 2800
 
 step "Turning it into integers, and judging it"
 "$python" training/export.py "$folder/detector.pt" "$folder/detector.model"

@@ -1,10 +1,9 @@
-"""Mix clips for training: mix.py POOLS EAR OUT COUNT SEED PART [tuning|plain|music]
+"""Mix clips for training: mix.py POOLS EAR OUT COUNT SEED PART [tuning|plain]
 
 Writes COUNT clips of 12 s as OUT.features.npy (what the library's analysis makes of them: int16, clips x steps x
 inputs) and OUT.labels.npy (uint8, clips x frames x 3: speech, utterance, music; NO, YES or UNSURE). PART picks the
 seed's part, so that parts can be mixed side by side. With `tuning`, of the groups that are kept out of training; with `plain`, of those among them
 that spoke through their own microphones, one voice and one recorded background in each clip and nothing else done.
-`music` is for training: music in nearly half of the clips, and more of them without speech.
 """
 import os
 import subprocess
@@ -30,7 +29,6 @@ def is_kept_out(group):
 class Material:
     def __init__(self, folder, seed, tuning):
         random = np.random.default_rng([seed, 1, tuning])
-        self.shares, self.share_of_speech = SHARES, 0.74
         self.voices = Pool(folder, "voice", lambda g: is_kept_out(g) == tuning)
         self.music = Pool(folder, "music", lambda g: True)
         self.noise = Pool(folder, "noise", lambda g: True)
@@ -173,12 +171,12 @@ def recorded_noise(material, random, length=LENGTH):
 
 
 KINDS = ["computed", "recorded", "babble", "music", "song"]
-SHARES, MUSIC_SHARES = [0.33, 0.25, 0.10, 0.24, 0.08], [0.20, 0.17, 0.15, 0.36, 0.12]
+SHARES = [0.33, 0.25, 0.10, 0.24, 0.08]
 
 
 def background(material, random, length=LENGTH):
     """A background of about 0.1 rms, and whether it is music: (samples, is_music)."""
-    kind = random.choice(KINDS, p=material.shares)
+    kind = random.choice(KINDS, p=SHARES)
     if kind in ("music", "song"):
         pool = material.music
         sound = pool.get(pool.member(random, pool.group(random)))
@@ -234,7 +232,7 @@ def channel(x, random):
 
 def clip(material, random):
     """One clip: int16 samples and its labels."""
-    has_speech = random.random() < material.share_of_speech
+    has_speech = random.random() < 0.74
     x = np.zeros(LENGTH, np.float32)
     speech, utterance, music = (np.zeros(FRAMES, np.uint8) for _ in range(3))
     if has_speech:
@@ -323,9 +321,7 @@ def features_of(clips, ear):
 
 def main(folder, ear, out, count, seed, part, kind=""):
     count, seed, part = int(count), int(seed), int(part)
-    material = Material(folder, seed, kind in ("tuning", "plain"))
-    if kind == "music":
-        material.shares, material.share_of_speech = MUSIC_SHARES, 0.6
+    material = Material(folder, seed, kind != "")
     if kind == "plain":
         material.voices = Pool(folder, "voice", lambda g: is_kept_out(g) and g.startswith(("commands", "wakewords")))
     make = plain_clip if kind == "plain" else clip

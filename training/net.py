@@ -25,10 +25,9 @@ class Net(nn.Module):
         with torch.no_grad():
             self.dense.weight *= 0.3
 
-    def forward(self, inputs, states=(None, None)):
-        """inputs: batch x steps x INPUTS, as the analysis gives them. Logits, batch x steps x outputs, and the states
-        of both recurrent layers afterwards."""
+    def forward(self, inputs):
+        """inputs: batch x steps x INPUTS, as the analysis gives them; logits, batch x steps x outputs."""
         x = nn.functional.hardtanh(self.dense((inputs - self.centre) / 256))
-        first, state_of_first = self.first(self.drop(x), states[0])
-        second, state_of_second = self.second(self.drop(first), states[1])
-        return self.out(self.drop(torch.cat([first, second], dim=-1))), (state_of_first, state_of_second)
+        first, _ = self.first(self.drop(x))
+        second, _ = self.second(self.drop(first))
+        return self.out(self.drop(torch.cat([first, second], dim=-1)))

@@ -61,18 +61,6 @@ def varied(inputs, random):
     return x
 
 
-def left_over(states, clips, random):
-    """The states in which clips begin: for most of them what some clip of the batch before left, else nothing.
-
-    So the net learns to forget what came before, be it loud, long or music.
-    """
-    if states is None:
-        return None, None
-    chosen = torch.from_numpy(random.integers(0, states[0].shape[1], clips))
-    kept = torch.from_numpy((random.random(clips) < 0.7).astype(np.float32))[None, :, None]
-    return tuple(state.detach()[:, chosen] * kept for state in states)
-
-
 def area_under_curve(score, truth):
     order = np.argsort(score, kind="stable")
     truth = truth[order]
@@ -85,7 +73,7 @@ def judge(net, inputs, targets, weights):
     """Of each output: area under the curve and loss."""
     net.eval()
     with torch.no_grad():
-        logits = torch.cat([net(torch.from_numpy(inputs[i:i + 50].astype(np.float32)))[0] for i in range(0, len(inputs), 50)])
+        logits = torch.cat([net(torch.from_numpy(inputs[i:i + 50].astype(np.float32))) for i in range(0, len(inputs), 50)])
     logits = logits.numpy()
     said = []
     for i in range(len(OUTPUTS)):
@@ -105,7 +93,6 @@ def arguments():
     parser.add_argument("--threads", type=int, default=1)
     parser.add_argument("--rate", type=float, default=3e-3)
     parser.add_argument("--drop", type=float, default=0.1)
-    parser.add_argument("--begin", help="weights to go on from")
     parser.add_argument("--expect", type=int, required=True, help="how many shards there will be")
     return parser.parse_args()
 
@@ -139,20 +126,15 @@ def main():
             data[index] = (features, labels)
         return data[index]
 
-    if options.begin:
-        net.load_state_dict(torch.load(options.begin)["state"])
-    else:
-        net.centre[:] = torch.from_numpy(np.round(shard(0)[0].reshape(-1, shard(0)[0].shape[-1]).astype(np.float64).mean(axis=0)))
+    net.centre[:] = torch.from_numpy(np.round(shard(0)[0].reshape(-1, shard(0)[0].shape[-1]).astype(np.float64).mean(axis=0)))
     mean.load_state_dict(net.state_dict())
     optimizer = torch.optim.AdamW(net.parameters(), lr=options.rate, weight_decay=0.02)
     weight = torch.tensor(LOSS_WEIGHTS)
     began, total, done = time.time(), 0.0, 0
-    states = None
     while done < options.batches:
         index = done // 7  # about a shard of 500 clips in 7 batches of 64, the first time
         if index < options.expect:
             features, labels = shard(index)
-            chosen = random.permutation(len(features))[:BATCH] if done % 7 else None
             if done % 7 == 0:
                 pass_order = random.permutation(len(features))
             chosen = pass_order[(done % 7) * BATCH:(done % 7 + 1) * BATCH]
@@ -167,7 +149,7 @@ def main():
         for group in optimizer.param_groups:
             group["lr"] = rate
         net.train()
-        logits, states = net(varied(inputs, random), left_over(states, len(inputs), random))
+        logits = net(varied(inputs, random))
         losses = torch.nn.functional.binary_cross_entropy_with_logits(
             logits, torch.from_numpy(targets) * 0.98 + 0.01, reduction="none")
         loss = (losses * torch.from_numpy(weights) * weight).sum() / (torch.from_numpy(weights) * weight).sum()

@@ -24,7 +24,7 @@ STEP = 0.02
 OUTPUTS = {"now": (0, 0), "100": (1, 5), "200": (2, 10), "utterance": (3, 20)}  # column, steps back
 
 RULES = {"open": 0.7, "open_steps": 3, "open_by": "200", "start": 0.3, "close": 0.4, "close_steps": 4, "close_by": "utterance",
-         "shortest": 0.2, "mean": 0.65}
+         "shortest": 0.2, "mean": 0.7}
 
 
 def certain(material, random, group):

@@ -34,9 +34,12 @@ class Gate {
   std::span<const int64_t> power() const { return analysis_.power(); }
 
  private:
+  void ForgetLongQuiet();
+
   Analysis analysis_;
   Net net_;
   Verdict verdict_;
+  int32_t quiet_steps_;  // in a row
 };
 
 }  // namespace vask

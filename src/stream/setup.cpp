@@ -26,7 +26,7 @@ constexpr vask_stream_rules kRules = {.open_probability = 0.7f,
                                       .pause = 0.08f,
                                       .close_look_back = 0.4f,
                                       .shortest = 0.2f,
-                                      .mean_probability = 0.65f,
+                                      .mean_probability = 0.7f,
                                       .margin_start = 0.10f,
                                       .margin_end = 0.25f};
 constexpr float kListeningFloorDb = -18;
