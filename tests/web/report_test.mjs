@@ -97,7 +97,7 @@ test('draws the heights of the waveform', async () => {
 test('shows levels and frequencies at the right places, and why a segment was rejected', async () => {
   const wav = join(folder, 'tone.wav');
   saveWav(wav, toneAndBurst(2000));
-  const {page, check} = await open(report(wav));
+  const {page, check} = await open(report(wav, '--detector', 'energy'));
   const {seconds} = await dataOf(page);
   const box = await page.locator('#spectrogram-input canvas').boundingBox();
   const readout = async (time) => {
@@ -159,6 +159,25 @@ test('shows levels and frequencies at the right places, and why a segment was re
   await page.uncheck('#show-rejected');
   assert.ok(await page.locator('tr.rejected').isHidden());
   await check();
+});
+
+test('shows how probable speech was, or what the energy detector measured', async () => {
+  const learned = await open(room);
+  const {segments, trace_step} = await dataOf(learned.page);
+  const speech = await valuesOf(learned.page, 'trace-speech');
+  for (const {start, end} of segments) {
+    assert.ok(speech[Math.floor((start + end) / 2 / trace_step)] > 200, `speech from ${start} to ${end}`);
+  }
+  assert.ok(speech[Math.floor(0.5 / trace_step)] < 50, 'nobody speaks before the first word');
+  const energy = await open(report(kRoom, '--detector', 'energy'));
+  for (const [{page, check}, shown, hidden] of [
+    [learned, '#learned-key', '#energy-key'],
+    [energy, '#energy-key', '#learned-key'],
+  ]) {
+    assert.ok(await page.locator(shown).isVisible());
+    assert.ok(await page.locator(hidden).isHidden());
+    await check();
+  }
 });
 
 test('plays, pauses, and stops at the end of an utterance', async () => {
