@@ -23,7 +23,8 @@ VASK_BODY void MultiplyBody(const int8_t* weights, std::span<const int16_t> x, s
 VASK_COMPILE(void, Multiply, (const int8_t* weights, std::span<const int16_t> x, std::span<int32_t> sums),
              (weights, x, sums))
 
-constexpr size_t kRowsAtOnce = 4;  // so that each piece of x is loaded once for four rows
+// Each piece of x is loaded once for so many rows.
+constexpr size_t kRowsAtOnce = 8;
 
 #if VASK_HAS_AVX2
 
@@ -33,22 +34,26 @@ VASK_AVX2 inline __m256i PairsOf16(const int8_t* weights, __m256i x) {
   return _mm256_madd_epi16(_mm256_cvtepi8_epi16(bytes), x);
 }
 
-VASK_AVX2 void MultiplyByFourRows(const int8_t* weights, std::span<const int16_t> x,
-                                  std::span<int32_t> sums) {
+// The sums of four vectors.
+VASK_AVX2 inline __m128i Totals4(const __m256i* x) {
+  const __m256i halves = _mm256_hadd_epi32(_mm256_hadd_epi32(x[0], x[1]), _mm256_hadd_epi32(x[2], x[3]));
+  return _mm_add_epi32(_mm256_castsi256_si128(halves), _mm256_extracti128_si256(halves, 1));
+}
+
+VASK_AVX2 void MultiplyByEightRows(const int8_t* weights, std::span<const int16_t> x,
+                                   std::span<int32_t> sums) {
   const size_t columns = x.size();
   size_t row = 0;
   for (; row + kRowsAtOnce <= sums.size(); row += kRowsAtOnce, weights += kRowsAtOnce * columns) {
-    __m256i a = _mm256_setzero_si256(), b = a, c = a, d = a;
+    __m256i totals[kRowsAtOnce] = {};
     for (size_t j = 0; j < columns; j += kColumnStep) {
       const __m256i values = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x.data() + j));
-      a = _mm256_add_epi32(a, PairsOf16(weights + j, values));
-      b = _mm256_add_epi32(b, PairsOf16(weights + columns + j, values));
-      c = _mm256_add_epi32(c, PairsOf16(weights + 2 * columns + j, values));
-      d = _mm256_add_epi32(d, PairsOf16(weights + 3 * columns + j, values));
+#pragma GCC unroll 8
+      for (size_t i = 0; i < kRowsAtOnce; ++i)
+        totals[i] = _mm256_add_epi32(totals[i], PairsOf16(weights + i * columns + j, values));
     }
-    const __m256i halves = _mm256_hadd_epi32(_mm256_hadd_epi32(a, b), _mm256_hadd_epi32(c, d));
-    const __m128i total = _mm_add_epi32(_mm256_castsi256_si128(halves), _mm256_extracti128_si256(halves, 1));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(&sums[row]), total);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(&sums[row]), Totals4(totals));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(&sums[row + 4]), Totals4(totals + 4));
   }
   MultiplyAvx2(weights, x, sums.subspan(row));
 }
@@ -64,19 +69,24 @@ inline int32x4_t Add16(int32x4_t sum, const int8_t* weights, int16x8_t low, int1
   return vmlal_high_s16(sum, last, high);
 }
 
-void MultiplyByFourRows(const int8_t* weights, std::span<const int16_t> x, std::span<int32_t> sums) {
+// The sums of four vectors.
+inline int32x4_t Totals4(const int32x4_t* x) {
+  return vpaddq_s32(vpaddq_s32(x[0], x[1]), vpaddq_s32(x[2], x[3]));
+}
+
+void MultiplyByEightRows(const int8_t* weights, std::span<const int16_t> x, std::span<int32_t> sums) {
   const size_t columns = x.size();
   size_t row = 0;
   for (; row + kRowsAtOnce <= sums.size(); row += kRowsAtOnce, weights += kRowsAtOnce * columns) {
-    int32x4_t a = vdupq_n_s32(0), b = a, c = a, d = a;
+    int32x4_t totals[kRowsAtOnce] = {};
     for (size_t j = 0; j < columns; j += kColumnStep) {
       const int16x8_t low = vld1q_s16(x.data() + j), high = vld1q_s16(x.data() + j + 8);
-      a = Add16(a, weights + j, low, high);
-      b = Add16(b, weights + columns + j, low, high);
-      c = Add16(c, weights + 2 * columns + j, low, high);
-      d = Add16(d, weights + 3 * columns + j, low, high);
+#pragma GCC unroll 8
+      for (size_t i = 0; i < kRowsAtOnce; ++i)
+        totals[i] = Add16(totals[i], weights + i * columns + j, low, high);
     }
-    vst1q_s32(&sums[row], vpaddq_s32(vpaddq_s32(a, b), vpaddq_s32(c, d)));
+    vst1q_s32(&sums[row], Totals4(totals));
+    vst1q_s32(&sums[row + 4], Totals4(totals + 4));
   }
   MultiplyPortable(weights, x, sums.subspan(row));
 }
@@ -86,6 +96,6 @@ void MultiplyByFourRows(const int8_t* weights, std::span<const int16_t> x, std::
 }  // namespace
 
 VASK_PICK(void, Multiply, (const int8_t* weights, std::span<const int16_t> x, std::span<int32_t> sums),
-          (weights, x, sums), MultiplyPortable, MultiplyPortable, MultiplyByFourRows, MultiplyByFourRows)
+          (weights, x, sums), MultiplyPortable, MultiplyPortable, MultiplyByEightRows, MultiplyByEightRows)
 
 }  // namespace vask
