@@ -207,10 +207,28 @@ void* ListenInAllModes(void* allocations) {
   return nullptr;
 }
 
-TEST(Allocation, AStreamAllocatesOnlyAtItsStartAndWhenItsQueueGrows) {
+// With each detector, and with each kind of audio that the learned one has.
+class StreamAllocation : public testing::TestWithParam<vask_stream_setup> {};
+
+vask_stream_setup Setup(int32_t detector, int32_t audio) {
+  vask_stream_setup setup;
+  vask_stream_setup_defaults(&setup, sizeof setup);
+  setup.detector = detector;
+  setup.options.audio = audio;
+  return setup;
+}
+
+INSTANTIATE_TEST_SUITE_P(Setups, StreamAllocation,
+                         testing::Values(Setup(VASK_STREAM_ENERGY, VASK_STREAM_CLEAN),
+                                         Setup(VASK_STREAM_LEARNED, VASK_STREAM_CLEAN),
+                                         Setup(VASK_STREAM_LEARNED, VASK_STREAM_RAW),
+                                         Setup(VASK_STREAM_LEARNED, VASK_STREAM_LISTENING)));
+
+TEST_P(StreamAllocation, IsOnlyAtItsStartAndWhenItsQueueGrows) {
+  if (GetParam().detector == VASK_STREAM_LEARNED && vask_model_digest(nullptr) == 0) GTEST_SKIP();
   const Samples scene = Room();
   vask_stream* stream = nullptr;
-  const auto open = [&] { stream = vask_stream_open(nullptr); };
+  const auto open = [&] { stream = vask_stream_open_setup(&GetParam()); };
   const size_t all = CountOf(open);
   vask_stream_close(stream);
   EXPECT_EQ(Unreleased(), 0u);
