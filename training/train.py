@@ -135,9 +135,10 @@ def main():
         index = done // 7  # about a shard of 500 clips in 7 batches of 64, the first time
         if index < options.expect:
             features, labels = shard(index)
+            order = random.permutation(len(features))
             if done % 7 == 0:
-                pass_order = random.permutation(len(features))
-            chosen = pass_order[(done % 7) * BATCH:(done % 7 + 1) * BATCH]
+                order_of_shard = order
+            chosen = order_of_shard[(done % 7) * BATCH:(done % 7 + 1) * BATCH]
             inputs, truth = features[chosen], labels[chosen]
         else:
             picks = [(int(random.integers(options.expect)), int(random.integers(500))) for _ in range(BATCH)]
