@@ -68,7 +68,7 @@ wait $!
 
 step "Training"
 train() { # out, its arguments
-  [ -s "$folder/$1.done" ] || { "$python" training/train.py "$shards/train" "$shards/tuning-0,$shards/plain-0" "$folder/$1" \
+  [ -e "$folder/$1.done" ] || { "$python" training/train.py "$shards/train" "$shards/tuning-0,$shards/plain-0" "$folder/$1" \
     --expect 32 "${@:2}" && touch "$folder/$1.done"; }
 }
 train detector --batches 2800
