@@ -123,6 +123,10 @@ TEST_F(ListeningCommand, SaysWhichOptionNeedsWhichDetector) {
   const std::string needs_energy = " needs --detector energy";
   std::ofstream(*this / "model") << "VASKGATE and no more";
   Save(*this / "zeros.wav", Samples(kRateHz));
+  ASSERT_EQ(mkfifo((*this / "pipe").c_str(), 0600), 0);
+  const int pipe = open((*this / "pipe").c_str(), O_RDWR | O_CLOEXEC);
+  const std::string start = Content(kRoom).substr(0, 20000);
+  ASSERT_EQ(write(pipe, start.data(), start.size()), static_cast<ssize_t>(start.size()));
   struct Case {
     std::vector<std::string> args;
     int exit_code;
@@ -136,20 +140,31 @@ TEST_F(ListeningCommand, SaysWhichOptionNeedsWhichDetector) {
         Case{{"packets", kEnergy, "--model", "model", kRoom, "-o", "x"},
              2,
              "--model needs --detector learned"},
-        Case{
-            {"detect", kEnergy, "--audio", "listening", "-o", "out", kRoom}, 2, "needs the learned detector"},
+        Case{{"detect", kEnergy, "--audio", "listening", "-o", "out", kRoom}, 2, "needs --detector learned"},
+        Case{{"--device", "48", "detect", kRoom}, 2, "--device" + needs_energy},
+        Case{{"report", "--os", "1", kRoom, "-o", "x"}, 2, "--os" + needs_energy},
+        Case{{"detect", "--pad-end", "11", kRoom}, 2, "--pad-end is above 10 s"},
+        Case{{"detect", "--hangover", "11", kRoom}, 2, "--hangover is above 10 s"},
+        Case{{"detect", "--min-speech", "3", "--max-segment", "2", kRoom}, 2, "--min-speech is above --max"},
+        Case{{"detect", "--pad-start", "1", "--max-segment", "2", kRoom},
+             2,
+             "not 1.5 s longer than --pad-start"},
+        Case{{"detect", kEnergy, "--gain", "auto", "pipe"}, 1, "vask: pipe: cannot be read twice"},
         Case{{"detect", kEnergy, "--gain", "auto", "-"}, 2, "--gain auto reads a recording twice"},
         Case{{"detect", kEnergy, "--gain", "loud", kRoom}, 2, "loud is not -40 to 60 dB or auto"},
         Case{{"denoise", kForRecognition, "--mix", "50", kRoom, "-o", "x"}, 2, "not --for recognition"},
         Case{{"detect", "--model", "none", kRoom}, 1, "vask: none: cannot be read: "},
         Case{{"denoise", "--model", "model", kRoom, "-o", "x"}, 1, "vask: model: "},
         Case{{"denoise", "--model", "model", kRoom, "-o", "model"}, 1, "vask: model: "},
+        Case{{"packets", "zeros.wav", "-o", "packets"}, 0, "vask: zeros.wav: no utterance; it is silent\n"},
+        Case{{"denoise", "--device", "48", "zeros.wav", "-o", "clean"}, 0, ""},
         Case{{"detect", "zeros.wav"}, 0, "vask: zeros.wav: no utterance; it is silent\n"}}) {
     const Outcome outcome = Run(c.args);
     EXPECT_EQ(outcome.exit_code, c.exit_code) << c.message;
     EXPECT_NE(outcome.err.find(c.message), std::string::npos) << outcome.err;
     EXPECT_FALSE(fs::exists(*this / "x"));
   }
+  close(pipe);
 }
 
 // Other findings replace what an earlier run finished.

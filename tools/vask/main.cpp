@@ -38,7 +38,7 @@ constexpr const char* kFooter =
   vask mfcc call.wav -o call.npy               compute its cepstra
   vask packets call.wav -o call.packets        pack its utterances as ADPCM
   vask report call.wav -o call.html            show the results as a page
-  vask --device 48 detect meeting.wav          with the settings of another device
+  vask detect --detector energy meeting.wav    with the front end's own detector
 Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error.)";
 
 constexpr const char* kOutOfMemory = "vask: out of memory: close other programs or use a larger machine\n";

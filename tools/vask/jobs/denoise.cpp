@@ -124,9 +124,9 @@ vask_stream_setup SetupOf(const DenoiseArguments& arguments, const Listening& li
   return setup;
 }
 
-void Denoise(const DenoiseArguments& arguments, const EngineOptions& engine) {
+void Denoise(const DenoiseArguments& arguments) {
   if (arguments.purpose == "listening") {
-    const Listening listening(arguments.options, engine.device, engine.os);
+    const Listening listening(arguments.options, kUsualDevice, kUsualOs);
     return DenoiseForListening(arguments, SetupOf(arguments, listening));
   }
   if (arguments.limit || arguments.mix || !arguments.options.model.empty()) {
@@ -159,7 +159,7 @@ Job DenoiseJob(CLI::App& app, const EngineOptions& engine) {
             for (const std::string& file : FilesOf(arguments->options)) inputs.Add(file);
             inputs.CheckIsNone(arguments->output);
             CheckConfig(engine);
-            Denoise(*arguments, engine);
+            Denoise(*arguments);
             return EXIT_SUCCESS;
           }};
 }

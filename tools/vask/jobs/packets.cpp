@@ -3,6 +3,7 @@
 #include <vask/packets.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <memory>
 #include <new>
 #include <vask/stream.hpp>
@@ -11,10 +12,12 @@
 #include "files/inputs.h"
 #include "files/output_file.h"
 #include "jobs/jobs.h"
+#include "listen/input_gain.h"
 #include "listen/listen_options.h"
 #include "listen/segments.h"
 #include "sound/audio_reader.h"
 #include "terminal/arguments.h"
+#include "terminal/printable.h"
 #include "terminal/progress.h"
 
 namespace vask::command {
@@ -43,6 +46,7 @@ class Packer : public SegmentSink {
         file_(arguments.output),
         progress_(progress) {}
 
+  void Arrived(std::span<int16_t> samples) override { level_.Apply(samples); }
   void Started() override {
     before_ = state_;
     if (!arguments_.bare) state_ = {};
@@ -57,6 +61,7 @@ class Packer : public SegmentSink {
     samples_.resize(packet_samples_);  // the rest is silence
     AddPacket('E', 0);
     file_.Append(packets_);
+    is_empty_ = false;
     Clear();
   }
   void Rejected(const vask_stream_event&) override {
@@ -66,6 +71,10 @@ class Packer : public SegmentSink {
   void Heard(int64_t samples) override { progress_.Update(samples); }
 
   void Commit() { file_.Commit(); }
+  // What is to be said of an empty file; "" of any other.
+  std::string Note() const {
+    return is_empty_ ? Printable(arguments_.input) + ": " + NothingFound(level_, false) : "";
+  }
 
  private:
   void AddPacket(char type, size_t first) {
@@ -89,12 +98,15 @@ class Packer : public SegmentSink {
   size_t packet_samples_;
   OutputFile file_;
   Progress& progress_;
+  InputGain level_{"", arguments_.input};  // only measures
+  bool is_empty_ = true;
   adpcm_state state_ = {}, before_ = {};
   std::vector<int16_t> samples_;  // not packed yet
   std::vector<uint8_t> packets_;  // of this utterance
 };
 
-void Pack(const vask_stream_setup& setup, const Arguments& arguments) {
+// Returns what is to be said of it.
+std::string Pack(const vask_stream_setup& setup, const Arguments& arguments) {
   AudioReader reader(arguments.input);
   Progress progress(arguments.input, reader.ExpectedSamples());
   Packer packer(arguments, progress);
@@ -103,6 +115,7 @@ void Pack(const vask_stream_setup& setup, const Arguments& arguments) {
   FindSegments(reader, stream, packer);
   packer.Commit();
   reader.CheckWhole();
+  return packer.Note();
 }
 
 }  // namespace
@@ -125,7 +138,8 @@ Job PacketsJob(CLI::App& app, const EngineOptions& engine) {
             CheckConfig(engine);
             Listening listening(arguments->options, engine.device, engine.os);
             listening.setup.options.audio = VASK_STREAM_CLEAN;
-            Pack(listening.setup, *arguments);
+            const std::string note = Pack(listening.setup, *arguments);
+            if (!note.empty()) std::fprintf(stderr, "vask: %s\n", note.c_str());
             return EXIT_SUCCESS;
           }};
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <vector>
 
 #include "sound/audio_reader.h"
@@ -41,7 +42,10 @@ double HighLevelDb(const std::string& input) {
 double GainDb(const std::string& gain, const std::string& input) {
   if (gain.empty()) return 0;
   if (gain != "auto") return std::strtod(gain.c_str(), nullptr);
-  if (input == "-") throw UsageError("--gain auto needs a file, which it reads twice: give a number of dB");
+  if (!std::filesystem::is_regular_file(input)) {
+    throw FileError(input == "-" ? "standard input" : input, "cannot be read twice, as --gain auto does",
+                    "give it a number of dB, or a file");
+  }
   return std::clamp(kWantedDb - HighLevelDb(input), 0.0, kMostDb);
 }
 

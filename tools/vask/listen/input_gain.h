@@ -14,7 +14,7 @@ class InputGain {
  public:
   // `gain`: a number of dB, "auto", or empty: none, and no dither. "auto" reads the recording once to its end
   // and brings the level that 95 % of its frames stay below to -20 dB full scale, by 0 to 40 dB. Throws
-  // UsageError for standard input, and what AudioReader throws.
+  // FileError for what is not a regular file, and what AudioReader throws.
   InputGain(const std::string& gain, const std::string& input);
 
   // Amplifies in place, limited to full scale; from the 17th zero in a row on, zeros become -1, 0 or 1.

@@ -15,10 +15,15 @@
 namespace vask::command {
 namespace {
 
-constexpr double kLeastPause = 0.02;   // s: a step of the learned detector
-constexpr double kLeastSegment = 1.5;  // s: the margins, and something between them
+constexpr double kLeastPause = 0.02;    // s: a step of the learned detector
+constexpr double kMostOfRules = 10;     // s: its longest pause, margins and shortest utterance
+constexpr double kShortPause = 0.35;    // s: what its surest output bridges
+constexpr float kShortLookBack = 0.2f;  // s: that of an output that bridges none
+constexpr double kLeastSegment = 1.5;   // s: the margins, and something between them
 constexpr int32_t kFramesASecond = kRateHz / kFrameSamples;
 constexpr int32_t kFramesAnHour = 3600 * kFramesASecond;
+
+constexpr const char* kNoLength = "--min-speech is above --max-segment";
 
 int32_t Rounded(double value) { return static_cast<int32_t>(std::lround(value)); }
 
@@ -39,12 +44,14 @@ bool IsSet(const std::optional<T>& value) {
 }
 
 // An option of the other detector is an error rather than ignored.
-void CheckDetector(const ListenOptions& options) {
+void CheckDetector(const ListenOptions& options, int32_t device, int32_t os) {
   const auto needs = [&](const char* name, bool is_set, const char* detector) {
     if (is_set && options.detector != detector) {
       throw UsageError(std::string(name) + " needs --detector " + detector);
     }
   };
+  needs("--device", device != kUsualDevice, "energy");
+  needs("--os", os != kUsualOs, "energy");
   needs("--preset", IsSet(options.preset), "energy");
   needs("--profile", IsSet(options.profile), "energy");
   needs("--gain", IsSet(options.gain), "energy");
@@ -72,25 +79,35 @@ vask_stream_options EnergyOptions(const ListenOptions& options, int32_t device, 
   stream.min_voiced_frames = options.min_voiced.value_or(stream.min_voiced_frames);
   stream.max_tone_percent = options.max_tones.value_or(stream.max_tone_percent);
   stream.profile.vad_threshold = options.threshold.value_or(stream.profile.vad_threshold);
-  if (stream.max_samples != 0 && stream.min_samples > stream.max_samples) {
-    throw UsageError("--min-speech is above --max-segment");
-  }
+  if (stream.max_samples != 0 && stream.min_samples > stream.max_samples) throw UsageError(kNoLength);
   // The other options have been checked one by one.
   if (const char* complaint = stream.Complaint()) throw UsageError(std::string("--profile: ") + complaint);
   return stream;
 }
 
 void ApplyToLearned(const ListenOptions& options, vask_stream_setup& setup) {
-  const auto take = [](const std::optional<double>& value, float& field) {
-    if (value) field = static_cast<float>(*value);
+  const auto take = [](const char* name, const std::optional<double>& value, float& field) {
+    if (!value) return;
+    if (*value > kMostOfRules)
+      throw UsageError(std::string(name) + " is above 10 s, the learned detector's most");
+    field = static_cast<float>(*value);
   };
   vask_stream_rules& rules = setup.rules;
-  take(options.pad_start, rules.margin_start);
-  take(options.pad_end, rules.margin_end);
-  take(options.min_speech, rules.shortest);
-  take(options.probability, rules.open_probability);
-  if (options.hangover) rules.pause = static_cast<float>(std::max(*options.hangover, kLeastPause));
-  if (options.max_segment) setup.options.max_samples = Rounded(*options.max_segment * kRateHz);
+  take("--pad-start", options.pad_start, rules.margin_start);
+  take("--pad-end", options.pad_end, rules.margin_end);
+  take("--min-speech", options.min_speech, rules.shortest);
+  take("--probability", options.probability, rules.open_probability);
+  take("--hangover", options.hangover, rules.pause);
+  if (options.hangover.value_or(kShortPause) < kShortPause) {
+    rules.pause = static_cast<float>(std::max(*options.hangover, kLeastPause));
+    rules.close_look_back = kShortLookBack;
+  }
+  if (!options.max_segment) return;
+  if (options.min_speech.value_or(0) > *options.max_segment) throw UsageError(kNoLength);
+  setup.options.max_samples = Rounded(*options.max_segment * kRateHz);
+  if (*options.max_segment < kLeastSegment + double{rules.margin_start}) {
+    throw UsageError("--max-segment is not 1.5 s longer than --pad-start");
+  }
 }
 
 vask_model* ReadModel(const std::string& path) {
@@ -172,7 +189,7 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
   seconds("--min-speech", options.min_speech, 0, 3600, "Reject segments that are shorter from start to end");
   seconds("--max-segment", options.max_segment, kLeastSegment, 36000,
           "Split longer utterances where they are quietest");
-  seconds("--hangover", options.hangover, 0, 30, "Silence that ends an utterance (a short one; energy: 1)");
+  seconds("--hangover", options.hangover, 0, 30, "Silence that ends an utterance (about 0.35; energy: 1)");
   command
       .add_option("--min-voiced", options.min_voiced,
                   "Reject segments with fewer voiced frames of 10 ms (energy)")
@@ -196,7 +213,7 @@ std::vector<std::string> FilesOf(const ListenOptions& options) {
 }
 
 Listening::Listening(const ListenOptions& options, int32_t device, int32_t os) : setup(StreamSetup()) {
-  CheckDetector(options);
+  CheckDetector(options, device, os);
   setup.options.audio = VASK_STREAM_NO_AUDIO;
   if (options.detector == "energy") {
     setup.detector = VASK_STREAM_ENERGY;

@@ -16,6 +16,8 @@ class App;
 
 namespace vask::command {
 
+constexpr int32_t kUsualDevice = 2, kUsualOs = 2;  // the library's defaults
+
 struct ListenOptions {
   std::string detector = "learned";   // or energy
   std::string model;                  // a file; empty: the built-in one

@@ -24,9 +24,9 @@ struct Segment {
   double start = 0, end = 0;            // as detected
   double span_start = 0, span_end = 0;  // what is delivered, padding included
   int64_t first = 0, last = 0;          // the span in samples of the input's own rate: [first, last)
-  double voiced = 0;                    // share of voiced frames, 0 to 1
-  std::string ended;                    // silence, long-noise, input-end, split; empty if rejected
-  std::string reason;                   // too-short, too-little-voice, tones; empty if not
+  double voiced = 0;   // share of frames that are voiced or, to the learned detector, speech: 0 to 1
+  std::string ended;   // silence, long-noise, input-end, split; empty if rejected
+  std::string reason;  // too-short, too-little-voice, tones; empty if not
 };
 
 // Called in this order: Begin(); for each input Open(), Add() for each segment as it is decided, and Close();

@@ -21,9 +21,10 @@ constexpr const char* kFooter =
     R"(Output: one line per utterance, in the order of the recordings, with tab-separated columns:
   FILE  NUMBER (from 1)  START  END  SPAN_START  SPAN_END  VOICED  ENDED
 START and END are as detected, the span is what is written with -o, padding included; all are in seconds
-from the start of the recording. VOICED is the share of voiced frames; ENDED is how it ended: silence,
-long-noise, input-end or split. With --verbose rejected segments are listed too, with - as NUMBER and the
-reason as ENDED: too-short, too-little-voice or tones.
+from the start of the recording. VOICED is the share of frames that the learned detector takes for speech, or
+the energy detector for voiced; ENDED is how it ended: silence, input-end, split or (energy) long-noise. With
+--verbose rejected segments are listed too, with - as NUMBER and the reason as ENDED: too-short,
+too-little-voice or (energy) tones.
 The formats of other programs show one interval per utterance: START to END, or with --pad-start, --pad-end
 or a preset, that edge of the span; none begins before the previous one ends. man vask describes each.
 rttm and kaldi call a recording NAME, with _ for white space; kaldi, sorted by bytes, is printed at the end.
@@ -80,10 +81,10 @@ int Detect(DetectArguments arguments, int32_t device, int32_t os) {
     CheckTogether(arguments);
   }
   Listening listening(arguments.options, device, os);
-  if (!arguments.output.empty()) listening.setup.options.audio = AudioOf(arguments.audio);
-  if (const char* complaint = vask_stream_setup_complaint(&listening.setup)) {
-    throw UsageError(std::string("--audio ") + arguments.audio + ": " + complaint);
+  if (arguments.audio == "listening" && !listening.is_learned()) {
+    throw UsageError("--audio listening needs --detector learned");
   }
+  if (!arguments.output.empty()) listening.setup.options.audio = AudioOf(arguments.audio);
   if (arguments.meter && !TerminalLine::Possible()) {
     std::fputs("vask: --meter: standard error is not a terminal: nothing is shown\n", stderr);
     arguments.meter = false;
