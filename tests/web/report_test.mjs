@@ -63,20 +63,22 @@ test('draws the utterances where vask detect finds them, at every zoom', async (
 });
 
 test('holds the sound of the input and of vask denoise, sample for sample', async () => {
-  const {page, check} = await open(room);
   const clean = join(folder, 'clean.wav');
-  vask('denoise', kRoom, '-o', clean);
-  for (const [side, file] of [
-    ['input', kRoom],
-    ['output', clean],
+  for (const [made, purpose] of [
+    [room, 'listening'],
+    [report(kRoom, '--detector', 'energy'), 'recognition'],
   ]) {
-    const base64 = await page.evaluate(
-      (name) => document.getElementById(`data-sound-${name}`).textContent,
-      side
-    );
-    assert.deepEqual(wavSamples(Buffer.from(base64, 'base64')), loadWav(file), side);
+    const {page, check} = await open(made);
+    vask('denoise', kRoom, '-o', clean, '--for', purpose);
+    for (const [side, file] of [
+      ['input', kRoom],
+      ['output', clean],
+    ]) {
+      const base64 = await page.textContent(`#data-sound-${side}`);
+      assert.deepEqual(wavSamples(Buffer.from(base64, 'base64')), loadWav(file), `${side} for ${purpose}`);
+    }
+    await check();
   }
-  await check();
 });
 
 test('draws the heights of the waveform', async () => {
@@ -161,21 +163,65 @@ test('shows levels and frequencies at the right places, and why a segment was re
   await check();
 });
 
-test('shows how probable speech was, or what the energy detector measured', async () => {
-  const learned = await open(room);
-  const {segments, trace_step} = await dataOf(learned.page);
-  const speech = await valuesOf(learned.page, 'trace-speech');
-  for (const {start, end} of segments) {
-    assert.ok(speech[Math.floor((start + end) / 2 / trace_step)] > 200, `speech from ${start} to ${end}`);
+test('draws how probable speech was and the start threshold, and says it under the pointer', async () => {
+  const {page, check} = await open(report(kRoom, '--probability', '0.9'));
+  const {seconds, segments, trace_step} = await dataOf(page);
+  const [speech, music] = [await valuesOf(page, 'trace-speech'), await valuesOf(page, 'trace-music')];
+  assert.equal(segments.length, 5);
+  const times = [0.5, ...segments.map(({start, end}) => (start + end) / 2)];
+  const places = times.map((time) => time / seconds);
+  const {heights, threshold} = await page.evaluate((places) => {
+    // where the plot of 0 to 1 has the colour of speech, at shares of its width, and that of the threshold
+    const canvas = document.querySelector('#detector canvas');
+    const over = document.querySelector('#detector .u-over').getBoundingClientRect();
+    const {left, top} = canvas.getBoundingClientRect();
+    const {data} = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+    const distance = (name, x, y) => {
+      const hex = getComputedStyle(document.documentElement).getPropertyValue(`--${name}`);
+      const at = 4 * ((over.top - top + y) * canvas.width + Math.floor(over.left - left + x));
+      if (data[at + 3] < 100) return 999;
+      return [1, 3, 5].reduce((d, c, i) => d + Math.abs(data[at + i] - parseInt(hex.slice(c, c + 2), 16)), 0);
+    };
+    const rows = [...Array(over.height).keys()];
+    const nearest = (cost) => rows.reduce((best, y) => (cost(y) < cost(best) ? y : best));
+    const share = (y) => 1 - y / over.height;
+    const columns = [...Array(Math.floor(over.width)).keys()].filter((x) => x % 7 === 0);
+    return {
+      heights: places.map((x) => share(nearest((y) => distance('energy', x * over.width, y)))),
+      threshold: share(nearest((y) => -columns.filter((x) => distance('quiet', x, y) < 200).length)),
+    };
+  }, places);
+  near(threshold, 0.9, 0.03, 'threshold');
+  assert.equal(await page.textContent('#threshold'), '0.90');
+  const box = await page.locator('#decision').boundingBox();
+  for (const [i, time] of times.entries()) {
+    const t = Math.floor(time / trace_step);
+    if (i === 0) assert.ok(speech[t] < 50, 'nobody speaks before the first word');
+    else assert.ok(speech[t] > 200, `speech at ${time}`);
+    near(heights[i], speech[t] / 250, 0.05, `line at ${time}`);
+    await page.mouse.move(box.x + (box.width * (t + 0.5) * trace_step) / seconds, box.y + 5);
+    const values = `speech ${(speech[t] / 250).toFixed(2)}  \u00b7  music ${(music[t] / 250).toFixed(2)}`;
+    const said = await page.textContent('#readout');
+    assert.ok(said.endsWith(i === 0 ? values : `${values}  \u00b7  decision: speech`), said);
   }
-  assert.ok(speech[Math.floor(0.5 / trace_step)] < 50, 'nobody speaks before the first word');
-  const energy = await open(report(kRoom, '--detector', 'energy'));
-  for (const [{page, check}, shown, hidden] of [
-    [learned, '#learned-key', '#energy-key'],
-    [energy, '#energy-key', '#learned-key'],
+  await check();
+});
+
+test('speaks of the detector that was used', async () => {
+  for (const [detector, row, column, sound, measured] of [
+    ['learned', 'likely', 'Likely speech', /for listening/, /probability of\s+speech and\s+music/],
+    ['energy', 'voiced', 'Voiced', /for recognition/, /energy and\s+noise\s+floor/],
   ]) {
-    assert.ok(await page.locator(shown).isVisible());
-    assert.ok(await page.locator(hidden).isHidden());
+    const {page, check} = await open(report(kRoom, '--detector', detector));
+    assert.equal(await page.locator('.axis.rows').innerText(), `speech\n${row}`);
+    assert.ok((await page.locator('#list th').allInnerTexts()).includes(column));
+    assert.equal(await page.locator('#list td').nth(5).getAttribute('data-name'), column.toLowerCase());
+    assert.match(await page.getAttribute('#listen-output', 'title'), sound);
+    const labels = await page.locator('#tracks .label').allInnerTexts();
+    assert.equal(labels.filter((text) => /^the detector's (probability|energy)/.test(text)).length, 1);
+    assert.ok(labels.some((text) => measured.test(text)), labels.join(' | '));
+    await page.keyboard.press('?');
+    assert.match(await page.locator('#help').innerText(), sound);
     await check();
   }
 });

@@ -3,6 +3,7 @@ import 'uplot/dist/uPlot.min.css';
 import './style.css';
 
 import {Decision} from './decision.js';
+import {detectorOf} from './detector.js';
 import {clock, decimal} from './format.js';
 import {listenToKeys} from './keyboard.js';
 import {Player} from './player.js';
@@ -12,7 +13,7 @@ import {addRegions} from './regions.js';
 import {SegmentList} from './segments.js';
 import {brightest, Spectrogram} from './spectrogram.js';
 import {Theme} from './theme.js';
-import {decibels, Ruler, shares, Traces} from './traces.js';
+import {decibels, Ruler, Traces} from './traces.js';
 import {View} from './view.js';
 import {drawWaveform, recolourWaveform} from './waveform.js';
 
@@ -42,48 +43,22 @@ function showWhatThereIs(segments) {
   $('rejected-toggle').hidden = segments.every((segment) => segment.rejected === null);
 }
 
-// What the detector in use measured: lines of the plot, its range, and what to say of a moment.
-function detectorOf(report) {
-  const {values} = report;
-  const text = (name, unit, decimals) => (value) =>
-    value == null ? [] : [`${name} ${decimal(value, decimals)}${unit}`];
-  if (report.detector === 'learned') {
-    const speech = shares(values['trace-speech'], report.trace_steps_of_one);
-    const music = shares(values['trace-music'], report.trace_steps_of_one);
-    const threshold = speech.map(() => report.probability);
-    return {
-      lines: [
-        {values: threshold, name: 'quiet'},
-        {values: music, name: 'noise'},
-        {values: speech, name: 'energy'},
-      ],
-      range: [0, 1],
-      said: (t) => [...text('speech', '', 2)(speech[t]), ...text('music', '', 2)(music[t])],
-    };
-  }
-  const energy = decibels(values['trace-energy'], report.trace_steps_per_db);
-  const noise = decibels(values['trace-noise'], report.trace_steps_per_db);
-  const highest = energy.reduce((most, value) => Math.max(most, value ?? 0), 10);
-  return {
-    lines: [
-      {values: energy, name: 'energy'},
-      {values: noise, name: 'noise'},
-    ],
-    range: [0, Math.ceil(highest / 10) * 10],
-    said: (t) => [...text('energy', ' dB')(energy[t]), ...text('noise floor', ' dB')(noise[t])],
-  };
+// Texts that hold for one detector only.
+function showDetector(report, detector) {
+  for (const element of document.querySelectorAll('[data-detector]'))
+    element.hidden = element.dataset.detector !== report.detector;
+  $('threshold').textContent = decimal(report.probability, 2);
+  $('listen-output').title = `Listen to the output, noise-reduced for ${detector.outputFor} (o)`;
 }
 
-function makeTracks(report) {
+function makeTracks(report, detector) {
   const {values} = report;
   const step = report.trace_step;
   const top = brightest(values['spectrogram-input']);
   const level = decibels(values['trace-level'], report.trace_steps_per_db, report.level_lowest);
-  const detector = detectorOf(report);
   const lowest = level.reduce((least, value) => Math.min(least, value ?? 0), -10);
   return {
     level,
-    detector,
     plots: [
       new Ruler($('ruler'), report.seconds),
       new Traces($('level'), 84, step, [{values: level, name: 'energy'}], [Math.floor(lowest / 10) * 10, 0]),
@@ -104,15 +79,12 @@ function makeTracks(report) {
   };
 }
 
-function valuesAt(report, tracks, time) {
+function valuesAt(report, level, detector, time) {
   const t = Math.floor(time / report.trace_step);
-  const flags = report.values['trace-flags'][t] ?? 0;
-  const level = tracks.level[t];
   return [
-    ...(level == null ? [] : [`level ${decimal(level)} dBFS`]),
-    ...tracks.detector.said(t),
-    ...(flags & 1 ? ['speech'] : []),
-    ...(flags & 2 && report.detector !== 'learned' ? ['voiced'] : []),
+    ...(level[t] == null ? [] : [`level ${decimal(level[t])} dBFS`]),
+    ...detector.measuredAt(t),
+    ...detector.decidedBy(report.values['trace-flags'][t] ?? 0),
   ];
 }
 
@@ -120,14 +92,14 @@ async function main() {
   const report = await readReport();
   showFacts(report);
   showWhatThereIs(report.segments);
-  if (report.detector === 'learned') $('second-row').textContent = 'likely';
-  for (const name of ['learned', 'energy']) $(`${name}-key`).hidden = report.detector !== name;
+  const detector = detectorOf(report);
+  showDetector(report, detector);
   const theme = new Theme($('theme'));
   const surfer = await drawWaveform($('waveform'), report);
   const view = new View(surfer, report.seconds);
-  const tracks = makeTracks(report);
+  const tracks = makeTracks(report, detector);
   const player = new Player(report);
-  const list = new SegmentList($('segments'), report.segments, player.hasSound);
+  const list = new SegmentList($('segments'), report.segments, detector.shareOf, player.hasSound);
   addRegions(surfer.getWrapper(), report.segments, report.seconds);
 
   const showPlayer = () => {
@@ -181,7 +153,7 @@ async function main() {
   });
 
   const pointer = new Pointer($('tracks'), $('waveform'), $('pointer-line'), $('readout'), view, (time) =>
-    valuesAt(report, tracks, time)
+    valuesAt(report, tracks.level, detector, time)
   );
   pointer.on('click', (time) => {
     const index = list.indexAt(time);

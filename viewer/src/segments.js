@@ -21,7 +21,8 @@ export class SegmentList {
   #rows = [];
   #listeners = [];
 
-  constructor(body, segments, hasSound) {
+  // share: what `voiced` of a segment means
+  constructor(body, segments, share, hasSound) {
     this.segments = segments;
     this.selected = -1;
     for (const segment of segments) {
@@ -34,7 +35,7 @@ export class SegmentList {
       cell(row, clock(segment.end), '\u2013');
       cell(row, `${(segment.end - segment.start).toFixed(2)} s`);
       cell(row, `${clock(segment.span_start)}\u2009\u2013\u2009${clock(segment.span_end)}`, 'delivered');
-      cell(row, `${Math.round(100 * segment.voiced)} %`, 'voiced');
+      cell(row, `${Math.round(100 * segment.voiced)} %`, share);
       cell(row, `${decimal(segment.level)} dB`);
       cell(row, inWords(segment.rejected ?? segment.ended));
       const listen = cell(row, '');

@@ -73,7 +73,8 @@ class Plot {
 }
 
 export class Traces extends Plot {
-  // lines: a list of {values, name}, name being that of a colour; range: [lowest, highest] of the axis
+  // lines: a list of {values, name, dash}, name being that of a colour and dash, if there is one, the lengths
+  // of a stroke and of a gap, in pixels; range: [lowest, highest] of the axis
   constructor(container, height, step, lines, range) {
     const times = Float64Array.from(lines[0].values, (_, t) => (t + 0.5) * step);
     super(
@@ -87,7 +88,12 @@ export class Traces extends Plot {
         ],
         series: [
           {},
-          ...lines.map(({name}) => ({stroke: () => colour(name), width: 1.25, points: {show: false}})),
+          ...lines.map(({name, dash}) => ({
+            stroke: () => colour(name),
+            width: 1.25,
+            dash,
+            points: {show: false},
+          })),
         ],
       },
       [times, ...lines.map(({values}) => values)]
