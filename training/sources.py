@@ -49,7 +49,7 @@ RULES = {
     **{p: [("music", r"[Mm]usic|BGM|bgm|song", p), ("noise", r"", p)] for p in (
         "starfighter-data", "openclonk-data", "freedink-data", "flare-game",
         "lugaru-data", "supertuxkart-data", "widelands-data", "colobot-common-sounds",
-        "glob2-data", "freeorion-data", "torcs-data", "lincity-ng-data", )},
+        "glob2-data", "freeorion-data", "torcs-data", "lincity-ng-data")},
     "warmux-data": [("music", r"/music/", "warmux"), ("noise", r"weapons/", "warmux")],
     "megaglest-data": [("music", r"music", "megaglest"), ("noise", r"(ambient|building|water|click)", "megaglest")],
     "lomiri-sounds": [("music", r"ringtones", "lomiri"), ("noise", r"", "lomiri")],
@@ -58,8 +58,8 @@ RULES = {
     **{p: [("noise", r"", p)] for p in (
         "oxygen-sounds", "gnome-audio", "sound-icons", "heroes-sound-effects", "cube2-data",
         "tuxpaint-data", "tuxtype-data", "tuxmath-data", "scorched3d-data", "pokerth-data",
-        "freeciv-data", "foobillardplus-data", "minetest-data", 
-        "eiskaltdcpp-sounds", "psi-plus-sounds", "xblast-tnt-sounds", )},
+        "freeciv-data", "foobillardplus-data", "minetest-data",
+        "eiskaltdcpp-sounds", "psi-plus-sounds", "xblast-tnt-sounds")},
     "scratch": [("noise", r"/(Animal|Effects|Electronic|Percussion)/", "scratch"), ("music", r"/(Music Loops|Instruments)/", "scratch")],
     "wesnoth-1.16-data": [("noise", r"/ambient/|(rain|wind|water|bird|cricket|thunder|horse|sword|bow|hatchet|axe|fire|storm)", "wesnoth")],
     "nexuiz-data": [("voice", r"sound/(announcer)/", r"nexuiz-\1"), ("noise", r"sound/(weapons|ambient|desertfactory)/", "nexuiz")],
