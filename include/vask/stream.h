@@ -125,7 +125,8 @@ typedef struct vask_stream_rules {
   float close_look_back;   /* judged this long afterwards: 0, 0.1, 0.2, or 0.4 for the output that counts
                               pauses under 0.35 s as speech */
   float shortest;          /* what is shorter is rejected: 0 to 10 */
-  float mean_probability;  /* and what is less probable on average, looking back as for the start: 0 to 1 */
+  float mean_probability;  /* and what is less probable on average, looking back as for the start: 0 to 1. The
+                              length of pauses inside it of 0.08 s or more does not count */
   float margin_start;      /* delivered from this long before the start: 0 to 10. What the utterance before
                               has taken stays with that one */
   float margin_end;        /* and until this long after the end: 0 to 10. It ends where the next utterance

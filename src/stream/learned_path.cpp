@@ -69,6 +69,7 @@ void LearnedPath::FollowChanges(Timeline& line) {
     if (!change->starts) {
       end_ = change->at * kGateStepFrames;
       is_ending_ = true;
+      line.paused = tracker_.paused() * kGateStepFrames;
       continue;
     }
     const int64_t start = change->at * kGateStepFrames;
@@ -94,6 +95,7 @@ void LearnedPath::DeliverNew(Timeline& line) const {
 }
 
 void LearnedPath::Settle(Timeline& line) {
+  if (!is_ending_) line.paused = tracker_.paused() * kGateStepFrames;
   const SegmentContext context = line.Context(tracker_.EarliestStart() * kStep);
   const int64_t end = is_ending_ ? end_ : tracker_.EarliestEnd() * kGateStepFrames;
   line.segment.GoesOnUntil(context, end);

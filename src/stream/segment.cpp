@@ -173,7 +173,7 @@ int32_t Segment::Complaint(const SegmentContext& context, int64_t end, const Cou
   const int64_t length = LengthUntil(end);
   if (whole.voiced < rules.least_voiced) return VASK_STREAM_TOO_LITTLE_VOICE;
   if (length * kFrame < rules.shortest) return VASK_STREAM_TOO_SHORT;
-  if (whole.speech < length * rules.least_speech) return VASK_STREAM_TOO_LITTLE_VOICE;
+  if (whole.speech < (length - context.paused) * rules.least_speech) return VASK_STREAM_TOO_LITTLE_VOICE;
   const bool has_tones = int64_t{whole.tones} * 100 > int64_t{whole.voiced_raw} * rules.most_tones;
   return has_tones ? VASK_STREAM_TONES : 0;
 }

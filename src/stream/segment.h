@@ -33,6 +33,7 @@ struct SegmentContext {
   int64_t heard;
   int64_t input_end;   // one past the last one if the input has ended, else beyond all positions
   int64_t next_start;  // the next segment cannot start before it
+  int64_t paused;      // frames of the open segment that are in pauses: no speech is expected there
 };
 
 class Segment {

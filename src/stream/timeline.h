@@ -23,6 +23,7 @@ struct Timeline {
   History history;
   Segment segment;
   Outbox outbox;
+  int64_t paused;     // frames of the open segment
   int64_t frames;     // taken by the path, without the one in work
   int64_t input_end;  // positions; kNoEnd until the input ends
   int64_t emitted;    // samples, in continuous mode
@@ -30,7 +31,7 @@ struct Timeline {
   void Clear() {
     segment.Clear();
     outbox.Clear();
-    frames = emitted = 0;
+    paused = frames = emitted = 0;
     input_end = kNoEnd;
   }
 
@@ -44,7 +45,8 @@ struct Timeline {
 
   // `next_start`: no segment after the open one can start before this position.
   SegmentContext Context(int64_t next_start = kNoEnd) {
-    return {rules, history, outbox, std::min((frames + 1) * kFrame, input_end), input_end, next_start};
+    return {rules,     history,    outbox, std::min((frames + 1) * kFrame, input_end),
+            input_end, next_start, paused};
   }
 
   // In continuous mode: the next samples, up to the length of the input.

@@ -22,7 +22,7 @@ int16_t OutputOf(const Verdict& verdict, int32_t back) {
 
 void Tracker::Clear() {
   marks_ = {};
-  steps_ = open_known_ = close_known_ = cursor_ = floor_ = 0;
+  steps_ = open_known_ = close_known_ = paused_ = cursor_ = floor_ = 0;
   input_steps_ = kMax64;
   run_ = 0;
   newest_q15_ = 0;
@@ -51,6 +51,7 @@ std::optional<Change> Tracker::Next() {
   while (cursor_ < known) {
     const uint8_t mark = MarkAt(cursor_++);
     const bool counts = is_open_ ? (mark & (kIsProbable | kIsUtterance)) == 0 : (mark & kIsProbable) != 0;
+    if (is_open_ && !counts && run_ >= kLeastPauseSteps) paused_ += run_;
     run_ = counts ? run_ + 1 : 0;
     if (run_ < wanted) continue;
     const int64_t first = cursor_ - run_;
@@ -60,6 +61,7 @@ std::optional<Change> Tracker::Next() {
       floor_ = std::max(cursor_, first + rules_.margin_steps);
       return Change{.starts = false, .at = first};
     }
+    paused_ = 0;
     cursor_ = first;  // the closing output may not have judged it yet
     return Change{.starts = true, .at = StartOf(first)};
   }

@@ -17,9 +17,10 @@
 
 namespace vask {
 
-inline constexpr int32_t kMostLookBack = 20;   // steps
-inline constexpr int32_t kMostOpenSteps = 50;  // that a start may take
-inline constexpr int32_t kMostSoftSteps = 25;  // before them, that may belong to it
+inline constexpr int32_t kMostLookBack = 20;    // steps
+inline constexpr int32_t kMostOpenSteps = 50;   // that a start may take
+inline constexpr int32_t kMostSoftSteps = 25;   // before them, that may belong to it
+inline constexpr int32_t kLeastPauseSteps = 4;  // quiet steps in a row that are a pause of the speaker's
 
 struct TrackerRules {
   int16_t open_q15;    // probable: this or more
@@ -57,6 +58,9 @@ class Tracker {
   int64_t judged() const { return open_known_; }
   int16_t newest_q15() const { return newest_q15_; }
 
+  // Steps of the segment that started last that are in pauses which did not end it.
+  int64_t paused() const { return paused_; }
+
   // An open segment will end here or later, and the next one starts here or later.
   int64_t EarliestEnd() const { return cursor_ - run_; }
   int64_t EarliestStart() const { return is_open_ ? cursor_ : EarliestSoft(cursor_ - run_); }
@@ -74,6 +78,7 @@ class Tracker {
   int64_t steps_;                     // heard
   int64_t input_steps_;               // kMax64 until the input ends
   int64_t open_known_, close_known_;  // one past the newest step that the outputs have judged
+  int64_t paused_;                    // steps
   int64_t cursor_;                    // the step to look at next
   int64_t floor_;                     // no start is dated back to before this
   int32_t run_;                       // steps in a row that may become a start or an end

@@ -111,6 +111,7 @@ std::vector<vask_stream_event> Define(const Samples& input, const vask_stream_se
   std::vector<vask_stream_event> events;
   int64_t from = 0, ready = 0;
   while (from >= 0 && (from = first_of(from, in_steps(rules.open), probable)) >= 0) {
+    const int64_t first = from;
     int64_t start = from;
     int64_t end = first_of(start, in_steps(rules.pause), quiet);
     while (start > std::max(ready, from - 25) &&
@@ -131,9 +132,15 @@ std::vector<vask_stream_event> Define(const Samples& input, const vask_stream_se
     }
     for (int64_t i = start * kStep; i < std::min(end * kStep, length); ++i)
       energy += std::pow(input[static_cast<size_t>(i)], 2);
-    const auto count = static_cast<double>(end - start);
+    int64_t paused = 0, run = 0;
+    for (int64_t n = first; n < end; ++n) {
+      run = quiet(n) ? run + 1 : 0;
+      if (run == 4) paused += 4;
+      if (run > 4) ++paused;
+    }
+    const auto count = static_cast<double>(end - start), spoken = static_cast<double>(end - start - paused);
     const int32_t complaint = end - start < in_steps(rules.shortest) ? VASK_STREAM_TOO_SHORT
-                              : speech < count * std::lround(32768 * rules.mean_probability)
+                              : speech < spoken * std::lround(32768 * rules.mean_probability)
                                   ? VASK_STREAM_TOO_LITTLE_VOICE
                                   : 0;
     vask_stream_event event = {};
