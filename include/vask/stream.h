@@ -261,8 +261,8 @@ VASK_API void vask_stream_setup_defaults(vask_stream_setup *setup, uint32_t size
 VASK_API const char *vask_stream_setup_complaint(const vask_stream_setup *setup);
 
 /**
- * Open a stream with either detector. With the learned one all memory is allocated here too: about 0.2 MB,
- * and what long margins need (32 KB a second).
+ * Open a stream with either detector. With the learned one all memory is allocated here too: about 0.25 MB,
+ * and for a long margin_start or pause up to 64 KB a second.
  *
  * setup  in: the setup, copied; its model is not
  *
