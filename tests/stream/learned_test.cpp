@@ -19,11 +19,6 @@ using Reads = Listener::Reads;
 
 constexpr int64_t kStep = 320;  // samples
 
-const vask_model* Loud() {
-  static const ModelFile file(LoudModel(7));
-  return file.get();
-}
-
 // Outputs that have little to do with each other.
 const vask_model* Wild() {
   static const ModelFile file(MakeModel(32, 48, 32, Kind::kTrained, 4));
@@ -240,6 +235,91 @@ TEST(LearnedStream, FindsAndDeliversWhatItsRulesDefine) {
   EXPECT_GT(ended, 200u);
   EXPECT_GT(rejected, 50u);
   EXPECT_GT(cut, 100u);
+}
+
+// Vowels of 1.5 s with breaths of 0.1 s, in quiet.
+Samples Breaths() {
+  Samples input = Hiss(60, 20, 2);
+  for (int i = 0; i < 6; ++i) input = Join({input, Vowel(150, 4000), Hiss(10, 20, 3)});
+  return Join({input, Hiss(1100, 20, 4)});
+}
+
+TEST(LearnedStream, SplitsWhatIsTooLongWhereItIsQuietest) {
+  const Samples input = Breaths();
+  for (const float pause : {0.3f, 10.0f}) {  // the long one holds all pieces at once
+    for (const int32_t audio : {VASK_STREAM_CLEAN, VASK_STREAM_RAW, VASK_STREAM_LISTENING}) {
+      StreamSetup setup = SetupOf(VASK_STREAM_UTTERANCES, audio, Loud());
+      setup.rules.pause = pause;
+      const std::vector<Heard> whole = Listen(setup, input);
+      ASSERT_EQ(whole.size(), 1u);
+      for (const int32_t longest : {26000, 40000, 60000}) {
+        setup.options.max_samples = longest;
+        const Reads reads = longest == 40000 ? Reads::kEagerly : Reads::kAtTheEnd;
+        const std::vector<Heard> parts = Listen(setup, input, 1000, reads);
+        Samples joined;
+        int32_t voiced = 0;
+        for (const auto& [event, got] : parts) {
+          const bool is_last = &event == &parts.back().event;
+          ASSERT_EQ(event.span_start, whole[0].event.span_start + std::ssize(joined));  // none is missing
+          joined.insert(joined.end(), got.begin(), got.end());
+          voiced += event.voiced_frames;
+          EXPECT_LE(std::ssize(got), longest);
+          EXPECT_EQ(event.reason, is_last ? whole[0].event.reason : VASK_STREAM_BY_SPLIT);
+          EXPECT_EQ(event.continues, &event == &parts.front().event ? 0 : 1);
+          if (longest != 26000 && !is_last) {  // in one of the breaths
+            EXPECT_GT((event.end - 60 * 160) % (160 * 160), 150 * 160 - 480) << event.end;
+          }
+        }
+        EXPECT_GT(parts.size(), 2u);
+        // A full last piece has no room for all of the margin.
+        const Samples& all = whole[0].audio;
+        ASSERT_LE(joined.size(), all.size());
+        EXPECT_TRUE(std::equal(joined.begin(), joined.end(), all.begin())) << longest;
+        EXPECT_GE(parts.back().event.span_end, whole[0].event.end);
+        EXPECT_EQ(voiced, whole[0].event.voiced_frames);
+      }
+    }
+  }
+}
+
+// Sound after 1.5 frames of digital silence; the last frame may not be whole.
+TEST(LearnedStream, IsInStepWithTheInputWhenContinuous) {
+  const Samples words = Words();
+  for (const std::ptrdiff_t length : {1, 160, 239, 560, 60000, 60101}) {
+    const Samples input = Join({Samples(240), Samples(words.begin() + 3000, words.begin() + 3000 + length)});
+    StreamOptions engine;
+    engine.mode = VASK_STREAM_CONTINUOUS;
+    Listener cleaned(engine, Reads::kEagerly);
+    cleaned.Hear(input);
+    EXPECT_EQ(Continuous(input, VASK_STREAM_CLEAN, Wild()), cleaned.audio()) << length;
+    EXPECT_EQ(Continuous(input, VASK_STREAM_RAW, Wild()), input) << length;
+    EXPECT_EQ(Continuous(input, VASK_STREAM_NO_AUDIO, Wild()), Samples()) << length;
+    StreamSetup setup = SetupOf(VASK_STREAM_CONTINUOUS, VASK_STREAM_LISTENING, Wild());
+    setup.listening_mix = 0;
+    Listener unfiltered(setup, Reads::kEagerly);
+    unfiltered.Hear(input);
+    EXPECT_EQ(unfiltered.audio(), input) << length;
+    EXPECT_TRUE(unfiltered.segments().empty());
+  }
+}
+
+TEST(LearnedStream, GivesTheSameInPiecesOfAnySizeAndAfterAReset) {
+  const Samples words = Words(), input(words.begin(), words.begin() + 90000);
+  for (const int32_t mode : {VASK_STREAM_CONTINUOUS, VASK_STREAM_UTTERANCES}) {
+    for (const int32_t audio : {VASK_STREAM_CLEAN, VASK_STREAM_LISTENING}) {
+      const StreamSetup setup = SetupOf(mode, audio, Loud());
+      Listener expected(setup, Reads::kEagerly), other(setup, Reads::kEagerly);
+      expected.Hear(input, 160);
+      ASSERT_FALSE(expected.segments().empty() && expected.audio().empty());
+      for (const size_t piece : {1, 159, 161, 320, 4096, 16000}) {
+        for (int k = 0; k < 7; ++k) other.Step(input, 9001);  // not to the end
+        other.Reset();
+        other.Hear(input, piece);
+        EXPECT_TRUE(other == expected) << "mode " << mode << ", audio " << audio << ", pieces of " << piece;
+        other.Reset();
+      }
+    }
+  }
 }
 
 }  // namespace

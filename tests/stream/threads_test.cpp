@@ -15,12 +15,6 @@ namespace {
 
 constexpr size_t kStreams = 64, kThreads = 8;
 
-// All streams with the learned detector share it, and only read it.
-const vask_model* Loud() {
-  static const ModelFile file(LoudModel(7));
-  return file.get();
-}
-
 // Stream k works in one of eight ways, on one of several recordings.
 std::unique_ptr<Listener> ListenerOf(size_t k) {
   if (k % 8 >= 4) {

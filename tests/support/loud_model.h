@@ -56,4 +56,10 @@ class ModelFile {
   StreamModel model_;
 };
 
+// One that all streams of a test share, and only read. Its threshold is between hiss of 20 units and speech.
+inline const vask_model* Loud() {
+  static const ModelFile file(LoudModel(10));
+  return file.get();
+}
+
 }  // namespace vask::test
