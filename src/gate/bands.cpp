@@ -1,5 +1,6 @@
 #include "gate/bands.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "dsp/arith.h"
@@ -43,9 +44,9 @@ constexpr Shares kShares = MakeShares();
 // log2 of x in Q8, x 1 or more: the exponent and, within an octave, m + 0.344 m (1 - m), which is within 0.01
 // of log2(1 + m).
 int32_t Log2Q8(uint64_t x) {
-  const int32_t exponent = static_cast<int32_t>(std::bit_width(x)) - 1;
-  const auto mantissa = static_cast<int32_t>((x << (63 - exponent)) >> 47) & 0xffff;  // m, Q16
-  const int32_t bow = ((mantissa * (kOneQ16 - mantissa)) >> 16) * 22544 >> 16;        // Q16
+  const int32_t zeros = std::min(std::countl_zero(x), 63), exponent = 63 - zeros;
+  const auto mantissa = static_cast<int32_t>((x << zeros) >> 47) & 0xffff;      // m, Q16
+  const int32_t bow = ((mantissa * (kOneQ16 - mantissa)) >> 16) * 22544 >> 16;  // Q16
   return exponent * kOneQ8 + ((mantissa + bow) >> 8);
 }
 

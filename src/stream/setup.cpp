@@ -4,6 +4,7 @@
 #include "stream/setup.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "gate/model.h"
@@ -32,7 +33,7 @@ constexpr vask_stream_rules kRules = {.open_probability = 0.7f,
 constexpr float kListeningFloorDb = -18;
 constexpr float kListeningMix = 1;
 
-int32_t Rounded(double value) { return static_cast<int32_t>(value + 0.5); }
+int32_t Rounded(double value) { return static_cast<int32_t>(std::lround(value)); }
 int32_t Steps(float seconds) { return Rounded(double{seconds} * kStepsPerSecond); }
 int32_t Samples(float seconds) { return Rounded(double{seconds} * kSamplesPerSecond); }
 int16_t Q15Of(float probability) {

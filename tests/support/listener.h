@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <tuple>
+#include <utility>
 #include <vask/stream.hpp>
 #include <vector>
 
