@@ -93,7 +93,7 @@ TEST_F(ListeningCommand, DenoiseCutsNoiseAtAllFrequencies) {
   const double low =
       cut([](const Samples& x, size_t i) { return std::accumulate(&x[i - 11], &x[i] + 1, 0.0); });
   for (const double db : {high, low}) {
-    EXPECT_GE(db, 0);
+    EXPECT_GE(db, 11);
     EXPECT_LE(db, 12.5);
   }
 }
