@@ -11,22 +11,14 @@
 # hour with two cores; what is there already is kept, except for what our own build finds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. training/common.sh
 folder=${1:-build/compare}
 last=(--page docs/quality.md)
 [ $# -lt 2 ] || last=(--model "$(realpath "$2")")
-export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1 PYTHONDONTWRITEBYTECODE=1
-started=$SECONDS
-step() { printf '%4d s  %s\n' $((SECONDS - started)) "$*"; }
 
 needed="g++ cmake ninja-build nodejs npm python3-numpy python3-scipy python3-soundfile libspeexdsp-dev"
-# The user's own Python may come before Debian's.
-for python in python3 /usr/bin/python3 ""; do
-  [ -n "$python" ] && "$python" -c "import numpy, scipy, soundfile" 2> /dev/null && break
-done
-if [ -z "$python" ] || ! command -v npm cmake c++ > /dev/null || [ ! -f /usr/include/speex/speex_preprocess.h ]; then
-  echo "These are needed: apt-get install --no-install-recommends $needed" >&2
-  exit 1
-fi
+find_python "numpy, scipy, soundfile"
+if [ -z "$python" ] || ! command -v npm cmake c++ > /dev/null || [ ! -f /usr/include/speex/speex_preprocess.h ]; then need "$needed"; fi
 mkdir -p "$folder"/{bin,peers,denoised}
 folder=$(cd "$folder" && pwd)
 

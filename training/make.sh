@@ -18,6 +18,7 @@
 # under three hours and 12 GB of memory; what is there already is kept.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. training/common.sh
 if [ $# -lt 1 ] || [ ! -d "$1" ]; then
   sed -n '2,/^set/{/^set/!s/^# \{0,1\}//p}' "$0" >&2
   exit 2
@@ -25,18 +26,10 @@ fi
 voices=$(cd "$1" && pwd)
 mkdir -p "${2:-build/training}"/{packages,shards}
 folder=$(cd "${2:-build/training}" && pwd)
-export PYTHONDONTWRITEBYTECODE=1 OPENBLAS_NUM_THREADS=1 OMP_NUM_THREADS=1
-started=$SECONDS
-step() { printf '%5d s  %s\n' $((SECONDS - started)) "$*"; }
 
 needed="g++ cmake ninja-build python3-torch libopenblas0-pthread python3-numpy python3-scipy python3-soundfile ffmpeg"
-for python in python3 /usr/bin/python3 ""; do
-  [ -n "$python" ] && "$python" -c "import torch, numpy, scipy, soundfile" 2> /dev/null && break
-done
-if [ -z "$python" ] || ! command -v cmake c++ ffmpeg > /dev/null; then
-  echo "These are needed: apt-get install --no-install-recommends $needed" >&2
-  exit 1
-fi
+find_python "torch, numpy, scipy, soundfile"
+if [ -z "$python" ] || ! command -v cmake c++ ffmpeg > /dev/null; then need "$needed"; fi
 
 step "Building the analysis"
 cmake --preset release > "$folder/build.log"
@@ -69,7 +62,7 @@ wait $!
 step "Training"
 train() { # out, its arguments
   [ -e "$folder/$1.done" ] || { "$python" training/train.py "$shards/train" "$shards/tuning-0,$shards/plain-0" "$folder/$1" \
-    --expect 32 "${@:2}" && touch "$folder/$1.done"; }
+    "${@:2}" && touch "$folder/$1.done"; }
 }
 train detector --batches 2800
 

@@ -2,8 +2,9 @@
 
 Writes COUNT clips of 12 s as OUT.features.npy (what the library's analysis makes of them: int16, clips x steps x
 inputs) and OUT.labels.npy (uint8, clips x frames x 3: speech, utterance, music; NO, YES or UNSURE). PART picks the
-seed's part, so that parts can be mixed side by side. With `tuning`, of the groups that are kept out of training; with `plain`, of those among them
-that spoke through their own microphones, one voice and one recorded background in each clip and nothing else done.
+seed's part, so that parts can be mixed side by side. With `tuning`, of the groups that are kept out of training; with
+`plain`, of those among them that spoke through their own
+microphones, one voice and one recorded background in each clip and nothing else done.
 """
 import os
 import subprocess
@@ -18,7 +19,6 @@ from voices import FRAME, NO, RATE, UNSURE, YES, Pool
 SECONDS = 12
 LENGTH = SECONDS * RATE
 FRAMES = LENGTH // FRAME
-INPUTS = 92
 
 
 def is_kept_out(group):
@@ -316,7 +316,7 @@ def code_some(clips, random):
 
 def features_of(clips, ear):
     raw = subprocess.run([ear, "features", str(LENGTH)], input=clips.tobytes(), stdout=subprocess.PIPE, check=True).stdout
-    return np.frombuffer(raw, np.int16).reshape(len(clips), -1, INPUTS)
+    return np.frombuffer(raw, np.int16).reshape(len(clips), LENGTH // (2 * FRAME), -1)
 
 
 def main(folder, ear, out, count, seed, part, kind=""):

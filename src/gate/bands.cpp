@@ -21,8 +21,8 @@ constexpr int32_t kOneQ8 = 256;
 // The bins between two neighbouring edges: those of segment e rise in band e and fall in band e - 1.
 struct Shares {
   std::array<int32_t, kEdgesQ4.size()> first_bin;  // of each segment; one past the last bin at the end
-  std::array<uint16_t, kSpectrumBins>
-      rising_q8;  // what a bin gives to the rising band; the rest to the other
+  // What a bin gives to the rising band; the rest goes to the other.
+  std::array<uint16_t, kSpectrumBins> rising_q8;
 };
 
 constexpr Shares MakeShares() {

@@ -115,8 +115,8 @@ void DenoiseForListening(const DenoiseArguments& arguments, const vask_stream_se
   reader.CheckWhole();
 }
 
-vask_stream_setup SetupOf(const DenoiseArguments& arguments, const Listening& listening) {
-  vask_stream_setup setup = listening.setup;
+vask_stream_setup SetupOf(const DenoiseArguments& arguments, const ListenSetup& listen) {
+  vask_stream_setup setup = listen.setup;
   setup.options.mode = VASK_STREAM_CONTINUOUS;
   setup.options.audio = VASK_STREAM_LISTENING;
   if (arguments.limit) setup.listening_floor_db = static_cast<float>(-*arguments.limit);
@@ -126,8 +126,8 @@ vask_stream_setup SetupOf(const DenoiseArguments& arguments, const Listening& li
 
 void Denoise(const DenoiseArguments& arguments) {
   if (arguments.purpose == "listening") {
-    const Listening listening(arguments.options, kUsualDevice, kUsualOs);
-    return DenoiseForListening(arguments, SetupOf(arguments, listening));
+    const ListenSetup listen(arguments.options, kUsualDevice, kUsualOs);
+    return DenoiseForListening(arguments, SetupOf(arguments, listen));
   }
   if (arguments.limit || arguments.mix || !arguments.options.model.empty()) {
     throw UsageError("--limit, --mix and --model are for listening, not --for recognition");

@@ -136,9 +136,9 @@ Job PacketsJob(CLI::App& app, const EngineOptions& engine) {
             for (const std::string& file : FilesOf(arguments->options)) inputs.Add(file);
             inputs.CheckIsNone(arguments->output);
             CheckConfig(engine);
-            Listening listening(arguments->options, engine.device, engine.os);
-            listening.setup.options.audio = VASK_STREAM_CLEAN;
-            const std::string note = Pack(listening.setup, *arguments);
+            ListenSetup listen(arguments->options, engine.device, engine.os);
+            listen.setup.options.audio = VASK_STREAM_CLEAN;
+            const std::string note = Pack(listen.setup, *arguments);
             if (!note.empty()) std::fprintf(stderr, "vask: %s\n", note.c_str());
             return EXIT_SUCCESS;
           }};

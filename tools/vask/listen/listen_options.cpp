@@ -212,7 +212,7 @@ std::vector<std::string> FilesOf(const ListenOptions& options) {
   return files;
 }
 
-Listening::Listening(const ListenOptions& options, int32_t device, int32_t os) : setup(StreamSetup()) {
+ListenSetup::ListenSetup(const ListenOptions& options, int32_t device, int32_t os) : setup(StreamSetup()) {
   CheckDetector(options, device, os);
   setup.options.audio = VASK_STREAM_NO_AUDIO;
   if (options.detector == "energy") {

@@ -40,11 +40,11 @@ bool NamesProfileFile(const std::string& profile);
 std::vector<std::string> FilesOf(const ListenOptions& options);
 
 // The setup of streams, and the model that it needs: keep it while they are open.
-class Listening {
+class ListenSetup {
  public:
   // The streams deliver no audio yet. The profile overrides the preset, and the rest override both. Throws
   // UsageError, or FileError for a profile file or a model.
-  Listening(const ListenOptions& options, int32_t device, int32_t os);
+  ListenSetup(const ListenOptions& options, int32_t device, int32_t os);
 
   vask_stream_setup setup;
 

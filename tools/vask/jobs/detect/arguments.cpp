@@ -80,16 +80,16 @@ int Detect(DetectArguments arguments, int32_t device, int32_t os) {
     if (arguments.inputs.empty()) return EXIT_SUCCESS;
     CheckTogether(arguments);
   }
-  Listening listening(arguments.options, device, os);
-  if (arguments.audio == "listening" && !listening.is_learned()) {
+  ListenSetup listen(arguments.options, device, os);
+  if (arguments.audio == "listening" && !listen.is_learned()) {
     throw UsageError("--audio listening needs --detector learned");
   }
-  if (!arguments.output.empty()) listening.setup.options.audio = AudioOf(arguments.audio);
+  if (!arguments.output.empty()) listen.setup.options.audio = AudioOf(arguments.audio);
   if (arguments.meter && !TerminalLine::Possible()) {
     std::fputs("vask: --meter: standard error is not a terminal: nothing is shown\n", stderr);
     arguments.meter = false;
   }
-  return DetectAll(arguments, listening);
+  return DetectAll(arguments, listen);
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ namespace {
 // What all threads of a run share.
 struct Run {
   const DetectArguments& arguments;
-  const Listening& listening;
+  const ListenSetup& listen;
   OrderedListing& ordered;
   UtteranceFiles* files;  // null without -o
   ListingEdges edges;
@@ -139,7 +139,7 @@ class Detection : public SegmentSink {
   }
 
  private:
-  bool MayNeedGain() const { return !run_.listening.is_learned() && run_.arguments.options.gain.empty(); }
+  bool MayNeedGain() const { return !run_.listen.is_learned() && run_.arguments.options.gain.empty(); }
   void Keep(const vask_stream_event& event) {
     writer_.reset();
     Segment segment = SegmentOf(event, reader_);
@@ -220,7 +220,7 @@ class Workers {
  private:
   void Loop() {
     try {
-      Stream stream(run_.listening.setup);
+      Stream stream(run_.listen.setup);
       if (!stream) throw std::bad_alloc();
       for (size_t number; (number = next_++) < run_.arguments.inputs.size();) {
         run_.ordered.ThrowIfStopped();
@@ -264,32 +264,32 @@ std::string TextOf(const Record& record) {
 }
 
 // Everything that changes what is found or written, as text.
-std::string Fingerprint(const DetectArguments& arguments, const Listening& listening) {
-  const vask_stream_setup& setup = listening.setup;
+std::string Fingerprint(const DetectArguments& arguments, const ListenSetup& listen) {
+  const vask_stream_setup& setup = listen.setup;
   static_assert(std::has_unique_object_representations_v<vask_stream_options>);
   std::string text = std::string(VASK_VERSION) + (arguments.flac ? " flac" : " wav");
   text += TextOf<vask_stream_options, int32_t>(setup.options);
   if (!arguments.options.gain.empty()) text += " gain " + arguments.options.gain;
-  if (!listening.is_learned()) return text;
+  if (!listen.is_learned()) return text;
   return text + " learned " + std::to_string(vask_model_digest(setup.model)) +
          TextOf<vask_stream_rules, float>(setup.rules);
 }
 
 }  // namespace
 
-int DetectAll(const DetectArguments& arguments, const Listening& listening) {
+int DetectAll(const DetectArguments& arguments, const ListenSetup& listen) {
   std::optional<UtteranceFiles> files;
   if (!arguments.output.empty()) {
     Inputs inputs(arguments.inputs);
     if (!arguments.files_from.empty()) inputs.Add(arguments.files_from);
     for (const std::string& file : FilesOf(arguments.options)) inputs.Add(file);
-    files.emplace(arguments, Fingerprint(arguments, listening), std::move(inputs));
+    files.emplace(arguments, Fingerprint(arguments, listen), std::move(inputs));
   }
-  const ListingEdges edges = {listening.shows_span_start(), listening.shows_span_end()};
+  const ListingEdges edges = {listen.shows_span_start(), listen.shows_span_end()};
   const std::unique_ptr<Listing> listing = MakeListing(arguments.format, edges);
   const bool listing_per_input = files && !listing->EndingOfOne().empty();
   OrderedListing ordered(listing_per_input ? nullptr : listing.get());
-  Run run = {arguments, listening, ordered, files ? &*files : nullptr, edges, listing_per_input, 0};
+  Run run = {arguments, listen, ordered, files ? &*files : nullptr, edges, listing_per_input, 0};
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());

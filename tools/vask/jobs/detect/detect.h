@@ -23,6 +23,6 @@ struct DetectArguments {
 
 // Lists the utterances of all inputs; returns the exit status. The list of inputs is complete and the
 // options are checked. Throws UsageError, FatalError, FileError for a file of names or options, Interruption.
-int DetectAll(const DetectArguments& arguments, const Listening& listening);
+int DetectAll(const DetectArguments& arguments, const ListenSetup& listen);
 
 }  // namespace vask::command

@@ -138,7 +138,7 @@ class Cleaned {
 }  // namespace
 
 void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
-  const Listening listening(arguments.options, device, os);
+  const ListenSetup listen(arguments.options, device, os);
   AudioReader reader(arguments.input);
   Page page(arguments.output);
   const int64_t expected = reader.ExpectedSamples();
@@ -146,8 +146,8 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   std::optional<Sound::Type> sound;
   if (!arguments.no_audio) sound = exact ? Sound::Type::kWav : Sound::Type::kOpus;
   const Fineness fineness = Fineness::For(expected);
-  Heard heard(reader, listening.setup, fineness, sound);
-  Cleaned cleaned(listening.setup, fineness, sound);
+  Heard heard(reader, listen.setup, fineness, sound);
+  Cleaned cleaned(listen.setup, fineness, sound);
 
   InputGain gain(arguments.options.gain, arguments.input);
   Progress progress(arguments.input, expected);
@@ -177,7 +177,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
                           {"trace_step", Seconds(kFrameSamples * fineness.trace_frames)},
                           {"trace_steps_per_db", Traces::kStepsPerDb},
                           {"detector", arguments.options.detector},
-                          {"probability", listening.setup.rules.open_probability},
+                          {"probability", listen.setup.rules.open_probability},
                           {"trace_steps_of_one", Traces::kStepsOfOne},
                           {"level_lowest", Traces::kLowestLevelDb}});
   heard.WriteTo(page);
