@@ -58,21 +58,11 @@ namespace neon {
 }  // namespace neon
 #endif
 
-VASK_BODY void PowerOf512Body(const Packed512& transform, int32_t shift, int64_t* x) {
-  const auto square = [&](int32_t i) {
-    const int32_t value = transform[static_cast<size_t>(i)] >> shift;
-    return int64_t{value} * value;
-  };
-  for (int32_t k = kFftSize / 2 + 1; k < kFftSize; ++k) x[k] = transform[static_cast<size_t>(k)];
-  x[0] = square(0);
-  for (int32_t k = 1; k < kFftSize / 2; ++k) x[k] = square(k) + square(kFftSize - k);
-  x[kFftSize / 2] = square(kFftSize / 2);
-}
-
 VASK_BODY bool IsNarrowBody(const Samples512& samples) {
   constexpr uint32_t kBound = (1 << 22) - (1 << 10);  // of magnitudes / 512, truncated; sums fit 32 bits
   uint32_t sum = 0;
-  for (const int32_t v : samples) sum += static_cast<uint32_t>(v < 0 ? ~v : v) >> 9;
+#pragma GCC unroll 4
+  for (const int32_t v : samples) sum += static_cast<uint32_t>(v ^ (v >> 31)) >> 9;
   return sum < kBound;
 }
 
@@ -84,7 +74,8 @@ VASK_PICK(void, RealFft512, (const Samples512& samples, const fft_tables& twiddl
           (samples.data(), twiddles, x.data()), portable::Transform512, portable::Transform512,
           avx2::Transform512, neon::Transform512)
 
-VASK_KERNEL(void, PowerOf512, (const Packed512& transform, int32_t shift, int64_t* x), (transform, shift, x),
-            PowerOf512Portable)
+VASK_PICK(void, PowerOf512, (const Packed512& transform, int32_t shift, int64_t* x),
+          (transform.data(), shift, x), portable::PowerOf512, portable::PowerOf512, avx2::PowerOf512,
+          neon::PowerOf512)
 
 }  // namespace vask

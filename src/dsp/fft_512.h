@@ -22,7 +22,8 @@ bool IsNarrow(const Samples512& samples);
 // Needs IsNarrow. `x` packed as by RealFft.
 void RealFft512(const Samples512& samples, const fft_tables& twiddles, Packed512& x);
 
-// PowerSpectrum of the transform into 512 values. `shift` must be 1 or more, so that two squares fit 64 bits.
+// PowerSpectrum of the transform: bins 0 .. 256 of `x`. `shift` must be 1 or more, so that two squares fit 64
+// bits.
 void PowerOf512(const Packed512& transform, int32_t shift, int64_t* x);
 
 }  // namespace vask

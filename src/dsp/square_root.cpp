@@ -6,6 +6,8 @@
 #include <bit>
 #if defined(__x86_64__)
 #include <immintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 #include "dsp/arith.h"
@@ -85,6 +87,41 @@ VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) {
   }
   RootsPortable(x.subspan(i), out + i);
 }
+#elif VASK_HAS_NEON
+// Roots of 4 values below 2^52, as above; but the remainder is taken as 10 bits and the 32 below them.
+inline void RootsOf4(const int64_t* x, int64_t* out) {
+  const int64x2_t a = vld1q_s64(x), b = vld1q_s64(x + 2), one = vdupq_n_s64(1);
+  const auto exact = [&](int64x2_t v) { return vreinterpretq_u32_f64(vcvtq_f64_s64(vorrq_s64(v, one))); };
+  const uint32x4_t exponent = vshrq_n_u32(vuzp2q_u32(exact(a), exact(b)), 20);
+  const int32x4_t half = vreinterpretq_s32_u32(vshrq_n_u32(vsubq_u32(exponent, vdupq_n_u32(1021)), 1));
+  const int32x4_t up = vmlsq_n_s32(vdupq_n_s32(52), half, 2);
+  const uint32x4_t ma = vreinterpretq_u32_s64(vshlq_s64(a, vmovl_s32(vget_low_s32(up))));
+  const uint32x4_t mb = vreinterpretq_u32_s64(vshlq_s64(b, vmovl_high_s32(up)));
+  const uint32x4_t high = vuzp2q_u32(ma, mb), low = vuzp1q_u32(ma, mb), index = vshrq_n_u32(high, 10);
+  const auto pair = [&](uint32_t i) {
+    return vld1_u32(reinterpret_cast<const uint32_t*>(&kSquareRootQ30[i]));
+  };
+  const uint32x4_t p = vcombine_u32(pair(vgetq_lane_u32(index, 0)), pair(vgetq_lane_u32(index, 1)));
+  const uint32x4_t q = vcombine_u32(pair(vgetq_lane_u32(index, 2)), pair(vgetq_lane_u32(index, 3)));
+  const uint32x4_t root = vuzp1q_u32(p, q), step = vsubq_u32(vuzp2q_u32(p, q), root);
+  const uint64x2_t lower_a = vmull_u32(vget_low_u32(step), vget_low_u32(low));
+  const uint64x2_t lower_b = vmull_high_u32(step, low);
+  const uint32x4_t lower = vuzp2q_u32(vreinterpretq_u32_u64(lower_a), vreinterpretq_u32_u64(lower_b));
+  const uint32x4_t rise = vmlaq_u32(lower, step, vandq_u32(high, vdupq_n_u32((1 << 10) - 1)));
+  const uint32x4_t result = vshlq_u32(vsraq_n_u32(root, rise, 10), vsubq_s32(half, vdupq_n_s32(30)));
+  vst1q_s64(out, vreinterpretq_s64_u64(vmovl_u32(vget_low_u32(result))));
+  vst1q_s64(out + 2, vreinterpretq_s64_u64(vmovl_high_u32(result)));
+}
+
+void RootsNeon(std::span<const int64_t> x, int64_t* out) {
+  int64_t bits = 0;
+  for (const int64_t value : x) bits |= value;
+  size_t i = 0;
+  if (static_cast<uint64_t>(bits) < uint64_t{1} << 52) {
+    for (; i + 4 <= x.size(); i += 4) RootsOf4(&x[i], out + i);
+  }
+  RootsPortable(x.subspan(i), out + i);
+}
 #endif
 
 }  // namespace
@@ -99,7 +136,7 @@ int64_t Root(int64_t x) { return RootQ30(x) >> 30; }
 int64_t RootQ8(int64_t x) { return RootQ30(x) >> 22; }
 
 VASK_PICK(void, Roots, (std::span<const int64_t> x, int64_t* out), (x, out), RootsPlain, RootsPortable,
-          RootsAvx2, RootsPortable)
+          RootsAvx2, RootsNeon)
 
 }  // namespace vask
 

@@ -111,7 +111,7 @@ void OfPowers(Input x, Outputs& out) {
     std::copy(window.begin(), window.end(), packed.begin());
     for (const int32_t shift : {1, 10}) {
       PowerOf512(packed, shift, power.data());
-      Append(out, power);
+      Append(out, std::span(power).first(kSpectrumBins));
       PowerOfWindow(window, shift, test::Twiddles(), power);
       Append(out, std::span(power).first(kSpectrumBins));
     }
@@ -151,9 +151,18 @@ void OfWeights(Input x, Outputs& out) {
 
 void OfConvolution(Input x, Outputs& out) {
   std::array<int16_t, kFrame> filtered;
-  for (const size_t n : {size_t{160}, size_t{159}, size_t{25}}) {
-    ConvolveAdjacent(&x[200], Factors(25).data(), std::span(filtered).first(n), 12);
-    Append(out, std::span(filtered).first(n));
+  // The largest tap whose rounded upper half has 16 bits, and the next; the most taps of a fast form, and
+  // more.
+  constexpr int32_t kLargest = kMax32 - (1 << 15);
+  for (const int32_t tap : {kOneQ30, kLargest, kLargest + 1, kMax32, kMin32}) {
+    for (const int32_t half : {12, 16, 17}) {
+      std::vector<int32_t> taps = Factors(2 * static_cast<size_t>(half) + 1);
+      taps[5] = tap;
+      for (const size_t n : {size_t{160}, size_t{159}, size_t{25}}) {
+        ConvolveAdjacent(&x[200], taps.data(), std::span(filtered).first(n), half);
+        Append(out, std::span(filtered).first(n));
+      }
+    }
   }
 }
 
@@ -162,10 +171,12 @@ void OfTaps(Input x, Outputs& out) {
   std::array<const int32_t*, 35> rows;
   const auto basis = Shifted<int32_t>(x, 16);
   for (size_t tap = 0; tap < rows.size(); ++tap) rows[tap] = &basis[17 * tap];
-  auto gains = Factors(rows.size());
-  gains[0] = kMin32;
-  MelIdct(gains, scratch.data(), rows.data(), 35);
-  Append(out, gains), Append(out, scratch);
+  for (const size_t bands : {size_t{35}, size_t{34}, size_t{3}}) {
+    auto gains = Factors(rows.size());
+    gains[0] = kMin32;
+    MelIdct(std::span(gains).first(bands), scratch.data(), rows.data(), 35);
+    Append(out, gains), Append(out, scratch);
+  }
 }
 
 void OfGains(Input x, Outputs& out) {
