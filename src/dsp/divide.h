@@ -6,9 +6,21 @@
 // double division takes a third of the time of a 64-bit one, and four fit in a vector.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
 namespace vask {
+
+// floor(x) for |x| < 2^51. Not every machine rounds a double down in one instruction; the others add and
+// subtract 1.5 * 2^52, which rounds to the nearest integer, at most one too high.
+inline __attribute__((always_inline)) double FloorBelow2To51(double x) {
+#if defined(__x86_64__) || defined(__aarch64__)
+  return std::floor(x);
+#else
+  const double nearest = (x + 0x1.8p52) - 0x1.8p52;
+  return nearest > x ? nearest - 1 : nearest;
+#endif
+}
 
 inline int64_t DivideBelow2To53(int64_t p, int64_t q) {
   return static_cast<int64_t>(static_cast<double>(p) / static_cast<double>(q));

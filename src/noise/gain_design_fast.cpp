@@ -1,9 +1,9 @@
 #include "noise/gain_design_fast.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "dsp/arith.h"
+#include "dsp/divide.h"
 #include "dsp/kernel.h"
 
 namespace vask {
@@ -14,7 +14,7 @@ constexpr double kFloorQ20 = kGainFloorQ20;
 constexpr double kOldSnr = kOldSnrQ16 * 0x1p-16, kNewSnr = kNewSnrQ16 * 0x1p-16;
 
 VASK_BODY double WienerGainQ30(double snr_q20) {
-  return kTwoTo30 + std::floor(-kTwoTo50 / (snr_q20 + kOneQ20));
+  return kTwoTo30 + FloorBelow2To51(-kTwoTo50 / (snr_q20 + kOneQ20));
 }
 
 VASK_BODY uint64_t ShareOf(int64_t value, int32_t share_q30) {  // both below 2^32
@@ -22,12 +22,12 @@ VASK_BODY uint64_t ShareOf(int64_t value, int32_t share_q30) {  // both below 2^
 }
 
 VASK_BODY double GainQ30(double mean, double noise, double cleaned_before) {
-  const double snr = std::floor(mean * kOneQ20 / noise),
-               before = std::floor(cleaned_before * kOneQ20 / noise);
+  const double snr = FloorBelow2To51(mean * kOneQ20 / noise),
+               before = FloorBelow2To51(cleaned_before * kOneQ20 / noise);
   const double above_noise = std::max(snr - kOneQ20, 0.0);
-  const double prior = std::floor(before * kOldSnr) + std::floor(above_noise * kNewSnr);
-  const double first_gain_q16 = std::floor(WienerGainQ30(prior) * 0x1p-14);
-  return WienerGainQ30(std::max(std::floor(first_gain_q16 * snr * 0x1p-16), kFloorQ20));
+  const double prior = FloorBelow2To51(before * kOldSnr) + FloorBelow2To51(above_noise * kNewSnr);
+  const double first_gain_q16 = FloorBelow2To51(WienerGainQ30(prior) * 0x1p-14);
+  return WienerGainQ30(std::max(FloorBelow2To51(first_gain_q16 * snr * 0x1p-16), kFloorQ20));
 }
 
 VASK_BODY bool DesignModerateBlockBody(const GainSpectra& s, int32_t keep_q30, size_t first) {
@@ -60,7 +60,6 @@ VASK_BODY bool DesignModerateBlockBody(const GainSpectra& s, int32_t keep_q30, s
   return true;
 }
 
-// Where rounding a double down takes more than one instruction, the plain form is faster.
 bool LeaveToThePlainForm(const GainSpectra& /*spectra*/, int32_t /*keep_q30*/, size_t /*first*/) {
   return false;
 }
@@ -68,10 +67,17 @@ bool LeaveToThePlainForm(const GainSpectra& /*spectra*/, int32_t /*keep_q30*/, s
 VASK_COMPILE(bool, DesignModerateBlock, (const GainSpectra& spectra, int32_t keep_q30, size_t first),
              (spectra, keep_q30, first))
 
+// Where rounding down is a call of a function, the plain form is faster.
+#if defined(__x86_64__)
+constexpr auto DesignModerateBlockIfFast = LeaveToThePlainForm;
+#else
+constexpr auto DesignModerateBlockIfFast = DesignModerateBlockPortable;
+#endif
+
 }  // namespace
 
 VASK_PICK(bool, DesignModerateBlock, (const GainSpectra& spectra, int32_t keep_q30, size_t first),
-          (spectra, keep_q30, first), LeaveToThePlainForm, LeaveToThePlainForm, DesignModerateBlockAvx2,
+          (spectra, keep_q30, first), LeaveToThePlainForm, DesignModerateBlockIfFast, DesignModerateBlockAvx2,
           DesignModerateBlockPortable)
 
 }  // namespace vask

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 #include "dsp/arith.h"
+#include "dsp/divide.h"
 #include "dsp/exponential.h"
 #include "dsp/kernel.h"
 #include "noise/gsap.h"
@@ -24,29 +24,31 @@ bool IsModerate(int64_t noise, int64_t signal, int64_t clean) {
   return signal < noise * 1024 && clean < noise * 1024;
 }
 
-VASK_BODY double OverOnePlus(double numerator, double x) { return std::floor(numerator * kOne / (x + kOne)); }
+VASK_BODY double OverOnePlus(double numerator, double x) {
+  return FloorBelow2To51(numerator * kOne / (x + kOne));
+}
 
 // From amplitudes to the exponent of the likelihood, and the cleaned amplitudes.
 VASK_BODY void LikelihoodExponentsBody(const Block& noise, const Block& signal, Block& clean, Block& v,
                                        Block& exponent) {
   for (size_t b = 0; b < kBlock; ++b) {
-    const double posterior = std::floor(signal[b] * kOne / noise[b]);
-    const double before = std::floor(clean[b] * kOne / noise[b]);
+    const double posterior = FloorBelow2To51(signal[b] * kOne / noise[b]);
+    const double before = FloorBelow2To51(clean[b] * kOne / noise[b]);
     const double old_snr =
-        std::floor((before * kOldSnrHigh + std::floor(before * kOldSnrLow * 0x1p-15)) * 0x1p-15);
-    const double prior = std::floor(posterior * kNewSnr) + old_snr;
+        FloorBelow2To51((before * kOldSnrHigh + FloorBelow2To51(before * kOldSnrLow * 0x1p-15)) * 0x1p-15);
+    const double prior = FloorBelow2To51(posterior * kNewSnr) + old_snr;
     const double gain = OverOnePlus(prior, prior);
-    v[b] = std::floor(gain * posterior * 0x1p-16);
-    clean[b] = std::floor(OverOnePlus(v[b], v[b]) * signal[b] * 0x1p-16);
-    const double weighted = std::floor(posterior * v[b] * 0x1p-16);
+    v[b] = FloorBelow2To51(gain * posterior * 0x1p-16);
+    clean[b] = FloorBelow2To51(OverOnePlus(v[b], v[b]) * signal[b] * 0x1p-16);
+    const double weighted = FloorBelow2To51(posterior * v[b] * 0x1p-16);
     exponent[b] = std::min(OverOnePlus(weighted, v[b]), 10 * kOne);
   }
 }
 
 VASK_BODY void RatiosOfExponentialsBody(const Block& v, const Block& e, Block& ratio) {
   for (size_t b = 0; b < kBlock; ++b) {
-    const double share = std::floor(kOne * kOne / (v[b] + kOne));
-    ratio[b] = std::min(std::max(std::floor(share * e[b] * 0x1p-16), 1.0), 2 * kOne);
+    const double share = FloorBelow2To51(kOne * kOne / (v[b] + kOne));
+    ratio[b] = std::min(std::max(FloorBelow2To51(share * e[b] * 0x1p-16), 1.0), 2 * kOne);
   }
 }
 
@@ -65,9 +67,9 @@ void RatiosOfBlock(std::span<int64_t> noise, const int64_t* signal, int64_t* cle
     noise[b] = AtLeastOne(noise[b]);
     moderate[b] = IsModerate(noise[b], signal[b], clean[b]);
     if (!moderate[b]) continue;
-    n[b] = static_cast<double>(noise[b]);
-    s[b] = static_cast<double>(signal[b]);
-    c[b] = static_cast<double>(clean[b]);
+    n[b] = static_cast<int32_t>(noise[b]);
+    s[b] = static_cast<int32_t>(signal[b]);
+    c[b] = static_cast<int32_t>(clean[b]);
   }
   LikelihoodExponents(n, s, c, v, exponent);
   for (size_t b = 0; b < kBlock; ++b) {
@@ -76,8 +78,8 @@ void RatiosOfBlock(std::span<int64_t> noise, const int64_t* signal, int64_t* cle
   RatiosOfExponentials(v, e, r);
   for (size_t b = 0; b < noise.size(); ++b) {
     if (moderate[b]) {
-      clean[b] = static_cast<int64_t>(c[b]);
-      ratio[b] = static_cast<int64_t>(r[b]);
+      clean[b] = static_cast<int32_t>(c[b]);
+      ratio[b] = static_cast<int32_t>(r[b]);
     } else {
       ratio[b] = LikelihoodRatio(noise[b], signal[b], clean[b]);
     }
