@@ -27,7 +27,7 @@
 #define VASK_HAS_AVX2 0
 #endif
 
-#if defined(__ARM_NEON) && defined(__aarch64__)
+#if defined(__ARM_NEON)
 #define VASK_HAS_NEON 1
 #else
 #define VASK_HAS_NEON 0

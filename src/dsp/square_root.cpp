@@ -6,14 +6,16 @@
 #include <bit>
 #if defined(__x86_64__)
 #include <immintrin.h>
-#elif defined(__aarch64__)
-#include <arm_neon.h>
 #endif
 
 #include "dsp/arith.h"
 #include "dsp/kernel.h"
 #include "dsp/table_lookup.h"
 #include "dsp/tables/square_root.h"
+
+#if VASK_HAS_NEON
+#include "dsp/neon.h"
+#endif
 
 namespace vask {
 namespace {
@@ -88,12 +90,24 @@ VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) {
   RootsPortable(x.subspan(i), out + i);
 }
 #elif VASK_HAS_NEON
+// The bit lengths of 4 values between 1 and 2^52.
+inline uint32x4_t BitLengths(int64x2_t a, int64x2_t b) {
+#if defined(__aarch64__)
+  const auto exact = [](int64x2_t v) { return vreinterpretq_u32_f64(vcvtq_f64_s64(v)); };
+  return vsubq_u32(vshrq_n_u32(vuzp2q_u32(exact(a), exact(b)), 20), vdupq_n_u32(1022));
+#else
+  const uint32x4x2_t halves = vuzpq_u32(vreinterpretq_u32_s64(a), vreinterpretq_u32_s64(b));
+  const uint32x4_t in_low = vsubq_u32(vdupq_n_u32(32), vclzq_u32(halves.val[0]));
+  const uint32x4_t in_high = vsubq_u32(vdupq_n_u32(64), vclzq_u32(halves.val[1]));
+  return vbslq_u32(vtstq_u32(halves.val[1], halves.val[1]), in_high, in_low);
+#endif
+}
+
 // Roots of 4 values below 2^52, as above; but the remainder is taken as 10 bits and the 32 below them.
 inline void RootsOf4(const int64_t* x, int64_t* out) {
   const int64x2_t a = vld1q_s64(x), b = vld1q_s64(x + 2), one = vdupq_n_s64(1);
-  const auto exact = [&](int64x2_t v) { return vreinterpretq_u32_f64(vcvtq_f64_s64(vorrq_s64(v, one))); };
-  const uint32x4_t exponent = vshrq_n_u32(vuzp2q_u32(exact(a), exact(b)), 20);
-  const int32x4_t half = vreinterpretq_s32_u32(vshrq_n_u32(vsubq_u32(exponent, vdupq_n_u32(1021)), 1));
+  const uint32x4_t length = BitLengths(vorrq_s64(a, one), vorrq_s64(b, one));
+  const int32x4_t half = vreinterpretq_s32_u32(vshrq_n_u32(vaddq_u32(length, vdupq_n_u32(1)), 1));
   const int32x4_t up = vmlsq_n_s32(vdupq_n_s32(52), half, 2);
   const uint32x4_t ma = vreinterpretq_u32_s64(vshlq_s64(a, vmovl_s32(vget_low_s32(up))));
   const uint32x4_t mb = vreinterpretq_u32_s64(vshlq_s64(b, vmovl_high_s32(up)));

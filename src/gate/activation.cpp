@@ -9,7 +9,7 @@
 #if VASK_HAS_AVX2
 #include <immintrin.h>
 #elif VASK_HAS_NEON
-#include <arm_neon.h>
+#include "dsp/neon.h"
 #endif
 
 namespace vask {

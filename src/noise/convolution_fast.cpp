@@ -3,15 +3,15 @@
 #include <algorithm>
 #if defined(__x86_64__)
 #include <immintrin.h>
-#elif defined(__aarch64__)
-#include <arm_neon.h>
 #endif
-
-#include <algorithm>
 
 #include "dsp/arith.h"
 #include "dsp/kernel.h"
 #include "noise/convolution.h"
+
+#if VASK_HAS_NEON
+#include "dsp/neon.h"
+#endif
 
 namespace vask {
 namespace {

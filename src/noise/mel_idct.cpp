@@ -5,13 +5,15 @@
 #include <algorithm>
 #if defined(__x86_64__)
 #include <immintrin.h>
-#elif defined(__aarch64__)
-#include <arm_neon.h>
 #endif
 
 #include "dsp/arith.h"
 #include "dsp/kernel.h"
 #include "dsp/tables/mel_idct.h"
+
+#if VASK_HAS_NEON
+#include "dsp/neon.h"
+#endif
 
 namespace vask {
 namespace {

@@ -1,0 +1,41 @@
+// NEON for both ARMs: the intrinsics of 64-bit ARM that 32-bit ARM has not, made of those that it has.
+#pragma once
+
+#include <arm_neon.h>
+
+#if !defined(__aarch64__)
+
+namespace vask {
+
+inline int16x8_t vmovl_high_s8(int8x16_t a) { return vmovl_s8(vget_high_s8(a)); }
+inline int64x2_t vmovl_high_s32(int32x4_t a) { return vmovl_s32(vget_high_s32(a)); }
+inline uint64x2_t vmovl_high_u32(uint32x4_t a) { return vmovl_u32(vget_high_u32(a)); }
+inline int16x8_t vmovn_high_s32(int16x4_t low, int32x4_t a) { return vcombine_s16(low, vmovn_s32(a)); }
+
+inline int64x2_t vmull_high_s32(int32x4_t a, int32x4_t b) {
+  return vmull_s32(vget_high_s32(a), vget_high_s32(b));
+}
+inline uint64x2_t vmull_high_u32(uint32x4_t a, uint32x4_t b) {
+  return vmull_u32(vget_high_u32(a), vget_high_u32(b));
+}
+inline int32x4_t vmlal_high_s16(int32x4_t sum, int16x8_t a, int16x8_t b) {
+  return vmlal_s16(sum, vget_high_s16(a), vget_high_s16(b));
+}
+inline int64x2_t vmlal_high_s32(int64x2_t sum, int32x4_t a, int32x4_t b) {
+  return vmlal_s32(sum, vget_high_s32(a), vget_high_s32(b));
+}
+
+inline int16x8_t vuzp1q_s16(int16x8_t a, int16x8_t b) { return vuzpq_s16(a, b).val[0]; }
+inline int16x8_t vuzp2q_s16(int16x8_t a, int16x8_t b) { return vuzpq_s16(a, b).val[1]; }
+inline uint32x4_t vuzp1q_u32(uint32x4_t a, uint32x4_t b) { return vuzpq_u32(a, b).val[0]; }
+inline uint32x4_t vuzp2q_u32(uint32x4_t a, uint32x4_t b) { return vuzpq_u32(a, b).val[1]; }
+
+inline int32x4_t vpaddq_s32(int32x4_t a, int32x4_t b) {
+  return vcombine_s32(vpadd_s32(vget_low_s32(a), vget_high_s32(a)),
+                      vpadd_s32(vget_low_s32(b), vget_high_s32(b)));
+}
+inline int64_t vaddvq_s64(int64x2_t a) { return vgetq_lane_s64(a, 0) + vgetq_lane_s64(a, 1); }
+
+}  // namespace vask
+
+#endif
