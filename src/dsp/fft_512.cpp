@@ -51,10 +51,12 @@ VASK_END_AVX2
 }  // namespace avx2
 #elif VASK_HAS_NEON
 namespace neon {
+VASK_BEGIN_NEON
 #define VASK_LANES_NEON
 #include "dsp/lanes.inc"
 //
 #include "dsp/fft_512_kernel.inc"
+VASK_END_NEON
 }  // namespace neon
 #endif
 

@@ -27,10 +27,26 @@
 #define VASK_HAS_AVX2 0
 #endif
 
+// A 32-bit ARM processor may lack NEON. If the compiler does not take it for granted, what stands between
+// VASK_BEGIN_NEON and VASK_END_NEON is compiled for it all the same, and the machine is asked. Pragmas alone:
+// beside an attribute that says the same, gcc 12 compiles the rest of the file for NEON, too.
 #if defined(__ARM_NEON)
 #define VASK_HAS_NEON 1
+#define VASK_ASKS_FOR_NEON 0
+#elif defined(__arm__) && defined(__ARM_FP) && __ARM_ARCH >= 7 && defined(__linux__) && defined(__GNUC__) && \
+    !defined(__clang__)
+#define VASK_HAS_NEON 1
+#define VASK_ASKS_FOR_NEON 1
 #else
 #define VASK_HAS_NEON 0
+#define VASK_ASKS_FOR_NEON 0
+#endif
+#if VASK_ASKS_FOR_NEON
+#define VASK_BEGIN_NEON _Pragma("GCC push_options") _Pragma("GCC target(\"fpu=neon\")")
+#define VASK_END_NEON _Pragma("GCC pop_options")
+#else
+#define VASK_BEGIN_NEON
+#define VASK_END_NEON
 #endif
 
 #define VASK_BODY static inline __attribute__((always_inline))
@@ -71,10 +87,25 @@ inline Level LevelOf(Kernel /*kernel*/) { return LevelInForce(); }
 #else
 #define VASK_PICK_FASTEST(avx2, neon, args)
 #endif
+#if VASK_ASKS_FOR_NEON
+#define VASK_COMPILE(type, name, params, args)                                   \
+  [[maybe_unused]] static type name##Portable params { return name##Body args; } \
+  VASK_BEGIN_NEON                                                                \
+  [[maybe_unused]] static type name##WithNeon params { return name##Body args; } \
+  VASK_END_NEON
+#else
 #define VASK_COMPILE(type, name, params, args) \
   [[maybe_unused]] static type name##Portable params { return name##Body args; }
+#endif
+#endif
+
+// The body as it is compiled for the level neon.
+#if VASK_ASKS_FOR_NEON
+#define VASK_WITH_NEON(name) name##WithNeon
+#else
+#define VASK_WITH_NEON(name) name##Portable
 #endif
 
 #define VASK_KERNEL(type, name, params, args, plain) \
   VASK_COMPILE(type, name, params, args)             \
-  VASK_PICK(type, name, params, args, plain, name##Portable, name##Avx2, name##Portable)
+  VASK_PICK(type, name, params, args, plain, name##Portable, name##Avx2, VASK_WITH_NEON(name))

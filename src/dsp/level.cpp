@@ -4,6 +4,11 @@
 
 #include "dsp/kernel.h"
 
+#if VASK_ASKS_FOR_NEON
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
+#endif
+
 namespace vask {
 namespace {
 
@@ -12,7 +17,11 @@ constexpr Level kLevels[] = {Level::kPlain, Level::kPortable, Level::kAvx2};
 bool HasFastest() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2"); }
 #elif VASK_HAS_NEON
 constexpr Level kLevels[] = {Level::kPlain, Level::kPortable, Level::kNeon};
+#if VASK_ASKS_FOR_NEON
+bool HasFastest() { return (getauxval(AT_HWCAP) & HWCAP_NEON) != 0; }
+#else
 bool HasFastest() { return true; }
+#endif
 #else
 constexpr Level kLevels[] = {Level::kPlain, Level::kPortable};
 bool HasFastest() { return true; }

@@ -3,9 +3,13 @@
 
 #include <arm_neon.h>
 
+#include "dsp/kernel.h"
+
 #if !defined(__aarch64__)
 
 namespace vask {
+
+VASK_BEGIN_NEON
 
 inline int16x8_t vmovl_high_s8(int8x16_t a) { return vmovl_s8(vget_high_s8(a)); }
 inline int64x2_t vmovl_high_s32(int32x4_t a) { return vmovl_s32(vget_high_s32(a)); }
@@ -35,6 +39,8 @@ inline int32x4_t vpaddq_s32(int32x4_t a, int32x4_t b) {
                       vpadd_s32(vget_low_s32(b), vget_high_s32(b)));
 }
 inline int64_t vaddvq_s64(int64x2_t a) { return vgetq_lane_s64(a, 0) + vgetq_lane_s64(a, 1); }
+
+VASK_END_NEON
 
 }  // namespace vask
 

@@ -90,6 +90,7 @@ VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) {
   RootsPortable(x.subspan(i), out + i);
 }
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 // The bit lengths of 4 values between 1 and 2^52.
 inline uint32x4_t BitLengths(int64x2_t a, int64x2_t b) {
 #if defined(__aarch64__)
@@ -136,6 +137,7 @@ void RootsNeon(std::span<const int64_t> x, int64_t* out) {
   }
   RootsPortable(x.subspan(i), out + i);
 }
+VASK_END_NEON
 #endif
 
 }  // namespace

@@ -162,6 +162,7 @@ VASK_AVX2 void UpdateStateBySixteen(const GruRows& rows, std::span<int16_t> stat
 }
 
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 
 constexpr size_t kLanes = 8;
 
@@ -238,6 +239,7 @@ void UpdateStateByEight(const GruRows& rows, std::span<int16_t> state_q15) {
       state_q15.subspan(i));
 }
 
+VASK_END_NEON
 #endif
 
 }  // namespace

@@ -59,6 +59,7 @@ VASK_AVX2 void MultiplyByEightRows(const int8_t* weights, std::span<const int16_
 }
 
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 
 inline int32x4_t Add16(int32x4_t sum, const int8_t* weights, int16x8_t low, int16x8_t high) {
   const int8x16_t bytes = vld1q_s8(weights);
@@ -91,6 +92,7 @@ void MultiplyByEightRows(const int8_t* weights, std::span<const int16_t> x, std:
   MultiplyPortable(weights, x, sums.subspan(row));
 }
 
+VASK_END_NEON
 #endif
 
 }  // namespace

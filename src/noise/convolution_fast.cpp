@@ -90,6 +90,7 @@ VASK_AVX2 void ConvolveAdjacentByPairs(const int16_t* now, const int32_t* impuls
   ConvolveAdjacentAvx2(now + i, impulse, out.subspan(static_cast<size_t>(i)), half);
 }
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 constexpr int32_t kVectors = 8, kOutputs = 4 * kVectors;  // whose sums stay in registers
 constexpr int32_t kMostHalf = 16;
 
@@ -116,6 +117,7 @@ void ConvolveAdjacentNeon(const int16_t* now, const int32_t* impulse, std::span<
     ConvolveBlockNeon(now + i, impulse, out.data() + i, half);
   ConvolveAdjacentPortable(now + i, impulse, out.subspan(static_cast<size_t>(i)), half);
 }
+VASK_END_NEON
 #endif
 
 }  // namespace

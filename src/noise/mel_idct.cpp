@@ -99,6 +99,7 @@ VASK_AVX2 void SumTapsOf35Bands(std::span<const int32_t> gains, int64_t* scratch
   }
 }
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 void SumTapsOf35Bands(std::span<const int32_t> gains, int64_t* scratch, const int32_t* const* rows,
                       int32_t taps) {
   using Gains = BandGains<4>;
@@ -116,6 +117,7 @@ void SumTapsOf35Bands(std::span<const int32_t> gains, int64_t* scratch, const in
     scratch[tap] = vaddvq_s64(vaddq_s64(a, b));
   }
 }
+VASK_END_NEON
 #endif
 
 VASK_PICK(void, SumTaps,
