@@ -31,6 +31,7 @@ fi
 if [ "$extent" = --ci ]; then
   packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
     g++-i686-linux-gnu g++-s390x-linux-gnu g++-riscv64-linux-gnu qemu-user
+    googletest                 # whose sources are built for the other machines
     aapt android-framework-res) # the manifests
 fi
 
