@@ -15,6 +15,7 @@
 #include "engine/pcm_log.h"
 #include "epd/detector_lifecycle.h"
 #include "epd/endpoint.h"
+#include "epd/voicing_decision.h"
 #include "noise/wiener_filter.h"
 #include "noise/wiener_lifecycle.h"
 
@@ -54,7 +55,9 @@ void FilterAndDetect(const Engine& engine) {
   RemoveDcFromOutput(e.wiener, e.frame_q15, e.dc);
   EnterDetectorWindow(e);
   if (engine.history != nullptr) NoteLogEnergy(*engine.history, e.energy);
-  if (e.epd.engine_frames > 1) DetectEndpoint(e.epd, e.speech_queue, e.spectrum_queue, e.tables);
+  if (e.epd.engine_frames > 1) {
+    DetectEndpoint(e.epd, e.speech_queue, e.spectrum_queue, e.tables, VoicingFeatures::kDeciding);
+  }
   ShiftDetectorWindow(e.epd);
   e.epd.speech_start_flag = 0;
   RestartIfRequested(engine);

@@ -19,7 +19,6 @@
 #include "epd/energy.h"
 #include "epd/levels.h"
 #include "epd/vad.h"
-#include "epd/voicing_decision.h"
 
 namespace vask {
 namespace {
@@ -143,7 +142,7 @@ bool IsUtterance(int32_t length, int32_t voiced_frames) {
 }
 
 void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
-                    const fft_tables& twiddles) {
+                    const fft_tables& twiddles, VoicingFeatures wanted) {
   CountUp(prm.frame_index);
   const std::span<const int16_t> window(prm.win_samples, static_cast<size_t>(prm.win_len));
   Spectrum spectrum;
@@ -154,7 +153,7 @@ void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spec
 
   const int32_t noise = NoiseReference(prm);
   DecideVoicing(window, {prm.power_spec, static_cast<size_t>(prm.num_bins)}, prm.uv, noise, noise, prm.vad,
-                prm.profile);
+                prm.profile, wanted);
   ApplyOnsetAndHangover(DecideOnEnergy(prm.vad, prm), prm);
   TrackSegment(prm, prm.frame_index);
   if (prm.speech_on != 1) return;
@@ -177,7 +176,7 @@ void epd_based_on_energy_feature(energy_epd_prm* prm, sin_buff* out_samples, in6
   if (cc1 == nullptr || ss1 == nullptr || cc3 == nullptr || ss3 == nullptr) return;
   if (prm->win_samples == nullptr || prm->win_emph == nullptr) return;  // never created, or released
   const vask::DefaultFloatMode float_mode;
-  vask::DetectEndpoint(*prm, *out_samples, *out_spectra, {cc1, ss1, cc3, ss3});
+  vask::DetectEndpoint(*prm, *out_samples, *out_spectra, {cc1, ss1, cc3, ss3}, vask::VoicingFeatures::kAll);
 }
 
 void energy_EPD(energy_epd_prm* prm, int32_t frame) {

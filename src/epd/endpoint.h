@@ -5,6 +5,8 @@
 #include <vask/dsp.h>
 #include <vask/epd.h>
 
+#include "epd/voicing_decision.h"
+
 namespace vask {
 
 // Whether a segment is an utterance: long enough and voiced enough. Both in frames.
@@ -15,7 +17,7 @@ bool IsLongEnough(int32_t length);
 // append its frames, with a leading margin from the history, to the queues. The result is in prm:
 // speech_start_flag, end_found (segment accepted), reset_request (segment rejected).
 void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
-                    const fft_tables& twiddles);
+                    const fft_tables& twiddles, VoicingFeatures wanted);
 
 // Its steps.
 
