@@ -57,28 +57,6 @@ void ReleaseWindow(EnvChangeDetect& window) {
   ReleaseMatrix(window.right);
 }
 
-void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples) {
-  // A sample above the maximum is not compared with the minimum: that matters only if the extremes are out of
-  // order.
-  int16_t low = history.sample_min, high = history.sample_max;
-  if (low <= high) {  // speed only
-    for (const int16_t sample : samples) {
-      low = std::min(low, sample);
-      high = std::max(high, sample);
-    }
-  } else {
-    for (const int16_t sample : samples) {
-      if (sample > high) {
-        high = sample;
-      } else if (sample < low) {
-        low = sample;
-      }
-    }
-  }
-  history.sample_min = low;
-  history.sample_max = high;
-}
-
 void NoteEnergy(EnvironmentHistory& history, int32_t energy) {
   if (history.enabled == 0) return;
   history.frame_energies[static_cast<size_t>(CountOf(history.log_frames))] = energy;

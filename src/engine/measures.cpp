@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "dsp/logarithm.h"
+#include "dsp/sample_range.h"
 #include "engine/cleaning.h"
 #include "epd/energy.h"
 
@@ -20,6 +21,25 @@ int32_t Loudness(int32_t sum_of_magnitudes, int32_t energy) {
   const float share = static_cast<float>(sum_of_magnitudes) / kFullLoudness;
   const auto percent = static_cast<int32_t>(static_cast<double>(share) * 100.0);
   return percent > 99 ? 100 : std::max(percent, 1);
+}
+
+// The extremes of the unclipped input. A sample above the maximum is not compared with the minimum: that
+// matters only if they are out of order, as a caller can set them.
+void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples) {
+  SampleRange range = {history.sample_min, history.sample_max};
+  if (range.low <= range.high) {  // speed only
+    range = WidenedBy(samples, range);
+  } else {
+    for (const int16_t sample : samples) {
+      if (sample > range.high) {
+        range.high = sample;
+      } else if (sample < range.low) {
+        range.low = sample;
+      }
+    }
+  }
+  history.sample_min = range.low;
+  history.sample_max = range.high;
 }
 
 }  // namespace
