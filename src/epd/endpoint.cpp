@@ -10,11 +10,12 @@
 #include "dsp/arith.h"
 #include "dsp/fft.h"
 #include "dsp/float_mode.h"
-#include "dsp/kernel.h"
 #include "dsp/power_spectrum.h"
 #include "dsp/queue.h"
 #include "dsp/ring.h"
+#include "dsp/sample_range.h"
 #include "dsp/sizes.h"
+#include "epd/detector_window.h"
 #include "epd/endpoint_tracker.h"
 #include "epd/energy.h"
 #include "epd/levels.h"
@@ -26,7 +27,6 @@ namespace {
 using Spectrum = std::array<int64_t, kFftSize>;  // points of the transform, then 257 powers
 
 constexpr int32_t kSpectrumShift = 10;
-constexpr int32_t kWindowShift = 4;
 constexpr int32_t kSaturatedEnergy = 268435455;  // 2147483647 >> 3
 constexpr int32_t kStrongPower = 1000000000;
 constexpr int32_t kStrongFirst = 3, kStrongEnd = 129;  // bins
@@ -40,38 +40,18 @@ constexpr int32_t kMargin = 35;       // frames delivered before the detected st
 constexpr int32_t kLeastLength = 10;           // frames of an acceptable segment
 constexpr int64_t kLeastVoicedQ30 = 53687090;  // and 5 % of them voiced, or nearly
 
-VASK_BODY void WindowEmphasizedBody(const int32_t* samples, const int32_t* hamming, int32_t n, int32_t* out) {
-  // Samples << 16 times Q30, upper half: samples << 14; then << 10.
-  for (int32_t i = 0; i < n; ++i) out[i] = High32(int64_t{samples[i]} * hamming[i]) >> kWindowShift;
-}
-
-VASK_BODY void NarrowPowersBody(const int64_t* power, int32_t* narrow) {
-  for (int32_t k = 0; k < kSpectrumBins; ++k) narrow[k] = LimitTo32(power[k]);
-}
-
-}  // namespace
-
-VASK_KERNEL(void, WindowEmphasized, (const int32_t* samples, const int32_t* hamming, int32_t n, int32_t* out),
-            (samples, hamming, n, out), WindowEmphasizedPortable)
-VASK_KERNEL(void, NarrowPowers, (const int64_t* power, int32_t* narrow), (power, narrow),
-            NarrowPowersPortable)
-
-namespace {
-
 // Power spectrum of the pre-emphasised window, scaled down like the samples of the energies.
-void TransformWindow(const energy_epd_prm& prm, const fft_tables& twiddles, Spectrum& spectrum) {
+void TransformWindow(energy_epd_prm& prm, const fft_tables& twiddles, Spectrum& spectrum) {
   Samples512 windowed;
   WindowEmphasized(prm.win_emph, prm.hamming, prm.win_len, windowed.data());
   std::fill(windowed.begin() + prm.win_len, windowed.end(), 0);
   PowerOfWindow(windowed, kSpectrumShift, twiddles, spectrum);
-  const int32_t shift = 2 * prm.profile.sample_shift;
-  for (size_t k = 0; shift != 0 && k < kSpectrumBins; ++k) spectrum[k] >>= shift;
+  ScalePowers(spectrum.data(), 2 * prm.profile.sample_shift, prm.power_spec);
 }
 
-void StorePowers(const Spectrum& spectrum, energy_epd_prm& prm) {
-  NarrowPowers(spectrum.data(), prm.power_spec);
-  const auto strong = std::count_if(prm.power_spec + kStrongFirst, prm.power_spec + kStrongEnd,
-                                    [](int32_t power) { return power > kStrongPower; });
+void CountStrongBins(energy_epd_prm& prm) {
+  int32_t strong = 0;
+  for (int32_t k = kStrongFirst; k < kStrongEnd; ++k) strong += prm.power_spec[k] > kStrongPower;
   prm.vad.strong_low_bins = prm.vad.strong_low_bins_copy = static_cast<int16_t>(strong);
 }
 
@@ -100,8 +80,9 @@ void CopySlot(int32_t slot, energy_epd_prm& prm, sin_buff& speech_queue, in64_bu
   const auto samples = FrameOf(prm.sample_hist, slot, prm.frame_shift);
   WriteQueue(speech_queue, samples);
   WriteQueue(spectrum_queue, FrameOf(prm.spectrum_hist, slot, kSpectrumBins));
-  for (const int16_t sample : samples) {
-    prm.vad.peak_amplitude = std::max(prm.vad.peak_amplitude, std::abs(sample >> prm.profile.sample_shift));
+  const SampleRange range = WidenedBy(samples, {0, 0});
+  for (const int32_t extreme : {range.low, range.high}) {  // the larger magnitude is one of theirs
+    prm.vad.peak_amplitude = std::max(prm.vad.peak_amplitude, std::abs(extreme >> prm.profile.sample_shift));
   }
   const bool is_voiced = FrameOf(prm.uv.uv_hist, slot, 1)[0] == 1;
   CountUp(is_voiced ? prm.uv.voiced_frames : prm.uv.unvoiced_frames);
@@ -147,7 +128,7 @@ void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spec
   const std::span<const int16_t> window(prm.win_samples, static_cast<size_t>(prm.win_len));
   Spectrum spectrum;
   TransformWindow(prm, twiddles, spectrum);
-  StorePowers(spectrum, prm);
+  CountStrongBins(prm);
   MeasureLogEnergy(window, prm);
   AppendHistory(window, spectrum, prm);
 

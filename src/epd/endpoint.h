@@ -19,12 +19,4 @@ bool IsLongEnough(int32_t length);
 void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
                     const fft_tables& twiddles, VoicingFeatures wanted);
 
-// Its steps.
-
-// Pre-emphasised samples << 16 times the window (Q30), << 10.
-void WindowEmphasized(const int32_t* samples, const int32_t* hamming, int32_t n, int32_t* out);
-
-// 257 powers, each limited to 32 bits.
-void NarrowPowers(const int64_t* power, int32_t* narrow);
-
 }  // namespace vask

@@ -8,6 +8,12 @@
 #include "dsp/kernel.h"
 #include "dsp/logarithm.h"
 
+#if VASK_HAS_AVX2
+#include <immintrin.h>
+#elif VASK_HAS_NEON
+#include <arm_neon.h>
+#endif
+
 namespace vask {
 namespace {
 
@@ -38,7 +44,7 @@ VASK_BODY int32_t BandSumBody(const int32_t* power, int32_t first, int32_t end, 
   return bits >= 0 ? LimitTo32(sum) : BandSumPlain(power, first, end, shift);
 }
 
-VASK_BODY int64_t SumOfSquaresBody(std::span<const int16_t> samples, int32_t shift) {
+int64_t SumOfSquaresPlain(std::span<const int16_t> samples, int32_t shift) {
   int64_t sum = 0;
   for (const int16_t sample : samples) {
     const int32_t scaled = sample >> shift;
@@ -47,10 +53,45 @@ VASK_BODY int64_t SumOfSquaresBody(std::span<const int16_t> samples, int32_t shi
   return sum;
 }
 
+// The squares of two samples add up to at most 2^31, which is added as an unsigned value.
+#if VASK_HAS_AVX2
+VASK_AVX2 int64_t SumOfSquaresAvx2(std::span<const int16_t> samples, int32_t shift) {
+  constexpr size_t kSamples = 16;
+  const size_t whole = samples.size() / kSamples * kSamples;
+  const __m128i by = _mm_cvtsi32_si128(shift);
+  __m256i even = _mm256_setzero_si256(), odd = even;
+  for (size_t i = 0; i < whole; i += kSamples) {
+    const auto* const at = reinterpret_cast<const __m256i*>(samples.data() + i);
+    const __m256i scaled = _mm256_sra_epi16(_mm256_loadu_si256(at), by);
+    const __m256i pairs = _mm256_madd_epi16(scaled, scaled);
+    even = _mm256_add_epi64(even, _mm256_blend_epi32(pairs, _mm256_setzero_si256(), 0xaa));
+    odd = _mm256_add_epi64(odd, _mm256_srli_epi64(pairs, 32));
+  }
+  const __m256i all = _mm256_add_epi64(even, odd);
+  const __m128i half = _mm_add_epi64(_mm256_castsi256_si128(all), _mm256_extracti128_si256(all, 1));
+  return _mm_cvtsi128_si64(half) + _mm_extract_epi64(half, 1) +
+         SumOfSquaresPlain(samples.subspan(whole), shift);
+}
+#elif VASK_HAS_NEON
+int64_t SumOfSquaresNeon(std::span<const int16_t> samples, int32_t shift) {
+  constexpr size_t kSamples = 8;
+  const size_t whole = samples.size() / kSamples * kSamples;
+  const int16x8_t by = vdupq_n_s16(static_cast<int16_t>(-shift));
+  uint64x2_t sum = vdupq_n_u64(0);
+  for (size_t i = 0; i < whole; i += kSamples) {
+    const int16x8_t scaled = vshlq_s16(vld1q_s16(samples.data() + i), by);
+    const int16x4_t low = vget_low_s16(scaled), high = vget_high_s16(scaled);
+    sum = vpadalq_u32(sum, vreinterpretq_u32_s32(vmlal_s16(vmull_s16(low, low), high, high)));
+  }
+  return static_cast<int64_t>(vgetq_lane_u64(sum, 0) + vgetq_lane_u64(sum, 1)) +
+         SumOfSquaresPlain(samples.subspan(whole), shift);
+}
+#endif
+
 VASK_KERNEL(int32_t, BandSum, (const int32_t* power, int32_t first, int32_t end, int32_t shift),
             (power, first, end, shift), BandSumPlain)
-VASK_KERNEL(int64_t, SumOfSquares, (std::span<const int16_t> samples, int32_t shift), (samples, shift),
-            SumOfSquaresPortable)
+VASK_PICK(int64_t, SumOfSquares, (std::span<const int16_t> samples, int32_t shift), (samples, shift),
+          SumOfSquaresPlain, SumOfSquaresPlain, SumOfSquaresAvx2, SumOfSquaresNeon)
 
 int32_t BandMean(const int32_t* power, int32_t first, int32_t end) {
   if (end <= first) return 0;

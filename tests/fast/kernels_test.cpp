@@ -19,7 +19,7 @@
 #include "dsp/power_spectrum.h"
 #include "dsp/square_root.h"
 #include "dsp/windowing.h"
-#include "epd/endpoint.h"
+#include "epd/detector_window.h"
 #include "epd/energy.h"
 #include "epd/voicing_crossings.h"
 #include "epd/voicing_lags.h"
@@ -246,11 +246,18 @@ void OfTheDetectorsWindow(Input x, Outputs& out) {
   Append(out, windowed);
 }
 
-void OfNarrowPowers(Input x, Outputs& out) {
+void OfScaledPowers(Input x, Outputs& out) {
   std::array<int32_t, kSpectrumBins> narrow;
   for (const int bits : {0, 17, 47}) {
-    NarrowPowers(Amplitudes(x, bits).data(), narrow.data());
-    Append(out, narrow);
+    for (const int32_t shift : {0, 2, 12}) {
+      auto power = Amplitudes(x, bits);
+      for (const int64_t edge :
+           std::array<int64_t, 5>{kMax32, 1LL << 31, (1LL << 32) - 1, 1LL << 32, kMax64}) {
+        power.insert(power.begin(), edge << (edge < kMax64 ? shift : 0));
+      }
+      ScalePowers(power.data(), shift, narrow.data());
+      Append(out, power), Append(out, narrow);
+    }
   }
 }
 
@@ -390,12 +397,14 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
     case Kernel::kBandMeans:
       return OfBandMeans(x, out);
     case Kernel::kSumOfSquares:
-      for (const int32_t shift : {0, 3}) out.push_back(SquareEnergy(x, shift));
+      for (const size_t n : {kInput, size_t{39}, size_t{7}}) {
+        for (const int32_t shift : {0, 3, 15}) out.push_back(SquareEnergy(x.first(n), shift));
+      }
       return;
     case Kernel::kWindowEmphasized:
       return OfTheDetectorsWindow(x, out);
-    case Kernel::kNarrowPowers:
-      return OfNarrowPowers(x, out);
+    case Kernel::kScalePowers:
+      return OfScaledPowers(x, out);
     case Kernel::kCountClipCrossings:
     case Kernel::kCountZeroCrossings:
       return OfCrossings(x, out);
