@@ -11,6 +11,8 @@
 
 #if VASK_HAS_AVX2
 #include <immintrin.h>
+#elif VASK_HAS_NEON
+#include <arm_neon.h>
 #endif
 
 namespace vask {
@@ -18,7 +20,7 @@ namespace {
 
 constexpr int32_t kVector = 16;  // samples of a 256-bit vector: terms are rounded up to whole ones
 constexpr int32_t kPadded = kWindow + 2 * kVector;
-constexpr int32_t kLagsAtOnce = 2;
+constexpr int32_t kLagsAtOnce = VASK_HAS_NEON ? 4 : 2;
 constexpr int32_t kLagCount = kMaxLag + 1;
 
 // The window and its magnitudes, each followed by zeros.
@@ -112,10 +114,45 @@ VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t
     }
   }
 }
+#elif VASK_HAS_NEON
+// Of one lag, not yet added up across the vector. Sums of magnitudes are right modulo 2^16.
+struct PartialSums {
+  int32x4_t squares, products;
+  int16x8_t magnitudes;
+};
+
+VASK_BODY int32x4_t AddProducts(int32x4_t sum, int16x8_t a, int16x8_t b) {
+  return vmlal_s16(vmlal_s16(sum, vget_low_s16(a), vget_low_s16(b)), vget_high_s16(a), vget_high_s16(b));
+}
+
+uint32_t SumOf(int32x4_t x) {
+  const int32x2_t pairs = vadd_s32(vget_low_s32(x), vget_high_s32(x));
+  return static_cast<uint32_t>(vget_lane_s32(vpadd_s32(pairs, pairs), 0));
+}
+
+void SumLagsNeon(const Samples& x, const RunningSums& running, int32_t n, LagSums& sums) {
+  for (int32_t lag = 1; lag <= kMaxLag; lag += kLagsAtOnce) {
+    const int32_t read = WholeVectors(std::max(n - lag, 0));
+    PartialSums part[kLagsAtOnce] = {};
+    for (int32_t i = 0; i < read; i += 8) {
+      const int16x8_t now = vld1q_s16(x.plain + i), magnitude = vld1q_s16(x.magnitude + i);
+      for (int32_t k = 0; k < kLagsAtOnce; ++k) {
+        const int16x8_t d = vsubq_s16(now, vld1q_s16(x.plain + i + lag + k));
+        part[k].squares = AddProducts(part[k].squares, d, d);
+        part[k].magnitudes = vaddq_s16(part[k].magnitudes, vabsq_s16(d));
+        part[k].products = AddProducts(part[k].products, magnitude, vld1q_s16(x.magnitude + i + lag + k));
+      }
+    }
+    for (int32_t k = 0; k < kLagsAtOnce && lag + k <= kMaxLag; ++k) {
+      StoreSums(running, n, lag + k, read, SumOf(part[k].squares), SumOf(vpaddlq_s16(part[k].magnitudes)),
+                SumOf(part[k].products), sums);
+    }
+  }
+}
 #endif
 
 VASK_PICK(void, SumLags, (const Samples& x, const RunningSums& running, int32_t n, LagSums& sums),
-          (x, running, n, sums), SumLagsPortable, SumLagsPortable, SumLagsAvx2, SumLagsPortable)
+          (x, running, n, sums), SumLagsPortable, SumLagsPortable, SumLagsAvx2, SumLagsNeon)
 
 void Load(std::span<const int16_t> window, Samples& x, RunningSums& running) {
   x = {};
