@@ -22,7 +22,7 @@ inline __attribute__((always_inline)) double FloorBelow2To51(double x) {
 #endif
 }
 
-inline int64_t DivideBelow2To53(int64_t p, int64_t q) {
+constexpr int64_t DivideBelow2To53(int64_t p, int64_t q) {
   return static_cast<int64_t>(static_cast<double>(p) / static_cast<double>(q));
 }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "dsp/arith.h"
+#include "dsp/divide.h"
 #include "dsp/sizes.h"
 #include "dsp/square_root.h"
 
@@ -131,7 +132,7 @@ int32_t CorrelationCoefficient(int32_t products, int32_t energy_lag, int32_t ene
   } else if (norm <= 0) {
     return 0;
   }
-  return Low32(int64_t{products} * kOneQ16 / norm * 16384);  // Q16 << 14 = Q30
+  return Low32(DivideBelow2To53(int64_t{products} * kOneQ16, norm) * 16384);  // Q16 << 14 = Q30
 }
 
 void NormalizedAutocorrelation(std::span<const int32_t> a, int32_t* r, Lags lags) {
