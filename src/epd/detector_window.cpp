@@ -7,7 +7,7 @@
 #if VASK_HAS_AVX2
 #include <immintrin.h>
 #elif VASK_HAS_NEON
-#include <arm_neon.h>
+#include "dsp/neon.h"
 #endif
 
 namespace vask {
@@ -69,6 +69,7 @@ VASK_AVX2 void ScalePowersAvx2(int64_t* power, int32_t shift, int32_t* narrow) {
   for (; k < kSpectrumBins; ++k) ScaleOne(power[k], shift, narrow[k]);
 }
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 constexpr int32_t kUnrolled = 16;  // values
 
 // The doubled product's upper half is the product >> 31.
@@ -97,6 +98,7 @@ void ScalePowersNeon(int64_t* power, int32_t shift, int32_t* narrow) {
   }
   for (; k < kSpectrumBins; ++k) ScaleOne(power[k], shift, narrow[k]);
 }
+VASK_END_NEON
 #endif
 
 }  // namespace

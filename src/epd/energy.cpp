@@ -11,7 +11,7 @@
 #if VASK_HAS_AVX2
 #include <immintrin.h>
 #elif VASK_HAS_NEON
-#include <arm_neon.h>
+#include "dsp/neon.h"
 #endif
 
 namespace vask {
@@ -73,6 +73,7 @@ VASK_AVX2 int64_t SumOfSquaresAvx2(std::span<const int16_t> samples, int32_t shi
          SumOfSquaresPlain(samples.subspan(whole), shift);
 }
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 int64_t SumOfSquaresNeon(std::span<const int16_t> samples, int32_t shift) {
   constexpr size_t kSamples = 8;
   const size_t whole = samples.size() / kSamples * kSamples;
@@ -86,6 +87,7 @@ int64_t SumOfSquaresNeon(std::span<const int16_t> samples, int32_t shift) {
   return static_cast<int64_t>(vgetq_lane_u64(sum, 0) + vgetq_lane_u64(sum, 1)) +
          SumOfSquaresPlain(samples.subspan(whole), shift);
 }
+VASK_END_NEON
 #endif
 
 VASK_KERNEL(int32_t, BandSum, (const int32_t* power, int32_t first, int32_t end, int32_t shift),

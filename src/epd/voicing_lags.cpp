@@ -12,7 +12,7 @@
 #if VASK_HAS_AVX2
 #include <immintrin.h>
 #elif VASK_HAS_NEON
-#include <arm_neon.h>
+#include "dsp/neon.h"
 #endif
 
 namespace vask {
@@ -115,6 +115,7 @@ VASK_AVX2 void SumLagsAvx2(const Samples& x, const RunningSums& running, int32_t
   }
 }
 #elif VASK_HAS_NEON
+VASK_BEGIN_NEON
 // Of one lag, not yet added up across the vector. Sums of magnitudes are right modulo 2^16.
 struct PartialSums {
   int32x4_t squares, products;
@@ -149,6 +150,7 @@ void SumLagsNeon(const Samples& x, const RunningSums& running, int32_t n, LagSum
     }
   }
 }
+VASK_END_NEON
 #endif
 
 VASK_PICK(void, SumLags, (const Samples& x, const RunningSums& running, int32_t n, LagSums& sums),
