@@ -4,12 +4,12 @@
 
 #include <vask/dsp.h>
 
-#include <array>
-
 #include "dsp/arith.h"
+#include "dsp/divide.h"
 #include "dsp/kernel.h"
 #include "dsp/logarithm.h"
 #include "dsp/portable_math.h"
+#include "dsp/tables/exponential.h"
 
 namespace vask {
 namespace {
@@ -31,18 +31,9 @@ SplitExp Split(int32_t x) {
 
 constexpr int32_t kMaxExponentQ16 = 10 * kOneQ16;
 
-// exp(i / 64), i = 0 .. 640, by addition, multiplication and division only: every compiler computes the same.
-constexpr auto kExpOf64ths = [] {
-  std::array<double, kMaxExponentQ16 / 1024 + 1> table{};
-  double whole = 1;  // e to the integer part of i / 64
-  for (size_t i = 0; i < table.size(); ++i) {
-    if (i > 0 && i % 64 == 0) whole *= 0x1.5bf0a8b145769p+1;  // e
-    double series = 1;
-    for (int n = 18; n >= 1; --n) series = 1 + series * (static_cast<double>(i % 64) / 64) / n;
-    table[i] = whole * series;
-  }
-  return table;
-}();
+namespace portable {
+#include "dsp/exponential_kernel.inc"
+}  // namespace portable
 
 }  // namespace
 
@@ -79,14 +70,9 @@ static int64_t ExpOfLikelihoodPlainQ16(int64_t q) {
   return static_cast<int64_t>(static_cast<double>(nearest) * kOneQ16);
 }
 
-int64_t ExpOfLikelihoodByTableQ16(int64_t q) {
+static int64_t ExpOfLikelihoodByTableQ16(int64_t q) {
   if (q < 0 || q > kMaxExponentQ16) return ExpOfLikelihoodPlainQ16(q);
-  const auto step = static_cast<size_t>(q >> 10);
-  const double x =
-      static_cast<double>(q & 1023) * 0x1p-16;  // below 1/64: the first term left out is below 1e-16
-  const double series =
-      1 + x * (1 + x * (1.0 / 2 + x * (1.0 / 6 + x * (1.0 / 24 + x * (1.0 / 120 + x / 720)))));
-  return static_cast<int64_t>(static_cast<double>(static_cast<float>(kExpOf64ths[step] * series)) * kOneQ16);
+  return static_cast<int64_t>(portable::ExpOfLikelihood(static_cast<double>(q)));
 }
 
 VASK_PICK(int64_t, ExpOfLikelihoodQ16, (int64_t q), (q), ExpOfLikelihoodPlainQ16, ExpOfLikelihoodByTableQ16,

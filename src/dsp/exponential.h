@@ -13,6 +13,5 @@ int32_t PowQ6(int32_t x, int32_t y_q30);  // integer ^ Q30 -> Q6
 // The likelihood ratio's exponential: q in Q16, up to 10.0, -> exp(q) in Q16, the nearest single-precision
 // value truncated toward zero.
 int64_t ExpOfLikelihoodQ16(int64_t q);
-int64_t ExpOfLikelihoodByTableQ16(int64_t q);  // its fast form
 
 }  // namespace vask

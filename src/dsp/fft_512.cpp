@@ -34,31 +34,8 @@ constexpr std::array<int32_t, 16> kIsOneGroup = [] {
   return mask;
 }();
 
-namespace portable {
-#include "dsp/lanes.inc"
-//
-#include "dsp/fft_512_kernel.inc"
-}  // namespace portable
-
-#if VASK_HAS_AVX2
-namespace avx2 {
-VASK_BEGIN_AVX2
-#define VASK_LANES_AVX2
-#include "dsp/lanes.inc"
-//
-#include "dsp/fft_512_kernel.inc"
-VASK_END_AVX2
-}  // namespace avx2
-#elif VASK_HAS_NEON
-namespace neon {
-VASK_BEGIN_NEON
-#define VASK_LANES_NEON
-#include "dsp/lanes.inc"
-//
-#include "dsp/fft_512_kernel.inc"
-VASK_END_NEON
-}  // namespace neon
-#endif
+#define VASK_KERNEL_FILE "dsp/fft_512_kernel.inc"
+#include "dsp/machines.inc"
 
 VASK_BODY bool IsNarrowBody(const Samples512& samples) {
   constexpr uint32_t kBound = (1 << 22) - (1 << 10);  // of magnitudes / 512, truncated; sums fit 32 bits

@@ -387,8 +387,6 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
     case Kernel::kDesignModerateBlock:
       return OfGains(x, out);
     case Kernel::kLikelihoodRatios:
-    case Kernel::kLikelihoodExponents:
-    case Kernel::kRatiosOfExponentials:
       return OfLikelihoods(x, out);
     case Kernel::kBandSum:
       return OfBandSums(x, out);

@@ -75,6 +75,45 @@ TEST(GainDesign, IsThatOfThePlainFormOnAllLevels) {
   }
 }
 
+// One value of a block or group of moderate ones at each bound of the fast forms, one below and one above.
+TEST(NoiseKernels, GiveThePlainValuesAtTheBoundsOfTheirFastForms) {
+  struct Case {
+    int64_t noise, signal, cleaned, current;
+  };
+  std::vector<Case> cases = {{0, 5, 5, 5}, {-1, 5, 5, 5}, {1, 0, 0, 0}};
+  for (int64_t d = -1; d <= 1; ++d) {
+    const int64_t large = (int64_t{1} << 31) + d;
+    for (const int bits : {10, 13}) {
+      const int64_t loud = (int64_t{1000} << bits) + d;
+      cases.push_back({1000, loud, 1, 1});
+      cases.push_back({1000, 1, loud, 1});
+      cases.push_back({(int64_t{1} << 31) >> bits, large, 1, 1});
+    }
+    cases.push_back({large, 1, 1, 1});
+    cases.push_back({1 << 30, large, 1, 1});
+    cases.push_back({1 << 30, 1, large, 1});
+    cases.push_back({1 << 30, 1, 1, large});
+  }
+  for (size_t at = 0; at < 3 * cases.size(); ++at) {
+    const Case& c = cases[at / 3];
+    std::vector<Gains> plain;
+    test::AtEachLevel([&](Level level) {
+      const std::vector<int64_t> moderate(35, 3000);
+      Gains gains{moderate, moderate, moderate, moderate, std::vector<int32_t>(35)};
+      const size_t k = at % 3 * 16 + at % 2;  // in the blocks of the fast forms and in what is left
+      gains.noise[k] = c.noise, gains.mean[k] = c.signal, gains.cleaned[k] = c.cleaned;
+      gains.current[k] = c.current;
+      Gains ratios = gains;
+      wiener_vad vad{};
+      vad.vad_flag = 1;
+      DesignGain(gains.Spectra(), vad);
+      LikelihoodRatios(ratios.noise, ratios.mean, ratios.cleaned.data(), ratios.current.data());
+      if (level == Level::kPlain) plain = {gains, ratios};
+      EXPECT_TRUE(gains == plain[0] && ratios == plain[1]) << NameOf(level) << ", case " << at;
+    });
+  }
+}
+
 TEST(LikelihoodRatios, AreThoseOfThePlainFormOnAllLevels) {
   using Bands = std::array<int64_t, 35>;
   for (uint32_t seed = 0; seed < 20000; ++seed) {
