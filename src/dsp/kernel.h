@@ -25,6 +25,7 @@
 #endif
 #else
 #define VASK_HAS_AVX2 0
+#define VASK_AVX2
 #endif
 
 // A 32-bit ARM processor may lack NEON. If the compiler does not take it for granted, what stands between

@@ -44,7 +44,9 @@ void WriteRing(Ring& ring, std::span<const ElementOf<Ring>> block) {
 
 template <typename Ring>
 void WriteRing(Ring& ring, ElementOf<Ring> value) {
-  WriteRing(ring, std::span<const ElementOf<Ring>>(&value, 1));
+  if (!IsUsable(ring)) return;
+  ring.data[ring.index] = value;
+  ring.index = ring.index + 1 == ring.size ? 0 : ring.index + 1;
 }
 
 // All elements of a ring, in the order of their slots.

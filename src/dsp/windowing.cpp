@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#if defined(__aarch64__)
+#include <arm_neon.h>
+#endif
 
 #include "dsp/arith.h"
 #include "dsp/kernel.h"
@@ -26,6 +29,25 @@ VASK_BODY void WindowQ10Body(const int16_t* samples, std::span<const int32_t> wi
   std::fill(out.begin() + static_cast<std::ptrdiff_t>(n), out.end(), 0);
 }
 
+VASK_COMPILE(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
+             (samples, window_q30, out))
+
+#if VASK_HAS_NEON
+// The upper half of twice the product of a weight and a sample << 11 is their product / 2^20.
+void WindowQ10Neon(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
+  if (window_q30.size() % 8 != 0 || window_q30.size() > out.size())
+    return WindowQ10Portable(samples, window_q30, out);
+  const int32_t* weights = window_q30.data();
+  int32_t* end = out.data();
+  for (size_t i = 0; i < window_q30.size(); i += 8, end += 8) {
+    const int16x8_t s = vld1q_s16(samples + i);
+    vst1q_s32(end, vqdmulhq_s32(vshll_n_s16(vget_low_s16(s), 11), vld1q_s32(weights + i)));
+    vst1q_s32(end + 4, vqdmulhq_s32(vshll_high_n_s16(s, 11), vld1q_s32(weights + i + 4)));
+  }
+  std::fill(end, out.data() + out.size(), 0);
+}
+#endif
+
 }  // namespace
 
 void ApplyWindow(const int16_t* samples, std::span<const int32_t> window_q30, std::span<int64_t> out) {
@@ -34,7 +56,7 @@ void ApplyWindow(const int16_t* samples, std::span<const int32_t> window_q30, st
   std::fill(out.begin() + static_cast<std::ptrdiff_t>(n), out.end(), 0);
 }
 
-VASK_KERNEL(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
-            (samples, window_q30, out), WindowQ10Plain)
+VASK_PICK(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out),
+          (samples, window_q30, out), WindowQ10Plain, WindowQ10Portable, WindowQ10Avx2, WindowQ10Neon)
 
 }  // namespace vask

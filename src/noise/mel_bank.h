@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <span>
 
-#include "dsp/arith.h"
-
 namespace vask {
 
 inline constexpr int32_t kMelBands = 35;
@@ -23,17 +21,13 @@ bool ReadMelBank(mel_band& first, int32_t bands, const char* base_dir);
 void ReleaseMelBank(mel_band& first, int32_t bands);
 
 // Replace the first values of x, one per band, by the weighted sums over the bands' bins; `sums` is scratch
-// with one element per band. Gains (int32) keep the low 32 bits of each sum, amplitudes (int64) all of it.
-template <typename T>
-void SumBands(T* x, const mel_band& first, int64_t* sums) {
-  size_t bands = 0;
-  for (const mel_band* band = &first; band != nullptr; band = band->next, ++bands) {
-    const T* values = x + band->start;
-    int64_t sum = 0;
-    for (int32_t i = 0; i < band->count; ++i) sum = WrapAdd(sum, MulShift<30>(values[i], band->weights[i]));
-    sums[bands] = sum;
-  }
-  for (size_t b = 0; b < bands; ++b) x[b] = static_cast<T>(sums[b]);
-}
+// with one element per band. Gains (int32) keep the low 32 bits of each sum, amplitudes (int64) all of it;
+// the bands take bins of `x` alone.
+void SumBands(int32_t* x, const mel_band& first, int64_t* sums);
+void SumBands(int64_t* x, const mel_band& first, int64_t* sums);
+void SumBands(std::span<int64_t> x, const mel_band& first, int64_t* sums);  // faster where all are below 2^31
+
+// The sums alone.
+void SumNarrowBands(const int32_t* x, const mel_band& first, int64_t* sums);
 
 }  // namespace vask

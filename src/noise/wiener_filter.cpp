@@ -90,7 +90,7 @@ void FilterFrame(wiener_filt& wf, const mel_band& mel_bank, const fft_tables& tw
   Roots(current, current.data());
   Roots(mean, mean.data());
   std::copy(mean.begin(), mean.end(), amplitude.begin());
-  SumBands(wf.mel_amp, mel_bank, wf.mel_scratch);
+  SumBands(amplitude, mel_bank, wf.mel_scratch);
   LimitOverflow(amplitude.first(bands));
   DetectSpeech(wf.vad, wf.spectrum, wf.gsap_data, amplitude.first(bands));
 

@@ -33,6 +33,7 @@
 #include "noise/convolution_fast.h"
 #include "noise/gain_design.h"
 #include "noise/gsap_fast.h"
+#include "noise/mel_bank.h"
 #include "noise/mel_idct.h"
 #include "noise/wiener_filter.h"
 #include "support/inputs.h"
@@ -163,6 +164,28 @@ void OfConvolution(Input x, Outputs& out) {
         Append(out, std::span(filtered).first(n));
       }
     }
+  }
+}
+
+// Bands of up to 15 bins, of gains and of amplitudes; one amplitude at the bound of the sums in 32 bits.
+void OfBands(Input x, Outputs& out) {
+  std::vector<int32_t> weights = Factors(16);
+  weights[0] = kOneQ30;
+  std::array<mel_band, 16> bands;
+  for (int32_t b = 0; b < 16; ++b) {
+    const auto i = static_cast<size_t>(b);
+    bands[i] = {
+        .start = 7 * b, .count = b, .weights = weights.data(), .next = b < 15 ? &bands[i + 1] : nullptr};
+  }
+  std::array<int64_t, 16> sums;
+  for (const int64_t loud : {int64_t{0}, int64_t{kMax32}, int64_t{kMax32} + 1, int64_t{-1}}) {
+    auto gains = Shifted<int32_t>(x.first(kSmoothedBins), 15);
+    auto amplitudes = Amplitudes(x.last(kSmoothedBins), 15);
+    gains[40] = Low32(loud), amplitudes[40] = loud;
+    SumBands(gains.data(), bands[0], sums.data());
+    Append(out, gains), Append(out, sums);
+    SumBands(std::span(amplitudes), bands[0], sums.data());
+    Append(out, amplitudes), Append(out, sums);
   }
 }
 
@@ -382,6 +405,8 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
       return OfWeights(x, out);
     case Kernel::kConvolveAdjacent:
       return OfConvolution(x, out);
+    case Kernel::kSumNarrowBands:
+      return OfBands(x, out);
     case Kernel::kSumTaps:
       return OfTaps(x, out);
     case Kernel::kDesignModerateBlock:
