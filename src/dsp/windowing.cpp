@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#if defined(__aarch64__)
-#include <arm_neon.h>
-#endif
 
 #include "dsp/arith.h"
 #include "dsp/kernel.h"
+
+#if VASK_HAS_NEON
+#include "dsp/neon.h"
+#endif
 
 namespace vask {
 namespace {
@@ -33,6 +34,7 @@ VASK_COMPILE(void, WindowQ10, (const int16_t* samples, std::span<const int32_t> 
              (samples, window_q30, out))
 
 #if VASK_HAS_NEON
+VASK_BEGIN_NEON
 // The upper half of twice the product of a weight and a sample << 11 is their product / 2^20.
 void WindowQ10Neon(const int16_t* samples, std::span<const int32_t> window_q30, Samples512& out) {
   if (window_q30.size() % 8 != 0 || window_q30.size() > out.size())
@@ -42,10 +44,11 @@ void WindowQ10Neon(const int16_t* samples, std::span<const int32_t> window_q30, 
   for (size_t i = 0; i < window_q30.size(); i += 8, end += 8) {
     const int16x8_t s = vld1q_s16(samples + i);
     vst1q_s32(end, vqdmulhq_s32(vshll_n_s16(vget_low_s16(s), 11), vld1q_s32(weights + i)));
-    vst1q_s32(end + 4, vqdmulhq_s32(vshll_high_n_s16(s, 11), vld1q_s32(weights + i + 4)));
+    vst1q_s32(end + 4, vqdmulhq_s32(vshll_n_s16(vget_high_s16(s), 11), vld1q_s32(weights + i + 4)));
   }
   std::fill(end, out.data() + out.size(), 0);
 }
+VASK_END_NEON
 #endif
 
 }  // namespace

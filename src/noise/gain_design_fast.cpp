@@ -3,13 +3,15 @@
 #include <cstdint>
 #if defined(__x86_64__)
 #include <immintrin.h>
-#elif defined(__aarch64__)
-#include <arm_neon.h>
 #endif
 
 #include "dsp/arith.h"
 #include "dsp/divide.h"
 #include "dsp/kernel.h"
+
+#if VASK_HAS_NEON
+#include "dsp/neon.h"
+#endif
 
 namespace vask {
 namespace {

@@ -3,14 +3,16 @@
 #include <algorithm>
 #if defined(__x86_64__)
 #include <immintrin.h>
-#elif defined(__aarch64__)
-#include <arm_neon.h>
 #endif
 
 #include "dsp/divide.h"
 #include "dsp/kernel.h"
 #include "dsp/tables/exponential.h"
 #include "noise/gsap.h"
+
+#if VASK_HAS_NEON
+#include "dsp/neon.h"
+#endif
 
 namespace vask {
 namespace {

@@ -5,8 +5,6 @@
 #include <array>
 #if defined(__x86_64__)
 #include <immintrin.h>
-#elif defined(__aarch64__)
-#include <arm_neon.h>
 #endif
 
 #include "dsp/arith.h"
@@ -16,6 +14,10 @@
 #include "dsp/sizes.h"
 #include "kb/coefficient_file.h"
 #include "kb/paths.h"
+
+#if VASK_HAS_NEON
+#include "dsp/neon.h"
+#endif
 
 namespace vask {
 namespace {
@@ -89,6 +91,7 @@ void ReplaceBySums(T* x, const mel_band& first, const int64_t* sums) {
 }
 
 #if VASK_HAS_AVX2 || VASK_HAS_NEON
+VASK_BEGIN_NEON
 #if VASK_HAS_AVX2
 // A product with 2^62 added is positive and can be shifted as such.
 VASK_AVX2 inline int64_t SumOfFours(const int32_t* x, const int32_t* weights, int32_t n) {
@@ -128,6 +131,7 @@ VASK_AVX2 void SumBandsByFours(const int32_t* x, const mel_band& first, int64_t*
     *sums = sum;
   }
 }
+VASK_END_NEON
 #endif
 
 }  // namespace
