@@ -23,7 +23,7 @@ fail() {
 }
 
 # Each row's bar with --check, in 100 s: to SpeexDSP at -O2, or to the row that it is compared with.
-declare -A bars=([x86-64]=0.95 [arm64]=1.45 [armv7]=4.20 [x86-64-o2]=2.00 [arm64-o2]=2.00 [armv7-o2]=2.00
+declare -A bars=([x86-64]=0.95 [arm64]=1.45 [armv7]=4.20 [x86-64-o2]=1.05 [arm64-o2]=1.05 [armv7-o2]=1.05
   [arm64-clang]=1.25)
 
 seconds=900 functions=0 check="" rows=()
