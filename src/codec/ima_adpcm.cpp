@@ -2,6 +2,7 @@
 #include "codec/ima_adpcm.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 namespace vask {
@@ -18,8 +19,16 @@ constexpr int32_t kLastIndex = static_cast<int32_t>(std::size(kStepSizes)) - 1;
 static_assert(kLastIndex == 88);
 
 constexpr int32_t kSign = 8;
-// Indexed by the magnitude of the code: small ones make the next step smaller.
-constexpr int32_t kIndexMoves[] = {-1, -1, -1, -1, 2, 4, 6, 8};
+
+// By the index of the step and the magnitude of the code: small ones make the next step smaller.
+constexpr auto kNextIndex = [] {
+  constexpr int32_t kMoves[] = {-1, -1, -1, -1, 2, 4, 6, 8};
+  std::array<std::array<uint8_t, 8>, kLastIndex + 1> next = {};
+  for (int32_t i = 0; i <= kLastIndex; ++i)
+    for (size_t m = 0; m < 8; ++m)
+      next[static_cast<size_t>(i)][m] = static_cast<uint8_t>(std::clamp(i + kMoves[m], 0, kLastIndex));
+  return next;
+}();
 
 // The state that encoder and decoder update alike.
 class Predictor {
@@ -33,49 +42,52 @@ class Predictor {
     state = {static_cast<int16_t>(value_), static_cast<uint8_t>(index_)};
   }
 
-  void Follow(int32_t code) {
+  // The code of the distance to the sample in quarters of a step, truncated and limited to 0 ... 7, with its
+  // sign. The halves are those of the integer step, so that each bit means what Decode() adds for it. The
+  // bits of a voice cannot be foreseen, so they become conditional moves, not branches.
+  int32_t Encode(int16_t sample) {
+    int32_t part = Step();
+    const int32_t distance = sample - value_;
+    const int32_t sign = distance >> 31;  // -1: downwards
+    const int32_t size = (distance ^ sign) - sign;
+    int32_t code = 0, rest = size;
+    const int32_t least_move = part >> 3;
+    for (int32_t bit = 0; bit < 3; ++bit, part >>= 1) {
+      const int32_t after = rest - part;
+      code = 2 * code + (after >= 0);
+      rest = after >= 0 ? after : rest;
+    }
+    Move(code, ((least_move + size - rest) ^ sign) - sign);
+    return code | (sign & kSign);
+  }
+
+  void Decode(int32_t code) {
     const int32_t step = Step();
     int32_t move = step >> 3;
     if (code & 4) move += step;
     if (code & 2) move += step >> 1;
     if (code & 1) move += step >> 2;
-    value_ = std::clamp(code & kSign ? value_ - move : value_ + move, -32768, 32767);
-    index_ = std::clamp(index_ + kIndexMoves[code & 7], 0, kLastIndex);
+    Move(code & 7, code & kSign ? -move : move);
   }
 
  private:
+  void Move(int32_t magnitude, int32_t move) {
+    value_ = std::clamp(value_ + move, -32768, 32767);
+    index_ = kNextIndex[static_cast<size_t>(index_)][static_cast<size_t>(magnitude)];
+  }
+
   int32_t value_, index_;
 };
-
-// The distance to the sample in quarters of a step, truncated and limited to 0 ... 7, with its sign. The
-// halves are those of the integer step, so that each bit means what Follow() adds for it.
-int32_t CodeOf(const Predictor& predictor, int16_t sample) {
-  int32_t code = 0, rest = sample - predictor.Value();
-  if (rest < 0) {
-    code = kSign;
-    rest = -rest;
-  }
-  for (int32_t bit = 4, part = predictor.Step(); bit > 0; bit >>= 1, part >>= 1) {
-    if (rest < part) continue;
-    code |= bit;
-    rest -= part;
-  }
-  return code;
-}
 
 }  // namespace
 
 int32_t EncodeAdpcm(adpcm_state& state, std::span<const int16_t> in, uint8_t* out) {
   Predictor predictor(state);
-  for (size_t i = 0; i < in.size(); ++i) {
-    const int32_t code = CodeOf(predictor, in[i]);
-    predictor.Follow(code);
-    if (i % 2 == 0) {
-      out[i / 2] = static_cast<uint8_t>(code << 4);
-    } else {
-      out[i / 2] = static_cast<uint8_t>(out[i / 2] | code);
-    }
+  for (size_t i = 0; i + 1 < in.size(); i += 2) {
+    const int32_t first = predictor.Encode(in[i]);
+    out[i / 2] = static_cast<uint8_t>(first << 4 | predictor.Encode(in[i + 1]));
   }
+  if (in.size() % 2 != 0) out[in.size() / 2] = static_cast<uint8_t>(predictor.Encode(in.back()) << 4);
   if (!in.empty()) predictor.Store(state);
   return predictor.Value();
 }
@@ -83,7 +95,7 @@ int32_t EncodeAdpcm(adpcm_state& state, std::span<const int16_t> in, uint8_t* ou
 int32_t DecodeAdpcm(adpcm_state& state, const uint8_t* in, std::span<int16_t> out) {
   Predictor predictor(state);
   for (size_t i = 0; i < out.size(); ++i) {
-    predictor.Follow(i % 2 == 0 ? in[i / 2] >> 4 : in[i / 2] & 15);
+    predictor.Decode(i % 2 == 0 ? in[i / 2] >> 4 : in[i / 2] & 15);
     out[i] = static_cast<int16_t>(predictor.Value());
   }
   if (!out.empty()) predictor.Store(state);
