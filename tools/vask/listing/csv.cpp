@@ -14,7 +14,7 @@ std::string Quoted(const std::string& text) {
 class CsvListing : public Listing {
  public:
   std::string Begin() override {
-    return "file,number,start,end,span_start,span_end,first,last,voiced,ended,rejected\r\n";
+    return "file,number,start,end,span_start,span_end,first,last,voiced,ended,rejected,channel\r\n";
   }
 
   std::string Add(const Recording& recording, const Segment& segment) override {
@@ -23,7 +23,8 @@ class CsvListing : public Listing {
          {segment.rejected ? std::string() : std::to_string(segment.number), Decimal(segment.start, 6),
           Decimal(segment.end, 6), Decimal(segment.span_start, 6), Decimal(segment.span_end, 6),
           std::to_string(segment.first), std::to_string(segment.last), Decimal(segment.voiced, 6),
-          segment.ended, segment.reason}) {
+          segment.ended, segment.reason,
+          recording.channel > 0 ? std::to_string(recording.channel) : std::string()}) {
       line.append(1, ',').append(field);
     }
     return line + "\r\n";

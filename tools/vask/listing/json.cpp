@@ -31,7 +31,8 @@ class JsonListing : public Listing {
                  {"samples", {segment.first, segment.last}},
                  {"voiced", Rounded(segment.voiced)},
                  {"ended", TextOrNull(segment.ended)},
-                 {"rejected", TextOrNull(segment.reason)}});
+                 {"rejected", TextOrNull(segment.reason)},
+                 {"channel", recording.channel > 0 ? Object(recording.channel) : Object(nullptr)}});
   }
 
   std::string Error(const std::string& file, const std::string& message) override {

@@ -30,22 +30,29 @@ class KaldiListing : public IntervalListing {
  protected:
   std::string OpenIntervals(const Recording& recording) override {
     lines_.resize(kept_);  // drops those of a recording that failed
-    name_ = names_.Next(recording.file);
+    name_ = names_.Of(recording);
+    channel_ = recording.channel;
     return "";
   }
 
   std::string AddInterval(const Interval& interval) override {
+    std::string channel, place;
+    if (channel_ > 0) {
+      channel = std::string("-ch") + std::to_string(channel_);
+      place = std::string(" ") + std::to_string(channel_ - 1);  // counted from 0
+    }
     // Of equal width, so that sorting keeps the utterances of a recording in order.
     char number[16];
     std::snprintf(number, sizeof number, "-%06d ", interval.number);
-    lines_.push_back(name_ + number + name_ + " " + Seconds(interval.start) + " " + Seconds(interval.end) +
-                     "\n");
+    lines_.push_back(name_ + channel + number + name_ + " " + Seconds(interval.start) + " " +
+                     Seconds(interval.end) + place + "\n");
     return "";
   }
 
  private:
   RecordingNames names_;
   std::string name_;
+  int32_t channel_ = 0;
   std::vector<std::string> lines_;
   size_t kept_ = 0;  // lines of recordings that are finished
 };

@@ -13,7 +13,8 @@ struct Recording {
   std::string file;  // as the user named it; any bytes
   int32_t rate = 0;  // Hz, the input's own
   int32_t channels = 0;
-  double seconds = 0;  // its length: 0 until Close()
+  double seconds = 0;   // its length: 0 until Close()
+  int32_t channel = 0;  // the one that was listened to, from 1; 0: all of them, mixed
 };
 
 // An utterance, or a rejected segment. Times in seconds on the input's own clock; those of a span are never

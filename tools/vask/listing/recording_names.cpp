@@ -33,6 +33,13 @@ std::string Utf8(const std::string& bytes) {
 
 }  // namespace
 
+std::string RecordingNames::Of(const Recording& recording) {
+  const bool same = recording.channel > last_.channel && last_.channel > 0 && recording.file == last_.file;
+  if (!same) name_ = Next(recording.file);
+  last_ = recording;
+  return name_;
+}
+
 std::string RecordingNames::Next(const std::string& file) {
   const std::string stem = file == "-" ? "stdin" : Utf8(std::filesystem::path(file).stem().string());
   std::string name;

@@ -1,4 +1,6 @@
 // -f rttm: NIST's rich transcription time marks. Who speaks is not known: there is one speaker, "speech".
+#include <algorithm>
+
 #include "listing/intervals.h"
 #include "listing/recording_names.h"
 
@@ -11,18 +13,18 @@ class RttmListing : public IntervalListing {
 
  protected:
   std::string OpenIntervals(const Recording& recording) override {
-    name_ = names_.Next(recording.file);
-    return "SPKR-INFO " + name_ + " 1 <NA> <NA> <NA> unknown speech <NA> <NA>\n";
+    name_ = names_.Of(recording) + " " + std::to_string(std::max(recording.channel, 1));
+    return "SPKR-INFO " + name_ + " <NA> <NA> <NA> unknown speech <NA> <NA>\n";
   }
 
   std::string AddInterval(const Interval& interval) override {
-    return "SPEAKER " + name_ + " 1 " + Seconds(interval.start) + " " +
-           Seconds(interval.end - interval.start) + " <NA> <NA> speech <NA> <NA>\n";
+    return "SPEAKER " + name_ + " " + Seconds(interval.start) + " " + Seconds(interval.end - interval.start) +
+           " <NA> <NA> speech <NA> <NA>\n";
   }
 
  private:
   RecordingNames names_;
-  std::string name_;
+  std::string name_;  // and the channel
 };
 
 }  // namespace

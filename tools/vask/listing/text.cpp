@@ -1,5 +1,5 @@
 // -f text: one line per segment, tab-separated. Scripts read the first four columns: file, number, start,
-// end.
+// end. With a channel that was chosen, its number is the last.
 #include "listing/listing.h"
 #include "terminal/errors.h"
 
@@ -19,6 +19,7 @@ class TextListing : public Listing {
     line += '\t';
     line += Decimal(segment.voiced, 2);
     line += segment.rejected ? "\trejected " + segment.reason : "\t" + segment.ended;
+    if (recording.channel > 0) line += '\t' + std::to_string(recording.channel);
     line += '\n';
     return line;
   }

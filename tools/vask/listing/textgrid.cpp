@@ -17,11 +17,14 @@ class TextGridListing : public IntervalListing {
     const int64_t length = std::max<int64_t>({Milliseconds(recording.seconds), end_, 1});
     if (end_ < length) Append(length, "");
     const std::string limits = "xmin = 0\nxmax = " + Seconds(length) + "\n";
+    const std::string channel =
+        recording.channel > 0 ? " of channel " + std::to_string(recording.channel) : "";
     const std::string tier_limits = "        xmin = 0\n        xmax = " + Seconds(length) + "\n";
     return "File type = \"ooTextFile\"\nObject class = \"TextGrid\"\n\n" + limits +
            "tiers? <exists>\nsize = 1\nitem []:\n    item [1]:\n        class = \"IntervalTier\"\n"
-           "        name = \"utterances\"\n" +
-           tier_limits + "        intervals: size = " + std::to_string(count_) + "\n" + intervals_;
+           "        name = \"utterances" +
+           channel + "\"\n" + tier_limits + "        intervals: size = " + std::to_string(count_) + "\n" +
+           intervals_;
   }
 
  protected:

@@ -1,4 +1,4 @@
-// -f webvtt: one cue per utterance, with its number as identifier.
+// -f webvtt: one cue per utterance, with its number as identifier, and the channel as its voice.
 #include <cstdio>
 
 #include "listing/intervals.h"
@@ -20,13 +20,19 @@ class WebvttListing : public IntervalListing {
   std::string EndingOfOne() const override { return ".vtt"; }
 
  protected:
-  std::string OpenIntervals(const Recording&) override { return "WEBVTT\n"; }
+  std::string OpenIntervals(const Recording& recording) override {
+    if (recording.channel > 0) voice_ = "<v Channel " + std::to_string(recording.channel) + ">";
+    return "WEBVTT\n";
+  }
 
   std::string AddInterval(const Interval& interval) override {
     const std::string number = std::to_string(interval.number);
-    return "\n" + number + "\n" + Timestamp(interval.start) + " --> " + Timestamp(interval.end) +
-           "\nUtterance " + number + "\n";
+    return "\n" + number + "\n" + Timestamp(interval.start) + " --> " + Timestamp(interval.end) + "\n" +
+           voice_ + "Utterance " + number + "\n";
   }
+
+ private:
+  std::string voice_;
 };
 
 }  // namespace

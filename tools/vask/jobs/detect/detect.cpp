@@ -92,7 +92,7 @@ class Detection : public SegmentSink {
         output_(output),
         reader_(input),
         gain_(run.arguments.options.gain, input) {
-    recording_ = {input, reader_.rate(), reader_.channels(), 0};
+    recording_ = {input, reader_.rate(), reader_.channels()};
     const size_t inputs = run.arguments.inputs.size();
     show_progress_ = inputs > 1 || IsLong(reader_.ExpectedSamples());
   }
