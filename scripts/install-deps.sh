@@ -20,7 +20,7 @@ if [ "$extent" != --command ]; then
 fi
 if [ "$extent" != --command ] && [ "$extent" != --build ]; then
   runs_tests=1
-  packages+=(praat sctk sox locales # readers for the formats of vask detect
+  packages+=(praat sctk sox locales python3-srt # readers for the formats of vask detect
     mandoc man-db groff-base zsh    # the manual and the completions
     espeak-ng)                      # speech in many languages for the learned detector
   packages+=(chromium fonts-dejavu-core) # the report

@@ -17,11 +17,13 @@ import tempfile
 import unittest
 import wave
 
+import srt
+
 VASK, ROOM, WEB = (os.path.abspath(path) for path in sys.argv[1:4])
 HERE = os.path.dirname(os.path.abspath(__file__))
 RTTM_VALIDATOR = '/usr/lib/sctk/bin/rttmValidator.pl'
 MD_EVAL = '/usr/lib/sctk/bin/md-eval.pl'
-OF_ONE = {'labels': '.txt', 'webvtt': '.vtt', 'textgrid': '.TextGrid'}
+OF_ONE = {'labels': '.txt', 'webvtt': '.vtt', 'srt': '.srt', 'textgrid': '.TextGrid'}
 # Options, and whether they pad the start and the end.
 CASES = {
     'plain': ([], False, False),
@@ -191,6 +193,17 @@ class Formats(unittest.TestCase):
             self.assertEqual(file['errors'], [], name)
             cues = [(ms(start), ms(end), number) for number, start, end in file['cues']]
             self.assertEqual(cues, intervals(segments, case), name)
+
+    def test_srt(self):
+        def read(paths):
+            for path in paths:
+                with open(path) as file:
+                    yield list(srt.parse(file.read()))
+        for case, name, segments, subtitles in self.each_file('srt', read):
+            shown = [(ms(s.start.total_seconds()), ms(s.end.total_seconds()), s.content) for s in subtitles]
+            self.assertEqual(shown, [(start, end, 'Utterance ' + number)
+                                     for start, end, number in intervals(segments, case)], name)
+            self.assertEqual([s.index for s in subtitles], list(range(1, len(subtitles) + 1)))
 
     def test_textgrid(self):
         def read(paths):

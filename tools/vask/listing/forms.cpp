@@ -5,7 +5,7 @@
 namespace vask::command {
 
 using Maker = std::unique_ptr<Listing>(ListingEdges);
-Maker MakeTextListing, MakeJsonListing, MakeCsvListing, MakeLabelListing, MakeWebvttListing,
+Maker MakeTextListing, MakeJsonListing, MakeCsvListing, MakeLabelListing, MakeWebvttListing, MakeSrtListing,
     MakeTextGridListing, MakeRttmListing, MakeKaldiListing;
 
 namespace {
@@ -16,9 +16,9 @@ struct Form {
 };
 
 constexpr Form kForms[] = {
-    {"text", MakeTextListing},    {"jsonl", MakeJsonListing},    {"csv", MakeCsvListing},
-    {"labels", MakeLabelListing}, {"webvtt", MakeWebvttListing}, {"textgrid", MakeTextGridListing},
-    {"rttm", MakeRttmListing},    {"kaldi", MakeKaldiListing},
+    {"text", MakeTextListing},         {"jsonl", MakeJsonListing},    {"csv", MakeCsvListing},
+    {"labels", MakeLabelListing},      {"webvtt", MakeWebvttListing}, {"srt", MakeSrtListing},
+    {"textgrid", MakeTextGridListing}, {"rttm", MakeRttmListing},     {"kaldi", MakeKaldiListing},
 };
 
 }  // namespace

@@ -2,12 +2,21 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace vask::command {
 
 int64_t Milliseconds(double seconds) { return std::llround(seconds * 1000); }
 
 std::string Seconds(int64_t milliseconds) { return Decimal(static_cast<double>(milliseconds) / 1000, 3); }
+
+std::string Timestamp(int64_t milliseconds, char point) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%02lld:%02d:%02d%c%03d", static_cast<long long>(milliseconds / 3600000),
+                static_cast<int>(milliseconds / 60000 % 60), static_cast<int>(milliseconds / 1000 % 60),
+                point, static_cast<int>(milliseconds % 1000));
+  return text;
+}
 
 std::string IntervalListing::Open(const Recording& recording) {
   end_ = 0;

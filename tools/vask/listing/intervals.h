@@ -10,6 +10,8 @@ namespace vask::command {
 
 int64_t Milliseconds(double seconds);
 std::string Seconds(int64_t milliseconds);  // with three decimals
+// Hours, minutes and seconds, as subtitles give them: 00:01:02.345 with that point.
+std::string Timestamp(int64_t milliseconds, char point);
 
 // Lists intervals in order that do not overlap: each begins where the previous one ends, or later.
 class IntervalListing : public Listing {

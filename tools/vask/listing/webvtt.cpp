@@ -1,18 +1,8 @@
 // -f webvtt: one cue per utterance, with its number as identifier, and the channel as its voice.
-#include <cstdio>
-
 #include "listing/intervals.h"
 
 namespace vask::command {
 namespace {
-
-std::string Timestamp(int64_t milliseconds) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%02lld:%02d:%02d.%03d", static_cast<long long>(milliseconds / 3600000),
-                static_cast<int>(milliseconds / 60000 % 60), static_cast<int>(milliseconds / 1000 % 60),
-                static_cast<int>(milliseconds % 1000));
-  return text;
-}
 
 class WebvttListing : public IntervalListing {
  public:
@@ -27,8 +17,8 @@ class WebvttListing : public IntervalListing {
 
   std::string AddInterval(const Interval& interval) override {
     const std::string number = std::to_string(interval.number);
-    return "\n" + number + "\n" + Timestamp(interval.start) + " --> " + Timestamp(interval.end) + "\n" +
-           voice_ + "Utterance " + number + "\n";
+    return "\n" + number + "\n" + Timestamp(interval.start, '.') + " --> " + Timestamp(interval.end, '.') +
+           "\n" + voice_ + "Utterance " + number + "\n";
   }
 
  private:
