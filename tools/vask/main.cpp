@@ -4,18 +4,21 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "dsp/level.h"
 #include "files/output_file.h"
 #include "jobs/jobs.h"
 #include "library/engine_session.h"
 #include "terminal/errors.h"
+#include "terminal/nearest.h"
 #include "terminal/signals.h"
 #include "terminal/version.h"
 
@@ -39,7 +42,7 @@ constexpr const char* kFooter =
   vask packets call.wav -o call.packets        pack its utterances as ADPCM
   vask report call.wav -o call.html            show the results as a page
   vask detect --detector energy meeting.wav    with the front end's own detector
-Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error.)";
+Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error, 130 ended by Ctrl-C.)";
 
 constexpr const char* kOutOfMemory = "vask: out of memory: close other programs or use a larger machine\n";
 
@@ -65,6 +68,22 @@ std::string CheckConfigDir(const std::string& dir) {
 // Also forces the level, so that --version reports it.
 std::string CheckLevel(const std::string& name) {
   return ForceLevel(name) ? "" : "no level " + Printable(name) + " on this machine, only " + LevelNames();
+}
+
+// Throws UsageError if the first word is no subcommand, which CLI11 would call an unexpected argument.
+void CheckSubcommand(const CLI::App& app) {
+  if (!app.get_subcommands().empty()) return;
+  const std::vector<std::string> words = app.remaining();
+  const auto word = std::find_if(words.begin(), words.end(), [](auto& text) { return text[0] != '-'; });
+  if (word == words.end()) return;
+  std::vector<std::string> names;
+  for (const CLI::App* job : app.get_subcommands([](const CLI::App*) { return true; }))
+    names.push_back(job->get_name());
+  const std::string nearest = Nearest(*word, names);
+  if (!nearest.empty()) throw UsageError("no subcommand " + *word + ": did you mean " + nearest + "?");
+  if (access(word->c_str(), F_OK) == 0)
+    throw UsageError("no subcommand before " + *word + ": vask detect finds its utterances");
+  throw UsageError("no subcommand " + *word + ", only " + CLI::detail::join(names, ", "));
 }
 
 int Run(int argc, char** argv) {
@@ -97,6 +116,7 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
+    CheckSubcommand(app);
     const bool asked_for = app.exit(error) == 0;
     if (!std::cout.flush()) ThrowOutputError();
     return asked_for ? EXIT_SUCCESS : kExitUsage;
