@@ -257,15 +257,14 @@ TEST_F(Command, NeverOverwritesAnotherFileOfTheRun) {
     std::vector<std::string> args;
     std::string output;
   };
-  for (const Case& c :
-       std::vector<Case>{{{"denoise", kForRecognition, "x-001.wav"}, "./x-001.wav"},
-                         {{"denoise", kForRecognition, "-"}, "hard"},
-                         {{"packets", kEnergy, "x-001.wav"}, "soft"},
-                         {{"unpack", "soft"}, "hard"},
-                         {{"mfcc", "hard"}, "soft"},
-                         {{"report", "x-001.wav"}, "soft"},
-                         {{"report", kRoom, "--profile", "profile"}, "profile"},
-                         {{"denoise", kForRecognition, kRoom, "--config", "."}, "config.Vask"}}) {
+  for (const Case& c : std::vector<Case>{{{"denoise", kForRecognition, "x-001.wav"}, "./x-001.wav"},
+                                         {{"denoise", kForRecognition, "-"}, "hard"},
+                                         {{"packets", kEnergy, "x-001.wav"}, "soft"},
+                                         {{"unpack", "soft"}, "hard"},
+                                         {{"mfcc", "hard"}, "soft"},
+                                         {{"report", "x-001.wav"}, "soft"},
+                                         {{"report", kRoom, "--profile", "profile"}, "profile"},
+                                         {{"packets", kEnergy, kRoom, "--config", "."}, "config.Vask"}}) {
     const std::string before = Content(*this / c.output);
     std::vector<std::string> args = c.args;
     args.insert(args.end(), {"-o", c.output});

@@ -3,6 +3,7 @@
 
     formats_test.py VASK ROOM.wav WEB_DIR [test...]
 """
+import array
 import csv
 import functools
 import io
@@ -92,7 +93,8 @@ class Formats(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         for tool, package in (('praat', 'praat'), ('node', 'nodejs'), ('sox', 'sox'), ('perl', 'perl'),
-                              (RTTM_VALIDATOR, 'sctk'), ('localedef', 'locales')):
+                              (RTTM_VALIDATOR, 'sctk'), ('localedef', 'locales'), ('flac', 'flac'),
+                              ('oggdec', 'vorbis-tools'), ('opusdec', 'opus-tools'), ('mpg123', 'mpg123')):
             if not shutil.which(tool):
                 raise AssertionError(f'{tool} is missing: scripts/install-deps.sh installs it (package {package})')
         if not os.path.isdir(os.path.join(WEB, 'node_modules', 'webvtt-parser')):
@@ -273,6 +275,31 @@ class Formats(unittest.TestCase):
                     self.assertAlmostEqual(count, (last - first) * 16000 / rate, msg=path,
                                            delta=0 if rate == 16000 else 1)
                 run('sox', *paths, '-n', 'stat')  # they decode to the end
+
+    def test_denoise_writes_what_its_name_says(self):
+        """Each kind by its owner's decoder: as long as the WAV and aligned with it; without loss the same samples."""
+        run('sox', ROOM, '-r', '44100', '-c', '2', 'two.wav', 'trim', '0', '4')
+        run(VASK, 'denoise', 'two.wav', '-o', 'clean.wav')
+
+        def samples(path, rate=44100):
+            return array.array('h', run('sox', path, '-t', 's16', '-r', str(rate), '-'))
+        wanted = {rate: samples('clean.wav', rate) for rate in (44100, 48000)}
+        decoders = {'flac': ['flac', '-s', '-d', '-f', '-o', 'decoded.wav'], 'ogg': ['oggdec', '-Q', '-o', 'decoded.wav'],
+                    'oga': ['oggdec', '-Q', '-o', 'decoded.wav'],
+                    'mp3': ['mpg123', '-q', '-w', 'decoded.wav'], 'opus': ['opusdec', '--quiet']}
+        for kind in ('WAV', 'flac', 'aiff', 'aif', 'au', 'caf', 'w64', 'ogg', 'oga', 'opus', 'mp3'):
+            with self.subTest(kind):
+                run(VASK, 'denoise', 'two.wav', '-o', 'clean.' + kind)
+                out = ['decoded.wav'] if kind == 'opus' else []
+                if kind in decoders:
+                    run(*decoders[kind], 'clean.' + kind, *out)
+                lossy = kind in ('ogg', 'oga', 'opus', 'mp3')
+                rate = 48000 if kind == 'opus' else 44100
+                got, want = samples('decoded.wav' if kind in decoders else 'clean.' + kind, rate), wanted[rate]
+                self.assertEqual(len(got), len(want))
+                difference = sum((a - b) ** 2 for a, b in zip(got, want))
+                # An offset of a millisecond would make the difference as loud as the sound.
+                self.assertLessEqual(difference, sum(a * a for a in want) / 10 if lossy else 0)
 
     def test_webvtt_beyond_an_hour(self):
         hour = 3600 * 16000 * 2

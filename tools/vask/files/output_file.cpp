@@ -38,7 +38,22 @@ std::string Resolved(const std::string& target) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& target) : name_(target), target_(Resolved(target)) {
+OutputFile::OutputFile(const std::string& target, Content content)
+    : name_(target == "-" ? "standard output" : target), target_(target == "-" ? target : Resolved(target)) {
+  if (target == "-") {
+    fd_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    if (fd_ < 0) ThrowUnwritable(errno);
+  } else {
+    Open();
+  }
+  if (content == Content::kBinary && isatty(fd_) != 0) {
+    close(fd_);
+    throw FileError(name_, "is a terminal, which cannot show this", "name a file, or pipe it to a program");
+  }
+  NoteStart();
+}
+
+void OutputFile::Open() {
   struct stat status;
   const bool exists = stat(target_.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
@@ -65,6 +80,12 @@ void OutputFile::OpenInPlace(bool fifo) {
   }
 }
 
+void OutputFile::NoteStart() {
+  const int flags = fcntl(fd_, F_GETFL);
+  // Appended bytes always go to the end.
+  if (flags >= 0 && (flags & O_APPEND) == 0) start_ = lseek(fd_, 0, SEEK_CUR);
+}
+
 // Its lock says that it is still being written: RemoveLeftovers() of another run may have removed it first.
 void OutputFile::MakeTemporary() {
   struct stat status = {};
@@ -88,8 +109,11 @@ void OutputFile::Append(std::span<const uint8_t> bytes) {
 
 void OutputFile::WriteOverStart(std::span<const uint8_t> bytes) {
   Flush();
-  if (lseek(fd_, 0, SEEK_SET) != 0) ThrowUnwritable(errno);
+  if (!can_go_back()) ThrowUnwritable(ESPIPE);
+  const off_t end = lseek(fd_, 0, SEEK_CUR);
+  if (end < 0 || lseek(fd_, start_, SEEK_SET) != start_) ThrowUnwritable(errno);
   WriteAll(bytes);
+  if (lseek(fd_, end, SEEK_SET) != end) ThrowUnwritable(errno);
 }
 
 void OutputFile::Commit() {
@@ -117,10 +141,11 @@ void OutputFile::WriteAll(std::span<const uint8_t> bytes) {
 
 void OutputFile::ThrowUnwritable(int error) const {
   if (error == EINTR) CheckSignals();
+  if (error == EPIPE && target_ == "-") throw Interruption{SIGPIPE};  // its reader has had enough
   const char* remedy = "check the folder and its permissions";
   if (error == ENOSPC || error == EDQUOT) remedy = "make room or write to another disk";
   if (error == EISDIR) remedy = "give the name of a file";
-  if (error == ESPIPE) remedy = "write to a file, since a WAV header is filled in at the end";
+  if (error == ESPIPE) remedy = "write to a file: its header is filled in at the end";
   throw FileError(name_, std::string("cannot be written (") + std::strerror(error) + ")", remedy);
 }
 

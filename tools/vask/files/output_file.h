@@ -1,4 +1,4 @@
-// A file that appears complete or not at all.
+// A file that appears complete or not at all, or standard output.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,19 @@
 namespace vask::command {
 
 // Writes to a hidden file next to the target and renames it in Commit(); without Commit() nothing is left. A
-// target that is not a regular file (a device) is written in place, a FIFO once it has a reader. Every
-// failure is a FileError.
+// target that is not a regular file (a device) is written in place, a FIFO once it has a reader. "-" is
+// standard output. Every failure is a FileError.
 class OutputFile {
  public:
-  explicit OutputFile(const std::string& target);
+  enum class Content { kText, kBinary };  // binary is not written to a terminal
+
+  explicit OutputFile(const std::string& target, Content content = Content::kBinary);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
+
+  // Whether its start can still be written once more follows: not in a pipe.
+  bool can_go_back() const { return start_ >= 0; }
 
   void Append(std::span<const uint8_t> bytes);
   void WriteOverStart(std::span<const uint8_t> bytes);  // the last call before Commit()
@@ -27,8 +32,10 @@ class OutputFile {
   [[noreturn]] void ThrowUnwritable(int error) const;  // an errno
 
  private:
+  void Open();
   void OpenInPlace(bool fifo);
   void MakeTemporary();
+  void NoteStart();
   void Flush();
   void WriteAll(std::span<const uint8_t> bytes);
 
@@ -36,6 +43,7 @@ class OutputFile {
   std::string target_;     // with links resolved, so that a link is not replaced by a file
   std::string temporary_;  // empty: written in place, or already renamed
   int fd_ = -1;
+  int64_t start_ = -1;  // of what is written, in the file; -1: it cannot be reached again
   std::vector<uint8_t> pending_;
 };
 

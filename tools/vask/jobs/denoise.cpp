@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <memory>
 #include <new>
 #include <optional>
@@ -15,7 +14,7 @@
 #include "listen/listen_options.h"
 #include "sound/audio_reader.h"
 #include "sound/channel_reader.h"
-#include "sound/wav_writer.h"
+#include "sound/sound_writer.h"
 #include "terminal/arguments.h"
 #include "terminal/errors.h"
 #include "terminal/progress.h"
@@ -24,9 +23,11 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT is as long as IN and aligned with it, with its rate, channels and bits: FLAC if its name ends in .flac,
-else WAV. Each channel is filtered by itself; what lies above 8 kHz follows the highest bands below. With
---for recognition OUT is 16 kHz mono of 16 bits, as a recogniser hears it. It appears only once it is complete.
+    R"(OUT is as long as IN and aligned with it, with its rate, channels and bits. The ending of its name says what
+it is: .wav (also without an ending), .flac, .ogg, .opus, .mp3, .aiff, .au, .caf or .w64; Opus and MP3 get the next
+higher of their own rates. Each channel is filtered by itself; what lies above 8 kHz follows the highest bands
+below. With --for recognition OUT is 16 kHz mono of 16 bits, as a recogniser hears it. It appears only once it is
+complete; - is standard output: a WAV stream.
 Examples:
   vask denoise street.wav -o clean.wav
   vask denoise podcast.flac -o podcast-clean.flac --limit 12
@@ -43,7 +44,7 @@ struct DenoiseArguments {
 // As long as the input at 16 kHz, and aligned with it.
 void DenoiseForRecognition(const DenoiseArguments& arguments) {
   AudioReader reader(arguments.input);
-  WavWriter writer(arguments.output);
+  const std::unique_ptr<SoundWriter> writer = MakeSoundWriter(arguments.output);
   Progress progress(arguments.input, reader.ExpectedSamples());
   StreamOptions options;
   options.mode = VASK_STREAM_CONTINUOUS;
@@ -51,14 +52,15 @@ void DenoiseForRecognition(const DenoiseArguments& arguments) {
   if (!stream) throw std::bad_alloc();
 
   std::array<int16_t, kBlock> block, room;
+  int64_t length = 0, written = 0;
   const auto write = [&] {
     for (;;) {
       const std::span<const int16_t> samples = stream.Read(room);
       if (samples.empty()) return;
-      writer.Write(samples);
+      writer->Write(samples);
+      written += static_cast<int64_t>(samples.size());
     }
   };
-  int64_t length = 0;
   for (size_t n = 0; (n = reader.ReadSome(block)) > 0;) {
     if (stream.Write(std::span(block).first(n)) != static_cast<int32_t>(n)) throw std::bad_alloc();
     length += static_cast<int64_t>(n);
@@ -67,15 +69,9 @@ void DenoiseForRecognition(const DenoiseArguments& arguments) {
   }
   if (stream.Flush() != 0) throw std::bad_alloc();
   write();
-  if (writer.samples() != length) throw FatalError("the stream lost samples: report this as a bug");
-  writer.Commit();
+  if (written != length) throw FatalError("the stream lost samples: report this as a bug");
+  writer->Commit();
   reader.CheckWhole();
-}
-
-std::unique_ptr<SoundWriter> MakeWriter(const std::string& output, const ChannelReader& reader) {
-  const SoundForm form = {reader.rate(), reader.channels(), reader.form()};
-  const bool is_flac = std::filesystem::path(output).extension() == ".flac";
-  return is_flac ? MakeFlacWriter(output, form) : MakeWavWriter(output, form);
 }
 
 // What all channels have ready, to the writer.
@@ -92,7 +88,8 @@ void Write(std::vector<ChannelFilter>& channels, SoundWriter& writer) {
 
 void DenoiseForListening(const DenoiseArguments& arguments, const vask_stream_setup& setup) {
   ChannelReader reader(arguments.input);
-  const std::unique_ptr<SoundWriter> writer = MakeWriter(arguments.output, reader);
+  const std::unique_ptr<SoundWriter> writer =
+      MakeSoundWriter(arguments.output, {reader.rate(), reader.channels(), reader.form()});
   Progress progress(arguments.input, reader.expected());
   const auto count = static_cast<size_t>(reader.channels());
   std::vector<ChannelFilter> channels;
@@ -142,7 +139,8 @@ Job DenoiseJob(CLI::App& app, const EngineOptions& engine) {
   CLI::App* denoise = app.add_subcommand("denoise", "Reduce the noise in a file");
   denoise->footer(kFooter);
   AddInput(*denoise, arguments->input);
-  AddOutput(*denoise, arguments->output, "WAV or FLAC file to write");
+  AddOutput(*denoise, arguments->output,
+            "File to write, of the kind that its name ends in, - for a WAV stream", SoundEndings());
   denoise
       ->add_option("--for", arguments->purpose, "listening, or recognition: as the engine does (listening)")
       ->type_name("PURPOSE")

@@ -23,8 +23,8 @@ namespace {
 
 constexpr const char* kFooter =
     R"(OUT: float32, one row per 10 ms and 13 columns, c0 to c12, as numpy.load() reads them; with --deltas 39
-columns, the first and second derivatives after them; with --csv as text, without a header line. It appears
-only once it is complete. A row's window is 20 ms long and ends with its 10 ms.
+columns, the first and second derivatives after them. If its name ends in .csv, or with --csv or -, which is
+standard output, it is text, without a header line. It appears only once it is complete. A row's window is 20 ms long and ends with its 10 ms.
 With --kb DIR the cepstral mean in DIR/Vask.db/global_cms is subtracted, then updated with this recording
 (a fifth of the new mean); table files in DIR/Vask.db replace the built-in tables.
 Examples:
@@ -38,7 +38,7 @@ struct Arguments {
   std::string input, output;
   bool log_energies = false;   // 23 columns: natural logarithms of the mel energies instead of cepstra
   bool deltas = false;         // 39 columns: cepstra, first and second derivatives
-  bool csv = false;            // otherwise NPY
+  bool csv = false;            // otherwise by the name: CSV for .csv and standard output, else NPY
   std::string knowledge_base;  // whose mean is subtracted and updated; empty: none
 };
 
@@ -46,7 +46,9 @@ struct Arguments {
 class RowWriter {
  public:
   RowWriter(const std::string& target, size_t columns, bool csv)
-      : file_(target), columns_(columns), csv_(csv) {
+      : file_(target, csv ? OutputFile::Content::kText : OutputFile::Content::kBinary),
+        columns_(columns),
+        csv_(csv) {
     if (!csv_) file_.Append(Header());
   }
 
@@ -91,6 +93,18 @@ class RowWriter {
   int64_t rows_ = 0;
 };
 
+bool WritesCsv(const Arguments& arguments) {
+  return arguments.csv || arguments.output == "-" || HasEnding(arguments.output, ".csv");
+}
+
+void CheckKind(const Arguments& arguments) {
+  if (arguments.csv && HasEnding(arguments.output, ".npy")) {
+    throw UsageError("--csv writes text, which " + arguments.output + " is not by its name");
+  }
+  const std::string complaint = CheckEnding(arguments.output, {".npy", ".csv"});
+  if (!arguments.csv && !complaint.empty()) throw UsageError("--output: " + complaint);
+}
+
 size_t ColumnsOf(const Arguments& arguments) {
   if (arguments.log_energies) return Extractor::kChannels;
   return Extractor::kCoefficients * (arguments.deltas ? 3 : 1);
@@ -101,7 +115,7 @@ void Mfcc(const Arguments& arguments) {
   AudioReader reader(arguments.input);
   const bool learns = !arguments.knowledge_base.empty();
   Extractor extractor(arguments.knowledge_base);
-  RowWriter writer(arguments.output, ColumnsOf(arguments), arguments.csv);
+  RowWriter writer(arguments.output, ColumnsOf(arguments), WritesCsv(arguments));
   Progress progress(arguments.input, reader.ExpectedSamples());
 
   const auto write_if = [&](bool ready) {
@@ -151,16 +165,17 @@ Job MfccJob(CLI::App& app) {
   CLI::App* mfcc = app.add_subcommand("mfcc", "Compute the mel-frequency cepstra of a file");
   mfcc->footer(kFooter);
   AddInput(*mfcc, arguments->input);
-  AddOutput(*mfcc, arguments->output, "File to write");
+  AddOutput(*mfcc, arguments->output, "File to write: .npy, .csv, or - for CSV to standard output");
   CLI::Option* deltas =
       mfcc->add_flag("--deltas", arguments->deltas, "Add first and second derivatives: 39 columns");
   mfcc->add_flag("--log-energies", arguments->log_energies, "Log mel energies instead: 23 columns")
       ->excludes(deltas);
-  mfcc->add_flag("--csv", arguments->csv, "Write comma-separated text, one row per line, instead of NPY");
+  mfcc->add_flag("--csv", arguments->csv, "Write comma-separated text whatever the name");
   mfcc->add_option("--kb", arguments->knowledge_base, "Knowledge base that keeps the cepstral mean")
       ->type_name("DIR")
       ->check(CheckKnowledgeBase);
   return {mfcc, [arguments] {
+            CheckKind(*arguments);
             InputsOf(*arguments).CheckIsNone(arguments->output);
             Mfcc(*arguments);
             return EXIT_SUCCESS;

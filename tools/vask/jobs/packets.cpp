@@ -3,6 +3,7 @@
 #include <vask/packets.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -16,6 +17,7 @@
 #include "listen/listen_options.h"
 #include "listen/segments.h"
 #include "sound/audio_reader.h"
+#include "sound/sound_kind.h"
 #include "terminal/arguments.h"
 #include "terminal/printable.h"
 #include "terminal/progress.h"
@@ -125,7 +127,13 @@ Job PacketsJob(CLI::App& app, const EngineOptions& engine) {
   CLI::App* packets = app.add_subcommand("packets", "Write the utterances in a file as ADPCM packets");
   packets->footer(kFooter);
   AddInput(*packets, arguments->input);
-  AddOutput(*packets, arguments->output, "File to write");
+  AddOutput(*packets, arguments->output, "File to write, - for standard output");
+  packets->get_option("--output")->check([](const std::string& name) {
+    const std::vector<std::string> sounds = SoundEndings();
+    const bool is_sound = std::any_of(sounds.begin(), sounds.end(),
+                                      [&](const std::string& ending) { return HasEnding(name, ending); });
+    return is_sound ? name + ": packets are not a sound file: call it .packets" : std::string();
+  });
   packets->add_option("--size", arguments->bytes, "Bytes per packet without the header (160: 20 ms)")
       ->type_name("N")
       ->check(CLI::Range(1, VASK_LARGEST_PACKET));

@@ -10,7 +10,7 @@
 #include "files/input_file.h"
 #include "files/inputs.h"
 #include "jobs/jobs.h"
-#include "sound/wav_writer.h"
+#include "sound/sound_writer.h"
 #include "terminal/arguments.h"
 #include "terminal/errors.h"
 #include "terminal/signals.h"
@@ -72,16 +72,16 @@ void Unpack(const std::string& input, const std::string& output) {
   Unpacker unpacker(input);
   std::vector<int16_t> samples;
   std::optional<FileError> wrong;
-  std::optional<WavWriter> wav;
+  std::unique_ptr<SoundWriter> sound;
   try {
     while (unpacker.Next(samples)) {
-      if (!wav) wav.emplace(output);
-      wav->Write(samples);
+      if (!sound) sound = MakeSoundWriter(output);
+      sound->Write(samples);
     }
   } catch (const FileError& error) {
     wrong = error;
   }
-  if (wav) wav->Commit();
+  if (sound) sound->Commit();
   if (wrong) throw *wrong;
 }
 
@@ -92,10 +92,11 @@ Job UnpackJob(CLI::App& app) {
     std::string input, output;
   };
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* unpack = app.add_subcommand("unpack", "Decode such packets to a WAV file");
+  CLI::App* unpack = app.add_subcommand("unpack", "Decode such packets to a sound file");
   unpack->footer(kFooter);
   AddInput(*unpack, arguments->input, "IN", "Packets with headers");
-  AddOutput(*unpack, arguments->output, "WAV file to write");
+  AddOutput(*unpack, arguments->output,
+            "File to write, of the kind that its name ends in, - for a WAV stream", SoundEndings());
   return {unpack, [arguments] {
             Inputs({arguments->input}).CheckIsNone(arguments->output);
             Unpack(arguments->input, arguments->output);

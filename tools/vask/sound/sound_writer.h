@@ -1,4 +1,4 @@
-// A sound file that appears complete or not at all.
+// A sound file that appears complete or not at all, or a WAV stream on standard output.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@
 
 #include "format.h"
 #include "sound/sample_form.h"
+#include "sound/sound_kind.h"
 
 namespace vask::command {
 
@@ -26,8 +27,12 @@ class SoundWriter {
   virtual void Commit() = 0;
 };
 
-// FLAC holds 8 channels and integers of up to 24 bits: floats are rounded to those.
-std::unique_ptr<SoundWriter> MakeWavWriter(const std::string& target, const SoundForm& form = {});
-std::unique_ptr<SoundWriter> MakeFlacWriter(const std::string& target, const SoundForm& form = {});
+// Of the kind that the target's name says, at a rate that it can have; "-" is standard output.
+std::unique_ptr<SoundWriter> MakeSoundWriter(const std::string& target, const SoundForm& form = {});
+
+// Its parts: WAV, and the others, through libsndfile.
+std::unique_ptr<SoundWriter> MakeWavWriter(const std::string& target, const SoundForm& form);
+std::unique_ptr<SoundWriter> MakeSndfileWriter(const std::string& target, const SoundKind& kind,
+                                               const SoundForm& form);
 
 }  // namespace vask::command

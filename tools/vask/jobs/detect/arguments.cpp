@@ -57,6 +57,9 @@ void CheckTogether(const DetectArguments& arguments) {
     throw UsageError(
         "--gain auto reads a recording twice, which standard input (-) cannot be: give a number of dB");
   }
+  if (arguments.output == "-") {
+    throw UsageError("--output is a folder for the utterances; the list goes to standard output without it");
+  }
   const std::string ending = MakeListing(arguments.format)->EndingOfOne();
   if (!ending.empty() && inputs.size() > 1 && arguments.output.empty()) {
     throw UsageError("--format " + arguments.format +

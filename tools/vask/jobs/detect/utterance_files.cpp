@@ -112,7 +112,7 @@ void InputFiles::Check() const {
 }
 
 std::unique_ptr<SoundWriter> InputFiles::MakeUtterance(int number) {
-  return (folder_.arguments_.flac ? MakeFlacWriter : MakeWavWriter)(ToWrite(NameOf(number)), {});
+  return MakeSoundWriter(ToWrite(NameOf(number)));
 }
 
 void InputFiles::KeepUtterance(SoundWriter& writer, int number) {

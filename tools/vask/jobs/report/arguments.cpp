@@ -25,7 +25,7 @@ Job ReportJob(CLI::App& app, const EngineOptions& engine) {
   CLI::App* report = app.add_subcommand("report", "Show what was found in a file as a page for a browser");
   report->footer(kFooter);
   AddInput(*report, arguments->input, "FILE", "Recording, - for standard input");
-  AddOutput(*report, arguments->output, "Page to write (HTML)");
+  AddOutput(*report, arguments->output, "Page to write (HTML), - for standard output", {".html", ".htm"});
   report->add_option("--title", arguments->title, "Heading of the page instead of the file's name")
       ->type_name("TEXT");
   report->add_flag("--no-audio", arguments->no_audio, "Leave out the sound: a smaller page, made faster");

@@ -27,7 +27,7 @@ std::string Base64(std::span<const uint8_t> bytes) {
 
 }  // namespace
 
-Page::Page(const std::string& target) : file_(target) {
+Page::Page(const std::string& target) : file_(target, OutputFile::Content::kText) {
   const std::string_view page = ReportTemplate();
   Append(page.substr(0, page.find(kDataGoesHere)));
 }
