@@ -5,7 +5,7 @@ _vask_listening="--detector --model --probability --gain --preset --profile --pa
   --threshold"
 # The subcommands and, for each, its options.
 declare -gA _vask_options=(
-  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter $_vask_listening"
+  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter --summary $_vask_listening"
   [report]="--output --title --no-audio $_vask_listening"
   [denoise]="--output --for --limit --mix --model"
   [packets]="--output --size --bare --detector --model"

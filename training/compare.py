@@ -61,7 +61,7 @@ def detect(command, arguments, paths):
     said = subprocess.run([command, 'detect', '-f', 'jsonl', '-j', '1', *arguments, *paths], check=True, capture_output=True)
     after = resource.getrusage(resource.RUSAGE_CHILDREN)
     spent = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
-    return [json.loads(line) for line in said.stdout.splitlines()], spent
+    return [s for s in map(json.loads, said.stdout.splitlines()) if 'start' in s], spent
 
 
 def stem(path):

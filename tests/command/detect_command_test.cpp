@@ -272,6 +272,68 @@ TEST_F(DetectCommand, ListsTheSameForAnyNumberOfJobs) {
             "{\"file\":\"a\xEF\xBF\xBD\\\"b\\u009b\xC3\x9B\",\"error\":\"no such file: check the name\"}\n");
 }
 
+// The fields of the lines of jsonl that have all of them, in order.
+std::vector<std::vector<double>> Fields(const std::string& jsonl, const std::vector<std::string>& keys) {
+  std::vector<std::vector<double>> rows;
+  std::istringstream lines(jsonl);
+  for (std::string line; std::getline(lines, line);) {
+    std::vector<double> row;
+    for (const std::string& key : keys) {
+      const size_t at = line.find("\"" + key + "\":");
+      if (at != std::string::npos) row.push_back(std::atof(line.c_str() + at + key.size() + 3));
+    }
+    if (row.size() == keys.size()) rows.push_back(row);
+  }
+  return rows;
+}
+
+TEST_F(DetectCommand, MeasuresLevelNoiseAndClipping) {
+  const double full_db = 20 * std::log10(32768.0);
+  struct Case {
+    double gain;
+    const char* detector;
+    std::vector<std::string> more;
+  };
+  for (const Case& c : {Case{0.5, "energy", {}}, Case{1, "learned", {}}, Case{6, "learned", {}},
+                        Case{1, "energy", {"--gain", "6"}}}) {
+    Samples heard, stereo;
+    for (const int16_t sample : Load(kRoom)) {
+      heard.push_back(static_cast<int16_t>(std::clamp(sample * c.gain, -32768.0, 32767.0)));
+      stereo.insert(stereo.end(), 2, heard.back());
+    }
+    Save(*this / "x.wav", stereo, kRateHz, 2);
+    const Outcome outcome =
+        Run(With({"detect", std::string("--detector=") + c.detector, "x.wav", "-f", "jsonl"}, c.more));
+    const auto rows = Fields(outcome.out, {"start", "end", "level_db", "snr_db", "clipped"});
+    ASSERT_EQ(rows.size(), 5u) << outcome.out;
+    for (const auto& row : rows) {
+      EXPECT_NEAR(row[2], PowerDb(heard, row[0], row[1]) - full_db, 0.051);
+      std::vector<double> frames;
+      for (double t = std::max(0.0, row[0] - 10); t < row[1] + 0.3; t += 0.01)
+        frames.push_back(PowerDb(heard, t, t + 0.01) - full_db);
+      std::sort(frames.begin(), frames.end());
+      EXPECT_NEAR(row[3], row[2] - frames[frames.size() / 10], 0.5);
+      const auto first = heard.begin() + std::lround(row[0] * kRateHz);
+      const auto last = heard.begin() + std::lround(row[1] * kRateHz);
+      const auto clipped = std::count_if(first, last, [](int16_t s) { return s == 32767 || s <= -32767; });
+      EXPECT_NEAR(row[4], static_cast<double>(clipped) / static_cast<double>(last - first), 1e-6);
+      EXPECT_EQ(row[4] > 0, c.gain == 6);
+    }
+  }
+}
+
+TEST_F(DetectCommand, SumsUpARun) {
+  const std::vector<std::string> run = {"detect", kEnergy, kRoom, "none.wav", kRoom, "--summary"};
+  for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"-o", "out", "--resume"}}) {
+    const Outcome outcome = Run(With(run, more));
+    EXPECT_NE(
+        outcome.err.find("\nvask: 2 files, 1 failed, 0.7 min, 0.3 min of speech (45 %), 10 utterances, "),
+        std::string::npos)
+        << outcome.err;
+    EXPECT_TRUE(outcome.err.ends_with(" times real time\n")) << outcome.err;
+  }
+}
+
 TEST_F(DetectCommand, WritesAListingOfEachRecordingNextToTheUtterances) {
   fs::copy(kRoom, *this / "b.wav");
   EXPECT_EQ(Run({"detect", kEnergy, kRoom, "b.wav", "missing.wav", "-f", "labels", "-o", "out"}).out, "");

@@ -154,7 +154,7 @@ TEST_F(InputCommand, SaysInEverySubcommandThatARecordingIsCut) {
       EXPECT_EQ(outcome.out.substr(0, 8), "cut.wav\t");
     }
     if (args.back() != "jsonl") continue;
-    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 3) << outcome.out;
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 4) << outcome.out;
     EXPECT_NE(outcome.out.find("\n{\"file\":\"cut.wav\",\"error\":\"" + message + "\"}\n"),
               std::string::npos);
   }

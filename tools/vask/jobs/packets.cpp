@@ -49,7 +49,7 @@ class Packer : public SegmentSink {
         progress_(progress) {}
 
   void Arrived(std::span<int16_t> samples) override { level_.Apply(samples); }
-  void Started() override {
+  void Started(const vask_stream_event&) override {
     before_ = state_;
     if (!arguments_.bare) state_ = {};
   }

@@ -40,7 +40,7 @@ class Outlet {
     while (const auto event = stream_.Next()) {
       if (event->kind == VASK_STREAM_STARTED) {
         open_ = true;
-        sink_.Started();
+        sink_.Started(*event);
         continue;
       }
       open_ = false;

@@ -15,7 +15,7 @@ class SegmentSink {
   virtual ~SegmentSink() = default;
   virtual void Arrived(std::span<int16_t> /*samples*/) {
   }  // of the recording; may change before they are heard
-  virtual void Started() = 0;
+  virtual void Started(const vask_stream_event& event) = 0;
   virtual void Audio(std::span<const int16_t> samples) = 0;  // of the open segment
   virtual void Ended(const vask_stream_event& event) = 0;    // it is an utterance
   virtual void Rejected(const vask_stream_event& event) = 0;

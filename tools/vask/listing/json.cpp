@@ -1,4 +1,4 @@
-// -f jsonl: one object per line.
+// -f jsonl: one object per line: each segment, and then the recording that they are of.
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -17,6 +17,10 @@ std::string Line(const Object& object) {
   return PrintableJson(object.dump(-1, ' ', false, Object::error_handler_t::replace)) + "\n";
 }
 
+Object Channel(const Recording& recording) {
+  return recording.channel > 0 ? Object(recording.channel) : Object(nullptr);
+}
+
 Object TextOrNull(const std::string& text) { return text.empty() ? Object(nullptr) : Object(text); }
 
 class JsonListing : public Listing {
@@ -32,7 +36,22 @@ class JsonListing : public Listing {
                  {"voiced", Rounded(segment.voiced)},
                  {"ended", TextOrNull(segment.ended)},
                  {"rejected", TextOrNull(segment.reason)},
-                 {"channel", recording.channel > 0 ? Object(recording.channel) : Object(nullptr)}});
+                 {"channel", Channel(recording)},
+                 {"level_db", segment.level_db},
+                 {"snr_db", segment.snr_db},
+                 {"clipped", Rounded(segment.clipped)}});
+  }
+
+  std::string Close(const Recording& recording) override {
+    return Line({{"file", recording.file},
+                 {"duration", Rounded(recording.seconds)},
+                 {"rate", recording.rate},
+                 {"channels", recording.channels},
+                 {"channel", Channel(recording)},
+                 {"utterances", recording.utterances},
+                 {"speech", Rounded(recording.speech)},
+                 {"version", VASK_VERSION},
+                 {"settings", recording.settings}});
   }
 
   std::string Error(const std::string& file, const std::string& message) override {

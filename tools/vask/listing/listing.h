@@ -13,8 +13,11 @@ struct Recording {
   std::string file;  // as the user named it; any bytes
   int32_t rate = 0;  // Hz, the input's own
   int32_t channels = 0;
-  double seconds = 0;   // its length: 0 until Close()
-  int32_t channel = 0;  // the one that was listened to, from 1; 0: all of them, mixed
+  double seconds = 0;      // its length: 0 until Close()
+  int32_t channel = 0;     // the one that was listened to, from 1; 0: all of them, mixed
+  int32_t utterances = 0;  // that were found in it; this and the next until Close() so far
+  double speech = 0;       // s: their lengths
+  std::string settings;    // a hash of all that changes what is found
 };
 
 // An utterance, or a rejected segment. Times in seconds on the input's own clock; those of a span are never
@@ -28,6 +31,8 @@ struct Segment {
   double voiced = 0;   // share of frames that are voiced or, to the learned detector, speech: 0 to 1
   std::string ended;   // silence, long-noise, input-end, split; empty if rejected
   std::string reason;  // too-short, too-little-voice, tones; empty if not
+  double level_db = 0, snr_db = 0;  // dB full scale; that above the noise floor
+  double clipped = 0;               // share of the samples at full scale, 0 to 1
 };
 
 // Called in this order: Begin(); for each input Open(), Add() for each segment as it is decided, and Close();

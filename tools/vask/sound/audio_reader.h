@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sound/channel_reader.h"
@@ -18,6 +19,9 @@ class AudioReader {
  public:
   // As ChannelReader does.
   explicit AudioReader(const std::string& path);
+
+  // As ChannelReader does: the recording at its own rate, with the channels that are about to be mixed.
+  void Show(ChannelReader::Witness witness) { source_.Show(std::move(witness)); }
 
   // Fills `out` unless the recording ends first; returns the number of samples, 0 at the end.
   size_t Read(std::span<int16_t> out);

@@ -26,6 +26,7 @@ size_t ChannelReader::Read(std::span<double> interleaved) {
   const size_t frames = source_->Read(interleaved);
   frames_read_ += static_cast<int64_t>(frames);
   if (frames == 0) ended_ = true;
+  if (witness_) witness_(interleaved.first(frames * static_cast<size_t>(channels())));
   return frames;
 }
 

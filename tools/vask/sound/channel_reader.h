@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "sound/sound_source.h"
 #include "terminal/errors.h"
@@ -17,6 +19,10 @@ class ChannelReader {
   // A file's name, or "-" for standard input. Throws FileError if it is missing, empty, a directory,
   // unreadable or not audio, or if its rate is out of range.
   explicit ChannelReader(const std::string& path);
+
+  // Sees all that is read, before anything else does.
+  using Witness = std::function<void(std::span<const double> interleaved)>;
+  void Show(Witness witness) { witness_ = std::move(witness); }
 
   // Fills `interleaved`, 1.0 = full scale, with what is available; returns the number of frames, 0 at the
   // end.
@@ -39,6 +45,7 @@ class ChannelReader {
  private:
   std::string name_;
   std::unique_ptr<SoundSource> source_;
+  Witness witness_;
   int64_t frames_read_ = 0;
   bool ended_ = false;
 };

@@ -25,6 +25,8 @@ from the start of the recording. VOICED is the share of frames that the learned 
 the energy detector for voiced; ENDED is how it ended: silence, input-end, split or (energy) long-noise. With
 --verbose rejected segments are listed too, with - as NUMBER and the reason as ENDED: too-short,
 too-little-voice or (energy) tones.
+jsonl and csv also say how loud a segment is, how far above the noise and how much of it is clipped, and end
+each recording with its length, form, utterances and a hash of the settings.
 The formats of other programs show one interval per utterance: START to END, or with --pad-start, --pad-end
 or a preset, that edge of the span; none begins before the previous one ends. man vask describes each.
 rttm and kaldi call a recording NAME, with _ for white space; kaldi, sorted by bytes, is printed at the end.
@@ -41,7 +43,7 @@ If FILE is -, each utterance is listed as soon as it ends; Ctrl-C ends the input
 Examples:
   vask detect meeting.wav | awk -F'\t' '{ spoken += $4 - $3 } END { print spoken, "s" }'
   vask detect -o utterances --flac --pad-start 0.1 --pad-end 0.2 monday.flac tuesday.flac
-  vask detect --probability 0.5 --hangover 1 -f jsonl street.wav | jq .start
+  vask detect --probability 0.5 --hangover 1 -f jsonl street.wav | jq 'select(.number).start'
   vask detect --detector energy --preset robust --threshold 35 street.wav
   find . -name '*.wav' -print0 | vask detect -0 --files-from - -o out --resume > list.txt
   arecord -f S16_LE -r 16000 | vask detect --meter -
@@ -134,6 +136,8 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
       ->type_name("N")
       ->check(CLI::Range(1, 1024));
   detect->add_flag("--meter", arguments->meter, "Show level and state on the terminal");
+  detect->add_flag("--summary", arguments->summary,
+                   "Say at the end how many files, minutes, utterances, and how fast");
   AddListenOptions(*detect, arguments->options);
   return {detect, [arguments, &engine] {
             CheckConfig(engine);

@@ -22,16 +22,18 @@ std::string WithFolder(const std::string& path) {
   return base.size() > kLongest ? "" : base;
 }
 
-// 64-bit FNV-1a.
-std::string WithFigures(const std::string& path) {
-  uint64_t hash = 0xCBF29CE484222325;
-  for (const char c : path) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-  char figures[24];
-  std::snprintf(figures, sizeof figures, "_%012llx", static_cast<unsigned long long>(hash >> 16));
-  return Stem(path) + figures;
-}
+std::string WithFigures(const std::string& path) { return Stem(path) + "_" + HashText(path); }
 
 }  // namespace
+
+// 64-bit FNV-1a.
+std::string HashText(std::string_view text) {
+  uint64_t hash = 0xCBF29CE484222325;
+  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+  char figures[24];
+  std::snprintf(figures, sizeof figures, "%012llx", static_cast<unsigned long long>(hash >> 16));
+  return figures;
+}
 
 std::string PathOf(const std::string& input) {
   std::error_code error;

@@ -3,9 +3,13 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vask::command {
+
+// A hash, in 12 hexadecimal digits.
+std::string HashText(std::string_view text);
 
 // The absolute path of an input, "-" for standard input: two inputs with the same path are one recording.
 std::string PathOf(const std::string& input);

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -15,10 +16,13 @@
 #include <vask/stream.hpp>
 
 #include "files/output_file.h"
+#include "jobs/detect/clip_names.h"
 #include "jobs/detect/meter.h"
 #include "jobs/detect/ordered_listing.h"
+#include "jobs/detect/summary.h"
 #include "jobs/detect/utterance_files.h"
 #include "listen/input_gain.h"
+#include "listen/levels.h"
 #include "listen/segments.h"
 #include "listing/forms.h"
 #include "terminal/errors.h"
@@ -36,7 +40,9 @@ struct Run {
   OrderedListing& ordered;
   UtteranceFiles* files;  // null without -o
   ListingEdges edges;
-  bool listing_per_input;    // in files next to the utterances, not on standard output
+  bool listing_per_input;  // in files next to the utterances, not on standard output
+  Summary summary;
+  std::string settings;      // a hash of those that change what is found
   std::atomic<double> done;  // inputs, with fractions for those in progress
 };
 
@@ -58,8 +64,9 @@ class Output {
     Append(listing_->Add(recording, segment));
   }
   void Note(const std::string& text) { run_.ordered.Note(input_, text); }
-  void Close(const Recording& recording, const SegmentNotes& notes,
+  void Close(const Recording& recording, const SegmentNotes& notes, Summary::Source source,
              const std::optional<FileError>& shortfall = {}) {
+    run_.summary.Add(recording, source);
     if (listing_) {
       Append(listing_->Close(recording));
       Append(listing_->End());
@@ -91,8 +98,13 @@ class Detection : public SegmentSink {
         files_(files),
         output_(output),
         reader_(input),
-        gain_(run.arguments.options.gain, input) {
-    recording_ = {input, reader_.rate(), reader_.channels()};
+        gain_(run.arguments.options.gain, input),
+        levels_(reader_.rate()) {
+    recording_.file = input;
+    recording_.rate = reader_.rate();
+    recording_.channels = reader_.channels();
+    recording_.settings = run.settings;
+    reader_.Show([this](auto samples) { levels_.Passed(samples, reader_.channels()); });
     const size_t inputs = run.arguments.inputs.size();
     show_progress_ = inputs > 1 || IsLong(reader_.ExpectedSamples());
   }
@@ -104,22 +116,25 @@ class Detection : public SegmentSink {
     FindSegments(reader_, stream_, *this);
     recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
     const std::optional<FileError> shortfall = reader_.Shortfall();
-    if (utterances_ == 0)
+    if (recording_.utterances == 0)
       output_.Note(Printable(recording_.file) + ": " + NothingFound(gain_, MayNeedGain()));
-    output_.Close(recording_, notes_, shortfall);
+    output_.Close(recording_, notes_, Summary::Source::kHeard, shortfall);
     return !shortfall;
   }
 
-  void Arrived(std::span<int16_t> samples) override { gain_.Apply(samples); }
-  void Started() override {
-    if (files_ != nullptr) writer_ = files_->MakeUtterance(utterances_ + 1);
+  void Arrived(std::span<int16_t> samples) override {
+    levels_.Heard(samples);
+    gain_.Apply(samples);
+  }
+  void Started(const vask_stream_event& event) override {
+    levels_.Start(event.start);
+    if (files_ != nullptr) writer_ = files_->MakeUtterance(recording_.utterances + 1);
   }
   void Audio(std::span<const int16_t> samples) override {
     if (writer_) writer_->Write(samples);
   }
   void Ended(const vask_stream_event& event) override {
-    ++utterances_;
-    if (writer_) files_->KeepUtterance(*writer_, utterances_);
+    if (writer_) files_->KeepUtterance(*writer_, recording_.utterances + 1);
     Keep(event);
   }
   void Rejected(const vask_stream_event& event) override { Keep(event); }
@@ -143,7 +158,14 @@ class Detection : public SegmentSink {
   void Keep(const vask_stream_event& event) {
     writer_.reset();
     Segment segment = SegmentOf(event, reader_);
-    segment.number = segment.rejected ? 0 : utterances_;
+    const SegmentLevels levels = levels_.End(event.end, event.heard);
+    segment.level_db = levels.level_db;
+    segment.snr_db = levels.snr_db;
+    segment.clipped = levels.clipped;
+    if (!segment.rejected) {
+      segment.number = ++recording_.utterances;
+      recording_.speech += segment.end - segment.start;
+    }
     output_.Add(recording_, segment);
     if (files_ != nullptr) notes_.Add(segment);
   }
@@ -161,9 +183,9 @@ class Detection : public SegmentSink {
   Output& output_;
   AudioReader reader_;
   InputGain gain_;
+  LevelTrack levels_;
   Recording recording_;
   SegmentNotes notes_;  // with -o
-  int utterances_ = 0;
   std::unique_ptr<SoundWriter> writer_;
   double share_ = 0;  // of the input that is done
   bool show_progress_ = false;
@@ -174,13 +196,14 @@ bool ListFinished(Run& run, const std::string& input, InputFiles& files, Output&
   std::optional<Finished> finished = files.TakeFinished();
   if (!finished) return false;
   finished->recording.file = input;
+  finished->recording.settings = run.settings;
   SegmentNotes notes;
   output.Open(finished->recording);
   for (const Segment& segment : finished->segments) {
     output.Add(finished->recording, segment);
     notes.Add(segment);
   }
-  output.Close(finished->recording, notes);
+  output.Close(finished->recording, notes, Summary::Source::kJournal);
   run.done += 1;
   return true;
 }
@@ -226,9 +249,9 @@ class Workers {
         run_.ordered.ThrowIfStopped();
         CheckSignals();
         try {
-          if (!DetectInput(run_, stream, number)) failed_ = true;
+          if (!DetectInput(run_, stream, number)) AddFailed();
         } catch (const FileError& error) {
-          failed_ = true;
+          AddFailed();
           run_.ordered.Fail(number, run_.arguments.inputs[number], error);
         }
       }
@@ -241,6 +264,11 @@ class Workers {
       }
       run_.ordered.Stop();
     }
+  }
+
+  void AddFailed() {
+    failed_ = true;
+    run_.summary.AddFailed();
   }
 
   Run& run_;
@@ -263,12 +291,13 @@ std::string TextOf(const Record& record) {
   return text;
 }
 
-// Everything that changes what is found or written, as text.
+// Everything that changes what is found, as text.
 std::string Fingerprint(const DetectArguments& arguments, const ListenSetup& listen) {
   const vask_stream_setup& setup = listen.setup;
   static_assert(std::has_unique_object_representations_v<vask_stream_options>);
-  std::string text = std::string(VASK_VERSION) + (arguments.flac ? " flac" : " wav");
-  text += TextOf<vask_stream_options, int32_t>(setup.options);
+  vask_stream_options options = setup.options;
+  options.audio = VASK_STREAM_NO_AUDIO;
+  std::string text = VASK_VERSION + TextOf<vask_stream_options, int32_t>(options);
   if (!arguments.options.gain.empty()) text += " gain " + arguments.options.gain;
   if (!listen.is_learned()) return text;
   return text + " learned " + std::to_string(vask_model_digest(setup.model)) +
@@ -278,18 +307,21 @@ std::string Fingerprint(const DetectArguments& arguments, const ListenSetup& lis
 }  // namespace
 
 int DetectAll(const DetectArguments& arguments, const ListenSetup& listen) {
+  const std::string settings = Fingerprint(arguments, listen);
   std::optional<UtteranceFiles> files;
   if (!arguments.output.empty()) {
     Inputs inputs(arguments.inputs);
     if (!arguments.files_from.empty()) inputs.Add(arguments.files_from);
     for (const std::string& file : FilesOf(arguments.options)) inputs.Add(file);
-    files.emplace(arguments, Fingerprint(arguments, listen), std::move(inputs));
+    const std::string kind = " " + arguments.audio + (arguments.flac ? " flac" : " wav");
+    files.emplace(arguments, settings + kind, std::move(inputs));
   }
   const ListingEdges edges = {listen.shows_span_start(), listen.shows_span_end()};
   const std::unique_ptr<Listing> listing = MakeListing(arguments.format, edges);
   const bool listing_per_input = files && !listing->EndingOfOne().empty();
   OrderedListing ordered(listing_per_input ? nullptr : listing.get());
-  Run run = {arguments, listen, ordered, files ? &*files : nullptr, edges, listing_per_input, 0};
+  Run run = {arguments,          listen, ordered, files ? &*files : nullptr, edges, listing_per_input, {},
+             HashText(settings), 0};
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());
@@ -297,6 +329,7 @@ int DetectAll(const DetectArguments& arguments, const ListenSetup& listen) {
   ordered.Begin();
   const int status = Workers(run).Work(std::min(jobs, arguments.inputs.size()));
   ordered.End();
+  if (arguments.summary) std::fprintf(stderr, "vask: %s\n", run.summary.Line().c_str());
   return status;
 }
 

@@ -60,6 +60,9 @@ std::optional<Segment> ToSegment(const Json& json) {
   json.at(8).get_to(s.voiced);
   json.at(9).get_to(s.ended);
   json.at(10).get_to(s.reason);
+  json.at(11).get_to(s.level_db);
+  json.at(12).get_to(s.snr_db);
+  json.at(13).get_to(s.clipped);
   if (!IsWord(s.ended) || !IsWord(s.reason)) return std::nullopt;
   return s;
 }
@@ -76,8 +79,8 @@ std::optional<std::vector<FileStamp>> ToStamps(const Json& json) {
 }  // namespace
 
 void SegmentNotes::Add(const Segment& s) {
-  const Json json = {s.number, s.rejected, s.start,  s.end,   s.span_start, s.span_end,
-                     s.first,  s.last,     s.voiced, s.ended, s.reason};
+  const Json json = {s.number, s.rejected, s.start, s.end,    s.span_start, s.span_end, s.first,
+                     s.last,   s.voiced,   s.ended, s.reason, s.level_db,   s.snr_db,   s.clipped};
   if (!text_.empty()) text_ += ',';
   text_ += json.dump();
 }
@@ -246,8 +249,13 @@ std::optional<Finished> Journal::Find(const InputState& input) {
     const Json& result = json.at("result");
     auto files = ToStamps(json.at("files"));
     if (!files) return std::nullopt;
-    Finished finished = {
-        {"", result.at("rate"), result.at("channels"), result.at("seconds")}, {}, std::move(*files)};
+    Finished finished;
+    result.at("rate").get_to(finished.recording.rate);
+    result.at("channels").get_to(finished.recording.channels);
+    result.at("seconds").get_to(finished.recording.seconds);
+    result.at("utterances").get_to(finished.recording.utterances);
+    result.at("speech").get_to(finished.recording.speech);
+    finished.files = std::move(*files);
     for (const Json& json_segment : result.at("segments")) {
       const std::optional<Segment> segment = ToSegment(json_segment);
       if (!segment) return std::nullopt;
@@ -273,8 +281,10 @@ void Journal::Claim(const InputState& input, const std::string& name) {
 
 void Journal::Add(const InputState& input, const Recording& recording, const std::vector<FileStamp>& files,
                   const SegmentNotes& segments) {
-  const Json head = {
-      {"rate", recording.rate}, {"channels", recording.channels}, {"seconds", recording.seconds}};
+  const Json head = {{"rate", recording.rate},        {"channels", recording.channels},
+                     {"seconds", recording.seconds},  {"utterances", recording.utterances},
+                     {"speech", recording.speech},    {"version", VASK_VERSION},
+                     {"settings", recording.settings}};
   std::string text = "{\"input\":" + Key(input) + ",\"files\":[";
   for (const FileStamp& file : files) {
     const Json json = {Coded(file.name), file.size, file.crc};
