@@ -3,15 +3,17 @@
 # The options of the detector.
 _vask_listening="--detector --model --probability --gain --preset --profile --pad-start --pad-end --min-speech --max-segment --hangover --min-voiced --max-tones
   --threshold"
+# Those of recordings that are read.
+_vask_reading="--channels --raw --rate --raw-channels --encoding"
 # The subcommands and, for each, its options.
 declare -gA _vask_options=(
-  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter --summary $_vask_listening"
-  [report]="--output --title --no-audio $_vask_listening"
-  [denoise]="--output --for --limit --mix --model"
-  [packets]="--output --size --bare --detector --model"
+  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter --summary $_vask_reading $_vask_listening"
+  [report]="--output --title --no-audio $_vask_reading $_vask_listening"
+  [denoise]="--output --for --limit --mix --model $_vask_reading"
+  [packets]="--output --size --bare --detector --model $_vask_reading"
   [unpack]="--output"
-  [env]="--json"
-  [mfcc]="--output --deltas --log-energies --csv --kb"
+  [env]="--json $_vask_reading"
+  [mfcc]="--output --deltas --log-energies --csv --kb $_vask_reading"
   [tables]=""
 )
 
@@ -31,6 +33,8 @@ _vask() {
   case $before in
     --format | -f) words=$("${COMP_WORDS[0]}" detect --help 2> /dev/null | sed -n '/--format/s/.*{\(.*\)}.*/\1/p' | tr , ' ') ;;
     --audio) words="clean listening raw" ;;
+    --channels) words="mix each" ;;
+    --encoding) words="s16 s24 f32 mulaw alaw" ;;
     --detector) words="learned energy" ;;
     --for) words="listening recognition" ;;
     --gain) words="auto" ;;
@@ -40,7 +44,7 @@ _vask() {
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
     --files-from | --model) kind=file ;;
-    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold | --probability | --limit | --mix) return ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold | --probability | --limit | --mix | --rate | --raw-channels) return ;;
     *)
       if [[ $word == -* ]]; then
         words="--help --device --os --config --cpu ${_vask_options[${subcommand:-tables}]}"

@@ -318,6 +318,67 @@ class Formats(unittest.TestCase):
                 # An offset of a millisecond would make the difference as loud as the sound.
                 self.assertLessEqual(difference, sum(a * a for a in want) / 10 if lossy else 0)
 
+    @unittest.skipUnless(shutil.which('ffmpeg'), 'ffmpeg is missing: scripts/install-deps.sh installs it')
+    def test_recordings_of_every_kind(self):
+        """What ffmpeg makes of the recording has its utterances, from a file and, where that can be, from a pipe."""
+        os.makedirs('kinds', exist_ok=True)
+        all_six = 'pan=5.1|' + '|'.join(f'c{k}=c0' for k in range(6))
+        raw = ['--rate', '8000', '--encoding', 'mulaw']
+        kinds = [('a.m4a', [], [], False), ('a.mkv', [], [], True), ('a.webm', [], [], True), ('-a.mka', [], [], True),
+                 ('a.mp4', ['-f', 'lavfi', '-i', 'testsrc=s=64x64:r=5', '-shortest'], [], False),
+                 ('a.opus', [], [], True), ('a.ogg', [], [], True), ('a.mp3', [], [], True), ('a.wv', [], [], False),
+                 ('mulaw.wav', ['-c:a', 'pcm_mulaw', '-ar', '8000'], [], True),
+                 ('adpcm.wav', ['-c:a', 'adpcm_ima_wav'], [], True),
+                 ('six.flac', ['-af', all_six], [], True), ('center.flac', ['-ac', '6'], ['--channels', '3'], True),
+                 ('fast.flac', ['-ar', '96000', '-ac', '2'], [], True),
+                 ('a.aif', ['-c:a', 'pcm_f32be', '-ar', '44100'], [], True),
+                 ('a.ul', ['-f', 'mulaw', '-ar', '8000'], raw, True)]
+        wanted = [s for one in reference((b'room.wav',)).values() for s in one]
+        self.assertEqual(len(wanted), 5)
+        for name, made, options, through_a_pipe in kinds:
+            path = 'kinds/' + name
+            run('ffmpeg', '-v', 'error', '-y', '-i', 'room.wav', *made, path)
+            for piped in (False, True) if through_a_pipe else (False,):
+                with self.subTest(name, piped=piped), open(path, 'rb') as file:
+                    where, source = ('.', '-') if piped else ('kinds', name)
+                    found = [json.loads(line) for line in detect('jsonl', [source], *options, cwd=where, stdin=file)
+                             .decode().splitlines()]
+                    self.assertEqual(len(found), len(wanted))
+                    for got, want in zip(found, wanted):
+                        for edge in 'start', 'end':
+                            self.assertAlmostEqual(got[edge], want[edge], delta=0.0201)
+
+    def test_channels_keep_their_place(self):
+        """Two speakers of a call: each channel as it is alone, in every format that has a place for it."""
+        run('sox', 'room.wav', 'late.wav', 'pad', '2', '0')
+        run('sox', '-M', 'room.wav', 'late.wav', 'call.wav')
+        alone = [[s for one in reference((name,)).values() for s in one] for name in (b'room.wav', b'late.wav')]
+
+        def each(form, *options):
+            return detect(form, ['call.wav'], '--channels', 'each', *options).decode()
+        for found in (list(csv.DictReader(io.StringIO(each('csv'), newline=''))),
+                      [json.loads(line) for line in each('jsonl').splitlines()]):
+            self.assertEqual([(int(s['channel']), float(s['start'])) for s in found],
+                             [(k + 1, s['start']) for k in (0, 1) for s in alone[k]])
+        with open('call.rttm', 'w') as file:
+            file.write(each('rttm'))
+        self.assertNotIn(b'ERROR', run('perl', RTTM_VALIDATOR, '-f', '-i', 'call.rttm'))
+        rows = [line.split() for line in each('rttm').splitlines() if line.startswith('SPEAKER')]
+        expected = [('call', k + 1, ms(s['start'])) for k in (0, 1) for s in alone[k]]
+        self.assertEqual([(row[1], int(row[2]), ms(row[3])) for row in rows], expected)
+        rows = [line.split() for line in each('kaldi').splitlines()]  # the fifth field counts channels from 0
+        self.assertEqual([(row[1], int(row[4]) + 1, ms(row[2])) for row in rows], expected)
+        for row in rows:
+            self.assertRegex(row[0], f'^call-ch{int(row[4]) + 1}-\\d{{6}}$')
+        each('webvtt', '-o', 'calls')
+        for k in (1, 2):
+            with open(f'calls/call_ch{k}.vtt') as file:
+                self.assertEqual(file.read().count(f'<v Channel {k}>Utterance'), len(alone[k - 1]))
+            cues = json.loads(run('node', WEB + '/read_webvtt.mjs', f'calls/call_ch{k}.vtt'))[0]
+            self.assertEqual((len(cues['cues']), cues['errors']), (len(alone[k - 1]), []))
+        for form in ('textgrid', 'labels'):
+            run('bash', '-c', '! "$@" 2>/dev/null', '-', VASK, 'detect', '-f', form, '--channels', 'each', 'call.wav')
+
     def test_webvtt_beyond_an_hour(self):
         hour = 3600 * 16000 * 2
         with open('room.wav', 'rb') as room, open('hour.wav', 'wb') as long:

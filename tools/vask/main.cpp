@@ -27,9 +27,10 @@ namespace {
 
 constexpr const char* kDescription =
     R"(Finds the spoken utterances in recordings and reduces their background noise.
-Reads what libsndfile reads (WAV, FLAC, Ogg, MP3 and more) at any rate, with any number of channels;
-the name - is standard input: WAV or raw 16 kHz mono 16-bit samples, processed as they arrive. Works at
-16 kHz mono 16-bit, and writes that.)";
+Reads what libsndfile reads (WAV, FLAC, Ogg, MP3 and more), and the rest through ffmpeg where it is installed,
+at any rate, with any number of channels; the name - is standard input, processed as it arrives: a stream of
+these kinds, or samples without a header (16 kHz mono of 16 bits, see --rate). Works at 16 kHz mono 16-bit, and
+writes that.)";
 
 constexpr const char* kFooter =
     R"(Examples:

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "files/readable_file.h"
 #include "terminal/errors.h"
@@ -27,6 +28,9 @@ InputFile::InputFile(const std::string& path, AtSignal at_signal)
   fd_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (fd_ < 0) throw FileError(name_, std::strerror(errno), "check the name and the permissions");
 }
+
+InputFile::InputFile(std::string name, int fd, AtSignal at_signal)
+    : name_(std::move(name)), at_signal_(at_signal), fd_(fd) {}
 
 InputFile::~InputFile() {
   if (fd_ != STDIN_FILENO) close(fd_);

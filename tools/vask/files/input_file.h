@@ -14,6 +14,8 @@ class InputFile {
  public:
   // A file's name, or "-" for standard input. Throws FileError.
   explicit InputFile(const std::string& path, AtSignal at_signal = AtSignal::kThrow);
+  // What is open already, and is closed with it.
+  InputFile(std::string name, int fd, AtSignal at_signal);
   ~InputFile();
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
@@ -25,6 +27,7 @@ class InputFile {
 
   const std::string& name() const { return name_; }  // for messages
   int fd() const { return fd_; }
+  AtSignal at_signal() const { return at_signal_; }
 
  private:
   std::string name_;

@@ -37,13 +37,14 @@ constexpr size_t kBlock = 4096;  // samples
 
 struct DenoiseArguments {
   ListenOptions options;
+  ReadOptions reading;
   std::string input, output, purpose = "listening";
   std::optional<double> limit, mix;  // dB, percent
 };
 
 // As long as the input at 16 kHz, and aligned with it.
 void DenoiseForRecognition(const DenoiseArguments& arguments) {
-  AudioReader reader(arguments.input);
+  AudioReader reader({arguments.input, arguments.reading});
   const std::unique_ptr<SoundWriter> writer = MakeSoundWriter(arguments.output);
   Progress progress(arguments.input, reader.ExpectedSamples());
   StreamOptions options;
@@ -71,7 +72,7 @@ void DenoiseForRecognition(const DenoiseArguments& arguments) {
   write();
   if (written != length) throw FatalError("the stream lost samples: report this as a bug");
   writer->Commit();
-  reader.CheckWhole();
+  reader.Conclude();
 }
 
 // What all channels have ready, to the writer.
@@ -87,7 +88,7 @@ void Write(std::vector<ChannelFilter>& channels, SoundWriter& writer) {
 }
 
 void DenoiseForListening(const DenoiseArguments& arguments, const vask_stream_setup& setup) {
-  ChannelReader reader(arguments.input);
+  ChannelReader reader({arguments.input, arguments.reading, arguments.reading.Channel(kAllChannels)});
   const std::unique_ptr<SoundWriter> writer =
       MakeSoundWriter(arguments.output, {reader.rate(), reader.channels(), reader.form()});
   Progress progress(arguments.input, reader.expected());
@@ -109,7 +110,7 @@ void DenoiseForListening(const DenoiseArguments& arguments, const vask_stream_se
     progress.Update(reader.frames_read());
   } while (frames > 0);
   writer->Commit();
-  reader.CheckWhole();
+  reader.Conclude();
 }
 
 vask_stream_setup SetupOf(const DenoiseArguments& arguments, const ListenSetup& listen) {
@@ -125,6 +126,9 @@ void Denoise(const DenoiseArguments& arguments) {
   if (arguments.purpose == "listening") {
     const ListenSetup listen(arguments.options, kUsualDevice, kUsualOs);
     return DenoiseForListening(arguments, SetupOf(arguments, listen));
+  }
+  if (arguments.reading.channels == "each") {
+    throw UsageError("--channels each is for listening, not --for recognition");
   }
   if (arguments.limit || arguments.mix || !arguments.options.model.empty()) {
     throw UsageError("--limit, --mix and --model are for listening, not --for recognition");
@@ -151,6 +155,7 @@ Job DenoiseJob(CLI::App& app, const EngineOptions& engine) {
   denoise->add_option("--mix", arguments->mix, "Share of the filtered sound in the output, 0 to 100 (100)")
       ->type_name("PERCENT")
       ->check(CLI::Range(0.0, 100.0));
+  AddReadOptions(*denoise, arguments->reading, "each (by itself, as --for listening does), ");
   AddModelOption(*denoise, arguments->options);
   return {denoise, [arguments, &engine] {
             Inputs inputs({arguments->input, engine.ConfigFile()});

@@ -42,10 +42,11 @@ struct Verdict {
   std::optional<double> first_change, last_change;  // s
   std::optional<double> snr_db;
   int16_t sample_min = 0, sample_max = 0;
-  double judged_from = 0, judged_to = 0;  // s: the part of the file that the library's histories hold
-  double length = 0;                      // s
-  bool restarted = false;                 // the engine rejected a sound as not speech and started again
-  std::optional<FileError> shortfall;     // the recording is shorter than its header says
+  double judged_from = 0, judged_to = 0;    // s: the part of the file that the library's histories hold
+  double length = 0;                        // s
+  bool restarted = false;                   // the engine rejected a sound as not speech and started again
+  std::optional<std::string> cancellation;  // what is to be said of a mix of channels
+  std::optional<FileError> shortfall;       // the recording is shorter than its header says
 };
 
 double Seconds(int64_t frames) { return static_cast<double>(frames) * kFrameSamples / kRateHz; }
@@ -71,9 +72,9 @@ const char* MeaningOf(int32_t code) {
 }
 
 // Runs the engine and the extractor over the same frames, in mode 1, then judges the recording.
-Verdict JudgeEnvironment(EngineSession& engine, const std::string& input) {
+Verdict JudgeEnvironment(EngineSession& engine, const SoundInput& input) {
   AudioReader reader(input);
-  Progress progress(input, reader.ExpectedSamples());
+  Progress progress(input.path, reader.ExpectedSamples());
   Extractor extractor;
   engine.WrapUp();
   Vask_epd_ecd_reset();
@@ -101,6 +102,7 @@ Verdict JudgeEnvironment(EngineSession& engine, const std::string& input) {
   verdict.judged_to = static_cast<double>(length) / kRateHz;
   verdict.length = std::max(verdict.judged_to, static_cast<double>(reader.ExpectedSamples()) / kRateHz);
   verdict.shortfall = reader.Shortfall();
+  verdict.cancellation = reader.Cancellation();
 
   int32_t first = -1, last = -1;
   EnvChangeValue(&first, &last, &verdict.changes);
@@ -142,6 +144,7 @@ std::string JsonOf(const std::string& input, const Verdict& verdict) {
 
 // Reports on standard error what the verdict does not cover.
 void NoteLimits(const std::string& input, const Verdict& verdict) {
+  if (verdict.cancellation) Note(*verdict.cancellation);
   if (verdict.length > verdict.judged_to + 0.005) {
     std::fprintf(stderr, "vask: %s: %.2f of %.2f s were examined\n", Printable(input).c_str(),
                  verdict.judged_to, verdict.length);
@@ -152,12 +155,13 @@ void NoteLimits(const std::string& input, const Verdict& verdict) {
   }
 }
 
-int JudgeAll(const EngineOptions& options, const std::vector<std::string>& inputs, bool json) {
+int JudgeAll(const EngineOptions& options, const std::vector<std::string>& inputs, const ReadOptions& reading,
+             bool json) {
   EngineSession engine(options);
   int status = EXIT_SUCCESS;
   for (const std::string& input : inputs) {
     try {
-      const Verdict verdict = JudgeEnvironment(engine, input);
+      const Verdict verdict = JudgeEnvironment(engine, {input, reading});
       NoteLimits(input, verdict);
       WriteOutput((json ? JsonOf : LineOf)(input, verdict) + "\n");
       if (verdict.shortfall) throw FileError(*verdict.shortfall);
@@ -174,6 +178,7 @@ int JudgeAll(const EngineOptions& options, const std::vector<std::string>& input
 Job EnvJob(CLI::App& app, const EngineOptions& engine) {
   struct Arguments {
     std::vector<std::string> inputs;
+    ReadOptions reading;
     bool json = false;
   };
   const auto arguments = std::make_shared<Arguments>();
@@ -181,7 +186,10 @@ Job EnvJob(CLI::App& app, const EngineOptions& engine) {
   env->footer(kFooter);
   env->add_option("FILE", arguments->inputs, "Recordings")->required()->type_name("");
   env->add_flag("--json", arguments->json, "Print JSON objects, one per line");
-  return {env, [arguments, &engine] { return JudgeAll(engine, arguments->inputs, arguments->json); }};
+  AddReadOptions(*env, arguments->reading);
+  return {env, [arguments, &engine] {
+            return JudgeAll(engine, arguments->inputs, arguments->reading, arguments->json);
+          }};
 }
 
 }  // namespace vask::command

@@ -35,6 +35,7 @@ constexpr int kDerivativeDelay = 4;        // frames
 constexpr int64_t kMostAveraged = 60'000;  // frames: the library's sums hold 65536
 
 struct Arguments {
+  ReadOptions reading;
   std::string input, output;
   bool log_energies = false;   // 23 columns: natural logarithms of the mel energies instead of cepstra
   bool deltas = false;         // 39 columns: cepstra, first and second derivatives
@@ -112,7 +113,7 @@ size_t ColumnsOf(const Arguments& arguments) {
 
 // One row per 10 ms.
 void Mfcc(const Arguments& arguments) {
-  AudioReader reader(arguments.input);
+  AudioReader reader({arguments.input, arguments.reading});
   const bool learns = !arguments.knowledge_base.empty();
   Extractor extractor(arguments.knowledge_base);
   RowWriter writer(arguments.output, ColumnsOf(arguments), WritesCsv(arguments));
@@ -137,7 +138,7 @@ void Mfcc(const Arguments& arguments) {
   if (learns) extractor.UpdateMean();
   writer.Commit();
   if (learns) extractor.SaveMean();
-  reader.CheckWhole();
+  reader.Conclude();
 }
 
 // The recording and the files of the knowledge base.
@@ -171,6 +172,7 @@ Job MfccJob(CLI::App& app) {
   mfcc->add_flag("--log-energies", arguments->log_energies, "Log mel energies instead: 23 columns")
       ->excludes(deltas);
   mfcc->add_flag("--csv", arguments->csv, "Write comma-separated text whatever the name");
+  AddReadOptions(*mfcc, arguments->reading);
   mfcc->add_option("--kb", arguments->knowledge_base, "Knowledge base that keeps the cepstral mean")
       ->type_name("DIR")
       ->check(CheckKnowledgeBase);

@@ -33,6 +33,7 @@ Example:
 
 struct Arguments {
   ListenOptions options;
+  ReadOptions reading;
   std::string input, output;
   int32_t bytes = 160;  // of codes per packet: 20 ms
   bool bare = false;    // no headers: all utterances in one stream of codes
@@ -100,7 +101,7 @@ class Packer : public SegmentSink {
   size_t packet_samples_;
   OutputFile file_;
   Progress& progress_;
-  InputGain level_{"", arguments_.input};  // only measures
+  InputGain level_{"", SoundInput(arguments_.input)};  // only measures
   bool is_empty_ = true;
   adpcm_state state_ = {}, before_ = {};
   std::vector<int16_t> samples_;  // not packed yet
@@ -109,14 +110,14 @@ class Packer : public SegmentSink {
 
 // Returns what is to be said of it.
 std::string Pack(const vask_stream_setup& setup, const Arguments& arguments) {
-  AudioReader reader(arguments.input);
+  AudioReader reader({arguments.input, arguments.reading});
   Progress progress(arguments.input, reader.ExpectedSamples());
   Packer packer(arguments, progress);
   Stream stream(setup);
   if (!stream) throw std::bad_alloc();
   FindSegments(reader, stream, packer);
   packer.Commit();
-  reader.CheckWhole();
+  reader.Conclude();
   return packer.Note();
 }
 
@@ -138,6 +139,7 @@ Job PacketsJob(CLI::App& app, const EngineOptions& engine) {
       ->type_name("N")
       ->check(CLI::Range(1, VASK_LARGEST_PACKET));
   AddDetectorOptions(*packets, arguments->options);
+  AddReadOptions(*packets, arguments->reading);
   packets->add_flag("--bare", arguments->bare, "No headers: all utterances in one stream of codes");
   return {packets, [arguments, &engine] {
             Inputs inputs({arguments->input, engine.ConfigFile()});

@@ -23,7 +23,7 @@ constexpr double kQuietDb = -20, kGoodDb = -10;  // peaks: where a gain is sugge
 double Db(double ratio) { return 20 * std::log10(ratio); }
 
 // The level that this share of the frames stays below; of frames with any sound in them.
-double HighLevelDb(const std::string& input) {
+double HighLevelDb(const SoundInput& input) {
   AudioReader reader(input);
   std::vector<float> levels;
   Frame frame;
@@ -39,19 +39,19 @@ double HighLevelDb(const std::string& input) {
   return Db(static_cast<double>(*place));
 }
 
-double GainDb(const std::string& gain, const std::string& input) {
+double GainDb(const std::string& gain, const SoundInput& input) {
   if (gain.empty()) return 0;
   if (gain != "auto") return std::strtod(gain.c_str(), nullptr);
-  if (!std::filesystem::is_regular_file(input)) {
-    throw FileError(input == "-" ? "standard input" : input, "cannot be read twice, as --gain auto does",
-                    "give it a number of dB, or a file");
+  if (!std::filesystem::is_regular_file(input.path)) {
+    throw FileError(input.path == "-" ? "standard input" : input.path,
+                    "cannot be read twice, as --gain auto does", "give it a number of dB, or a file");
   }
   return std::clamp(kWantedDb - HighLevelDb(input), 0.0, kMostDb);
 }
 
 }  // namespace
 
-InputGain::InputGain(const std::string& gain, const std::string& input)
+InputGain::InputGain(const std::string& gain, const SoundInput& input)
     : is_on_(!gain.empty()), factor_(std::pow(10.0, GainDb(gain, input) / 20)) {}
 
 void InputGain::Apply(std::span<int16_t> samples) {

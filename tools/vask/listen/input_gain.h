@@ -7,6 +7,7 @@
 #include <string>
 
 #include "format.h"
+#include "sound/sound_input.h"
 
 namespace vask::command {
 
@@ -15,7 +16,7 @@ class InputGain {
   // `gain`: a number of dB, "auto", or empty: none, and no dither. "auto" reads the recording once to its end
   // and brings the level that 95 % of its frames stay below to -20 dB full scale, by 0 to 40 dB. Throws
   // FileError for what is not a regular file, and what AudioReader throws.
-  InputGain(const std::string& gain, const std::string& input);
+  InputGain(const std::string& gain, const SoundInput& input);
 
   // Amplifies in place, limited to full scale; from the 17th zero in a row on, zeros become -1, 0 or 1.
   void Apply(std::span<int16_t> samples);

@@ -12,8 +12,8 @@ constexpr size_t kBlockFrames = 4096;
 
 }  // namespace
 
-AudioReader::AudioReader(const std::string& path) : source_(path) {
-  interleaved_.resize(kBlockFrames * static_cast<size_t>(channels()));
+AudioReader::AudioReader(const SoundInput& input)
+    : source_({input.path, input.options, std::max(input.channel, kMixed)}) {
   converted_.resize(kBlockFrames);
   if (rate() == kRateHz) return;
   mono_.resize(kBlockFrames);
@@ -39,15 +39,7 @@ int64_t AudioReader::ExpectedSamples() const {
 }
 
 size_t AudioReader::ReadMono(std::span<double> out) {
-  const auto channels = static_cast<size_t>(source_.channels());
-  const size_t wanted = std::min(out.size(), kBlockFrames);
-  const size_t frames = source_.Read(std::span(interleaved_).first(wanted * channels));
-  for (size_t i = 0; i < frames; ++i) {
-    double sum = 0.0;
-    for (size_t c = 0; c < channels; ++c) sum += interleaved_[i * channels + c];
-    out[i] = sum / static_cast<double>(channels);
-  }
-  return frames;
+  return source_.Read(out.first(std::min(out.size(), kBlockFrames)));
 }
 
 size_t AudioReader::Resample(std::span<double> out) {

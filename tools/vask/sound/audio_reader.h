@@ -13,12 +13,12 @@
 
 namespace vask::command {
 
-// Channels are averaged and rates other than 16 kHz resampled; 16 kHz mono 16-bit samples pass through bit
-// for bit. Memory does not grow with the recording.
+// Channels are averaged unless one is chosen, and rates other than 16 kHz resampled; 16 kHz mono 16-bit
+// samples pass through bit for bit. Memory does not grow with the recording.
 class AudioReader {
  public:
   // As ChannelReader does.
-  explicit AudioReader(const std::string& path);
+  explicit AudioReader(const SoundInput& input);
 
   // As ChannelReader does: the recording at its own rate, with the channels that are about to be mixed.
   void Show(ChannelReader::Witness witness) { source_.Show(std::move(witness)); }
@@ -32,11 +32,12 @@ class AudioReader {
   int64_t ExpectedSamples() const;
 
   int32_t rate() const { return source_.rate(); }  // Hz, the recording's own
-  int32_t channels() const { return source_.channels(); }
+  int32_t channels() const { return source_.channels_in_file(); }
   int64_t frames_read() const { return source_.frames_read(); }  // at that rate
 
   std::optional<FileError> Shortfall() const { return source_.Shortfall(); }
-  void CheckWhole() const { source_.CheckWhole(); }
+  std::optional<std::string> Cancellation() const { return source_.Cancellation(); }
+  void Conclude() const { source_.Conclude(); }
 
  private:
   size_t ReadMono(std::span<double> out);  // at the recording's own rate, 1.0 = full scale
@@ -44,7 +45,6 @@ class AudioReader {
 
   ChannelReader source_;
   std::optional<Resampler> resampler_;  // none at 16 kHz
-  std::vector<double> interleaved_;     // a block of all channels
   std::vector<double> mono_;            // waits for the resampler
   size_t mono_begin_ = 0, mono_end_ = 0;
   std::vector<double> converted_;  // at 16 kHz

@@ -40,7 +40,7 @@ Relay::~Relay() {
 }
 
 void Relay::CheckEnd() {
-  CheckSignals();
+  if (!ends_at_signal()) CheckSignals();
   if (over_ && failure_) std::rethrow_exception(failure_);
 }
 

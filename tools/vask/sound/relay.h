@@ -22,7 +22,9 @@ class Relay {
   Relay& operator=(const Relay&) = delete;
 
   int fd() const { return reader_; }  // to read from
-  // After its end has been read: throws what went wrong with the input, if anything, or Interruption.
+  bool ends_at_signal() const { return input_->at_signal() == AtSignal::kEnd; }
+  // After its end has been read: throws what went wrong with the input, if anything, or Interruption
+  // unless a signal only ends it.
   void CheckEnd();
 
  private:

@@ -6,9 +6,8 @@
 #include <span>
 #include <string>
 
-#include "files/input_file.h"
 #include "sound/sample_form.h"
-#include "sound/wav_header.h"
+#include "sound/sound_input.h"
 
 namespace vask::command {
 
@@ -39,11 +38,9 @@ class SoundSource {
   std::string damage_;
 };
 
-// A file that libsndfile reads; standard input, WAV or raw 16 kHz 16-bit samples, as it arrives; the samples
-// of `input` after a WAV header, which has been read, as they arrive. FileError if it is not audio or
-// holds none.
-std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path);
-std::unique_ptr<SoundSource> OpenStandardInput();
-std::unique_ptr<SoundSource> OpenWavStream(std::unique_ptr<InputFile> input, const WavForm& form);
+// A file, whatever its kind; standard input, as it arrives, which a signal ends. FileError if it is not audio
+// or holds none.
+std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path, const ReadOptions& options);
+std::unique_ptr<SoundSource> OpenStandardInput(const ReadOptions& options);
 
 }  // namespace vask::command

@@ -1,22 +1,16 @@
-// A recording that is read once from its start to its end, its samples delivered as soon as they arrive:
-// standard input, which a signal ends, and WAV through a pipe.
+#include "sound/streamed_sound.h"
+
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <utility>
-#include <vector>
 
-#include "format.h"
-#include "sound/sound_source.h"
 #include "terminal/errors.h"
 #include "terminal/signals.h"
 
 namespace vask::command {
 namespace {
-
-constexpr WavForm kRaw = {kRateHz, 1, 2, false, kUntilTheEnd};
 
 [[noreturn]] void ThrowNoSamples(const std::string& name) {
   throw FileError(name, "holds no samples", "send some to it");
@@ -24,15 +18,15 @@ constexpr WavForm kRaw = {kRateHz, 1, 2, false, kUntilTheEnd};
 
 class StreamedSound : public SoundSource {
  public:
-  // The first samples may have been read already.
-  StreamedSound(std::unique_ptr<InputFile> input, const WavForm& form, std::vector<uint8_t> pending = {})
+  StreamedSound(std::unique_ptr<InputFile> input, const WavForm& form, std::vector<uint8_t> pending)
       : input_(std::move(input)), wav_(form), pending_(std::move(pending)) {
     rate_ = wav_.rate;
     channels_ = wav_.channels;
     if (wav_.bytes == 3) form_ = SampleForm::kInt24;
     if (wav_.bytes == 4) form_ = SampleForm::kFloat;
     if (wav_.data_bytes != kUntilTheEnd) {
-      frames_ = static_cast<int64_t>(wav_.data_bytes / static_cast<size_t>(wav_.bytes * wav_.channels));
+      const uint64_t bytes = wav_.data_bytes + pending_.size();
+      frames_ = static_cast<int64_t>(bytes / static_cast<size_t>(wav_.bytes * wav_.channels));
       promised_ = frames_;
     }
   }
@@ -77,27 +71,9 @@ class StreamedSound : public SoundSource {
 
 }  // namespace
 
-std::unique_ptr<SoundSource> OpenWavStream(std::unique_ptr<InputFile> input, const WavForm& form) {
-  return std::make_unique<StreamedSound>(std::move(input), form);
-}
-
-std::unique_ptr<SoundSource> OpenStandardInput() {
-  auto input = std::make_unique<InputFile>("-", AtSignal::kEnd);
-  std::vector<uint8_t> first(4);
-  first.resize(input->Read(first));
-  const std::string_view tag(reinterpret_cast<const char*>(first.data()), first.size());
-  if (tag == "RIFF") {
-    const WavForm form =
-        ReadWavHeader(input->name(), [&](std::span<uint8_t> out) { return input->Read(out) == out.size(); });
-    return OpenWavStream(std::move(input), form);
-  }
-  if (tag == "fLaC" || tag == "OggS" || tag == "RF64" || tag == "RIFX" || tag == "FORM" || tag == "caff" ||
-      tag == ".snd" || tag.substr(0, 3) == "ID3") {
-    throw FileError(input->name(), "is neither WAV nor raw samples",
-                    "convert it to WAV, or give the file's name");
-  }
-  if (first.size() < 2 && !SignalNoted()) ThrowNoSamples(input->name());
-  return std::make_unique<StreamedSound>(std::move(input), kRaw, std::move(first));
+std::unique_ptr<SoundSource> OpenStream(std::unique_ptr<InputFile> input, const WavForm& form,
+                                        std::vector<uint8_t> first) {
+  return std::make_unique<StreamedSound>(std::move(input), form, std::move(first));
 }
 
 }  // namespace vask::command

@@ -13,11 +13,13 @@ constexpr uint64_t kUntilTheEnd = INT64_MAX;
 // A writer into a pipe does not know the length and gives 0 or about the most that a header can say.
 constexpr uint32_t kEndlessBytes = 0x7FFFF000;
 
+enum class Coding { kInteger, kFloat, kMulaw, kAlaw };  // the last two of G.711
+
 struct WavForm {
   int32_t rate = 0;  // Hz
   int32_t channels = 0;
   int32_t bytes = 0;  // of a sample
-  bool is_float = false;
+  Coding coding = Coding::kInteger;
   uint64_t data_bytes = 0;  // or kUntilTheEnd
 };
 

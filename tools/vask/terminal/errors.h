@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -14,6 +15,9 @@ namespace vask::command {
 // Exit statuses other than 0.
 constexpr int kExitFailed = 1;  // at least one file; the others are done
 constexpr int kExitUsage = 2;
+
+// One line to standard error about what is worth knowing but no failure.
+inline void Note(const std::string& text) { std::fprintf(stderr, "vask: %s\n", Printable(text).c_str()); }
 
 // One file failed; the others go on. "FILE: what is wrong: remedy".
 class FileError : public std::runtime_error {

@@ -39,6 +39,7 @@ A span begins 0.1 s before START and ends 0.25 s after END; with --detector ener
 second after, the hangover. Options marked (energy) need that detector: it learns the noise of a recording
 and judges levels and voicing. There an option overrides the profile, which overrides the preset; a file for
 --profile holds lines such as "vad_threshold 40" or a JSON object.
+With --channels each a channel is a recording of its own: NAME_chN in DIR, and a last column CHANNEL.
 If FILE is -, each utterance is listed as soon as it ends; Ctrl-C ends the input.
 Examples:
   vask detect meeting.wav | awk -F'\t' '{ spoken += $4 - $3 } END { print spoken, "s" }'
@@ -137,7 +138,8 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
       ->check(CLI::Range(1, 1024));
   detect->add_flag("--meter", arguments->meter, "Show level and state on the terminal");
   detect->add_flag("--summary", arguments->summary,
-                   "Say at the end how many files, minutes, utterances, and how fast");
+                   "Say at the end how much was read and found, and how fast");
+  AddReadOptions(*detect, arguments->reading, "each (as a recording of its own), ");
   AddListenOptions(*detect, arguments->options);
   return {detect, [arguments, &engine] {
             CheckConfig(engine);

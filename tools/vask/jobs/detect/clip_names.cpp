@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
+#include <string_view>
 #include <system_error>
 
 namespace vask::command {
@@ -14,7 +15,16 @@ namespace {
 
 constexpr size_t kLongest = 200;  // bytes: a file system allows 255, with number and extension
 
-std::string Stem(const std::string& path) { return path == "-" ? "stdin" : fs::path(path).stem().string(); }
+constexpr std::string_view kChannel = " (channel ";
+
+std::string Stem(const std::string& path) {
+  const size_t at = path.ends_with(')') ? path.rfind(kChannel) : std::string::npos;
+  const std::string file = path.substr(0, at);
+  const std::string stem = file == "-" ? "stdin" : fs::path(file).stem().string();
+  if (at == std::string::npos) return stem;
+  const std::string number = path.substr(at + kChannel.size());
+  return stem + "_ch" + number.substr(0, number.size() - 1);
+}
 
 // "" if it would be too long.
 std::string WithFolder(const std::string& path) {
@@ -35,18 +45,20 @@ std::string HashText(std::string_view text) {
   return figures;
 }
 
-std::string PathOf(const std::string& input) {
+std::string PathOf(const SoundInput& input) {
   std::error_code error;
-  const fs::path path = fs::absolute(input, error);
-  return input == "-" || error ? input : path.lexically_normal().string();
+  const fs::path absolute = fs::absolute(input.path, error);
+  std::string path = input.path == "-" || error ? input.path : absolute.lexically_normal().string();
+  if (input.channel > 0) path.append(kChannel).append(std::to_string(input.channel)).append(")");
+  return path;
 }
 
-std::map<std::string, std::string> BasesOf(const std::vector<std::string>& inputs,
+std::map<std::string, std::string> BasesOf(const std::vector<SoundInput>& inputs,
                                            std::map<std::string, std::string> kept) {
   std::map<std::string, std::string> bases = std::move(kept);
   std::set<std::string> taken, nameless;
   for (const auto& [path, base] : bases) taken.insert(base);
-  for (const std::string& input : inputs) {
+  for (const SoundInput& input : inputs) {
     if (std::string path = PathOf(input); !bases.contains(path)) nameless.insert(std::move(path));
   }
   for (const auto& candidate : {Stem, WithFolder, WithFigures}) {

@@ -36,6 +36,7 @@ namespace {
 // What all threads of a run share.
 struct Run {
   const DetectArguments& arguments;
+  const std::vector<SoundInput>& inputs;  // those of the arguments, or each of their channels
   const ListenSetup& listen;
   OrderedListing& ordered;
   UtteranceFiles* files;  // null without -o
@@ -92,7 +93,7 @@ class Output {
 // One input's path through a stream.
 class Detection : public SegmentSink {
  public:
-  Detection(Run& run, Stream& stream, const std::string& input, InputFiles* files, Output& output)
+  Detection(Run& run, Stream& stream, const SoundInput& input, InputFiles* files, Output& output)
       : run_(run),
         stream_(stream),
         files_(files),
@@ -100,13 +101,13 @@ class Detection : public SegmentSink {
         reader_(input),
         gain_(run.arguments.options.gain, input),
         levels_(reader_.rate()) {
-    recording_.file = input;
+    recording_.file = input.path;
     recording_.rate = reader_.rate();
     recording_.channels = reader_.channels();
+    recording_.channel = input.channel;
     recording_.settings = run.settings;
-    reader_.Show([this](auto samples) { levels_.Passed(samples, reader_.channels()); });
-    const size_t inputs = run.arguments.inputs.size();
-    show_progress_ = inputs > 1 || IsLong(reader_.ExpectedSamples());
+    reader_.Show([this](auto samples, int32_t channels) { levels_.Passed(samples, channels); });
+    show_progress_ = run.inputs.size() > 1 || IsLong(reader_.ExpectedSamples());
   }
   ~Detection() override { run_.done += 1 - share_; }
 
@@ -116,8 +117,11 @@ class Detection : public SegmentSink {
     FindSegments(reader_, stream_, *this);
     recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
     const std::optional<FileError> shortfall = reader_.Shortfall();
-    if (recording_.utterances == 0)
-      output_.Note(Printable(recording_.file) + ": " + NothingFound(gain_, MayNeedGain()));
+    if (recording_.utterances == 0) {
+      output_.Note(Printable(NameOf(recording_.file, recording_.channel)) + ": " +
+                   NothingFound(gain_, MayNeedGain()));
+    }
+    if (const std::optional<std::string> note = reader_.Cancellation()) output_.Note(*note);
     output_.Close(recording_, notes_, Summary::Source::kHeard, shortfall);
     return !shortfall;
   }
@@ -171,7 +175,7 @@ class Detection : public SegmentSink {
   }
 
   std::string ProgressLine() const {
-    const auto total = static_cast<double>(run_.arguments.inputs.size());
+    const auto total = static_cast<double>(run_.inputs.size());
     const std::string bar = Bar(run_.done / total) + "  ";
     if (total == 1) return bar + Printable(recording_.file);
     return bar + Decimal(std::floor(run_.done), 0) + " of " + Decimal(total, 0) + " files";
@@ -192,10 +196,11 @@ class Detection : public SegmentSink {
 };
 
 // Returns whether an earlier run finished the input; if so, lists it.
-bool ListFinished(Run& run, const std::string& input, InputFiles& files, Output& output) {
+bool ListFinished(Run& run, const SoundInput& input, InputFiles& files, Output& output) {
   std::optional<Finished> finished = files.TakeFinished();
   if (!finished) return false;
-  finished->recording.file = input;
+  finished->recording.file = input.path;
+  finished->recording.channel = input.channel;
   finished->recording.settings = run.settings;
   SegmentNotes notes;
   output.Open(finished->recording);
@@ -211,7 +216,11 @@ bool ListFinished(Run& run, const std::string& input, InputFiles& files, Output&
 // Returns whether the input was complete. One that was not is not recorded as finished: --resume processes
 // and reports it again.
 bool DetectInput(Run& run, Stream& stream, size_t number) {
-  const std::string& input = run.arguments.inputs[number];
+  const SoundInput& input = run.inputs[number];
+  if (input.channel == kAllChannels) {
+    EachChannel(input.path, input.options);  // throws again
+    throw FileError(input.path, "could not be opened at first", "try again");
+  }
   std::optional<InputFiles> files;
   if (run.files != nullptr) files.emplace(*run.files, input);
   InputFiles* const files_or_null = files ? &*files : nullptr;
@@ -245,14 +254,14 @@ class Workers {
     try {
       Stream stream(run_.listen.setup);
       if (!stream) throw std::bad_alloc();
-      for (size_t number; (number = next_++) < run_.arguments.inputs.size();) {
+      for (size_t number; (number = next_++) < run_.inputs.size();) {
         run_.ordered.ThrowIfStopped();
         CheckSignals();
         try {
           if (!DetectInput(run_, stream, number)) AddFailed();
         } catch (const FileError& error) {
           AddFailed();
-          run_.ordered.Fail(number, run_.arguments.inputs[number], error);
+          run_.ordered.Fail(number, run_.inputs[number].path, error);
         }
       }
     } catch (const OrderedListing::Stopped&) {
@@ -278,6 +287,23 @@ class Workers {
   std::exception_ptr failure_;
 };
 
+// A recording that cannot be opened stays one input: its turn reports why.
+std::vector<SoundInput> InputsOf(const DetectArguments& arguments) {
+  std::vector<SoundInput> inputs;
+  for (const std::string& path : arguments.inputs) {
+    if (arguments.reading.Channel() != kAllChannels) {
+      inputs.emplace_back(path, arguments.reading);
+      continue;
+    }
+    try {
+      for (SoundInput& channel : EachChannel(path, arguments.reading)) inputs.push_back(std::move(channel));
+    } catch (const FileError&) {
+      inputs.emplace_back(path, arguments.reading);
+    }
+  }
+  return inputs;
+}
+
 // A number as text of its bits.
 std::string Text(int32_t value) { return ' ' + std::to_string(value); }
 std::string Text(float value) { return Text(std::bit_cast<int32_t>(value)); }
@@ -297,7 +323,7 @@ std::string Fingerprint(const DetectArguments& arguments, const ListenSetup& lis
   static_assert(std::has_unique_object_representations_v<vask_stream_options>);
   vask_stream_options options = setup.options;
   options.audio = VASK_STREAM_NO_AUDIO;
-  std::string text = VASK_VERSION + TextOf<vask_stream_options, int32_t>(options);
+  std::string text = VASK_VERSION + TextOf<vask_stream_options, int32_t>(options) + arguments.reading.Text();
   if (!arguments.options.gain.empty()) text += " gain " + arguments.options.gain;
   if (!listen.is_learned()) return text;
   return text + " learned " + std::to_string(vask_model_digest(setup.model)) +
@@ -307,6 +333,7 @@ std::string Fingerprint(const DetectArguments& arguments, const ListenSetup& lis
 }  // namespace
 
 int DetectAll(const DetectArguments& arguments, const ListenSetup& listen) {
+  const std::vector<SoundInput> sounds = InputsOf(arguments);
   const std::string settings = Fingerprint(arguments, listen);
   std::optional<UtteranceFiles> files;
   if (!arguments.output.empty()) {
@@ -314,20 +341,25 @@ int DetectAll(const DetectArguments& arguments, const ListenSetup& listen) {
     if (!arguments.files_from.empty()) inputs.Add(arguments.files_from);
     for (const std::string& file : FilesOf(arguments.options)) inputs.Add(file);
     const std::string kind = " " + arguments.audio + (arguments.flac ? " flac" : " wav");
-    files.emplace(arguments, settings + kind, std::move(inputs));
+    files.emplace(arguments, sounds, settings + kind, std::move(inputs));
   }
   const ListingEdges edges = {listen.shows_span_start(), listen.shows_span_end()};
   const std::unique_ptr<Listing> listing = MakeListing(arguments.format, edges);
   const bool listing_per_input = files && !listing->EndingOfOne().empty();
+  if (!files && !listing->EndingOfOne().empty() && sounds.size() > 1) {
+    throw UsageError("--format " + arguments.format +
+                     " holds one recording: with -o DIR each channel gets its own");
+  }
   OrderedListing ordered(listing_per_input ? nullptr : listing.get());
-  Run run = {arguments,          listen, ordered, files ? &*files : nullptr, edges, listing_per_input, {},
-             HashText(settings), 0};
+  Run run = {
+      arguments,          sounds, listen, ordered, files ? &*files : nullptr, edges, listing_per_input, {},
+      HashText(settings), 0};
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());
   if (arguments.meter) jobs = 1;  // the meter shows one level
   ordered.Begin();
-  const int status = Workers(run).Work(std::min(jobs, arguments.inputs.size()));
+  const int status = Workers(run).Work(std::min(jobs, sounds.size()));
   ordered.End();
   if (arguments.summary) std::fprintf(stderr, "vask: %s\n", run.summary.Line().c_str());
   return status;

@@ -5,11 +5,13 @@
 #include <vector>
 
 #include "listen/listen_options.h"
+#include "sound/sound_input.h"
 
 namespace vask::command {
 
 struct DetectArguments {
   ListenOptions options;
+  ReadOptions reading;
   std::vector<std::string> inputs;
   std::string files_from;
   bool null = false;   // the names in it end with a zero byte

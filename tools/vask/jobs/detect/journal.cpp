@@ -85,10 +85,10 @@ void SegmentNotes::Add(const Segment& s) {
   text_ += json.dump();
 }
 
-InputState StateOf(const std::string& path, const std::string& base) {
+InputState StateOf(const std::string& path, const std::string& base, const std::string& file) {
   InputState state = {path, base};
   struct stat status;
-  if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return state;
+  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return state;
   state.size = status.st_size;
   state.modified = status.st_mtim.tv_sec * INT64_C(1000000000) + status.st_mtim.tv_nsec;
   state.repeatable = true;

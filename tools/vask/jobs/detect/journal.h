@@ -16,14 +16,14 @@ namespace vask::command {
 
 // An input as it was when it was read. If any of this changes, it is another input.
 struct InputState {
-  std::string path;  // absolute
+  std::string path;  // absolute, and the channel
   std::string base;  // of its outputs' names
   int64_t size = 0;
   int64_t modified = 0;     // ns
   bool repeatable = false;  // a regular file: what came through a pipe can neither be skipped nor made again
 };
 
-InputState StateOf(const std::string& path, const std::string& base);
+InputState StateOf(const std::string& path, const std::string& base, const std::string& file);
 
 // A file in DIR as it was when it was complete.
 struct FileStamp {

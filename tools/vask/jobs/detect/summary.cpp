@@ -30,7 +30,7 @@ void Summary::AddFailed() {
 std::string Summary::Line() const {
   const std::lock_guard lock(mutex_);
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start_;
-  std::string line = Count(files_, "file") + ", ";
+  std::string line = Count(files_, "recording") + ", ";
   if (failed_ > 0) line += std::to_string(failed_) + " failed, ";
   line += Minutes(seconds_) + ", " + Minutes(speech_) + " of speech";
   if (seconds_ > 0) line += " (" + Decimal(100 * speech_ / seconds_, 0) + " %)";

@@ -17,8 +17,8 @@ class Summary {
   void Add(const Recording& recording, Source source);
   void AddFailed();  // one that was not read, or not to its end
 
-  // Such as "3 files, 1 failed, 61.0 min, 12.5 min of speech (20 %), 210 utterances, 95 times real time"; the
-  // speed is that of what was heard since the start.
+  // Such as "3 recordings, 1 failed, 61.0 min, 12.5 min of speech (20 %), 210 utterances, 95 times real
+  // time"; the speed is that of what was heard since the start.
   std::string Line() const;
 
  private:

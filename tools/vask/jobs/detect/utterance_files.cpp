@@ -35,12 +35,12 @@ const std::string& MadeFolder(const std::string& folder) {
 
 }  // namespace
 
-UtteranceFiles::UtteranceFiles(const DetectArguments& arguments, const std::string& settings, Inputs inputs)
+UtteranceFiles::UtteranceFiles(const DetectArguments& arguments, const std::vector<SoundInput>& sounds,
+                               const std::string& settings, Inputs inputs)
     : folder_(MadeFolder(arguments.output)),
       arguments_(arguments),
-      journal_(folder_, settings, arguments.inputs.size(), !arguments.no_wait),
-      bases_(BasesOf(arguments.inputs,
-                     arguments.resume ? journal_.Bases() : std::map<std::string, std::string>())),
+      journal_(folder_, settings, sounds.size(), !arguments.no_wait),
+      bases_(BasesOf(sounds, arguments.resume ? journal_.Bases() : std::map<std::string, std::string>())),
       inputs_(std::move(inputs)),
       fd_(open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
   RemoveLeftovers(folder_);
@@ -82,9 +82,9 @@ void UtteranceFiles::Sync() const {
   }
 }
 
-InputFiles::InputFiles(UtteranceFiles& folder, const std::string& input) : folder_(folder) {
+InputFiles::InputFiles(UtteranceFiles& folder, const SoundInput& input) : folder_(folder) {
   const std::string path = PathOf(input);
-  state_ = StateOf(path, folder.bases_.at(path));
+  state_ = StateOf(path, folder.bases_.at(path), input.path);
 }
 
 std::optional<Finished> InputFiles::TakeFinished() {

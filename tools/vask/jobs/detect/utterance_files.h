@@ -7,10 +7,12 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "files/inputs.h"
 #include "jobs/detect/detect.h"
 #include "jobs/detect/journal.h"
+#include "sound/sound_input.h"
 #include "sound/sound_writer.h"
 
 namespace vask::command {
@@ -18,9 +20,10 @@ namespace vask::command {
 // What all inputs of a run share.
 class UtteranceFiles {
  public:
-  // Creates the folder and waits until no other run uses it. `settings` is everything that changes the
-  // result, as text; `inputs` are never overwritten.
-  UtteranceFiles(const DetectArguments& arguments, const std::string& settings, Inputs inputs);
+  // Creates the folder and waits until no other run uses it. `sounds` are what is listened to, `settings`
+  // is everything that changes the result, as text; `inputs` are never overwritten.
+  UtteranceFiles(const DetectArguments& arguments, const std::vector<SoundInput>& sounds,
+                 const std::string& settings, Inputs inputs);
   ~UtteranceFiles();
   UtteranceFiles(const UtteranceFiles&) = delete;
   UtteranceFiles& operator=(const UtteranceFiles&) = delete;
@@ -45,7 +48,7 @@ class UtteranceFiles {
 // DIR/BASE-001.wav and so on: the files of one input.
 class InputFiles {
  public:
-  InputFiles(UtteranceFiles& folder, const std::string& input);
+  InputFiles(UtteranceFiles& folder, const SoundInput& input);
 
   // What an earlier run made of it, if that run finished it and all of its files are unchanged.
   std::optional<Finished> TakeFinished();

@@ -29,6 +29,7 @@ Job ReportJob(CLI::App& app, const EngineOptions& engine) {
   report->add_option("--title", arguments->title, "Heading of the page instead of the file's name")
       ->type_name("TEXT");
   report->add_flag("--no-audio", arguments->no_audio, "Leave out the sound: a smaller page, made faster");
+  AddReadOptions(*report, arguments->reading);
   AddListenOptions(*report, arguments->options);
   return {report, [arguments, &engine] {
             Inputs inputs({arguments->input, engine.ConfigFile()});

@@ -139,7 +139,8 @@ class Cleaned {
 
 void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   const ListenSetup listen(arguments.options, device, os);
-  AudioReader reader(arguments.input);
+  const SoundInput input(arguments.input, arguments.reading);
+  AudioReader reader(input);
   Page page(arguments.output);
   const int64_t expected = reader.ExpectedSamples();
   const bool exact = expected > 0 && expected <= kLongestExact;
@@ -149,7 +150,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   Heard heard(reader, listen.setup, fineness, sound);
   Cleaned cleaned(listen.setup, fineness, sound);
 
-  InputGain gain(arguments.options.gain, arguments.input);
+  InputGain gain(arguments.options.gain, input);
   Progress progress(arguments.input, expected);
   std::vector<int16_t> block(kBlock);
   int64_t length = 0;
@@ -183,7 +184,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   heard.WriteTo(page);
   cleaned.WriteTo(page);
   page.Commit();
-  reader.CheckWhole();
+  reader.Conclude();
 }
 
 }  // namespace vask::command

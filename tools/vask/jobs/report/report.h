@@ -5,11 +5,13 @@
 #include <string>
 
 #include "listen/listen_options.h"
+#include "sound/sound_input.h"
 
 namespace vask::command {
 
 struct ReportArguments {
   ListenOptions options;
+  ReadOptions reading;
   std::string input, output;
   std::string title;  // empty: the file's name
   bool no_audio = false;
