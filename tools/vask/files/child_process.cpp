@@ -68,6 +68,7 @@ std::optional<ChildProcess> ChildProcess::Start(const std::string& name,
     const Actions actions(input, ends[1], child.errors_);
     std::vector<std::string> words = command;
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words) pointers.push_back(word.data());
     pointers.push_back(nullptr);
     error = posix_spawnp(&child.id_, pointers[0], actions.files(), actions.attributes(), pointers.data(),

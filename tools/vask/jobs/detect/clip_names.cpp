@@ -20,7 +20,7 @@ constexpr std::string_view kChannel = " (channel ";
 std::string Stem(const std::string& path) {
   const size_t at = path.ends_with(')') ? path.rfind(kChannel) : std::string::npos;
   const std::string file = path.substr(0, at);
-  const std::string stem = file == "-" ? "stdin" : fs::path(file).stem().string();
+  std::string stem = file == "-" ? "stdin" : fs::path(file).stem().string();
   if (at == std::string::npos) return stem;
   const std::string number = path.substr(at + kChannel.size());
   return stem + "_ch" + number.substr(0, number.size() - 1);
