@@ -7,7 +7,7 @@ _vask_listening="--detector --model --probability --gain --preset --profile --pa
 _vask_reading="--channels --raw --rate --raw-channels --encoding"
 # The subcommands and, for each, its options.
 declare -gA _vask_options=(
-  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter --summary $_vask_reading $_vask_listening"
+  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter --recursive --summary $_vask_reading $_vask_listening"
   [report]="--output --title --no-audio $_vask_reading $_vask_listening"
   [denoise]="--output --for --limit --mix --model $_vask_reading"
   [packets]="--output --size --bare --detector --model $_vask_reading"

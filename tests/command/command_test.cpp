@@ -174,7 +174,7 @@ TEST_F(Command, SaysWhatIsWrong) {
            {{"detect", kEnergy, "a\n\xC2\x9B\xE2\x80\xAE\x9B\xC3\x9B.wav"},
             1,
             "vask: a????\xC3\x9B.wav: no such file"},
-           {{"detect", kEnergy, "folder"}, 1, "vask: folder: is a directory: "},
+           {{"detect", kEnergy, "folder"}, 1, "vask: folder: holds no recordings: "},
            {{"detect", kEnergy, "empty.wav"}, 1, "vask: empty.wav: is empty: "},
            {{"detect", kEnergy, "text.wav"}, 1, "vask: text.wav: cannot be read as audio "},
            {{"detect", kEnergy, "slow.wav"},

@@ -322,6 +322,40 @@ TEST_F(DetectCommand, MeasuresLevelNoiseAndClipping) {
   }
 }
 
+TEST_F(DetectCommand, ReadsFolders) {
+  fs::create_directories(*this / "calls/.git/x");
+  fs::create_directories(*this / "calls/b/out");
+  for (const char* name :
+       {"calls/z.wav", "calls/a.WAV", "calls/.h.wav", "calls/b/c.wav", "calls/b/out/d.wav"})
+    fs::copy(kRoom, *this / name);
+  fs::create_directory_symlink("..", *this / "calls/b/up");
+  std::ofstream(*this / "calls/notes.txt") << "no sound";
+  struct Case {
+    std::vector<std::string> more, files;
+  };
+  for (const Case& c : std::vector<Case>{
+           {{}, {"calls/a.WAV", "calls/z.wav"}},
+           {{"--recursive"}, {"calls/a.WAV", "calls/b/c.wav", "calls/b/out/d.wav", "calls/z.wav"}},
+           {{"--recursive", "-o", "calls/b/out"}, {"calls/a.WAV", "calls/b/c.wav", "calls/z.wav"}}}) {
+    const Outcome outcome = Run(With({"detect", kEnergy, "calls"}, c.more));
+    EXPECT_EQ(outcome.exit_code, 0);
+    std::vector<std::string> files;
+    std::istringstream lines(outcome.out);
+    for (std::string line; std::getline(lines, line);) {
+      const std::string file = line.substr(0, line.find('\t'));
+      if (files.empty() || files.back() != file) files.push_back(file);
+    }
+    EXPECT_EQ(files, c.files);
+    EXPECT_EQ(outcome.err.find("vask: calls: 1 of "), 0u) << outcome.err;
+  }
+  EXPECT_EQ(Run({"detect", "calls", "-o", "calls"}).exit_code, 2);
+  fs::create_directory(*this / "none");
+  const Outcome none = Run({"detect", kEnergy, "none", "calls/z.wav"});  // the others are read all the same
+  EXPECT_EQ(none.exit_code, 1);
+  EXPECT_EQ(none.err, "vask: none: holds no recordings: --recursive also looks into its folders\n");
+  EXPECT_EQ(std::count(none.out.begin(), none.out.end(), '\n'), 5);
+}
+
 TEST_F(DetectCommand, SumsUpARun) {
   const std::vector<std::string> run = {"detect", kEnergy, kRoom, "none.wav", kRoom, "--summary"};
   for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"-o", "out", "--resume"}}) {

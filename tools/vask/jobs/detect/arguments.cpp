@@ -4,9 +4,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 #include "files/file_list.h"
+#include "files/folder.h"
 #include "jobs/detect/detect.h"
 #include "jobs/jobs.h"
 #include "listing/forms.h"
@@ -72,6 +74,32 @@ void CheckTogether(const DetectArguments& arguments) {
   }
 }
 
+// Puts the recordings in a folder in its place. Returns whether all folders could be read.
+bool EnterFolders(DetectArguments& arguments) {
+  namespace fs = std::filesystem;
+  bool all = true;
+  std::vector<std::string> inputs;
+  for (const std::string& input : arguments.inputs) {
+    std::error_code error;
+    if (!fs::is_directory(input, error)) {
+      inputs.push_back(input);
+      continue;
+    }
+    if (!arguments.output.empty() && fs::equivalent(input, arguments.output, error))
+      throw UsageError(
+          "--output is the folder that is read: choose another, since later runs would read the clips");
+    try {
+      for (std::string& file : RecordingsIn(input, {arguments.recursive, arguments.output}))
+        inputs.push_back(std::move(file));
+    } catch (const FileError& failure) {
+      Note(failure.what());
+      all = false;
+    }
+  }
+  arguments.inputs = std::move(inputs);
+  return all;
+}
+
 int32_t AudioOf(const std::string& name) {
   if (name == "raw") return VASK_STREAM_RAW;
   return name == "listening" ? VASK_STREAM_LISTENING : VASK_STREAM_CLEAN;
@@ -84,8 +112,10 @@ int Detect(DetectArguments arguments, int32_t device, int32_t os) {
     const std::vector<std::string> more = ReadFileList(arguments.files_from, arguments.null);
     arguments.inputs.insert(arguments.inputs.end(), more.begin(), more.end());
     if (arguments.inputs.empty()) return EXIT_SUCCESS;
-    CheckTogether(arguments);
   }
+  const bool entered_all = EnterFolders(arguments);
+  if (arguments.inputs.empty()) return kExitFailed;
+  CheckTogether(arguments);
   ListenSetup listen(arguments.options, device, os);
   if (arguments.audio == "listening" && !listen.is_learned()) {
     throw UsageError("--audio listening needs --detector learned");
@@ -95,7 +125,8 @@ int Detect(DetectArguments arguments, int32_t device, int32_t os) {
     std::fputs("vask: --meter: standard error is not a terminal: nothing is shown\n", stderr);
     arguments.meter = false;
   }
-  return DetectAll(arguments, listen);
+  const int status = DetectAll(arguments, listen);
+  return entered_all ? status : kExitFailed;
 }
 
 }  // namespace
@@ -104,7 +135,9 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
   const auto arguments = std::make_shared<DetectArguments>();
   CLI::App* detect = app.add_subcommand("detect", "List the utterances in recordings");
   detect->footer(kFooter);
-  detect->add_option("FILE", arguments->inputs, "Recordings, - for standard input")->type_name("");
+  detect->add_option("FILE", arguments->inputs, "Recordings or folders of them, - for standard input")
+      ->type_name("");
+  detect->add_flag("--recursive", arguments->recursive, "Also read the folders in a folder");
   detect
       ->add_option("--files-from", arguments->files_from,
                    "Also read the recordings named in this file, one per line")

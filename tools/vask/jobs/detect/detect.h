@@ -19,7 +19,7 @@ struct DetectArguments {
   std::string format = "text";
   std::string audio = "clean";
   bool flac = false, resume = false, overwrite = false, no_wait = false;  // need an output
-  bool verbose = false, meter = false, summary = false;
+  bool verbose = false, meter = false, recursive = false, summary = false;
   int32_t jobs = 0;  // 0: one per core
 };
 
