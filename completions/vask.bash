@@ -7,7 +7,8 @@ _vask_listening="--detector --model --probability --gain --preset --profile --pa
 _vask_reading="--channels --raw --rate --raw-channels --encoding"
 # The subcommands and, for each, its options.
 declare -gA _vask_options=(
-  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter --recursive --summary $_vask_reading $_vask_listening"
+  [detect]="--output --files-from --null --format --verbose --flac --audio --resume --overwrite --no-wait --jobs --meter --join --recursive --summary $_vask_reading $_vask_listening"
+  [trim]="--output --keep --join $_vask_reading $_vask_listening"
   [report]="--output --title --no-audio $_vask_reading $_vask_listening"
   [denoise]="--output --for --limit --mix --model $_vask_reading"
   [packets]="--output --size --bare --detector --model $_vask_reading"
@@ -32,7 +33,7 @@ _vask() {
   local words="" kind=""
   case $before in
     --format | -f) words=$("${COMP_WORDS[0]}" detect --help 2> /dev/null | sed -n '/--format/s/.*{\(.*\)}.*/\1/p' | tr , ' ') ;;
-    --audio) words="clean listening raw" ;;
+    --audio) words="clean listening raw original" ;;
     --channels) words="mix each" ;;
     --encoding) words="s16 s24 f32 mulaw alaw" ;;
     --detector) words="learned energy" ;;
@@ -44,7 +45,7 @@ _vask() {
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
     --files-from | --model) kind=file ;;
-    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --threshold | --probability | --limit | --mix | --rate | --raw-channels) return ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --join | --keep | --threshold | --probability | --limit | --mix | --rate | --raw-channels) return ;;
     *)
       if [[ $word == -* ]]; then
         words="--help --device --os --config --cpu ${_vask_options[${subcommand:-tables}]}"

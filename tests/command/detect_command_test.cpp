@@ -3,6 +3,7 @@
 
 #include <sys/ioctl.h>
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -62,6 +63,125 @@ TEST_F(DetectCommand, PadsFromTheDetectedEdges) {
                 static_cast<long>(samples.size()));
     }
   }
+}
+
+TEST_F(DetectCommand, JoinsAndWidensFromTheRecording) {
+  const std::vector<Utterance> plain = Detect(kRoom);
+  ASSERT_EQ(plain.size(), 5u);
+  const Samples room = Load(kRoom);
+  const double length = static_cast<double>(room.size()) / kRateHz;
+  struct Case {
+    std::vector<std::string> more;
+    std::vector<std::pair<size_t, size_t>> joined;  // the first and the last
+    double pad_start, pad_end;
+  };
+  for (const Case& c : std::vector<Case>{
+           {{"--join", "2"}, {{0, 1}, {2, 2}, {3, 3}, {4, 4}}, 0.35, 1},
+           {{"--join", "9"}, {{0, 4}}, 0.35, 1},
+           {{"--pad-start", "0.5", "--pad-end", "1.05"}, {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}}, 0.5, 1.05},
+           {{"--pad-start", "3", "--pad-end", "5"}, {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}}, 3, 5}}) {
+    for (const char* folder : {"raw", "clean"}) fs::remove_all(*this / folder);
+    const std::vector<Utterance> found = Detect(kRoom, With({"-o", "raw", "--audio", "raw"}, c.more));
+    ASSERT_EQ(Run(With({"detect", kEnergy, kRoom, "-o", "clean"}, c.more)).exit_code, 0);
+    ASSERT_EQ(found.size(), c.joined.size()) << c.more[1];
+    double before = 0;
+    for (size_t k = 0; k < found.size(); ++k) {
+      const auto [first, last] = c.joined[k];
+      EXPECT_EQ(found[k].start, plain[first].start);
+      EXPECT_EQ(found[k].end, plain[last].end);
+      const double next = k + 1 < found.size() ? plain[last + 1].start : length;
+      EXPECT_NEAR(found[k].span_start, std::max(plain[first].start - c.pad_start, before), 0.0006);
+      EXPECT_NEAR(found[k].span_end, std::min(plain[last].end + c.pad_end, next), 0.0006);
+      before = found[k].span_end;
+      const std::string name = "room-00" + std::to_string(k + 1) + ".wav";
+      const Samples raw = Load(*this / ("raw/" + name)), clean = Load(*this / ("clean/" + name));
+      EXPECT_EQ(std::lround((found[k].span_end - found[k].span_start) * kRateHz),
+                static_cast<long>(raw.size()));
+      EXPECT_TRUE(
+          std::equal(raw.begin(), raw.end(), room.begin() + std::lround(found[k].span_start * kRateHz)));
+      EXPECT_EQ(clean.size(), raw.size());
+      // At the start it has not learned the noise yet.
+      if (k == 0 || found[k].span_start > found[k].start - 0.2) continue;
+      EXPECT_LT(PowerDb(clean, 0, 0.2), PowerDb(raw, 0, 0.2) - 6);  // the noise is reduced there too
+    }
+  }
+  EXPECT_EQ(Run({"detect", kEnergy, kRoom, "--pad-end", "5.1"}).exit_code, 2);
+  EXPECT_EQ(Pipe(room_, {"detect", kEnergy, "-", "--join", "9"}).out.substr(0, 16), "-\t1\t1.020\t18.360");
+  EXPECT_EQ(Pipe(room_, {"detect", kEnergy, "-", "--join", "9", "-o", "live"}).exit_code, 1);
+}
+
+TEST_F(DetectCommand, WritesTheOriginalSampleForSample) {
+  const Samples room = Load(kRoom);
+  for (const int format : {SF_FORMAT_WAV | SF_FORMAT_PCM_24, SF_FORMAT_FLAC | SF_FORMAT_PCM_16,
+                           SF_FORMAT_WAV | SF_FORMAT_FLOAT, SF_FORMAT_AU | SF_FORMAT_ULAW}) {
+    const int rate = 44100;
+    Samples stereo;
+    for (const int16_t sample : AtRate(room, rate))
+      stereo.insert(stereo.end(), {sample, int16_t(sample / 3)});
+    Save(*this / "x.any", stereo, rate, 2, format);
+    const auto read = [&](const fs::path& path, SF_INFO& info) {
+      SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+      std::vector<double> samples(static_cast<size_t>(info.frames * info.channels));
+      sf_readf_double(file, samples.data(), info.frames);
+      sf_close(file);
+      return samples;
+    };
+    SF_INFO whole = {}, clip = {};
+    const std::vector<double> all = read(*this / "x.any", whole);
+    const Outcome outcome = Run({"detect", kEnergy, "x.any", "--audio", "original", "-o", "out",
+                                 "--overwrite", "-f", "jsonl", "--pad-start", "0"});
+    size_t at = outcome.out.find("\"samples\":[");
+    for (int k = 1; at != std::string::npos; ++k, at = outcome.out.find("\"samples\":[", at + 1)) {
+      long first = 0, last = 0;
+      std::sscanf(outcome.out.c_str() + at, "\"samples\":[%ld,%ld]", &first, &last);
+      const std::vector<double> samples = read(*this / ("out/x-00" + std::to_string(k) + ".wav"), clip);
+      EXPECT_EQ(clip.samplerate, rate);
+      EXPECT_EQ(clip.channels, 2);
+      ASSERT_EQ(clip.frames, last - first);
+      EXPECT_TRUE(std::equal(samples.begin(), samples.end(), all.begin() + 2 * first)) << format << " " << k;
+    }
+  }
+  EXPECT_EQ(Files().size(), 1u + 5);
+}
+
+TEST_F(DetectCommand, TrimsAwayWhatIsNotSpeech) {
+  Samples stereo;
+  for (const int16_t sample : Load(kRoom)) stereo.insert(stereo.end(), {sample, int16_t(sample / 2)});
+  Save(*this / "x.wav", stereo, kRateHz, 2);
+  const std::vector<Utterance> found = Detect("x.wav");
+  for (const double keep : {0.0, 0.7, 100.0}) {
+    const Outcome outcome = Run({"trim", kEnergy, "x.wav", "-o", "y.flac", "--keep", std::to_string(keep)});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+    SF_INFO info = {};
+    SNDFILE* file = sf_open((*this / "y.flac").c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr);
+    Samples trimmed(static_cast<size_t>(2 * info.frames));
+    sf_readf_short(file, trimmed.data(), info.frames);
+    sf_close(file);
+    std::vector<std::array<double, 4>> pieces;
+    std::istringstream lines(outcome.out);
+    for (std::array<double, 4> p; lines >> p[0] >> p[1] >> p[2] >> p[3];) pieces.push_back(p);
+    ASSERT_EQ(pieces.size(), keep > 1 ? 1u : keep > 0 ? 3u : 5u) << outcome.out;
+    EXPECT_EQ(pieces.front()[0], found.front().span_start);
+    EXPECT_EQ(pieces.back()[1], found.back().span_end);
+    double place = 0;
+    for (const auto& [from, to, out_from, out_to] : pieces) {
+      EXPECT_NEAR(out_from, place, 0.0011);
+      EXPECT_NEAR(out_to - out_from, to - from, 0.0011);
+      place = out_to;
+      const auto at = stereo.begin() + 2 * std::lround(from * kRateHz);
+      EXPECT_TRUE(std::equal(at, at + 2 * std::lround((to - from) * kRateHz) - 64,
+                             trimmed.begin() + 2 * std::lround(out_from * kRateHz)))
+          << from;
+    }
+    EXPECT_EQ(std::lround(place * kRateHz), info.frames);
+  }
+  Save(*this / "silence.wav", Samples(kRateHz));
+  const Outcome none = Run({"trim", "silence.wav", "-o", "none.wav"});
+  EXPECT_EQ(none.exit_code, 1);
+  EXPECT_EQ(none.err,
+            "vask: silence.wav: no utterance; it is silent: nothing is left of it, and nothing is written\n");
+  EXPECT_FALSE(fs::exists(*this / "none.wav"));
 }
 
 TEST_F(DetectCommand, RejectsAndSplitsAsAsked) {

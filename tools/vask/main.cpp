@@ -36,6 +36,7 @@ constexpr const char* kFooter =
     R"(Examples:
   vask detect meeting.wav                      list the utterances
   vask detect -o utterances morning/*.flac     and write each to its own file
+  vask trim lecture.wav -o short.wav           leave out what is not speech
   arecord -f S16_LE -r 16000 | vask detect -   listen live
   vask denoise street.wav -o clean.wav         reduce the noise
   vask env call.wav                            judge where it was made
@@ -110,9 +111,15 @@ int Run(int argc, char** argv) {
       ->trigger_on_parse();
 
   // In the order of --help.
-  const Job jobs[] = {DetectJob(app, engine), DenoiseJob(app, engine), PacketsJob(app, engine),
-                      UnpackJob(app),         EnvJob(app, engine),     MfccJob(app),
-                      ReportJob(app, engine), TablesJob(app)};
+  const Job jobs[] = {DetectJob(app, engine),
+                      TrimJob(app, engine),
+                      DenoiseJob(app, engine),
+                      PacketsJob(app, engine),
+                      UnpackJob(app),
+                      EnvJob(app, engine),
+                      MfccJob(app),
+                      ReportJob(app, engine),
+                      TablesJob(app)};
 
   try {
     app.parse(argc, argv);

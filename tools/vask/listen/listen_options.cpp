@@ -20,6 +20,8 @@ constexpr double kMostOfRules = 10;     // s: its longest pause, margins and sho
 constexpr double kShortPause = 0.35;    // s: what its surest output bridges
 constexpr float kShortLookBack = 0.2f;  // s: that of an output that bridges none
 constexpr double kLeastSegment = 1.5;   // s: the margins, and something between them
+constexpr double kMostPadStart = 0.35;  // s: of the energy detector's spans
+constexpr double kMostPadding = 5;      // s: of what is read again for it
 constexpr int32_t kFramesASecond = kRateHz / kFrameSamples;
 constexpr int32_t kFramesAnHour = 3600 * kFramesASecond;
 
@@ -83,6 +85,12 @@ vask_stream_options EnergyOptions(const ListenOptions& options, int32_t device, 
   // The other options have been checked one by one.
   if (const char* complaint = stream.Complaint()) throw UsageError(std::string("--profile: ") + complaint);
   return stream;
+}
+
+// A padding that is more than the energy detector delivers, in seconds; else 0.
+double Beyond(const char* name, const std::optional<double>& padding, double delivered) {
+  if (padding.value_or(0) > kMostPadding) throw UsageError(std::string(name) + " is above 5 s");
+  return padding.value_or(0) > delivered ? *padding : 0;
 }
 
 void ApplyToLearned(const ListenOptions& options, vask_stream_setup& setup) {
@@ -183,9 +191,9 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
         return text == "auto" || is_number ? std::string() : text + " is not -40 to 60 dB or auto";
       });
   seconds("--pad-start", options.pad_start, 0, 1000,
-          "Start the span this long before the detected start (0.1; energy: at most 0.35)");
+          "Start the span this long before the detected start (0.1; energy: 0.35)");
   seconds("--pad-end", options.pad_end, 0, 1000,
-          "End it this long after the detected end (0.25; energy: at most the hangover)");
+          "End it this long after the detected end (0.25; energy: the hangover)");
   seconds("--min-speech", options.min_speech, 0, 3600, "Reject segments that are shorter from start to end");
   seconds("--max-segment", options.max_segment, kLeastSegment, 36000,
           "Split longer utterances where they are quietest");
@@ -205,6 +213,12 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
       ->check(CLI::Range(0, 1000));
 }
 
+void AddJoinOption(CLI::App& command, ListenOptions& options) {
+  command.add_option("--join", options.join, "Make one of utterances that are closer than this")
+      ->type_name("S")
+      ->check(CLI::Range(0.0, 3600.0));
+}
+
 std::vector<std::string> FilesOf(const ListenOptions& options) {
   std::vector<std::string> files;
   if (NamesProfileFile(options.profile)) files.push_back(options.profile);
@@ -215,11 +229,15 @@ std::vector<std::string> FilesOf(const ListenOptions& options) {
 ListenSetup::ListenSetup(const ListenOptions& options, int32_t device, int32_t os) : setup(StreamSetup()) {
   CheckDetector(options, device, os);
   setup.options.audio = VASK_STREAM_NO_AUDIO;
+  joining.join = options.join.value_or(0);
   if (options.detector == "energy") {
     setup.detector = VASK_STREAM_ENERGY;
     setup.options = EnergyOptions(options, device, os);
     shows_span_start_ = setup.options.pad_start >= 0;
     shows_span_end_ = setup.options.pad_end >= 0;
+    joining.pad_start = Beyond("--pad-start", options.pad_start, kMostPadStart);
+    joining.pad_end = Beyond("--pad-end", options.pad_end,
+                             static_cast<double>(setup.options.profile.hangover_frames) / kFramesASecond);
     return;
   }
   ApplyToLearned(options, setup);

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "listen/joiner.h"
+
 namespace CLI {
 class App;
 }
@@ -23,6 +25,7 @@ struct ListenOptions {
   std::string model;                  // a file; empty: the built-in one
   std::string preset, profile, gain;  // of the energy detector; the gain in dB, or "auto"
   std::optional<double> pad_start, pad_end, min_speech, max_segment, hangover;  // s
+  std::optional<double> join;                                                   // s; of some subcommands
   std::optional<double> probability;                                            // of the learned detector
   std::optional<int32_t> min_voiced, max_tones, threshold;  // frames, percent, the energy detector's units
 };
@@ -32,6 +35,9 @@ void AddModelOption(CLI::App& command, ListenOptions& options);
 void AddDetectorOptions(CLI::App& command, ListenOptions& options);
 // These and all others.
 void AddListenOptions(CLI::App& command, ListenOptions& options);
+
+// --join, for those that join utterances.
+void AddJoinOption(CLI::App& command, ListenOptions& options);
 
 // Whether --profile names a file: not "general", a device's number or nothing.
 bool NamesProfileFile(const std::string& profile);
@@ -47,6 +53,7 @@ class ListenSetup {
   ListenSetup(const ListenOptions& options, int32_t device, int32_t os);
 
   vask_stream_setup setup;
+  JoinRules joining;  // for those that join utterances, and widen spans beyond what streams deliver
 
   bool is_learned() const { return setup.detector == VASK_STREAM_LEARNED; }
   // Whether a listing of single intervals shows the edge of the span rather than that of the speech.

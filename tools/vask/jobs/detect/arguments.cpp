@@ -154,11 +154,12 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
                             ->check(CheckNotEmpty);
   detect->add_flag("--flac", arguments->flac, "Write them as FLAC")->needs(output);
   detect
-      ->add_option(
-          "--audio", arguments->audio,
-          "Audio to write: clean, with the noise reduced, listening, reduced for people, or raw (clean)")
+      ->add_option("--audio", arguments->audio,
+                   "Audio to write: clean, with the noise reduced, listening, reduced for people, raw, or "
+                   "original: at the "
+                   "input's own rate (clean)")
       ->type_name("KIND")
-      ->check(CLI::IsMember({"clean", "listening", "raw"}));
+      ->check(CLI::IsMember({"clean", "listening", "raw", "original"}));
   detect->add_flag("--resume", arguments->resume, "Skip what an earlier run into DIR finished")
       ->needs(output);
   detect
@@ -174,6 +175,7 @@ Job DetectJob(CLI::App& app, const EngineOptions& engine) {
                    "Say at the end how much was read and found, and how fast");
   AddReadOptions(*detect, arguments->reading, "each (as a recording of its own), ");
   AddListenOptions(*detect, arguments->options);
+  AddJoinOption(*detect, arguments->options);
   return {detect, [arguments, &engine] {
             CheckConfig(engine);
             return Detect(*arguments, engine.device, engine.os);

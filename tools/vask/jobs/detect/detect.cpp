@@ -24,6 +24,7 @@
 #include "listen/input_gain.h"
 #include "listen/levels.h"
 #include "listen/segments.h"
+#include "listen/span_copy.h"
 #include "listing/forms.h"
 #include "terminal/errors.h"
 #include "terminal/printable.h"
@@ -33,11 +34,14 @@
 namespace vask::command {
 namespace {
 
+constexpr const char* kReads = "a clip of more than the detector delivers";
+
 // What all threads of a run share.
 struct Run {
   const DetectArguments& arguments;
   const std::vector<SoundInput>& inputs;  // those of the arguments, or each of their channels
   const ListenSetup& listen;
+  bool copies;  // the clips, from a second reading of each recording, instead of from the stream
   OrderedListing& ordered;
   UtteranceFiles* files;  // null without -o
   ListingEdges edges;
@@ -100,7 +104,11 @@ class Detection : public SegmentSink {
         output_(output),
         reader_(input),
         gain_(run.arguments.options.gain, input),
-        levels_(reader_.rate()) {
+        levels_(reader_.rate()),
+        joiner_(run.listen.joining, reader_.rate()) {
+    if (run.copies)
+      CheckCanBeReadAgain(input, run.arguments.audio == "original" ? "--audio original" : kReads);
+    input_ = &input;
     recording_.file = input.path;
     recording_.rate = reader_.rate();
     recording_.channels = reader_.channels();
@@ -116,6 +124,8 @@ class Detection : public SegmentSink {
     output_.Open(recording_);
     FindSegments(reader_, stream_, *this);
     recording_.seconds = static_cast<double>(reader_.frames_read()) / reader_.rate();
+    for (const Segment& segment : joiner_.End(recording_.seconds)) List(segment);
+    CopySpans();
     const std::optional<FileError> shortfall = reader_.Shortfall();
     if (recording_.utterances == 0) {
       output_.Note(Printable(NameOf(recording_.file, recording_.channel)) + ": " +
@@ -132,7 +142,8 @@ class Detection : public SegmentSink {
   }
   void Started(const vask_stream_event& event) override {
     levels_.Start(event.start);
-    if (files_ != nullptr) writer_ = files_->MakeUtterance(recording_.utterances + 1);
+    is_open_ = true;
+    if (files_ != nullptr && !run_.copies) writer_ = files_->MakeUtterance(recording_.utterances + 1);
   }
   void Audio(std::span<const int16_t> samples) override {
     if (writer_) writer_->Write(samples);
@@ -145,6 +156,9 @@ class Detection : public SegmentSink {
 
   void Heard(int64_t samples) override {
     run_.ordered.ThrowIfStopped();
+    if (!is_open_) {
+      for (const Segment& segment : joiner_.Settle(static_cast<double>(samples) / kRateHz)) List(segment);
+    }
     if (const int64_t expected = reader_.ExpectedSamples(); expected > 0) {
       const double share = std::min(1.0, static_cast<double>(samples) / static_cast<double>(expected));
       run_.done += share - share_;
@@ -161,17 +175,38 @@ class Detection : public SegmentSink {
   bool MayNeedGain() const { return !run_.listen.is_learned() && run_.arguments.options.gain.empty(); }
   void Keep(const vask_stream_event& event) {
     writer_.reset();
+    is_open_ = false;
     Segment segment = SegmentOf(event, reader_);
     const SegmentLevels levels = levels_.End(event.end, event.heard);
     segment.level_db = levels.level_db;
     segment.snr_db = levels.snr_db;
     segment.clipped = levels.clipped;
+    for (const Segment& settled : joiner_.Take(segment)) List(settled);
+  }
+
+  void List(Segment segment) {
     if (!segment.rejected) {
       segment.number = ++recording_.utterances;
       recording_.speech += segment.end - segment.start;
     }
     output_.Add(recording_, segment);
     if (files_ != nullptr) notes_.Add(segment);
+    if (run_.copies && !segment.rejected) spans_.emplace_back(segment.first, segment.last);
+  }
+
+  void CopySpans() {
+    if (spans_.empty()) return;
+    const std::unique_ptr<SpanCopy> copy =
+        run_.arguments.audio == "original"
+            ? CopyOriginal(*input_)
+            : CopyHeard(*input_, run_.arguments.options.gain, run_.listen.setup);
+    for (size_t k = 0; k < spans_.size(); ++k) {
+      run_.ordered.ThrowIfStopped();
+      const int number = static_cast<int>(k) + 1;
+      const std::unique_ptr<SoundWriter> writer = files_->MakeUtterance(number, copy->form());
+      copy->Copy(spans_[k].first, spans_[k].second, *writer);
+      files_->KeepUtterance(*writer, number);
+    }
   }
 
   std::string ProgressLine() const {
@@ -188,6 +223,10 @@ class Detection : public SegmentSink {
   AudioReader reader_;
   InputGain gain_;
   LevelTrack levels_;
+  Joiner joiner_;
+  const SoundInput* input_ = nullptr;
+  std::vector<std::pair<int64_t, int64_t>> spans_;  // of the utterances, to be copied
+  bool is_open_ = false;                            // a segment of the stream
   Recording recording_;
   SegmentNotes notes_;  // with -o
   std::unique_ptr<SoundWriter> writer_;
@@ -252,7 +291,9 @@ class Workers {
  private:
   void Loop() {
     try {
-      Stream stream(run_.listen.setup);
+      vask_stream_setup setup = run_.listen.setup;
+      if (run_.copies) setup.options.audio = VASK_STREAM_NO_AUDIO;
+      Stream stream(setup);
       if (!stream) throw std::bad_alloc();
       for (size_t number; (number = next_++) < run_.inputs.size();) {
         run_.ordered.ThrowIfStopped();
@@ -324,6 +365,7 @@ std::string Fingerprint(const DetectArguments& arguments, const ListenSetup& lis
   vask_stream_options options = setup.options;
   options.audio = VASK_STREAM_NO_AUDIO;
   std::string text = VASK_VERSION + TextOf<vask_stream_options, int32_t>(options) + arguments.reading.Text();
+  if (listen.joining.join > 0) text += " join " + Decimal(listen.joining.join, 6);
   if (!arguments.options.gain.empty()) text += " gain " + arguments.options.gain;
   if (!listen.is_learned()) return text;
   return text + " learned " + std::to_string(vask_model_digest(setup.model)) +
@@ -351,9 +393,13 @@ int DetectAll(const DetectArguments& arguments, const ListenSetup& listen) {
                      " holds one recording: with -o DIR each channel gets its own");
   }
   OrderedListing ordered(listing_per_input ? nullptr : listing.get());
-  Run run = {
-      arguments,          sounds, listen, ordered, files ? &*files : nullptr, edges, listing_per_input, {},
-      HashText(settings), 0};
+  const bool copies = files && (arguments.audio == "original" || listen.joining.any());
+  Run run = {arguments, sounds,
+             listen,    copies,
+             ordered,   files ? &*files : nullptr,
+             edges,     listing_per_input,
+             {},        HashText(settings),
+             0};
 
   size_t jobs = static_cast<size_t>(arguments.jobs);
   if (jobs == 0) jobs = std::max(1U, std::thread::hardware_concurrency());

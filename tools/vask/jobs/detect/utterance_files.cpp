@@ -111,8 +111,8 @@ void InputFiles::Check() const {
   }
 }
 
-std::unique_ptr<SoundWriter> InputFiles::MakeUtterance(int number) {
-  return MakeSoundWriter(ToWrite(NameOf(number)));
+std::unique_ptr<SoundWriter> InputFiles::MakeUtterance(int number, const SoundForm& form) {
+  return MakeSoundWriter(ToWrite(NameOf(number)), form);
 }
 
 void InputFiles::KeepUtterance(SoundWriter& writer, int number) {

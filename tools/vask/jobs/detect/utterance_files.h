@@ -56,7 +56,7 @@ class InputFiles {
   // Throws FileError if this input would overwrite files in the folder that are not its own.
   void Check() const;
 
-  std::unique_ptr<SoundWriter> MakeUtterance(int number);
+  std::unique_ptr<SoundWriter> MakeUtterance(int number, const SoundForm& form = {});
   void KeepUtterance(SoundWriter& writer, int number);
   std::string ListingToWrite(const std::string& ending);
   void KeepListing(const std::string& ending);
