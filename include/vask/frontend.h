@@ -57,7 +57,7 @@ VASK_API int32_t android_reset_frontend(void);
  * all-zero frame before the signal: 2 in mode 1, else 1 with an empty queue, an end without an utterance. A
  * wrap-up does not cancel that report, nor do android_stop_frontend and a new android_init_frontend.
  * If input or queue would overflow, what fits is taken and processed, then the utterance ends with result 1
- * and one "ERROR: " line; the queue is kept.
+ * and one "ERROR: " line until the next reset; the queue is kept.
  * Frames after the one that ended the utterance are kept and processed by the next call, unless reset.
  */
 VASK_API int32_t android_process_frame(int32_t n, int16_t *samples);

@@ -19,7 +19,8 @@
  *   life cycle    init_* allocates: 1, or 0 if there is no memory. *_setting clears everything that
  *                 adapts, *_resetting only what belongs to a rejected segment. close_* releases and nulls,
  *                 so that a second close is harmless.
- *   messages      "ERROR: " lines on standard output, information on standard error, flushed at once.
+ *   messages      "ERROR: " lines on standard output, information on standard error, flushed at once;
+ *                 message.h sends them elsewhere.
  *   threads       none, and no locks: one stream in a process, one thread at a time; stream.h has neither
  *                 limit. A record that the caller owns depends on nothing else: two may be worked on at once.
  *   allocation    only in init_*, create_* and vask_stream_open: nothing is allocated per frame.
@@ -35,6 +36,7 @@
 #include <vask/epd.h>
 #include <vask/export.h>
 #include <vask/frontend.h>
+#include <vask/message.h>
 #include <vask/mfcc.h>
 #include <vask/model.h>
 #include <vask/noise.h>

@@ -1,5 +1,7 @@
-// The library's fixed messages: written in one piece and flushed at once.
+// The library's fixed messages: each in one piece, to the standard streams or to the application's sink.
 #pragma once
+
+#include <vask/message.h>
 
 #include <cstdio>
 
@@ -11,7 +13,10 @@ namespace vask {
 #define VASK_PRINTF_LIKE
 #endif
 
-// Write to `stream` (stdout: what failed; stderr: information) and flush.
+// Write to `stream` (stdout: what failed; stderr: information) and flush; or hand the text to the sink.
 VASK_PRINTF_LIKE void Say(FILE* stream, const char* format, ...);
+
+// Null: the standard streams. The one for the whole process, as they are.
+void SetMessageSink(vask_message_sink sink, void* context);
 
 }  // namespace vask

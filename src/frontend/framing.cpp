@@ -48,9 +48,10 @@ Outcome End(const Engine& engine) {
   return {kEnded, true};
 }
 
-// Like the engine's own end, but because a buffer is full.
-Outcome EndBecauseFull(const Engine& engine, const char* what) {
-  Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
+// Like the engine's own end, but because a buffer is full. Both stay so until they are reset.
+Outcome EndBecauseFull(frontend& f, const Engine& engine, const char* what) {
+  if (!f.told_full) Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
+  f.told_full = true;
   return End(engine);
 }
 
@@ -58,7 +59,7 @@ Outcome EndBecauseFull(const Engine& engine, const char* what) {
 Outcome RunFrame(frontend& f, const Engine& engine) {
   engine.state.mode = f.mode;
   const Step step = ProcessFrame(engine, std::span<int16_t, kFrame>(f.input + f.frame_pos, kFrame));
-  if (!Queue(f, step.emitted)) return EndBecauseFull(engine, "output queue");
+  if (!Queue(f, step.emitted)) return EndBecauseFull(f, engine, "output queue");
   if (f.mode == kEnhancedSpeech || step.result == kGoOn)
     return {step.result, false};  // mode 1 runs on until it is stopped
   if (step.result == kRestarted) f.read_pos = f.write_pos = 0;
@@ -83,7 +84,7 @@ Processed ProcessSamples(frontend& f, const Engine& engine, std::span<int16_t> s
     // by a reset.
     if (outcome.is_over) break;
   }
-  if (taken < samples.size()) processed.result = EndBecauseFull(engine, "input buffer").result;
+  if (taken < samples.size()) processed.result = EndBecauseFull(f, engine, "input buffer").result;
   return processed;
 }
 
@@ -104,6 +105,9 @@ int32_t Take(frontend& f, const T* queue, std::span<T> dst) {
 int32_t TakeFrames(frontend& f, std::span<int16_t> dst) { return Take<int16_t>(f, f.frames, dst); }
 int32_t TakeFeatures(frontend& f, std::span<int32_t> dst) { return Take<int32_t>(f, f.features, dst); }
 
-void ResetPositions(frontend& f) { f.frame_pos = f.input_len = f.read_pos = f.write_pos = 0; }
+void ResetPositions(frontend& f) {
+  f.frame_pos = f.input_len = f.read_pos = f.write_pos = 0;
+  f.told_full = false;
+}
 
 }  // namespace vask

@@ -23,6 +23,7 @@ struct frontend {
   int32_t features[vask::kOutputCapacity];  // modes 3 and 4
   int32_t read_pos;                         // of whichever queue the mode fills
   int32_t write_pos;
+  bool told_full;  // of either buffer, since the positions were last reset
 };
 
 namespace vask {

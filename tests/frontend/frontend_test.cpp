@@ -120,7 +120,7 @@ TEST(FrontEnd, AFullInputEndsTheUtteranceAndKeepsTheQueue) {
     EXPECT_EQ(Push(first), before == 1 ? -1 : 0);
     for (int32_t call = 0; call < 2; ++call) {
       int32_t result = 0;
-      EXPECT_EQ(Hear([&] { result = Push(second); }).out, "ERROR: input buffer" + kFull);
+      EXPECT_EQ(Hear([&] { result = Push(second); }).out, call == 0 ? "ERROR: input buffer" + kFull : "");
       EXPECT_EQ(result, 1);
     }
     for (int32_t i = 0; i < after; ++i) {
