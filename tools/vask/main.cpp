@@ -17,6 +17,7 @@
 #include "files/output_file.h"
 #include "jobs/jobs.h"
 #include "library/engine_session.h"
+#include "library/messages.h"
 #include "terminal/errors.h"
 #include "terminal/nearest.h"
 #include "terminal/signals.h"
@@ -45,8 +46,6 @@ constexpr const char* kFooter =
   vask report call.wav -o call.html            show the results as a page
   vask detect --detector energy meeting.wav    with the front end's own detector
 Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error, 130 ended by Ctrl-C.)";
-
-constexpr const char* kOutOfMemory = "vask: out of memory: close other programs or use a larger machine\n";
 
 // Freeing a JSON value allocates memory, in a destructor, which must not throw.
 [[noreturn]] void EndWhereNothingCatches() {
@@ -147,6 +146,7 @@ int main(int argc, char** argv) {
   for (int fd = 0; fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
   std::set_terminate(EndWhereNothingCatches);
   try {
+    DropMessages();
     CatchSignals();
     const int status = Run(argc, argv);
     CheckSignals();  // one may have ended standard input

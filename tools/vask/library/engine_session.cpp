@@ -3,9 +3,7 @@
 #include <vask/engine.h>
 #include <vask/settings.h>
 
-#include <cstdio>
-#include <new>
-
+#include "library/messages.h"
 #include "terminal/errors.h"
 
 namespace vask::command {
@@ -18,35 +16,31 @@ constexpr size_t kLargestOutput = 20000;  // samples for one frame
 
 EngineSession::EngineSession(const EngineOptions& options) : out_(kLargestOutput) {
   try {
-    messages_.Run([&] {
+    bool is_up = false;
+    RunOrThrow([&] {
       Vask_epd_set_option(1, options.device);
       Vask_epd_set_option(2, options.os);
       if (!options.config_dir.empty()) __check_Vask_Config__(options.config_dir.c_str());
       const char* dir = options.config_dir.empty() ? "." : options.config_dir.c_str();
-      if (Vask_epd_init(dir, kEnhance) != 1) std::puts("ERROR: the engine does not start");
+      is_up = Vask_epd_init(dir, kEnhance) == 1;
     });
+    if (!is_up) throw FatalError("the engine does not start");
   } catch (...) {
     Vask_epd_stop();
     throw;
   }
 }
 
-EngineSession::~EngineSession() {
-  try {
-    messages_.Complaint([] { Vask_epd_stop(); });
-  } catch (const std::bad_alloc&) {
-    // Without memory the engine's last messages are lost.
-  }
-}
+EngineSession::~EngineSession() { Vask_epd_stop(); }
 
 void EngineSession::Feed(Frame frame) {
   int32_t count = 0;
-  messages_.Run([&] { Vask_epd_speechenhance(frame.data(), kFrameSamples, out_.data(), &count); });
+  RunOrThrow([&] { Vask_epd_speechenhance(frame.data(), kFrameSamples, out_.data(), &count); });
 }
 
 void EngineSession::WrapUp() {
   int32_t count = 0;
-  messages_.Run([&] { Vask_epd_wrapup(nullptr, &count); });
+  RunOrThrow([&] { Vask_epd_wrapup(nullptr, &count); });
 }
 
 void CheckConfig(const EngineOptions& options) {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "format.h"
-#include "library/messages.h"
 
 namespace vask::command {
 
@@ -35,7 +34,6 @@ class EngineSession {
   void WrapUp();           // ready for the next recording
 
  private:
-  MessageCatcher messages_;
   std::vector<int16_t> out_;  // as long as the engine requires; the sound is not used
 };
 

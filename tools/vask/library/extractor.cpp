@@ -26,7 +26,7 @@ bool HasTableFiles(const std::string& knowledge_base) {
 
 Extractor::Extractor(const std::string& knowledge_base) {
   bool up = false, from_files = false;
-  const std::string complaint = MessageCatcher().Complaint([&] {
+  const std::string complaint = ComplaintOf([&] {
     if (!knowledge_base.empty()) Vask_epd_set_base_dir(knowledge_base.c_str());
     from_files = !knowledge_base.empty() && HasTableFiles(knowledge_base);
     up = (from_files ? init_mfcc_prm(&prm_, kPoints) : vask_init_mfcc_prm(&prm_)) == 1;
@@ -34,7 +34,7 @@ Extractor::Extractor(const std::string& knowledge_base) {
   if (!up) throw FatalError(complaint.empty() ? "the extractor does not start" : complaint);
   if (!knowledge_base.empty() && access((std::string(Vask_epd_base_dir) + "global_cms").c_str(), F_OK) == 0) {
     // A mean that was never stored is zero; one that cannot be read must not be overwritten.
-    const std::string reading = MessageCatcher().Complaint([&] { vask_read_global_cms(&prm_); });
+    const std::string reading = ComplaintOf([&] { vask_read_global_cms(&prm_); });
     if (!reading.empty()) {
       close_mfcc_prm(&prm_);
       throw FatalError(Printable(knowledge_base) + "/Vask.db/global_cms: " + reading +
@@ -88,11 +88,11 @@ std::vector<float> Extractor::LogEnergies() const {
 }
 
 void Extractor::UpdateMean() {
-  MessageCatcher().Run([&] { global_cms_update(&prm_); });
+  RunOrThrow([&] { global_cms_update(&prm_); });
 }
 
 void Extractor::SaveMean() {
-  MessageCatcher().Run([&] { vask_write_global_cms(&prm_); });
+  RunOrThrow([&] { vask_write_global_cms(&prm_); });
 }
 
 }  // namespace vask::command

@@ -1,4 +1,4 @@
-// Keeps what the library prints out of the command's own output.
+// Keeps what the library has to say out of the command's own output.
 #pragma once
 
 #include <functional>
@@ -6,22 +6,12 @@
 
 namespace vask::command {
 
-// Calls into the library run in here: what they print goes to a file in memory, and the first line of it that
-// reports a fault is the complaint.
-class MessageCatcher {
- public:
-  MessageCatcher();
-  ~MessageCatcher();
-  MessageCatcher(const MessageCatcher&) = delete;
-  MessageCatcher& operator=(const MessageCatcher&) = delete;
+// From here on no message of the library is printed.
+void DropMessages();
 
-  std::string Complaint(const std::function<void()>& call);  // "" if there is none
-  void Run(const std::function<void()>& call);               // throws FatalError with the complaint
-
- private:
-  std::string TakeComplaint();
-
-  int fd_;
-};
+// A call into the library's engine or extractor, by one thread at a time: its complaint is the first message
+// that reports a fault. The call throws nothing.
+std::string ComplaintOf(const std::function<void()>& call);  // "" if there is none
+void RunOrThrow(const std::function<void()>& call);          // throws FatalError with the complaint
 
 }  // namespace vask::command

@@ -12,6 +12,8 @@
 
 namespace vask::command {
 
+constexpr const char* kOutOfMemory = "vask: out of memory: close other programs or use a larger machine\n";
+
 // Exit statuses other than 0.
 constexpr int kExitFailed = 1;  // at least one file; the others are done
 constexpr int kExitUsage = 2;
