@@ -1,5 +1,4 @@
-// vask detect: its options, live input, many recordings at a time, and the terminal.
-#include <pty.h>
+// vask detect: its options, live input, and many recordings at a time.
 
 #include <sys/ioctl.h>
 
@@ -7,7 +6,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 
 #include "command/command.h"
 
@@ -496,36 +494,6 @@ TEST_F(DetectCommand, WritesAListingOfEachRecordingNextToTheUtterances) {
   EXPECT_EQ(Content(*this / "out/b.txt"), labels);
   EXPECT_EQ(Run({"detect", kEnergy, kRoom, "-f", "labels"}).out, labels);
   EXPECT_FALSE(fs::exists(*this / "out/missing.txt"));
-}
-
-TEST_F(DetectCommand, ShowsItsLineOnATerminalOnly) {
-  const Samples room = Load(kRoom);
-  Samples all;
-  for (int k = 0; k < 8; ++k) all.insert(all.end(), room.begin(), room.end());
-  Save(*this / "long.wav", all);
-  const std::string wanted = Run({"detect", kEnergy, "long.wav"}).out;
-  const auto on_terminal = [&](std::vector<std::string> args) {
-    int terminal = -1, process_side = -1;
-    EXPECT_EQ(openpty(&terminal, &process_side, nullptr, nullptr, nullptr), 0);
-    std::string shown;
-    std::thread reader([&] {
-      char text[512];
-      for (ssize_t n; (n = read(terminal, text, sizeof text)) > 0;)
-        shown.append(text, static_cast<size_t>(n));
-    });
-    const pid_t child = Start(std::move(args), [&] { dup2(process_side, STDERR_FILENO); });
-    close(process_side);
-    EXPECT_EQ(Finish(child).out, wanted);
-    reader.join();
-    close(terminal);
-    return shown;
-  };
-  EXPECT_NE(on_terminal({"detect", kEnergy, "long.wav"}).find(" %  long.wav"), std::string::npos);
-  const std::string meter = on_terminal({"detect", kEnergy, "--meter", "long.wav"});
-  EXPECT_NE(meter.find(" dB  [#"), std::string::npos) << meter;
-  EXPECT_EQ(meter.substr(meter.size() - 4), "\r\033[K");  // gone at the end
-  EXPECT_EQ(Run({"detect", kEnergy, "--meter", kRoom}).err,
-            "vask: --meter: standard error is not a terminal: nothing is shown\n");
 }
 
 TEST_F(DetectCommand, NamesManyRecordingsOfOneNameQuickly) {

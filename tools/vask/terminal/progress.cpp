@@ -12,7 +12,7 @@ Progress::Progress(const std::string& file, int64_t samples)
 
 void Progress::Update(int64_t samples_done) {
   if (samples_ == 0 || !line_.Due()) return;
-  line_.Show(Bar(static_cast<double>(samples_done) / static_cast<double>(samples_)) + "  " + file_);
+  line_.Show(ProgressText(static_cast<double>(samples_done) / static_cast<double>(samples_), file_));
 }
 
 }  // namespace vask::command

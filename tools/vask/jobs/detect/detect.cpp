@@ -30,6 +30,7 @@
 #include "terminal/printable.h"
 #include "terminal/progress.h"
 #include "terminal/signals.h"
+#include "terminal/terminal_line.h"
 
 namespace vask::command {
 namespace {
@@ -165,7 +166,7 @@ class Detection : public SegmentSink {
       share_ = share;
     }
     if (run_.arguments.meter) {
-      run_.ordered.Show([&] { return MeterLine(stream_.Measures()); });
+      run_.ordered.Show([&] { return MeterLine(stream_.Measures(), TerminalLine::Columns()); });
     } else if (show_progress_) {
       run_.ordered.Show([&] { return ProgressLine(); });
     }
@@ -211,9 +212,10 @@ class Detection : public SegmentSink {
 
   std::string ProgressLine() const {
     const auto total = static_cast<double>(run_.inputs.size());
-    const std::string bar = Bar(run_.done / total) + "  ";
-    if (total == 1) return bar + Printable(recording_.file);
-    return bar + Decimal(std::floor(run_.done), 0) + " of " + Decimal(total, 0) + " files";
+    const std::string label = total == 1
+                                  ? Printable(recording_.file)
+                                  : Decimal(std::floor(run_.done), 0) + " of " + Decimal(total, 0) + " files";
+    return ProgressText(run_.done / total, label);
   }
 
   Run& run_;
