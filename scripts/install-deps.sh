@@ -22,7 +22,7 @@ if [ "$extent" != --command ] && [ "$extent" != --build ]; then
   runs_tests=1
   packages+=(praat sctk sox locales python3-srt # readers for the formats of vask detect
     flac vorbis-tools opus-tools mpg123 ffmpeg # those of the sound that it writes, and sound of every kind
-    mandoc man-db groff-base zsh    # the manual and the completions
+    mandoc man-db groff-base zsh jq # the manual, what it shows, and the completions
     espeak-ng)                      # speech in many languages for the learned detector
   packages+=(chromium fonts-dejavu-core) # the report
   # The user's own Node may come from elsewhere.

@@ -67,14 +67,20 @@ class Analysis : public testing::Test {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
-  // The columns of the one line that was printed.
-  std::vector<std::string> Columns() const {
-    std::vector<std::string> columns;
-    std::istringstream line(out_.substr(0, out_.find('\n')));
-    for (std::string column; std::getline(line, column, '\t');) columns.push_back(column);
-    columns.resize(8);
-    return columns;
+  // The columns of each line that was printed.
+  std::vector<std::vector<std::string>> Table() const {
+    std::vector<std::vector<std::string>> table;
+    std::istringstream lines(out_);
+    for (std::string line; std::getline(lines, line);) {
+      std::istringstream columns(line);
+      table.emplace_back();
+      for (std::string column; std::getline(columns, column, '\t');) table.back().push_back(column);
+      EXPECT_EQ(table.back().size(), 13U) << line;
+      table.back().resize(13);
+    }
+    return table;
   }
+  std::vector<std::string> Columns() const { return Table().at(0); }
 
   // An NPY file of float32 rows.
   std::vector<float> Array(const std::string& name, size_t rows, size_t columns) {
@@ -133,15 +139,109 @@ TEST_F(Analysis, JudgesTheEnvironment) {
             std::string::npos);
 }
 
-TEST_F(Analysis, SaysWhatItDidNotExamine) {
-  std::vector<double> noise = Scene(300, 24, 0);
-  Save(dir_ / "long.wav", noise);
-  EXPECT_EQ(Run("env long.wav"), 0);
-  EXPECT_EQ(Columns()[1], "-1");
-  EXPECT_EQ(err_, "vask: long.wav: 20.50 of 25.60 s were examined\n");
+TEST_F(Analysis, JudgesEachUtteranceOfALongRecordingAsInAShortOne) {
+  Samples twice = Load(kRoom);
+  const Samples room = twice;
+  twice.insert(twice.end(), room.begin(), room.end());
+  test::Save(dir_ / "twice.wav", twice);
+  ASSERT_EQ(Run("env twice.wav"), 0);
+  EXPECT_EQ(err_, "");
+  const std::vector<std::vector<std::string>> lines = Table();
+  ASSERT_EQ(lines.size(), 11U) << out_;
+  const std::vector<Utterance> truth = Truth();
+  for (size_t k = 0; k < 10; ++k) {
+    const std::vector<std::string>& part = lines[k];
+    const double from = std::stod(part[11]), to = std::stod(part[12]);
+    const double later = k < 5 ? 0 : static_cast<double>(room.size()) / kRateHz;
+    const Utterance& said = truth.at(k % 5);
+    EXPECT_EQ(part[10], std::to_string(k + 1));
+    EXPECT_LT(from, said.start + later);
+    EXPECT_GT(to, said.end + later);
+    EXPECT_LT(to - from, said.end - said.start + 2.5);
+    EXPECT_NEAR(std::stod(part[8]), 17, 3) << "part " << k + 1;  // what the recording was mixed to
+    const auto at = [&](double seconds) { return twice.begin() + std::lround(seconds * kRateHz); };
+    test::Save(dir_ / "part.wav", Samples(at(from), at(to)));
+    ASSERT_EQ(Run("env part.wav"), 0);
+    std::vector<std::string> alone = Columns();
+    for (const size_t column : {2U, 3U}) {
+      ASSERT_EQ(alone[column] == "-", part[column] == "-") << out_;
+      if (alone[column] == "-") continue;
+      EXPECT_NEAR(std::stod(alone[column]) + from, std::stod(part[column]), 0.0011);
+    }
+    for (const size_t column : {1U, 4U, 5U, 6U}) EXPECT_EQ(alone[column], part[column]) << "part " << k + 1;
+  }
+  const std::vector<std::string>& whole = lines.back();
+  EXPECT_EQ(whole[1] + whole[2] + whole[3] + whole[4] + whole[10], "0----");
+  EXPECT_EQ(std::stod(whole[12]), std::round(twice.size() / 160.0) / 100);
+  Save(dir_ / "noise.wav", Scene(300, 24, 0));
+  EXPECT_EQ(Run("env noise.wav"), 0);
+  EXPECT_EQ(out_.substr(0, 19), "noise.wav\t-1\t-\t-\t-\t");
+  EXPECT_EQ(Columns()[7] + err_, "no speech was found");
   Save(dir_ / "silence.wav", std::vector<double>(kRateHz, 0.0));
   EXPECT_EQ(Run("env silence.wav"), 0);
-  EXPECT_EQ(out_.substr(0, out_.rfind('\t')), "silence.wav\t-1\t-\t-\t-\t0\t0");
+  EXPECT_EQ(out_.substr(0, out_.find("\tno")), "silence.wav\t-1\t-\t-\t-\t0\t0");
+}
+
+// Speech without its room, in white noise of a known level: what the manual selects as bad is bad.
+TEST_F(Analysis, TellsBadRecordingsFromGoodOnes) {
+  const Samples room = Load(kRoom);
+  std::mt19937 random(9);
+  std::normal_distribution<double> normal;
+  double power = 0, seconds = 0;
+  std::vector<double> speech(room.size(), 0);
+  for (const Utterance& u : Truth()) {
+    seconds += u.end - u.start;
+    for (size_t i = static_cast<size_t>((u.start - 0.05) * kRateHz);
+         i < static_cast<size_t>((u.end + 0.05) * kRateHz); ++i) {
+      speech[i] = room[i];
+      power += speech[i] * speech[i];
+    }
+  }
+  power /= seconds * kRateHz;
+  struct Case {
+    const char* name;
+    double snr, gain;  // dB; the gain is above what the peaks allow
+    const char* quality;
+    bool is_bad;
+  };
+  const double highest = *std::max_element(speech.begin(), speech.end());
+  for (const Case& c : {Case{"clean", 40, -6, "good", false},
+                        {"good", 20, -6, "good", false},
+                        {"fair", 12, -6, "fair", false},
+                        {"noisy", 5, -6, "poor", true},
+                        {"loud", 30, 14, "poor", true},
+                        {"hushed", 30, 14, "poor", true}}) {
+    for (const int times : {1, 2}) {  // in one piece, and utterance by utterance
+      const std::string name = c.name + std::to_string(times) + ".wav";
+      Samples mixed;
+      for (int k = 0; k < times; ++k) {
+        for (const double x : speech) {
+          const double noise = std::sqrt(power) * std::pow(10, -c.snr / 20) * normal(random);
+          const double full = (x + noise) * 32767 / highest * std::pow(10, c.gain / 20);
+          const double cut = std::clamp(full, -32768.0, 32767.0);
+          mixed.push_back(
+              static_cast<int16_t>(std::lround(c.name[0] == 'h' ? cut / 3 : cut)));  // made softer
+        }
+      }
+      test::Save(dir_ / name, mixed);
+      EXPECT_EQ(Run("env --json " + name), 0);
+      EXPECT_NE(out_.find("\"quality\":\"" + std::string(c.quality) + "\",\"first"), std::string::npos)
+          << name << ": " << out_;
+      EXPECT_EQ(Run("env " + name), 0);
+      if (c.gain < 0) {
+        EXPECT_NEAR(std::stod(Table().back()[8]), c.snr, 1.2) << out_;
+      }
+    }
+  }
+  Save(dir_ / "empty.wav", std::vector<double>(3 * kRateHz, 1.0));
+  const std::string manual = Content(fs::path(VASK_SAMPLES_DIR) / "../docs/man/vask.1");
+  const size_t at = manual.find("vask env --json calls/*.wav | jq ");
+  ASSERT_NE(at, std::string::npos);
+  const std::string line = manual.substr(at, manual.find('\n', at) - at);
+  EXPECT_EQ(Run("env --help"), 0);
+  EXPECT_NE(out_.find(line), std::string::npos);
+  EXPECT_EQ(Run("env --json *.wav | " + line.substr(line.find("jq"))), 0) << err_;
+  EXPECT_EQ(out_, "empty.wav\nhushed1.wav\nhushed2.wav\nloud1.wav\nloud2.wav\nnoisy1.wav\nnoisy2.wav\n");
 }
 
 TEST_F(Analysis, WritesArraysOfEveryKind) {
