@@ -1,7 +1,7 @@
 # Completion of vask for bash.
 
 # The options of the detector.
-_vask_listening="--detector --model --probability --gain --preset --profile --pad-start --pad-end --min-speech --max-segment --hangover --min-voiced --max-tones
+_vask_listening="--detector --model --probability --gain --preset --profile --pad-start --pad-end --min-speech --max-segment --pause --min-voiced --max-tones
   --threshold"
 # Those of recordings that are read.
 _vask_reading="--channels --raw --rate --raw-channels --encoding"
@@ -40,12 +40,13 @@ _vask() {
     --for) words="listening recognition" ;;
     --gain) words="auto" ;;
     --preset) words="robust" ;;
+    --device) words="general" ;;
     --cpu) words="plain portable avx2 neon" ;;
     --profile) words="general" kind=file ;;
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
     --files-from | --model) kind=file ;;
-    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --hangover | --join | --keep | --threshold | --probability | --limit | --mix | --rate | --raw-channels) return ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --pause | --join | --keep | --threshold | --probability | --limit | --mix | --rate | --raw-channels) return ;;
     *)
       if [[ $word == -* ]]; then
         words="--help --device --os --config --cpu ${_vask_options[${subcommand:-tables}]}"

@@ -202,7 +202,7 @@ TEST_F(DetectCommand, RejectsAndSplitsAsAsked) {
     const double next = split[k].ended == "split" ? split.at(k + 1).span_start : split[k].span_end;
     EXPECT_EQ(split[k].span_end, next) << k;
   }
-  const std::vector<Utterance> quick = Detect(kRoom, {"--hangover", "0.6"});
+  const std::vector<Utterance> quick = Detect(kRoom, {"--pause", "0.6"});
   ASSERT_GE(quick.size(), 5u);
   EXPECT_NEAR(quick[0].span_end, quick[0].end + 0.6, 0.0005);
 }
@@ -213,12 +213,19 @@ TEST_F(DetectCommand, TakesProfilesFromTheirNamesAndFiles) {
   };
   EXPECT_EQ(out({"--profile", "general"}), out({}));
   EXPECT_EQ(out({"--profile", "32"}), out({"--device", "32"}));
+  EXPECT_EQ(out({"--device", "32", "--profile", "general"}), out({"--device", "general"}));
   const std::string lower = out({"--threshold", "25", "--hangover", "0.8"});
   EXPECT_NE(lower, out({}));
   std::ofstream(*this / "text") << "# mine\nvad_threshold = 25\n\nhangover_frames: 80 # 0.8 s\n";
   std::ofstream(*this / "marked") << "\xEF\xBB\xBFvad_threshold 25\r\nhangover_frames 80\r\n";
   std::ofstream(*this / "json") << "\xEF\xBB\xBF{\"hangover_frames\": 80, \"vad_threshold\": 25}";
-  for (const char* file : {"text", "marked", "json"}) EXPECT_EQ(out({"--profile", file}), lower) << file;
+  // 25 * 10 log10(2) / 16 = 4.70 dB, and 24.5 steps are 4.61 dB
+  EXPECT_EQ(out({"--threshold", "4.62dB", "--pause", "0.8"}), lower);
+  EXPECT_NE(out({"--threshold", "4.60dB", "--pause", "0.8"}), lower);
+  std::ofstream(*this / "levels") << "vad_threshold 4.7dB\nhangover_frames 80\nuv_energy_offset 3.76DB\n";
+  std::ofstream(*this / "json levels") << "{\"vad_threshold\": \"4.7dB\", \"hangover_frames\": 80}";
+  for (const char* file : {"text", "marked", "json", "levels", "json levels"})
+    EXPECT_EQ(out({"--profile", file}), lower) << file;
   EXPECT_EQ(out({"--profile", "json", "--threshold", "45", "--hangover", "1"}), out({}));
 
   // The preset has the library's values, and explicit options override it.
@@ -249,6 +256,7 @@ TEST_F(DetectCommand, WritesRawAndFlacOfTheSameSpan) {
 TEST_F(DetectCommand, SaysWhichOptionsAreWrong) {
   std::ofstream(*this / "unknown") << "hangover_frames 80\nhangover 3\n";
   std::ofstream(*this / "half") << "hangover_frames\n";
+  std::ofstream(*this / "frames") << "vad_threshold 8dB\nhangover_frames 8dB\n";
   std::ofstream(*this / "text.json") << "{\"yin_min\": 0.5}";
   const std::string level = "{\"vad_threshold\": ";
   std::ofstream nested(*this / "nested");
@@ -263,7 +271,13 @@ TEST_F(DetectCommand, SaysWhichOptionsAreWrong) {
   for (const Case& c : std::vector<Case>{
            {{"--pad-start", "-1"}, 2, "--pad-start: -1 is not 0 to"},
            {{"--pad-end", "nan"}, 2, "--pad-end: nan is not 0 to"},
-           {{"--hangover", "31"}, 2, "--hangover: 31 is not 0 to 30 s"},
+           {{"--pause", "31"}, 2, "--pause: 31 is not 0 to 30 s"},
+           {{"--hangover", "31"}, 2, "--pause: 31 is not 0 to 30 s"},
+           {{"--threshold", "1001"}, 2, "--threshold: 1001 is not 0dB to 188dB or 0 to 1000"},
+           {{"--threshold", "-1dB"}, 2, "--threshold: -1dB is not 0dB to"},
+           {{"--threshold", "nandB"}, 2, "--threshold: nandB is not 0dB to"},
+           {{"--threshold", "8.5"}, 2, "--threshold: 8.5 is not 0dB to"},
+           {{"--device", "loud"}, 2, "--device"},
            {{"--max-tones", "101"}, 2, "--max-tones"},
            {{"--max-segment", "1.4"}, 2, "--max-segment: 1.4 is not 1.5 to 36000 s"},
            {{"--min-speech", "3", "--max-segment", "2"}, 2, "--min-speech is above --max-segment"},
@@ -279,6 +293,9 @@ TEST_F(DetectCommand, SaysWhichOptionsAreWrong) {
            {{"--profile", "unknown"}, 1, "unknown: line 2: there is no value \"hangover\""},
            {{"--profile", "half"}, 1, "half: line 1: is not a name and a number"},
            {{"--profile", "text.json"}, 1, "yin_min is not a whole number"},
+           {{"--profile", "frames"},
+            1,
+            "frames: line 2: hangover_frames is not a whole number of 32 bits: write"},
            {{"--profile", "nested"}, 1, "nested: is not a JSON object"},
            {{"--profile", "deep"}, 2, "--profile: sample_shift is not 0 to 15"},
            {{"--files-from", "none"}, 1, "none: no such file"}}) {

@@ -144,7 +144,7 @@ TEST_F(ListeningCommand, SaysWhichOptionNeedsWhichDetector) {
         Case{{"--device", "48", "detect", kRoom}, 2, "--device" + needs_energy},
         Case{{"report", "--os", "1", kRoom, "-o", "x"}, 2, "--os" + needs_energy},
         Case{{"detect", "--pad-end", "11", kRoom}, 2, "--pad-end is above 10 s"},
-        Case{{"detect", "--hangover", "11", kRoom}, 2, "--hangover is above 10 s"},
+        Case{{"detect", "--pause", "11", kRoom}, 2, "--pause is above 10 s"},
         Case{{"detect", "--min-speech", "3", "--max-segment", "2", kRoom}, 2, "--min-speech is above --max"},
         Case{{"detect", "--pad-start", "1", "--max-segment", "2", kRoom},
              2,

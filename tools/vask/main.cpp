@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <new>
 #include <string>
 #include <vector>
@@ -40,7 +41,7 @@ constexpr const char* kFooter =
   vask trim lecture.wav -o short.wav           leave out what is not speech
   arecord -f S16_LE -r 16000 | vask detect -   listen live
   vask denoise street.wav -o clean.wav         reduce the noise
-  vask env call.wav                            judge where it was made
+  vask env call.wav                            tell whether it is a good recording
   vask mfcc call.wav -o call.npy               compute its cepstra
   vask packets call.wav -o call.packets        pack its utterances as ADPCM
   vask report call.wav -o call.html            show the results as a page
@@ -99,8 +100,11 @@ int Run(int argc, char** argv) {
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return std::string("vask: ") + Printable(error.what()) + ": see vask --help\n";
   });
-  app.add_option("--device", engine.device, "Use the settings of this device (2)")->type_name("N");
-  app.add_option("--os", engine.os, "Operating system of that device (2)")->type_name("N");
+  app.add_option("--device", engine.device, "Use the settings of this device: a number, or general (2)")
+      ->type_name("N")
+      ->transform(CLI::Transformer(std::map<std::string, std::string>{{"general", "2"}}).description(""));
+  app.add_option("--os", engine.os, "Number of that device's operating system (2); 1 changes some settings")
+      ->type_name("N");
   app.add_option("--config", engine.config_dir, "Folder with the settings file config.Vask")
       ->type_name("DIR")
       ->check(CheckConfigDir);

@@ -22,9 +22,11 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT: float32, one row per 10 ms and 13 columns, c0 to c12, as numpy.load() reads them; with --deltas 39
+    R"(For whom: recognisers and researchers that take cepstra instead of sound.
+OUT: float32, one row per 10 ms and 13 columns, c0 to c12, as numpy.load() reads them; with --deltas 39
 columns, the first and second derivatives after them. If its name ends in .csv, or with --csv or -, which is
-standard output, it is text, without a header line. It appears only once it is complete. A row's window is 20 ms long and ends with its 10 ms.
+standard output, it is text, without a header line. It appears only once it is complete. A row's window is
+20 ms long and ends with its 10 ms.
 With --kb DIR the cepstral mean in DIR/Vask.db/global_cms is subtracted, then updated with this recording
 (a fifth of the new mean); table files in DIR/Vask.db replace the built-in tables.
 Examples:

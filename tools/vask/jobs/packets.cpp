@@ -26,7 +26,8 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT holds the utterances one after another, each a separate stream: packets "D", the last one "E", with an
+    R"(For whom: senders and testers of the front end's packet stream; to keep speech for listening, use detect -o.
+OUT holds the utterances one after another, each a separate stream: packets "D", the last one "E", with an
 8-character header before N bytes of IMA ADPCM. It appears only once it is complete.
 Example:
   vask packets meeting.wav -o meeting.packets)";

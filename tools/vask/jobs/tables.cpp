@@ -14,7 +14,8 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Writes DIR/Vask.db/ with the nine table files, DIR/config.Vask and an empty DIR/LOG/. A file that
+    R"(For whom: applications that load the front end's tables from files, and vask mfcc --kb; no other job needs them.
+Writes DIR/Vask.db/ with the nine table files, DIR/config.Vask and an empty DIR/LOG/. A file that
 exists is left unchanged.
 Example:
   vask tables kb)";

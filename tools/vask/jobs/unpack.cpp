@@ -19,7 +19,8 @@ namespace vask::command {
 namespace {
 
 constexpr const char* kFooter =
-    R"(OUT holds the samples of all utterances, one after another. If IN is damaged, OUT ends before the damage,
+    R"(For whom: whoever receives the front end's packet stream, or tests it.
+OUT holds the samples of all utterances, one after another. If IN is damaged, OUT ends before the damage,
 a message says at which byte that is, and the exit status is 1.
 Example:
   vask unpack meeting.packets -o spoken.wav)";

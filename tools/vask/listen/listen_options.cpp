@@ -7,6 +7,7 @@
 #include <vask/stream.hpp>
 
 #include "format.h"
+#include "listen/detector_units.h"
 #include "listen/profile_file.h"
 #include "listing/listing.h"
 #include "terminal/arguments.h"
@@ -24,6 +25,8 @@ constexpr double kMostPadStart = 0.35;  // s: of the energy detector's spans
 constexpr double kMostPadding = 5;      // s: of what is read again for it
 constexpr int32_t kFramesASecond = kRateHz / kFrameSamples;
 constexpr int32_t kFramesAnHour = 3600 * kFramesASecond;
+
+constexpr int32_t kMostUnits = 1000;
 
 constexpr const char* kNoLength = "--min-speech is above --max-segment";
 
@@ -77,7 +80,7 @@ vask_stream_options EnergyOptions(const ListenOptions& options, int32_t device, 
   samples(options.pad_end, stream.pad_end);
   samples(options.min_speech, stream.min_samples);
   samples(options.max_segment, stream.max_samples);
-  if (options.hangover) stream.profile.hangover_frames = Rounded(*options.hangover * kFramesASecond);
+  if (options.pause) stream.profile.hangover_frames = Rounded(*options.pause * kFramesASecond);
   stream.min_voiced_frames = options.min_voiced.value_or(stream.min_voiced_frames);
   stream.max_tone_percent = options.max_tones.value_or(stream.max_tone_percent);
   stream.profile.vad_threshold = options.threshold.value_or(stream.profile.vad_threshold);
@@ -105,9 +108,9 @@ void ApplyToLearned(const ListenOptions& options, vask_stream_setup& setup) {
   take("--pad-end", options.pad_end, rules.margin_end);
   take("--min-speech", options.min_speech, rules.shortest);
   take("--probability", options.probability, rules.open_probability);
-  take("--hangover", options.hangover, rules.pause);
-  if (options.hangover.value_or(kShortPause) < kShortPause) {
-    rules.pause = static_cast<float>(std::max(*options.hangover, kLeastPause));
+  take("--pause", options.pause, rules.pause);
+  if (options.pause.value_or(kShortPause) < kShortPause) {
+    rules.pause = static_cast<float>(std::max(*options.pause, kLeastPause));
     rules.close_look_back = kShortLookBack;
   }
   if (!options.max_segment) return;
@@ -193,11 +196,13 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
   seconds("--pad-start", options.pad_start, 0, 1000,
           "Start the span this long before the detected start (0.1; energy: 0.35)");
   seconds("--pad-end", options.pad_end, 0, 1000,
-          "End it this long after the detected end (0.25; energy: the hangover)");
+          "End it this long after the detected end (0.25; energy: the pause)");
   seconds("--min-speech", options.min_speech, 0, 3600, "Reject segments that are shorter from start to end");
   seconds("--max-segment", options.max_segment, kLeastSegment, 36000,
           "Split longer utterances where they are quietest");
-  seconds("--hangover", options.hangover, 0, 30, "Silence that ends an utterance (about 0.35; energy: 1)");
+  // The second is its old name.
+  seconds("--pause,--hangover", options.pause, 0, 30,
+          "Silence that ends an utterance (about 0.35; energy: 1)");
   command
       .add_option("--min-voiced", options.min_voiced,
                   "Reject segments with fewer voiced frames of 10 ms (energy)")
@@ -208,9 +213,19 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
                   "Reject segments with more tones among the voiced frames (energy)")
       ->type_name("PERCENT")
       ->check(CLI::Range(0, 100));
-  command.add_option("--threshold", options.threshold, "How far speech must be above the noise (energy: 45)")
-      ->type_name("UNITS")
-      ->check(CLI::Range(0, 1000));
+  command
+      .add_option("--threshold", options.threshold,
+                  "How far speech must be above the noise (energy: 8.5dB, or 45 steps of 0.188 dB)")
+      ->type_name("DB|N")
+      ->transform(CLI::Validator(
+          [](std::string& text) {
+            const std::optional<int32_t> units = UnitsOf(text);
+            if (!units || *units < 0 || *units > kMostUnits)
+              return text + " is not 0dB to 188dB or 0 to 1000";
+            text = std::to_string(*units);
+            return std::string();
+          },
+          ""));
 }
 
 void AddJoinOption(CLI::App& command, ListenOptions& options) {

@@ -24,9 +24,9 @@ struct ListenOptions {
   std::string detector = "learned";   // or energy
   std::string model;                  // a file; empty: the built-in one
   std::string preset, profile, gain;  // of the energy detector; the gain in dB, or "auto"
-  std::optional<double> pad_start, pad_end, min_speech, max_segment, hangover;  // s
-  std::optional<double> join;                                                   // s; of some subcommands
-  std::optional<double> probability;                                            // of the learned detector
+  std::optional<double> pad_start, pad_end, min_speech, max_segment, pause;  // s
+  std::optional<double> join;                                                // s; of some subcommands
+  std::optional<double> probability;                                         // of the learned detector
   std::optional<int32_t> min_voiced, max_tones, threshold;  // frames, percent, the energy detector's units
 };
 

@@ -1,12 +1,13 @@
 #include "listen/profile_file.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
+#include <optional>
 #include <sstream>
 
 #include "files/input_file.h"
 #include "files/json_text.h"
+#include "listen/detector_units.h"
 #include "terminal/errors.h"
 
 namespace vask::command {
@@ -15,6 +16,7 @@ namespace {
 struct Field {
   const char* name;
   int32_t epd_profile::*value;
+  bool is_level = false;  // may be given in dB
 };
 
 constexpr Field kFields[] = {
@@ -22,7 +24,7 @@ constexpr Field kFields[] = {
     {"voiced_check_frames", &epd_profile::voiced_check_frames},
     {"long_speech_frames", &epd_profile::long_speech_frames},
     {"max_unvoiced_run", &epd_profile::max_unvoiced_run},
-    {"vad_threshold", &epd_profile::vad_threshold},
+    {"vad_threshold", &epd_profile::vad_threshold, true},
     {"sample_shift", &epd_profile::sample_shift},
     {"energy_shift", &epd_profile::energy_shift},
     {"h2l_ratio_max", &epd_profile::h2l_ratio_max},
@@ -34,7 +36,7 @@ constexpr Field kFields[] = {
     {"tonality_min", &epd_profile::tonality_min},
     {"entropy_max", &epd_profile::entropy_max},
     {"uv_vote_min", &epd_profile::uv_vote_min},
-    {"uv_energy_offset", &epd_profile::uv_energy_offset},
+    {"uv_energy_offset", &epd_profile::uv_energy_offset, true},
 };
 static_assert(std::size(kFields) * sizeof(int32_t) == sizeof(epd_profile));
 
@@ -42,25 +44,27 @@ class Reader {
  public:
   Reader(const std::string& path, epd_profile& profile) : path_(path), profile_(profile) {}
 
-  void Set(const std::string& place, const std::string& name, const std::string& number) {
+  void Set(const std::string& place, const std::string& name, const std::string& text) {
     const auto* field = std::find_if(std::begin(kFields), std::end(kFields),
                                      [&](const Field& candidate) { return candidate.name == name; });
     if (field == std::end(kFields)) {
       Fail(place + "there is no value \"" + name + "\"", "the names are those of epd_profile");
     }
-    int32_t value = 0;
-    const char* end = number.data() + number.size();
-    const auto [read_to, error] = std::from_chars(number.data(), end, value);
-    if (error != std::errc() || read_to != end) {
-      Fail(place + name + " is not a whole number of 32 bits", "write one");
+    const bool is_plain = text.find_first_not_of("-0123456789") == std::string::npos;
+    const std::optional<int32_t> value = UnitsOf(text);
+    if (!value || !(is_plain || field->is_level)) {
+      Fail(place + name + " is not a whole number of 32 bits" +
+               (field->is_level ? " or a level such as 8.5dB" : ""),
+           "write one");
     }
-    profile_.*(field->value) = value;
+    profile_.*(field->value) = *value;
   }
 
   void Object(const std::string& text) {
     const Json object = ParseJson(text);
     if (!object.is_object()) Fail("is not a JSON object", "write {\"vad_threshold\": 40} or lines of text");
-    for (const auto& [name, value] : object.items()) Set("", name, value.dump());
+    for (const auto& [name, value] : object.items())
+      Set("", name, value.is_string() ? value.get<std::string>() : value.dump());
   }
 
   void Lines(const std::string& text) {

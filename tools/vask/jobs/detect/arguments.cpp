@@ -24,7 +24,8 @@ constexpr const char* kFooter =
   FILE  NUMBER (from 1)  START  END  SPAN_START  SPAN_END  VOICED  ENDED
 START and END are as detected, the span is what is written with -o, padding included; all are in seconds
 from the start of the recording. VOICED is the share of frames that the learned detector takes for speech, or
-the energy detector for voiced; ENDED is how it ended: silence, input-end, split or (energy) long-noise. With
+the energy detector for voiced; ENDED is how it ended: silence (a pause), input-end, split or (energy)
+long-noise, which is a long stretch without voice. A pause is the silence that ends an utterance. With
 --verbose rejected segments are listed too, with - as NUMBER and the reason as ENDED: too-short,
 too-little-voice or (energy) tones.
 jsonl and csv also say how loud a segment is, how far above the noise and how much of it is clipped, and end
@@ -38,16 +39,16 @@ several recordings have the same name, NAME is NAME_FOLDER, or ends in a hash of
 DIR records what was written and finished: a new run replaces what was written of the same recordings, and
 other files only with --overwrite. One run at a time writes to DIR.
 A span begins 0.1 s before START and ends 0.25 s after END; with --detector energy 0.35 s before and about a
-second after, the hangover. Options marked (energy) need that detector: it learns the noise of a recording
+second after, the pause. Options marked (energy) need that detector: it learns the noise of a recording
 and judges levels and voicing. There an option overrides the profile, which overrides the preset; a file for
---profile holds lines such as "vad_threshold 40" or a JSON object.
+--profile holds lines such as "vad_threshold 7.5dB" or a JSON object.
 With --channels each a channel is a recording of its own: NAME_chN in DIR, and a last column CHANNEL.
 If FILE is -, each utterance is listed as soon as it ends; Ctrl-C ends the input.
 Examples:
   vask detect meeting.wav | awk -F'\t' '{ spoken += $4 - $3 } END { print spoken, "s" }'
   vask detect -o utterances --flac --pad-start 0.1 --pad-end 0.2 monday.flac tuesday.flac
-  vask detect --probability 0.5 --hangover 1 -f jsonl street.wav | jq 'select(.number).start'
-  vask detect --detector energy --preset robust --threshold 35 street.wav
+  vask detect --probability 0.5 --pause 1 -f jsonl street.wav | jq 'select(.number).start'
+  vask detect --detector energy --preset robust --threshold 6.5dB street.wav
   find . -name '*.wav' -print0 | vask detect -0 --files-from - -o out --resume > list.txt
   arecord -f S16_LE -r 16000 | vask detect --meter -
   vask detect -f webvtt --max-segment 10 talk.mp3 > talk.vtt)";
