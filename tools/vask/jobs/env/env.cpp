@@ -33,7 +33,7 @@ number, and - in the line of the recording. Its VERDICT is then 0, 2 if it is po
 Examples:
   vask env call.wav
   vask env calls/*.wav | awk -F'\t' '$11 == "-" { print $9, $1 }' | sort -n
-  vask env --json calls/*.wav | jq -r 'select(.quality == "poor" or .quality == "no-speech") | .file')";
+  vask env --json calls/*.wav | jq -r 'select(.bad) | .file')";
 
 using Json = nlohmann::ordered_json;
 
@@ -82,6 +82,7 @@ void AddTo(Json& object, const Finding& finding) {
   const Judgement judgement = finding.judgement.value_or(Judgement());
   object["meaning"] = finding.Meaning();
   object["quality"] = NameOf(finding.quality);
+  object["bad"] = finding.quality == Quality::kPoor || finding.quality == Quality::kNoSpeech;
   object["first_change"] = Rounded(Later(judgement.first_change, finding.from));
   object["last_change"] = Rounded(Later(judgement.last_change, finding.from));
   object["changes"] = finding.judgement ? Json(judgement.changes) : Json(nullptr);
