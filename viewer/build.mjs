@@ -1,4 +1,4 @@
-// Builds the page that the command fills in: one file, minified, including the libraries and their licences.
+// Builds the page that the command fills in: one file, minified.
 //   node build.mjs          writes tools/vask/jobs/report/template.html
 //   node build.mjs --check  fails if that file differs from what would be written
 import {build} from 'esbuild';
@@ -7,13 +7,6 @@ import {fileURLToPath} from 'node:url';
 
 const here = (name) => fileURLToPath(new URL(name, import.meta.url));
 const kTarget = here('../tools/vask/jobs/report/template.html');
-const kLibraries = ['wavesurfer.js', 'uplot'];
-
-async function licence(library) {
-  const {name, version} = JSON.parse(await readFile(here(`node_modules/${library}/package.json`), 'utf8'));
-  const text = await readFile(here(`node_modules/${library}/LICENSE`), 'utf8');
-  return `${name} ${version}\n\n${text.trim()}`;
-}
 
 async function bundle() {
   const result = await build({
@@ -34,13 +27,11 @@ async function bundle() {
 
 async function page() {
   const {script, style} = await bundle();
-  const licences = (await Promise.all(kLibraries.map(licence))).join('\n\n');
   const html = await readFile(here('index.html'), 'utf8');
   // As functions, so that a "$" in the text has no meaning. "</script" ends a script wherever it occurs.
   return html
     .replace('/*style*/', () => style)
-    .replace('/*script*/', () => script.replaceAll('</script', '<\\/script'))
-    .replace('<!doctype html>', () => `<!doctype html>\n<!--\nWith these libraries:\n\n${licences}\n-->`);
+    .replace('/*script*/', () => script.replaceAll('</script', '<\\/script'));
 }
 
 const built = await page();

@@ -34,6 +34,10 @@ after(async () => {
 
 export const vask = (...args) => execFileSync(VASK_COMMAND, args, {encoding: 'utf8'});
 
+// What was asked for before is drawn.
+const drawn = (page) =>
+  page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+
 let pages = 0;
 export function report(...args) {
   const page = join(folder, `page-${++pages}.html`);
@@ -54,7 +58,7 @@ export async function open(file, options = {}) {
   const started = performance.now();
   await page.goto(pathToFileURL(file).href);
   await page.waitForSelector('body[data-ready]');
-  await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+  await drawn(page);
   const check = async () => {
     assert.deepEqual(wrong, []);
     await page.close();
@@ -62,30 +66,37 @@ export async function open(file, options = {}) {
   return {page, check, seconds: (performance.now() - started) / 1000};
 }
 
-// What the command wrote into the page.
-export const dataOf = (page) =>
-  page.evaluate(() => JSON.parse(document.getElementById('data-report').textContent));
-
-export async function valuesOf(page, name) {
-  return inflateSync(Buffer.from(await page.textContent(`#data-${name}`), 'base64'));
+// What the command wrote into the page, with the segments of its first channel.
+export async function dataOf(page) {
+  const report = await page.evaluate(() => JSON.parse(document.getElementById('data-report').textContent));
+  return {...report, segments: report.channels[0].segments};
 }
 
-// The drawn regions as times, computed from their positions on the screen.
-export const regionsOf = (page, seconds) =>
-  page.evaluate((length) => {
-    const root = document.querySelector('#waveform > div').shadowRoot.querySelector('#regions');
-    const {left, width} = root.getBoundingClientRect();
-    return [...root.shadowRoot.querySelectorAll('div')].map((element) => {
-      const box = element.getBoundingClientRect();
-      return {
-        kind: element.dataset.kind,
-        label: element.textContent,
-        pixel: length / width,
-        start: ((box.left - left) / width) * length,
-        end: ((box.right - left) / width) * length,
-      };
-    });
-  }, seconds);
+export async function valuesOf(page, name) {
+  return inflateSync(Buffer.from(await page.textContent(`#data-${name}-0`), 'base64'));
+}
+
+// The regions drawn for a channel as times, computed from their positions on the screen.
+export async function regionsOf(page, seconds, channel = 0) {
+  await drawn(page);
+  return page.evaluate(
+    ([length, channel]) => {
+      const layer = document.querySelector(`.waveform[data-channel="${channel}"] .regions`);
+      const {left, width} = layer.getBoundingClientRect();
+      return [...layer.children].map((element) => {
+        const box = element.getBoundingClientRect();
+        return {
+          kind: element.dataset.kind,
+          label: element.textContent,
+          pixel: length / width,
+          start: ((box.left - left) / width) * length,
+          end: ((box.right - left) / width) * length,
+        };
+      });
+    },
+    [seconds, channel]
+  );
+}
 
 export async function waitFor(condition, what) {
   for (const end = Date.now() + 10000; Date.now() < end;) {

@@ -9,7 +9,7 @@ import {kRate, loadWav, saveWav} from './wav.mjs';
 
 const kSeconds = 3600;
 
-test('an hour takes less than 30 MB and opens within 3 s', async () => {
+test('an hour takes less than 26 MB and opens within 3 s', async () => {
   const room = loadWav(join(process.env.VASK_SAMPLES_DIR, 'room.wav'));
   const wav = join(folder, 'hour.wav');
   saveWav(
@@ -17,7 +17,7 @@ test('an hour takes less than 30 MB and opens within 3 s', async () => {
     Int16Array.from({length: kSeconds * kRate}, (_, i) => room[i % room.length])
   );
   const file = report(wav);
-  assert.ok(statSync(file).size < 30e6, `${statSync(file).size} bytes`);
+  assert.ok(statSync(file).size < 26e6, `${statSync(file).size} bytes`);
   const times = [];
   let opened;
   for (let i = 0; i < 3; ++i) {

@@ -11,12 +11,15 @@ export class Decision {
   constructor(container, flags, step) {
     this.flags = flags;
     this.step = step;
-    this.track = new TrackCanvas(container);
+    this.track = new TrackCanvas(
+      container,
+      'Where the detector decided for speech, and where it was voiced or likely'
+    );
   }
 
   draw(view) {
     const {height} = this.track.clear();
-    const scale = view.scale * devicePixelRatio;
+    const {scale} = view;
     const last = Math.min(Math.ceil(view.end / this.step), this.flags.length);
     kRows.forEach(({bit, name}, row) => {
       this.track.context.fillStyle = colour(name);

@@ -1,4 +1,4 @@
-// Numbers as the page shows them, with a full stop in every language.
+// Numbers and words as the page shows them, with a full stop in every language.
 
 export function clock(seconds, decimals = 3) {
   const scale = 10 ** decimals;
@@ -15,4 +15,11 @@ export function decimal(value, decimals = 1) {
   return value.toFixed(decimals).replace('-', '\u2212');
 }
 
-export const inWords = (reason) => reason.replaceAll('-', ' ');
+// Why an utterance ended, or a segment was rejected.
+const kWords = {
+  silence: 'pause',
+  'long-noise': 'long stretch without voice',
+  'input-end': 'end of the recording',
+  split: 'split: as long as it may be',
+};
+export const inWords = (reason) => kWords[reason] ?? reason.replaceAll('-', ' ');

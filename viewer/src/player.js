@@ -1,17 +1,18 @@
-// Plays the input or the output from the current position, optionally only to the end of a span.
-import {soundUrl} from './report.js';
-
+// Plays the input or the output of a channel from the current position, optionally only to the end of a span.
 export class Player {
   #media = new Audio();
-  #urls = {};
+  #urls = new Map(); // of sounds
   #listeners = [];
   #stopAt = Infinity;
   #time = 0; // where to play from while nothing is loaded
   #loaded = false; // the sound is at #time: the browser's own state changes before its event
+  #factor = 1;
+  #amplifier = null;
 
   constructor(report) {
     this.report = report;
     this.side = 'output';
+    this.channel = report.channels[0];
     for (const event of ['play', 'pause', 'seeked', 'timeupdate'])
       this.#media.addEventListener(event, () => this.#tick());
     this.#media.addEventListener('loadedmetadata', () => {
@@ -56,14 +57,26 @@ export class Player {
     await this.#play();
   }
 
-  async listenTo(side) {
-    if (side === this.side) return;
+  async listenTo(side, channel = this.channel) {
+    if (side === this.side && channel === this.channel) return;
     const playing = this.playing;
     this.#time = this.time;
     this.side = side;
+    this.channel = channel;
     if (this.#media.src !== '') this.#load();
     if (playing) await this.#play();
     this.#tick();
+  }
+
+  // What is played, in dB above what is stored.
+  amplify(decibels) {
+    this.#factor = 10 ** (decibels / 20);
+    if (this.#factor !== 1 && !this.#amplifier) {
+      const context = new AudioContext();
+      this.#amplifier = context.createGain();
+      context.createMediaElementSource(this.#media).connect(this.#amplifier).connect(context.destination);
+    }
+    if (this.#amplifier) this.#amplifier.gain.value = this.#factor;
   }
 
   #moveTo(time) {
@@ -74,15 +87,16 @@ export class Player {
 
   #load() {
     this.#loaded = false;
-    this.#urls[this.side] ??= soundUrl(this.report, this.side);
-    this.#media.src = this.#urls[this.side];
+    const sound = this.channel.sound(this.side);
+    if (!this.#urls.has(sound)) this.#urls.set(sound, URL.createObjectURL(sound));
+    this.#media.src = this.#urls.get(sound);
   }
 
   async #play() {
     if (!this.hasSound) return;
     if (this.#media.src === '') this.#load();
     try {
-      await this.#media.play();
+      await Promise.all([this.#amplifier?.context.resume(), this.#media.play()]);
     } catch (error) {
       if (error.name !== 'AbortError') throw error; // paused, or another sound chosen, before it began
     }

@@ -24,32 +24,59 @@ function undoDifferences(columns) {
   return columns;
 }
 
-export async function readReport() {
-  const report = JSON.parse(elementOf('report').textContent);
-  const names = [
-    'envelope-input',
-    'envelope-output',
-    'spectrogram-input',
-    'spectrogram-output',
-    'trace-level',
-    'trace-energy',
-    'trace-noise',
-    'trace-speech',
-    'trace-music',
-    'trace-flags',
-  ];
-  const values = Object.fromEntries(
-    await Promise.all(names.map(async (name) => [name, await valuesOf(name)]))
-  );
-  for (const side of ['input', 'output']) undoDifferences(values[`spectrogram-${side}`]);
-  return {...report, values};
+const kSides = ['input', 'output'];
+const kTraces = ['level', 'energy', 'noise', 'speech', 'music', 'flags'].map((name) => `trace-${name}`);
+
+// One channel, or the mix of all. What takes long to decode is decoded when it is first asked for.
+class Channel {
+  #values;
+  #sounds = {};
+
+  constructor(index, {channel, segments}, sound) {
+    this.index = index;
+    this.name = channel === 0 ? '' : `channel ${channel}`;
+    this.segments = segments;
+    this.soundType = sound;
+  }
+
+  async readEnvelopes() {
+    const [input, output] = await Promise.all(
+      kSides.map((side) => valuesOf(`envelope-${side}-${this.index}`))
+    );
+    this.envelopes = {input, output};
+  }
+
+  // The spectrograms and traces, by name.
+  values() {
+    this.#values ??= this.#readValues();
+    return this.#values;
+  }
+
+  async #readValues() {
+    const names = [...kSides.map((side) => `spectrogram-${side}`), ...kTraces];
+    const read = async (name) => [name, await valuesOf(`${name}-${this.index}`)];
+    const values = Object.fromEntries(await Promise.all(names.map(read)));
+    for (const side of kSides) undoDifferences(values[`spectrogram-${side}`]);
+    return values;
+  }
+
+  // The sound of 'input' or 'output' as a file.
+  sound(side) {
+    if (!this.#sounds[side]) {
+      const name = `sound-${side}-${this.index}`;
+      this.#sounds[side] = new Blob([bytesOf(name)], {type: this.soundType});
+      elementOf(name).remove();
+    }
+    return this.#sounds[side];
+  }
 }
 
-// The sound of 'input' or 'output' as a URL for the player. Decoding an hour takes a moment, so it is done
-// only when it is to be played.
-export function soundUrl(report, side) {
-  const name = `sound-${side}`;
-  const url = URL.createObjectURL(new Blob([bytesOf(name)], {type: report.sound}));
-  elementOf(name).remove();
-  return url;
+export async function readReport() {
+  const report = JSON.parse(elementOf('report').textContent);
+  const channels = report.channels.map((channel, i) => new Channel(i, channel, report.sound));
+  await Promise.all(channels.map((channel) => channel.readEnvelopes()));
+  const segments = channels
+    .flatMap((channel) => channel.segments.map((segment) => ({...segment, channel})))
+    .sort((a, b) => a.start - b.start);
+  return {...report, channels, segments};
 }

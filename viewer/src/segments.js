@@ -1,4 +1,4 @@
-// The list of segments, and which of them is selected.
+// The list of segments: which are shown, and which is selected.
 import {clock, decimal, inWords} from './format.js';
 
 function cell(row, text, name = '') {
@@ -17,12 +17,20 @@ function button(label, action, description) {
   return element;
 }
 
+// Whether a row satisfies a word of the filter: ">2" and "<0.5" are lengths in seconds.
+function satisfies(word, segment, text) {
+  const [, sign, seconds] = word.match(/^([<>])(\d*\.?\d+)s?$/) ?? [];
+  if (!sign) return text.includes(word);
+  const length = segment.end - segment.start;
+  return sign === '>' ? length > Number(seconds) : length < Number(seconds);
+}
+
 export class SegmentList {
   #rows = [];
   #listeners = [];
 
   // share: what `voiced` of a segment means
-  constructor(body, segments, share, hasSound) {
+  constructor(body, {segments, channels}, share, hasSound) {
     this.segments = segments;
     this.selected = -1;
     for (const segment of segments) {
@@ -31,17 +39,21 @@ export class SegmentList {
       const name = rejected ? 'rejected segment' : `utterance ${segment.number}`;
       row.className = rejected ? 'rejected' : 'utterance';
       cell(row, rejected ? 'rejected' : segment.number);
+      if (channels.length > 1) cell(row, segment.channel.name.replace('channel ', ''), 'channel');
       cell(row, clock(segment.start));
       cell(row, clock(segment.end), '\u2013');
       cell(row, `${(segment.end - segment.start).toFixed(2)} s`);
-      cell(row, `${clock(segment.span_start)}\u2009\u2013\u2009${clock(segment.span_end)}`, 'delivered');
+      const span = `${clock(segment.span_start)}\u2009\u2013\u2009${clock(segment.span_end)}`;
+      cell(row, span, 'delivered').className = 'wide';
       cell(row, `${Math.round(100 * segment.voiced)} %`, share);
       cell(row, `${decimal(segment.level)} dB`);
-      cell(row, inWords(segment.rejected ?? segment.ended));
+      cell(row, inWords(segment.rejected ?? segment.ended)).className = 'reason';
       const listen = cell(row, '');
+      listen.className = 'buttons';
       if (hasSound) listen.append(button('Output', 'output', `Play the output of ${name}`));
       if (hasSound) listen.append(button('Input', 'input', `Play the input of ${name}`));
       listen.append(button('Show', 'show', `Show ${name}`));
+      if (hasSound) listen.append(button('Save', 'save', `Save ${name} as a WAV file`));
       this.#rows.push(row);
     }
     body.addEventListener('click', (event) => {
@@ -51,13 +63,29 @@ export class SegmentList {
     });
   }
 
-  // The listener gets the segment and the action: 'select', 'show', 'input' or 'output'.
+  // The listener gets the segment and the action: 'select', 'show', 'save', 'input' or 'output'.
   onAction(listener) {
     this.#listeners.push(listener);
   }
 
   get current() {
     return this.segments[this.selected];
+  }
+
+  // Shows the rows that satisfy every word of the filter, and returns their segments.
+  filter(text, withRejected) {
+    const words = text
+      .toLowerCase()
+      .split(/\s+/)
+      .filter((word) => word !== '');
+    return this.segments.filter((segment, i) => {
+      const cells = [...this.#rows[i].querySelectorAll('td:not(.buttons)')].map((td) => td.textContent);
+      const row = cells.join(' ').toLowerCase();
+      const shown =
+        (withRejected || segment.rejected === null) && words.every((word) => satisfies(word, segment, row));
+      this.#rows[i].hidden = !shown;
+      return shown;
+    });
   }
 
   select(index, action = 'select') {
@@ -77,10 +105,12 @@ export class SegmentList {
     if (index !== undefined) this.select(index);
   }
 
-  indexAt(time) {
+  indexAt(time, channel) {
     const within = (segment) => time >= segment.start && time < segment.end;
     const around = (segment) => time >= segment.span_start && time < segment.span_end;
-    const index = this.segments.findIndex(within);
-    return index >= 0 ? index : this.segments.findIndex(around);
+    const find = (where) =>
+      this.segments.findIndex((segment) => segment.channel === channel && where(segment));
+    const index = find(within);
+    return index >= 0 ? index : find(around);
   }
 }

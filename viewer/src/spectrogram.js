@@ -1,10 +1,21 @@
 // A spectrogram of the visible part, from the columns that the command computed.
-import {TrackCanvas} from './canvas.js';
+import {markAxis, TrackCanvas} from './canvas.js';
+import {decimal} from './format.js';
 import {palette} from './palette.js';
 import {kBands} from './report.js';
 
 const kColours = palette();
 const kRangeDb = 70;
+
+// The colours in a row, from dark to bright.
+function colourBar() {
+  const bar = document.createElement('canvas');
+  Object.assign(bar, {width: 256, height: 1});
+  bar.setAttribute('role', 'img');
+  bar.setAttribute('aria-label', 'colours from dark to bright');
+  bar.getContext('2d').putImageData(new ImageData(new Uint8ClampedArray(kColours.buffer), 256, 1), 0, 0);
+  return bar;
+}
 
 // The level below which 99.9 % of all values lie, so that input and output share one scale. For silence it is
 // low.
@@ -20,7 +31,8 @@ export function brightest(columns) {
 export class Spectrogram {
   #image = document.createElement('canvas');
 
-  constructor(container, columns, step, top) {
+  // top: the brightest level in steps; lowest: dB of step 0
+  constructor(container, {columns, step, top, lowest, side}) {
     this.columns = columns;
     this.count = columns.length / kBands;
     this.step = step; // seconds per column
@@ -28,14 +40,17 @@ export class Spectrogram {
       const share = (value - top + kRangeDb) / kRangeDb;
       return kColours[Math.round(255 * Math.min(Math.max(share, 0), 1))];
     });
-    this.track = new TrackCanvas(container);
-    const axis = container.parentElement.querySelector('.axis');
-    for (const khz of [2, 4, 6]) {
-      const mark = document.createElement('span');
-      mark.textContent = khz;
-      mark.style.top = `${100 - (khz / 8) * 100}%`;
-      axis.append(mark);
-    }
+    const [darkest, brightest] = [top - kRangeDb + lowest, top + lowest].map((db) => decimal(db, 0));
+    this.track = new TrackCanvas(
+      container,
+      `Spectrogram of the ${side}, 0 to 8 kHz, from black at ${darkest} dB to light yellow at ${brightest} dB`
+    );
+    markAxis(
+      container,
+      [2, 4, 6].map((khz) => [1 - khz / 8, khz])
+    );
+    const scale = document.querySelector(`.label.side-${side} .scale`);
+    scale.replaceChildren(`${darkest} `, colourBar(), ` ${brightest} dB`);
   }
 
   draw(view) {
@@ -44,7 +59,7 @@ export class Spectrogram {
     const first = Math.min(Math.floor(view.start / this.step), this.count);
     const last = Math.min(Math.ceil(view.end / this.step), this.count);
     if (last <= first || width === 0) return;
-    const across = Math.min(last - first, width); // image columns; each shows the loudest it covers
+    const across = Math.min(last - first, this.track.canvas.width); // image columns; each shows the loudest it covers
     this.#image.width = across;
     this.#image.height = kBands;
     const context = this.#image.getContext('2d');
@@ -63,7 +78,7 @@ export class Spectrogram {
       for (let b = 0; b < kBands; ++b) pixels[(kBands - 1 - b) * across + x] = this.colours[loudest[b]];
     }
     context.putImageData(image, 0, 0);
-    const scale = view.scale * devicePixelRatio;
+    const {scale} = view;
     this.track.context.drawImage(
       this.#image,
       (first * this.step - view.start) * scale,

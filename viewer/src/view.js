@@ -1,15 +1,18 @@
-// The part of the recording that all tracks show. The waveform holds it as its scroll position and zoom; the
-// other tracks are notified when it changes.
+// The part of the recording that all tracks show. They are notified when it changes.
 const kClosest = 2000; // pixels per second
 
 export class View {
   #listeners = [];
   #waiting = false;
+  #start = 0;
+  #span; // seconds that are visible
 
-  constructor(surfer, seconds) {
-    this.surfer = surfer;
-    this.seconds = seconds;
-    for (const event of ['scroll', 'zoom', 'redraw', 'resize']) surfer.on(event, () => this.#changed());
+  // plot: an element as wide as the tracks; widest: the most seconds to begin with
+  constructor(plot, seconds, widest = Infinity) {
+    this.plot = plot;
+    this.seconds = Math.max(seconds, 1e-3);
+    this.#span = Math.min(this.seconds, widest);
+    new ResizeObserver(() => this.#changed()).observe(plot);
   }
 
   onChange(listener) {
@@ -17,59 +20,63 @@ export class View {
   }
 
   get width() {
-    // pixels
-    return this.surfer.getWidth();
+    return Math.max(this.plot.clientWidth, 1); // pixels
   }
   get scale() {
-    // pixels per second
-    return Math.max(this.surfer.getWrapper().clientWidth, 1) / this.seconds;
+    return this.width / this.#span; // pixels per second
   }
   get start() {
-    return this.surfer.getScroll() / this.scale;
+    return this.#start;
   }
   get end() {
-    return Math.min(this.start + this.width / this.scale, this.seconds);
+    return this.#start + this.#span;
   }
 
   xOf(time) {
-    return (time - this.start) * this.scale;
+    return (time - this.#start) * this.scale;
   }
   timeAt(x) {
-    return Math.min(Math.max(this.start + x / this.scale, 0), this.seconds);
+    return Math.min(Math.max(this.#start + x / this.scale, 0), this.seconds);
+  }
+  // Whether a part of the recording is out of sight.
+  get zoomed() {
+    return this.#span < this.seconds;
   }
 
   // Zooms by a factor, keeping what is at `x` in place.
   zoom(factor, x = this.width / 2) {
     const time = this.timeAt(x);
-    const whole = this.width / this.seconds;
-    const scale = Math.min(Math.max(this.scale * factor, whole), Math.max(kClosest, whole));
-    this.surfer.zoom(scale <= whole ? 0 : scale);
-    this.surfer.setScroll(time * this.scale - x);
-    this.#changed();
+    this.#show(time, x, this.#span / factor);
   }
 
   fit() {
-    this.zoom(0);
+    this.#show(0, 0, this.seconds);
   }
 
   scrollBy(pixels) {
-    this.surfer.setScroll(this.surfer.getScroll() + pixels);
+    this.#show(this.#start + pixels / this.scale, 0, this.#span);
+  }
+
+  centre(time) {
+    this.#show(time, this.width / 2, this.#span);
   }
 
   // Zooms so that the span fills the middle.
   frame(start, end) {
-    this.zoom((0.6 * this.width) / (end - start) / this.scale);
-    this.surfer.setScroll(((start + end) / 2) * this.scale - this.width / 2);
-    this.#changed();
+    this.#show((start + end) / 2, this.width / 2, (end - start) / 0.6);
   }
 
   // Scrolls, and zooms out if necessary, until the span is visible.
   reveal(start, end) {
-    const margin = (0.1 * this.width) / this.scale;
     if (start >= this.start && end <= this.end) return;
-    if ((end - start) * this.scale > 0.8 * this.width)
-      this.zoom((0.8 * this.width) / ((end - start) * this.scale));
-    this.surfer.setScroll((start - margin) * this.scale);
+    const span = Math.max(this.#span, (end - start) / 0.8);
+    this.#show(start, 0.1 * this.width, span);
+  }
+
+  // `time` at `x`, with `span` seconds in all, as far as the recording goes.
+  #show(time, x, span) {
+    this.#span = Math.min(Math.max(span, this.width / kClosest), this.seconds);
+    this.#start = Math.min(Math.max(time - x / this.scale, 0), this.seconds - this.#span);
     this.#changed();
   }
 
@@ -78,7 +85,11 @@ export class View {
     this.#waiting = true;
     requestAnimationFrame(() => {
       this.#waiting = false;
-      for (const listener of this.#listeners) listener();
+      this.redraw();
     });
+  }
+
+  redraw() {
+    for (const listener of this.#listeners) listener();
   }
 }

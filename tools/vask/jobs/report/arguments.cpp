@@ -14,7 +14,8 @@ constexpr const char* kFooter =
     R"(OUT is a single page that needs no network: waveform and spectrogram before and after the noise reduction
 (the one for listening; with --detector energy the one for recognition), the utterances and what was rejected,
 how probable speech and music were (or energy and noise floor), and the sound before and after, as WAV up to
-4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). It appears only once it is complete.
+4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). Labels, a table and each utterance can be saved
+from it, and it prints well. It appears only once it is complete.
 Example:
   vask report meeting.wav -o meeting.html && xdg-open meeting.html)";
 
@@ -29,7 +30,7 @@ Job ReportJob(CLI::App& app, const EngineOptions& engine) {
   report->add_option("--title", arguments->title, "Heading of the page instead of the file's name")
       ->type_name("TEXT");
   report->add_flag("--no-audio", arguments->no_audio, "Leave out the sound: a smaller page, made faster");
-  AddReadOptions(*report, arguments->reading);
+  AddReadOptions(*report, arguments->reading, "each (all in one page), ");
   AddListenOptions(*report, arguments->options);
   return {report, [arguments, &engine] {
             Inputs inputs({arguments->input, engine.ConfigFile()});

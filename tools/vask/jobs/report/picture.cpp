@@ -46,6 +46,7 @@ void Picture::Add(std::span<const int16_t> samples) {
 }
 
 void Picture::Finish() {
+  envelope_.Finish();
   spectrogram_.Finish();
   if (sound_) sound_->Finish();
 }

@@ -1,21 +1,21 @@
 #include "jobs/report/report.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <future>
-#include <new>
 #include <nlohmann/json.hpp>
-#include <vask/stream.hpp>
+#include <optional>
+#include <string>
 #include <vector>
 
+#include "format.h"
+#include "jobs/report/channel.h"
 #include "jobs/report/page.h"
-#include "jobs/report/picture.h"
-#include "jobs/report/traces.h"
+#include "jobs/report/settings.h"
 #include "listen/input_gain.h"
-#include "listen/segments.h"
 #include "sound/audio_reader.h"
-#include "terminal/errors.h"
+#include "sound/channel_reader.h"
 #include "terminal/progress.h"
+#include "terminal/version.h"
 
 namespace vask::command {
 namespace {
@@ -27,131 +27,33 @@ constexpr int64_t kLongestExact = int64_t{4} * 60 * kRateHz;  // longer sound is
 
 double Seconds(int64_t samples) { return static_cast<double>(samples) / kRateHz; }
 
-Stream Open(vask_stream_setup setup, int32_t mode, int32_t audio) {
-  setup.options.mode = mode;
-  setup.options.audio = audio;
-  Stream stream(setup);
-  if (!stream) throw std::bad_alloc();
-  return stream;
-}
-
-// The recording as it came in, and what the detector makes of it.
-class Heard {
- public:
-  Heard(const AudioReader& reader, const vask_stream_setup& setup, const Fineness& fineness,
-        std::optional<Sound::Type> sound)
-      : reader_(reader),
-        stream_(Open(setup, VASK_STREAM_UTTERANCES, VASK_STREAM_NO_AUDIO)),
-        picture_(fineness, sound),
-        traces_(fineness.trace_frames) {}
-
-  void Add(std::span<const int16_t> samples) {
-    picture_.Add(samples);
-    while (!samples.empty()) {
-      const auto frame = samples.first(std::min<size_t>(samples.size(), kFrameSamples));
-      stream_.Write(frame);
-      samples = samples.subspan(frame.size());
-      traces_.Add(stream_.Measures(), stream_.Hearing());
-      TakeEvents();
-    }
-  }
-
-  void Finish() {
-    stream_.Flush();  // with silence that is not part of the recording: it is not measured
-    TakeEvents();
-    picture_.Finish();
-  }
-
-  void WriteTo(Page& page) const {
-    picture_.WriteTo(page, "input");
-    page.AddValues("trace-level", traces_.level());
-    page.AddValues("trace-energy", traces_.energy());
-    page.AddValues("trace-noise", traces_.noise());
-    page.AddValues("trace-speech", traces_.speech());
-    page.AddValues("trace-music", traces_.music());
-    page.AddValues("trace-flags", traces_.flags());
-  }
-
-  const json& segments() const { return segments_; }
-
- private:
-  void TakeEvents() {
-    while (const auto event = stream_.Next()) {
-      if (event->kind == VASK_STREAM_STARTED) continue;
-      const Segment segment = SegmentOf(*event, reader_);
-      segments_.push_back({{"number", segment.rejected ? json() : json(++utterances_)},
-                           {"start", segment.start},
-                           {"end", segment.end},
-                           {"span_start", segment.span_start},
-                           {"span_end", segment.span_end},
-                           {"voiced", segment.voiced},
-                           {"level", event->level_db},
-                           {"ended", segment.rejected ? json() : json(segment.ended)},
-                           {"rejected", segment.rejected ? json(segment.reason) : json()}});
-    }
-  }
-
-  const AudioReader& reader_;  // its clock
-  Stream stream_;
-  Picture picture_;
-  Traces traces_;
-  int utterances_ = 0;
-  json segments_ = json::array();
+struct Form {
+  bool exact;
+  std::optional<Sound::Type> sound;
+  Fineness fineness;
 };
 
-// The recording without its noise, in step with the input.
-class Cleaned {
- public:
-  Cleaned(const vask_stream_setup& setup, const Fineness& fineness, std::optional<Sound::Type> sound)
-      : stream_(Open(setup, VASK_STREAM_CONTINUOUS,
-                     setup.detector == VASK_STREAM_LEARNED ? VASK_STREAM_LISTENING : VASK_STREAM_CLEAN)),
-        picture_(fineness, sound),
-        samples_(kBlock) {}
-
-  void Add(std::span<const int16_t> samples) {
-    while (!samples.empty()) {
-      const int32_t taken = stream_.Write(samples);
-      if (taken < 0) throw std::bad_alloc();
-      samples = samples.subspan(static_cast<size_t>(taken));
-      Take();
-    }
-  }
-
-  void Finish() {
-    stream_.Flush();
-    Take();
-    picture_.Finish();
-  }
-
-  void WriteTo(Page& page) const { picture_.WriteTo(page, "output"); }
-
- private:
-  void Take() {
-    for (auto got = stream_.Read(samples_); !got.empty(); got = stream_.Read(samples_)) picture_.Add(got);
-  }
-
-  Stream stream_;
-  Picture picture_;
-  std::vector<int16_t> samples_;
-};
-
-}  // namespace
-
-void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
-  const ListenSetup listen(arguments.options, device, os);
-  const SoundInput input(arguments.input, arguments.reading);
-  AudioReader reader(input);
-  Page page(arguments.output);
-  const int64_t expected = reader.ExpectedSamples();
+Form FormOf(const ReportArguments& arguments, int64_t expected) {
   const bool exact = expected > 0 && expected <= kLongestExact;
   std::optional<Sound::Type> sound;
   if (!arguments.no_audio) sound = exact ? Sound::Type::kWav : Sound::Type::kOpus;
-  const Fineness fineness = Fineness::For(expected);
-  Heard heard(reader, listen.setup, fineness, sound);
-  Cleaned cleaned(listen.setup, fineness, sound);
+  return {exact, sound, Fineness::For(expected)};
+}
 
+std::vector<SoundInput> InputsOf(const ReportArguments& arguments) {
+  if (arguments.reading.Channel() == kAllChannels) return EachChannel(arguments.input, arguments.reading);
+  return {SoundInput(arguments.input, arguments.reading)};
+}
+
+// Writes all that is drawn and played of one channel, and returns its segments.
+json AddChannel(const SoundInput& input, AudioReader& reader, const ReportArguments& arguments,
+                const vask_stream_setup& setup, Page& page, size_t index) {
+  const int64_t expected = reader.ExpectedSamples();
+  const Form form = FormOf(arguments, expected);
+  Heard heard(reader, setup, form.fineness, form.sound);
+  Cleaned cleaned(setup, form.fineness, form.sound);
   InputGain gain(arguments.options.gain, input);
-  Progress progress(arguments.input, expected);
+  Progress progress(NameOf(input.path, input.channel), expected);
   std::vector<int16_t> block(kBlock);
   int64_t length = 0;
   for (size_t n = 0; (n = reader.Read(block)) > 0;) {
@@ -165,26 +67,50 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   }
   heard.Finish();
   cleaned.Finish();
+  std::string suffix(1, '-');
+  suffix += std::to_string(index);
+  heard.WriteTo(page, suffix);
+  cleaned.WriteTo(page, suffix);
+  return {{"channel", input.channel}, {"seconds", Seconds(length)}, {"segments", heard.segments()}};
+}
+
+}  // namespace
+
+void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
+  const ListenSetup listen(arguments.options, device, os);
+  const std::vector<SoundInput> inputs = InputsOf(arguments);
+  std::optional<AudioReader> reader(inputs.front());
+  Page page(arguments.output);
+  json channels = json::array();
+  const Form form = FormOf(arguments, reader->ExpectedSamples());
+  for (size_t i = 0; i < inputs.size(); ++i) {
+    if (i > 0) reader.emplace(inputs[i]);
+    channels.push_back(AddChannel(inputs[i], *reader, arguments, listen.setup, page, i));
+  }
 
   const std::string name = std::filesystem::path(arguments.input).filename().string();
+  const char* const type = form.exact ? "audio/wav" : "audio/ogg; codecs=opus";
   page.AddJson("report", {{"file", arguments.input == "-" ? "standard input" : name},
                           {"title", arguments.title},
-                          {"seconds", Seconds(length)},
-                          {"segments", heard.segments()},
-                          {"sound", !sound ? json() : json(exact ? "audio/wav" : "audio/ogg; codecs=opus")},
-                          {"envelope_step", Seconds(fineness.envelope_step)},
-                          {"spectrogram_step", Seconds(kFrameSamples * fineness.spectrogram_frames)},
+                          {"version", VersionNumber()},
+                          {"seconds", channels.front()["seconds"]},
+                          {"rate", reader->rate()},
+                          {"input_channels", reader->channels()},
+                          {"settings", SettingsInWords(arguments.options, listen.setup)},
+                          {"channels", channels},
+                          {"sound", form.sound ? json(type) : json()},
+                          {"envelope_step", Seconds(form.fineness.envelope_step)},
+                          {"spectrogram_step", Seconds(kFrameSamples * form.fineness.spectrogram_frames)},
                           {"spectrogram_lowest", Spectrogram::kLowestDb},
-                          {"trace_step", Seconds(kFrameSamples * fineness.trace_frames)},
+                          {"trace_step", Seconds(kFrameSamples * form.fineness.trace_frames)},
                           {"trace_steps_per_db", Traces::kStepsPerDb},
                           {"detector", arguments.options.detector},
-                          {"probability", listen.setup.rules.open_probability},
+                          {"threshold", StartThreshold(listen.setup)},
+                          {"close_threshold", listen.setup.rules.close_probability},
                           {"trace_steps_of_one", Traces::kStepsOfOne},
                           {"level_lowest", Traces::kLowestLevelDb}});
-  heard.WriteTo(page);
-  cleaned.WriteTo(page);
   page.Commit();
-  reader.Conclude();
+  reader->Conclude();
 }
 
 }  // namespace vask::command
