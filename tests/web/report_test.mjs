@@ -530,16 +530,17 @@ test('prints all tracks over the same time, in light colours, without the toolba
     const {page, check} = await open(room, {colorScheme: 'dark', viewport: {width, height: 900}});
     const {seconds} = await dataOf(page);
     await page.emulateMedia({media: 'print'});
-    await page.evaluate(() => dispatchEvent(new Event('beforeprint')));
+    // Measured at once: the browser prints what is drawn by then.
+    const tracks = await page.evaluate(() => {
+      dispatchEvent(new Event('beforeprint'));
+      return [...document.querySelectorAll('.plot canvas')].map((canvas) => {
+        const {left, right, top, bottom} = canvas.getBoundingClientRect();
+        return {left, right, top, bottom, pixels: canvas.width};
+      });
+    });
     assert.equal(await background(page), 'rgb(255, 255, 255)');
     for (const id of ['controls', 'list-tools', 'player-line', 'theme'])
       assert.ok(await page.locator(`#${id}`).isHidden(), id);
-    const tracks = await page.evaluate(() =>
-      [...document.querySelectorAll('.plot canvas')].map((canvas) => {
-        const {left, right, top, bottom} = canvas.getBoundingClientRect();
-        return {left, right, top, bottom, pixels: canvas.width};
-      })
-    );
     assert.equal(tracks.length, 8);
     tracks.forEach(({left, right, top, pixels}, i) => {
       assert.deepEqual([left, right, pixels], [tracks[0].left, tracks[0].right, 2 * (right - left)]);
