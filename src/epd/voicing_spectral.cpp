@@ -100,6 +100,40 @@ int32_t Variance(int32_t a, int32_t b, int32_t c) {
   return sum < 0 ? kThirdOf32Bits : sum / 3;
 }
 
+// The weight of a band from means of at least 1: the variance of its neighbourhood's ratios of the smallest
+// mean to theirs, Q16; the outermost bands stand in for their missing neighbours.
+void WeighBandsPlain(const int32_t* band, int32_t bands, int32_t* weight) {
+  const int64_t smallest = *std::min_element(band, band + bands);
+  const auto ratio = [&](int32_t b) {
+    return static_cast<int32_t>(smallest * kOneQ16 / band[std::clamp(b, 0, bands - 1)]);
+  };
+  for (int32_t b = 0; b < bands; ++b) weight[b] = Variance(ratio(b - 1), ratio(b), ratio(b + 1));
+}
+
+// Three ratios of 0 to 65536 are at most 43691 from their mean, so a square fits 31 bits and no sum wraps.
+VASK_BODY void WeighBandsBody(const int32_t* band, int32_t bands, int32_t* weight) {
+  if (bands != kEntropyBands) return WeighBandsPlain(band, bands, weight);
+  uint32_t ratios[kEntropyBands + 2];  // of band b: entry b + 1
+  int32_t smallest = kMax32;
+  for (int32_t b = 0; b < kEntropyBands; ++b) smallest = std::min(smallest, band[b]);
+  const double smallest_q16 = smallest * 65536.0;
+  for (int32_t b = 0; b < kEntropyBands; ++b) {
+    ratios[b + 1] = static_cast<uint32_t>(static_cast<int32_t>(smallest_q16 / band[b]));  // below 2^53: exact
+  }
+  ratios[0] = ratios[1];
+  ratios[kEntropyBands + 1] = ratios[kEntropyBands];
+  for (int32_t b = 0; b < kEntropyBands; ++b) {
+    const uint32_t three[] = {ratios[b], ratios[b + 1], ratios[b + 2]};
+    const uint32_t mean = (three[0] + three[1] + three[2]) / 3;
+    uint32_t sum = 0;
+    for (const uint32_t ratio : three) sum += ((ratio - mean) * (ratio - mean)) >> 16;
+    weight[b] = static_cast<int32_t>(sum / 3);
+  }
+}
+
+VASK_KERNEL(void, WeighBands, (const int32_t* band, int32_t bands, int32_t* weight), (band, bands, weight),
+            WeighBandsPlain)
+
 int32_t WeightedEntropy(std::span<int32_t> p, const int32_t* weight) {
   int32_t sum = 0;
   for (const int32_t v : p) sum = WrapAdd(sum, v);
@@ -133,17 +167,7 @@ int32_t BandTonality(std::span<const int32_t> power, int32_t bands, int32_t* wor
 int32_t WeightedBandEntropy(std::span<const int32_t> power, int32_t bands, int32_t* band, int32_t* weight) {
   BandMeans(power, bands, band);
   for (int32_t b = 0; b < bands; ++b) band[b] = band[b] < 0 ? kMax32 : AtLeastOne(band[b]);
-  const int64_t smallest = *std::min_element(band, band + bands);
-  const auto ratio = [&](int32_t b) {  // Q16; the outermost bands stand in for their missing neighbours
-    return static_cast<int32_t>(DivideBelow2To53(smallest * kOneQ16, band[std::min(b, bands - 1)]));
-  };
-  int32_t before = ratio(0), here = before;
-  for (int32_t b = 0; b < bands; ++b) {
-    const int32_t after = ratio(b + 1);
-    weight[b] = Variance(before, here, after);
-    before = here;
-    here = after;
-  }
+  WeighBands(band, bands, weight);
   return WeightedEntropy({band, static_cast<size_t>(bands)}, weight);
 }
 

@@ -258,8 +258,10 @@ void OfBandMeans(Input x, Outputs& out) {
   ForSpectra(x, [&](std::span<const int32_t> power) {
     out.push_back(BandTonality(power, 32, band.data()));
     Append(out, std::span(band).first(32));
-    out.push_back(WeightedBandEntropy(power, 64, band.data(), weight.data()));
-    Append(out, weight);
+    for (const int32_t bands : {64, 63}) {
+      out.push_back(WeightedBandEntropy(power, bands, band.data(), weight.data()));
+      Append(out, weight);
+    }
   });
 }
 
@@ -418,6 +420,7 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
     case Kernel::kSumOfShares:
       return OfShares(x, out);
     case Kernel::kBandMeans:
+    case Kernel::kWeighBands:
       return OfBandMeans(x, out);
     case Kernel::kSumOfSquares:
       for (const size_t n : {kInput, size_t{39}, size_t{7}}) {
