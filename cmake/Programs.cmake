@@ -31,6 +31,8 @@ if(VASK_BUILD_COMMAND)
     endif()
     vask_find_package(sndfile ON found)
     vask_find_package(soxr ON found)
+    vask_find_package(opus ON found)
+    vask_find_package(ogg ON found)
     vask_find_package(zlib ON found)
     add_executable(vask ${command_sources})
     target_include_directories(vask PRIVATE tools/vask src)
@@ -39,7 +41,7 @@ if(VASK_BUILD_COMMAND)
     find_package(Threads REQUIRED)
     # The static library also has what the shared one does not export: the level of the kernels.
     target_link_libraries(vask PRIVATE vask_flags vask_static CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
-                                       Threads::Threads PkgConfig::zlib)
+                                       Threads::Threads PkgConfig::zlib PkgConfig::opus PkgConfig::ogg)
     set(report_template "${PROJECT_SOURCE_DIR}/tools/vask/jobs/report/template.html")
     set_source_files_properties(
       tools/vask/jobs/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"

@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 extent=${1:-}
 
 packages=(g++ cmake ninja-build pkg-config
-  libcli11-dev libsndfile1-dev libsoxr-dev nlohmann-json3-dev zlib1g-dev)
+  libcli11-dev libsndfile1-dev libsoxr-dev libopus-dev libogg-dev nlohmann-json3-dev zlib1g-dev)
 if [ "$extent" != --command ]; then
   packages+=(make
     default-jdk-headless                      # the Java class

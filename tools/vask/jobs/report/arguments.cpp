@@ -14,7 +14,7 @@ constexpr const char* kFooter =
     R"(OUT is a single page that needs no network: waveform and spectrogram before and after the noise reduction
 (the one for listening; with --detector energy the one for recognition), the utterances and what was rejected,
 how probable speech and music were (or energy and noise floor), and the sound before and after, as WAV up to
-4 minutes and as Ogg Opus beyond (an hour takes less than 30 MB). Labels, a table and each utterance can be saved
+30 s and as Ogg Opus beyond (an hour takes less than 30 MB). Labels, a table and each utterance can be saved
 from it, and it prints well. It appears only once it is complete.
 Example:
   vask report meeting.wav -o meeting.html && xdg-open meeting.html)";

@@ -22,8 +22,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr size_t kBlock = size_t{10} * kRateHz;               // 10 s, which two threads share
-constexpr int64_t kLongestExact = int64_t{4} * 60 * kRateHz;  // longer sound is compressed
+constexpr size_t kBlock = size_t{10} * kRateHz;           // 10 s, which two threads share
+constexpr int64_t kLongestExact = int64_t{30} * kRateHz;  // longer sound is compressed
 
 double Seconds(int64_t samples) { return static_cast<double>(samples) / kRateHz; }
 

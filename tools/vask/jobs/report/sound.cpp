@@ -10,10 +10,6 @@
 namespace vask::command {
 namespace {
 
-// libsndfile maps a level of 0 to 1 to 256 down to 6 kbit/s.
-constexpr double kOpusBitsPerSecond = 16000;
-constexpr double kOpusLevel = 1 - (kOpusBitsPerSecond - 6000) / (256000 - 6000);
-
 [[noreturn]] void ThrowNoEncoder(SNDFILE* file) {
   throw FatalError(std::string("the sound of the report cannot be encoded (") + sf_strerror(file) +
                    "): install a libsndfile with Opus support, or use --no-audio");
@@ -22,6 +18,10 @@ constexpr double kOpusLevel = 1 - (kOpusBitsPerSecond - 6000) / (256000 - 6000);
 }  // namespace
 
 Sound::Sound(Type type) {
+  if (type == Type::kOpus) {
+    opus_.emplace();
+    return;
+  }
   // Called back with the address of this object.
   SF_VIRTUAL_IO memory = {};
   memory.get_filelen = [](void* self) {
@@ -53,20 +53,20 @@ Sound::Sound(Type type) {
   SF_INFO info = {};
   info.samplerate = kRateHz;
   info.channels = 1;
-  info.format = type == Type::kWav ? SF_FORMAT_WAV | SF_FORMAT_PCM_16 : SF_FORMAT_OGG | SF_FORMAT_OPUS;
+  info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
   encoder_.reset(sf_open_virtual(&memory, SFM_WRITE, &info, this));
   if (!encoder_) ThrowNoEncoder(nullptr);
-  double level = kOpusLevel;
-  if (type == Type::kOpus) {
-    sf_command(encoder_.get(), SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
-  }
 }
 
 void Sound::Add(std::span<const int16_t> samples) {
+  if (opus_) return opus_->Add(samples);
   const auto count = static_cast<sf_count_t>(samples.size());
   if (sf_write_short(encoder_.get(), samples.data(), count) != count) ThrowNoEncoder(encoder_.get());
 }
 
-void Sound::Finish() { encoder_.reset(); }
+void Sound::Finish() {
+  if (opus_) return opus_->Finish();
+  encoder_.reset();
+}
 
 }  // namespace vask::command
