@@ -1,6 +1,7 @@
 #include "sound/audio_reader.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "format.h"
@@ -9,6 +10,19 @@ namespace vask::command {
 namespace {
 
 constexpr size_t kBlockFrames = 4096;
+
+// Turns numbers that were 16-bit samples back into these, several at a time; false if one is another number.
+bool ConvertExactly(std::span<const double> values, std::span<int16_t> out) {
+  constexpr double kToLowBits = 0x1.8p52;  // added to an integer, it leaves that in the low bits
+  int64_t difference = 0;
+  for (size_t i = 0; i < values.size(); ++i) {
+    const double scaled = values[i] * 32768.0;
+    const auto sample = static_cast<int16_t>(std::bit_cast<int64_t>(scaled + kToLowBits));
+    difference |= std::bit_cast<int64_t>(scaled) ^ std::bit_cast<int64_t>(static_cast<double>(sample));
+    out[i] = sample;
+  }
+  return difference == 0;
+}
 
 }  // namespace
 
@@ -29,6 +43,7 @@ size_t AudioReader::Read(std::span<int16_t> out) {
 size_t AudioReader::ReadSome(std::span<int16_t> out) {
   const auto block = std::span(converted_).first(std::min(converted_.size(), out.size()));
   const size_t n = resampler_ ? Resample(block) : ReadMono(block);
+  if (ConvertExactly(block.first(n), out)) return n;
   std::transform(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(n), out.begin(),
                  [](double value) { return static_cast<int16_t>(ToInteger(value, 16)); });
   return n;
