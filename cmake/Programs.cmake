@@ -2,6 +2,7 @@
 
 set(remedy "scripts/install-deps.sh installs it")
 find_package(PkgConfig)
+include(CheckLinkerFlag)
 
 # A pkg-config package as an imported target. `required` false: only set `found`.
 function(vask_find_package package required found)
@@ -42,6 +43,12 @@ if(VASK_BUILD_COMMAND)
     # The static library also has what the shared one does not export: the level of the kernels.
     target_link_libraries(vask PRIVATE vask_flags vask_static CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
                                        Threads::Threads PkgConfig::zlib PkgConfig::opus PkgConfig::ogg)
+    # Binding the C++ library's names takes half the instructions of a start; some systems only have it shared.
+    set(static_runtime -static-libstdc++ -static-libgcc)
+    check_linker_flag(CXX "${static_runtime}" VASK_HAVE_STATIC_RUNTIME)
+    if(VASK_HAVE_STATIC_RUNTIME AND NOT VASK_SANITIZE)
+      target_link_options(vask PRIVATE ${static_runtime})
+    endif()
     set(report_template "${PROJECT_SOURCE_DIR}/tools/vask/jobs/report/template.html")
     set_source_files_properties(
       tools/vask/jobs/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"
