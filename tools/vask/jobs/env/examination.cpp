@@ -55,7 +55,7 @@ class Examiner : public SegmentSink {
       examination_.sample_max = std::max(examination_.sample_max, sample);
     }
   }
-  void Started() override { is_open_ = true; }
+  void Started(const vask_stream_event& /*event*/) override { is_open_ = true; }
   void Audio(std::span<const int16_t> /*samples*/) override {}
   void Ended(const vask_stream_event& event) override {
     meter_.Utterance(event.start, event.end);
