@@ -161,7 +161,7 @@ TEST_F(Command, SaysWhatIsWrong) {
            {{"detct", kRoom}, 2, "vask: no subcommand detct: did you mean detect?: see vask --help\n"},
            {{"--device", "32", "packet"}, 2, "did you mean packets?"},
            {{kRoom}, 2, ": vask detect finds its utterances"},
-           {{"nonsense"}, 2, "no subcommand nonsense, only detect, denoise, "},
+           {{"nonsense"}, 2, "no subcommand nonsense, only detect, trim, "},
            {{"detect"}, 2, "FILE is required"},
            {{"detect", kEnergy, "--loud", kRoom}, 2, "--loud"},
            {{"detect", kEnergy, "-o", "", kRoom}, 2, "empty"},

@@ -32,7 +32,7 @@ TEST_F(ReportCommand, HoldsTheWholeSoundInTimeExactUpToHalfAMinuteThenEncoded) {
     Save(*this / "in.wav", input);
     ASSERT_EQ(Run({"report", "in.wav", "-o", "out.html"}).exit_code, 0);
     const std::string page = Content(*this / "out.html"),
-                      opening = "<script id=\"data-sound-input\" type=\"text/plain\">";
+                      opening = "<script id=\"data-sound-input-0\" type=\"text/plain\">";
     const size_t begin = page.find(opening) + opening.size();
     std::ofstream(*this / "sound", std::ios::binary)
         << FromBase64(page.substr(begin, page.find('<', begin) - begin));

@@ -50,14 +50,17 @@ def detect(form, inputs, *options, **more):
     return run(VASK, 'detect', '--detector', 'energy', '-f', form, *options, '--', *inputs, **more)
 
 
+def segments(jsonl):
+    """Without the record of each recording."""
+    return [record for record in map(json.loads, jsonl.splitlines()) if 'start' in record]
+
+
 @functools.cache
 def reference(inputs, *options):
     """The segments that jsonl lists: a list per file, by the name in jsonl."""
     found = {}
-    for line in detect('jsonl', inputs, *options).decode().splitlines():
-        segment = json.loads(line)
-        if 'start' in segment:
-            found.setdefault(segment['file'], []).append(segment)
+    for segment in segments(detect('jsonl', inputs, *options).decode()):
+        found.setdefault(segment['file'], []).append(segment)
     return found
 
 
@@ -341,8 +344,7 @@ class Formats(unittest.TestCase):
             for piped in (False, True) if through_a_pipe else (False,):
                 with self.subTest(name, piped=piped), open(path, 'rb') as file:
                     where, source = ('.', '-') if piped else ('kinds', name)
-                    found = [json.loads(line) for line in detect('jsonl', [source], *options, cwd=where, stdin=file)
-                             .decode().splitlines()]
+                    found = segments(detect('jsonl', [source], *options, cwd=where, stdin=file))
                     self.assertEqual(len(found), len(wanted))
                     for got, want in zip(found, wanted):
                         for edge in 'start', 'end':
@@ -356,8 +358,8 @@ class Formats(unittest.TestCase):
 
         def each(form, *options):
             return detect(form, ['call.wav'], '--channels', 'each', *options).decode()
-        for found in (list(csv.DictReader(io.StringIO(each('csv'), newline=''))),
-                      [json.loads(line) for line in each('jsonl').splitlines()]):
+        rows = csv.DictReader(io.StringIO(each('csv'), newline=''))
+        for found in [row for row in rows if row['start']], segments(each('jsonl')):
             self.assertEqual([(int(s['channel']), float(s['start'])) for s in found],
                              [(k + 1, s['start']) for k in (0, 1) for s in alone[k]])
         with open('call.rttm', 'w') as file:

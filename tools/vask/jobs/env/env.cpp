@@ -131,8 +131,8 @@ void NoteLimits(const std::string& input, const Examination& examination) {
                Printable(input).c_str(), judgement->judged_from);
 }
 
-int ExamineAll(const EngineOptions& options, const std::vector<std::string>& inputs, const ReadOptions& reading,
-               bool json) {
+int ExamineAll(const EngineOptions& options, const std::vector<std::string>& inputs,
+               const ReadOptions& reading, bool json) {
   EngineSession engine(options);
   int status = EXIT_SUCCESS;
   for (const std::string& input : inputs) {
