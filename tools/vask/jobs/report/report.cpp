@@ -78,6 +78,11 @@ json AddChannel(const SoundInput& input, AudioReader& reader, const ReportArgume
 
 void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   const ListenSetup listen(arguments.options, device, os);
+  if (listen.joining.any()) {
+    throw UsageError(
+        "--pad-start is above 0.35 s or --pad-end above the pause: with --detector energy a report has no "
+        "more");
+  }
   const std::vector<SoundInput> inputs = InputsOf(arguments);
   std::optional<AudioReader> reader(inputs.front());
   Page page(arguments.output);
