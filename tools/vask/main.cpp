@@ -9,9 +9,12 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <new>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "dsp/level.h"
@@ -72,6 +75,31 @@ std::string CheckLevel(const std::string& name) {
   return ForceLevel(name) ? "" : "no level " + Printable(name) + " on this machine, only " + LevelNames();
 }
 
+using AddJob = Job (*)(CLI::App& app, const EngineOptions& engine);
+
+// In the order of --help.
+constexpr std::pair<std::string_view, AddJob> kJobs[] = {
+    {"detect", DetectJob},
+    {"trim", TrimJob},
+    {"denoise", DenoiseJob},
+    {"packets", PacketsJob},
+    {"unpack", [](CLI::App& app, const EngineOptions&) { return UnpackJob(app); }},
+    {"env", EnvJob},
+    {"mfcc", [](CLI::App& app, const EngineOptions&) { return MfccJob(app); }},
+    {"report", ReportJob},
+    {"tables", [](CLI::App& app, const EngineOptions&) { return TablesJob(app); }}};
+
+// All of them; but if the first argument names one, that one alone: declaring the options of all takes a good
+// part of the start.
+std::vector<Job> AddJobs(CLI::App& app, const EngineOptions& engine, std::string_view first_argument) {
+  const auto named = std::find_if(std::begin(kJobs), std::end(kJobs),
+                                  [&](auto& job) { return job.first == first_argument; });
+  if (named != std::end(kJobs)) return {named->second(app, engine)};
+  std::vector<Job> jobs;
+  for (const auto& [name, add] : kJobs) jobs.push_back(add(app, engine));
+  return jobs;
+}
+
 // Throws UsageError if the first word is no subcommand, which CLI11 would call an unexpected argument.
 void CheckSubcommand(const CLI::App& app) {
   if (!app.get_subcommands().empty()) return;
@@ -113,17 +141,7 @@ int Run(int argc, char** argv) {
       ->check(CheckLevel)
       ->trigger_on_parse();
 
-  // In the order of --help.
-  const Job jobs[] = {DetectJob(app, engine),
-                      TrimJob(app, engine),
-                      DenoiseJob(app, engine),
-                      PacketsJob(app, engine),
-                      UnpackJob(app),
-                      EnvJob(app, engine),
-                      MfccJob(app),
-                      ReportJob(app, engine),
-                      TablesJob(app)};
-
+  const std::vector<Job> jobs = AddJobs(app, engine, argc > 1 ? argv[1] : "");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
