@@ -26,7 +26,8 @@ constexpr Mark kMarks[] = {
     {0, "dns."sv, Signature::kForward},
     {0, "NIST"sv, Signature::kForward},
     {0, "riff"sv, Signature::kForward},  // W64
-    {0, "ID3"sv, Signature::kForward},   // MP3
+    // MP3: where libsndfile 1.2 cannot go back, it reads beside its buffer.
+    {0, "ID3"sv, Signature::kElsewhere},
     {0, "fLaC"sv, Signature::kElsewhere},
     {0, "caff"sv, Signature::kElsewhere},
     {4, "ftyp"sv, Signature::kElsewhere},              // MP4, M4A
@@ -72,7 +73,8 @@ Signature FindSignature(InputFile& input, std::vector<uint8_t>& seen) {
   }
   // Samples may look like the start of a frame, but not like two.
   const std::optional<size_t> frame = Mp3FrameBytes(seen);
-  if (frame && need(*frame + 4) && Mp3FrameBytes(std::span(seen).subspan(*frame))) return Signature::kForward;
+  if (frame && need(*frame + 4) && Mp3FrameBytes(std::span(seen).subspan(*frame)))
+    return Signature::kElsewhere;
   return Signature::kNone;
 }
 
