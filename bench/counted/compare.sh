@@ -23,8 +23,8 @@ fail() {
 }
 
 # Each row's bar with --check, in 100 s: to SpeexDSP at -O2, or to the row that it is compared with.
-declare -A bars=([x86-64]=0.95 [arm64]=1.45 [armv7]=4.20 [x86-64-o2]=1.05 [arm64-o2]=1.05 [armv7-o2]=1.05
-  [arm64-clang]=1.25)
+declare -A bars=([x86-64]=0.53 [arm64]=0.69 [armv7]=1.10 [x86-64-o2]=1.02 [arm64-o2]=1.02 [armv7-o2]=1.02
+  [arm64-clang]=1.08)
 
 seconds=900 functions=0 check="" rows=()
 while [ $# -gt 0 ]; do
