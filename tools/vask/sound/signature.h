@@ -13,7 +13,7 @@ enum class Signature {
   kNone,       // samples, or nothing that is known
   kRiff,       // WAV, or another kind of the same container
   kForward,    // libsndfile reads it from its start to its end
-  kElsewhere,  // it goes back in it, or does not know it
+  kElsewhere,  // it goes back in it, reads it wrongly if it cannot, or does not know it
 };
 
 // Reads no more of `input` than it needs and adds it to `seen`.
