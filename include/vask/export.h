@@ -8,7 +8,7 @@
 
 /* Version of this interface: MAJOR moves when a record or a result changes, MINOR when something is added. */
 #define VASK_VERSION_MAJOR 0
-#define VASK_VERSION_MINOR 2
+#define VASK_VERSION_MINOR 3
 #define VASK_VERSION_PATCH 0
 
 /* Marks what the shared library exports; everything else in it is hidden. */
@@ -26,5 +26,16 @@
 #define VASK_BEGIN_DECLS
 #define VASK_END_DECLS
 #endif
+
+VASK_BEGIN_DECLS
+
+/**
+ * Get the version of the library that is running.
+ *
+ * return  a constant text such as "0.3.0"
+ */
+VASK_API const char *vask_version(void);
+
+VASK_END_DECLS
 
 #endif /* VASK_EXPORT_H_ */

@@ -1,12 +1,12 @@
 /*
  * Streams: any number of front ends side by side, each with all its state behind its handle.
  *
- * 16-bit samples at 16 kHz are written in pieces of any length; out come audio and events that say where in
- * the input each utterance is. There are two detectors. With the front end's own, the cleaned audio is that
- * of the front end in frontend.h, bit for bit. The learned one depends neither on the level nor on what came
- * before, and is the better one for recordings that are quiet, noisy or full of music.
- * Streams share nothing and take no lock: each may be used from a different thread, but only by one thread at
- * a time.
+ * 16-bit samples are written in pieces of any length, at 16 kHz or one of eight other rates; out come audio
+ * and events that say where in the input each utterance is. There are two detectors. With the front end's
+ * own, the cleaned audio is that of the front end in frontend.h, bit for bit. The learned one depends neither
+ * on the level nor on what came before, and is the better one for recordings that are quiet, noisy or full of
+ * music. Streams share nothing and take no lock: each may be used from a different thread, but only by one
+ * thread at a time.
  *
  *   vask_stream_options options;
  *   vask_stream_defaults(&options);
@@ -21,8 +21,9 @@
  *   vask_stream_flush(stream);   (and take what has come out, as above)
  *   vask_stream_close(stream);
  *
- * Positions count the samples of the input from 0, since vask_stream_open or vask_stream_reset; a span is
- * [first, one past the last]. Levels in dB full scale: 0 dB is a mean square of 32768 * 32768.
+ * Positions count the samples of the input, at its own rate, from 0, since vask_stream_open or
+ * vask_stream_reset; a span is [first, one past the last]. Levels in dB full scale: 0 dB is a mean square of
+ * 32768 * 32768.
  *
  * The learned detector is chosen in a setup:
  *
@@ -30,6 +31,9 @@
  *   vask_stream_setup_defaults(&setup, sizeof setup);
  *   setup.detector = VASK_STREAM_LEARNED;
  *   vask_stream *stream = vask_stream_open_setup(&setup);
+ *
+ * Rates: 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 and 48000 Hz. Detectors and noise reduction
+ * work at 16 kHz; conversion is in integers, and its delay is taken out of the positions.
  */
 #ifndef VASK_STREAM_H_
 #define VASK_STREAM_H_
@@ -63,11 +67,17 @@ enum {
   VASK_STREAM_LEARNED = 1 /* a small recurrent net on log-mel energies and periodicity */
 };
 
-/* Kinds of event. Each VASK_STREAM_STARTED is followed by one of the other two. */
+/* Kinds of event. Each VASK_STREAM_STARTED is followed by VASK_STREAM_ENDED or VASK_STREAM_REJECTED, at the
+   latest when the stream is flushed. The last three kinds come only where a setup asks for them. */
 enum {
   VASK_STREAM_STARTED = 1,
-  VASK_STREAM_ENDED = 2,   /* an utterance */
-  VASK_STREAM_REJECTED = 3 /* what had started was not an utterance */
+  VASK_STREAM_ENDED = 2,          /* an utterance */
+  VASK_STREAM_REJECTED = 3,       /* what had started was not an utterance */
+  VASK_STREAM_MAY_HAVE_ENDED = 4, /* may_end_after without speech: the segment is still open. The end, a
+                                     rejection or VASK_STREAM_WENT_ON follows */
+  VASK_STREAM_WENT_ON = 5,        /* speech again: the last VASK_STREAM_MAY_HAVE_ENDED is withdrawn */
+  VASK_STREAM_NOBODY_SPOKE = 6    /* start_within has passed without a start; once, until the next segment
+                                     has ended */
 };
 
 /* Reasons: how an utterance ended, or why a segment was rejected. */
@@ -93,7 +103,7 @@ enum {
   VASK_STREAM_OVER = -4       /* flushed: reset it first */
 };
 
-/* How a stream works, with the front end's own detector. Lengths in samples at 16 kHz. */
+/* How a stream works, with the front end's own detector. Lengths in samples at 16 kHz, whatever the rates. */
 typedef struct vask_stream_options {
   int32_t mode;        /* VASK_STREAM_CONTINUOUS or _UTTERANCES */
   int32_t audio;       /* VASK_STREAM_CLEAN, _RAW or _NO_AUDIO */
@@ -145,24 +155,32 @@ typedef struct vask_stream_setup {
   float listening_floor_db; /* for VASK_STREAM_LISTENING: no part of the sound is cut by more, -60 to 0 */
   float listening_mix;      /* share of the filtered sound in what is delivered, 0 to 1; the rest is the
                                input */
+  int32_t input_rate;       /* of what is written: Hz, one of the nine rates; 0: 16000 */
+  int32_t audio_rate;       /* of what is read, likewise */
+  float may_end_after;      /* s without speech until VASK_STREAM_MAY_HAVE_ENDED, 0.02 to 10, shorter than the
+                               pause that ends an utterance (else it never comes); 0: none */
+  float start_within;       /* s from the opening, a reset or the end of a segment until
+                               VASK_STREAM_NOBODY_SPOKE, 0.1 to 3600; 0: none */
 } vask_stream_setup;
 
 /* What happened, and where in the input. */
 typedef struct vask_stream_event {
-  int32_t kind;          /* VASK_STREAM_STARTED, _ENDED or _REJECTED */
-  int32_t reason;        /* why it ended or was rejected; 0 at a start */
-  int32_t segment;       /* number of the segment from 1; rejected ones count too */
-  int32_t continues;     /* 1: it continues where the previous segment was split */
-  int64_t start;         /* position of the detected start */
-  int64_t end;           /* one past the detected end; -1 at a start */
-  int64_t span_start;    /* first position that is delivered, or would have been */
-  int64_t span_end;      /* one past the last; -1 at a start */
-  int64_t heard;         /* samples of the input that had been processed when this was decided */
+  int32_t kind;       /* one of the six kinds */
+  int32_t reason;     /* why it ended or was rejected; 0 with the other kinds */
+  int32_t segment;    /* number of the segment from 1; rejected ones count too. 0: VASK_STREAM_NOBODY_SPOKE */
+  int32_t continues;  /* 1: it continues where the previous segment was split */
+  int64_t start;      /* position of the detected start. VASK_STREAM_NOBODY_SPOKE: where waiting began */
+  int64_t end;        /* one past the detected end; VASK_STREAM_MAY_HAVE_ENDED: where speech fell silent;
+                         VASK_STREAM_NOBODY_SPOKE: heard; -1 with the other kinds */
+  int64_t span_start; /* first position that is delivered, or would have been; as start where nobody spoke */
+  int64_t span_end;   /* one past the last; -1 but at an end or a rejection */
+  int64_t heard;      /* samples of the input that had been processed when this was decided */
   int32_t voiced_frames; /* voiced frames of the segment, as the detector counts them; with the learned one
-                            those where speech is more probable than not, looking back as for the start; 0 at
-                            a start */
+                            those where speech is more probable than not, looking back as for the start; 0
+                            but at an end or a rejection */
   float voiced;          /* the same as a share of the frames from start to end, at most 1 */
-  float level_db;        /* mean input level from start to end, dB full scale; at a start that of its frame */
+  float level_db;        /* mean input level from start to end, dB full scale; with the other kinds that of
+                            the newest frame */
 } vask_stream_event;
 
 /* The newest frame, for meters and traces. The front end's detector lags the input by 0.03 s. */
@@ -246,7 +264,8 @@ VASK_API vask_stream *vask_stream_open(const vask_stream_options *options);
  * rules, the built-in model and the values of the listening path. Set `detector` to use them.
  *
  * setup  out: its first `size` bytes
- * size   sizeof(vask_stream_setup) in the calling program
+ * size   sizeof(vask_stream_setup) in the calling program; what a shorter record of an older one lacks has
+ *        its default value
  */
 VASK_API void vask_stream_setup_defaults(vask_stream_setup *setup, uint32_t size);
 
@@ -275,7 +294,7 @@ VASK_API vask_stream *vask_stream_open_setup(const vask_stream_setup *setup);
  * Write input. Every complete frame is processed at once; the samples after the last one wait for more.
  *
  * stream   in, out: the stream
- * samples  in: n samples, 16 bits, 16 kHz; not changed
+ * samples  in: n samples, 16 bits, at the input's rate; not changed
  * n        samples; any number
  *
  * return   n: all samples are taken
@@ -372,6 +391,31 @@ VASK_API void vask_stream_reset(vask_stream *stream);
  * stream  the stream; null is harmless
  */
 VASK_API void vask_stream_close(vask_stream *stream);
+
+/**
+ * Change the pause that ends an utterance while the stream runs: hangover_frames, or the rules' pause. A
+ * pause that is already longer ends the open utterance at the next frame.
+ *
+ * stream   in, out: the stream
+ * seconds  0.02 to 10 with VASK_STREAM_LEARNED, in steps of 0.02 s; 0 to 30 with VASK_STREAM_ENERGY, in
+ *          steps of 0.01 s; and no more than the queue has room for
+ *
+ * return   0: it is changed
+ *          VASK_STREAM_BAD_ARGUMENT: stream is null, or seconds is out of that range
+ */
+VASK_API int32_t vask_stream_set_pause(vask_stream *stream, float seconds);
+
+/**
+ * Name a kind of event or a reason, for logs and messages.
+ *
+ * kind    one of the kinds: "started", "ended", "rejected", "may-have-ended", "went-on", "nobody-spoke"
+ * reason  one of the reasons: "silence", "long-noise", "input-end", "split", "too-short", "too-little-voice",
+ *         "tones"
+ *
+ * return  a constant text; "unknown" for other numbers
+ */
+VASK_API const char *vask_stream_kind_name(int32_t kind);
+VASK_API const char *vask_stream_reason_name(int32_t reason);
 
 VASK_END_DECLS
 

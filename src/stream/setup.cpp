@@ -15,6 +15,7 @@ namespace {
 
 constexpr int32_t kStepSamples = kGateStepFrames * kFrame;
 constexpr double kStepsPerSecond = 50, kSamplesPerSecond = 16000;
+constexpr int32_t kEngineRate = 16000;    // Hz
 constexpr float kMostSeconds = 10;        // of a pause, a margin and a shortest length
 constexpr int32_t kLeastLongest = 24000;  // samples after the margin
 constexpr int32_t kQueueSlack = 48000;    // 2 s where a split is searched, and the look-backs
@@ -101,7 +102,11 @@ vask_stream_setup DefaultSetup() {
           .rules = kRules,
           .model = nullptr,
           .listening_floor_db = kListeningFloorDb,
-          .listening_mix = kListeningMix};
+          .listening_mix = kListeningMix,
+          .input_rate = kEngineRate,
+          .audio_rate = kEngineRate,
+          .may_end_after = 0,
+          .start_within = 0};
 }
 
 const char* ComplaintAbout(const vask_stream_setup& setup) {

@@ -12,25 +12,6 @@ namespace {
 
 constexpr size_t kBlock = 4096;  // samples
 
-const char* NameOf(int32_t reason) {
-  switch (reason) {
-    case VASK_STREAM_BY_SILENCE:
-      return "silence";
-    case VASK_STREAM_BY_LONG_NOISE:
-      return "long-noise";
-    case VASK_STREAM_BY_INPUT_END:
-      return "input-end";
-    case VASK_STREAM_BY_SPLIT:
-      return "split";
-    case VASK_STREAM_TOO_SHORT:
-      return "too-short";
-    case VASK_STREAM_TOO_LITTLE_VOICE:
-      return "too-little-voice";
-    default:
-      return "tones";
-  }
-}
-
 // Passes what the stream has delivered to the sink.
 class Outlet {
  public:
@@ -110,7 +91,7 @@ Segment SegmentOf(const vask_stream_event& event, const AudioReader& reader) {
   segment.first = frames(event.span_start);
   segment.last = frames(event.span_end);
   segment.voiced = static_cast<double>(event.voiced);
-  (segment.rejected ? segment.reason : segment.ended) = NameOf(event.reason);
+  (segment.rejected ? segment.reason : segment.ended) = vask_stream_reason_name(event.reason);
   return segment;
 }
 

@@ -23,15 +23,11 @@ std::string LevelNames() {
   return names;
 }
 
-std::string VersionNumber() {
-  return std::to_string(VASK_VERSION_MAJOR) + "." + std::to_string(VASK_VERSION_MINOR) + "." +
-         std::to_string(VASK_VERSION_PATCH);
-}
-
 std::string Version() {
-  return "vask " + VersionNumber() + " (" + kCompiler + ")\n" + "Arithmetic: " + NameOf(LevelInForce()) +
-         " (of " + LevelNames() + ")\n" + "Java binding: " + (VASK_JNI_BUILT ? "yes" : "no") + "\n" +
-         "Reads and writes with " + sf_version_string() + ", resamples with " + soxr_version();
+  return std::string("vask ") + vask_version() + " (" + kCompiler + ")\n" +
+         "Arithmetic: " + NameOf(LevelInForce()) + " (of " + LevelNames() + ")\n" +
+         "Java binding: " + (VASK_JNI_BUILT ? "yes" : "no") + "\n" + "Reads and writes with " +
+         sf_version_string() + ", resamples with " + soxr_version();
 }
 
 }  // namespace vask::command

@@ -5,8 +5,6 @@
 
 namespace vask::command {
 
-std::string VersionNumber();  // such as "0.2.0"
-
 std::string Version();
 
 // The levels of this machine, the fastest last.

@@ -97,7 +97,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
   const char* const type = form.exact ? "audio/wav" : "audio/ogg; codecs=opus";
   page.AddJson("report", {{"file", arguments.input == "-" ? "standard input" : name},
                           {"title", arguments.title},
-                          {"version", VersionNumber()},
+                          {"version", vask_version()},
                           {"seconds", channels.front()["seconds"]},
                           {"rate", reader->rate()},
                           {"input_channels", reader->channels()},
