@@ -15,6 +15,7 @@ declare -gA _vask_options=(
   [unpack]="--output"
   [env]="--json $_vask_reading"
   [mfcc]="--output --deltas --log-energies --csv --kb $_vask_reading"
+  [score]="--uem --collar --delivered --json"
   [tables]=""
 )
 
@@ -45,8 +46,8 @@ _vask() {
     --profile) words="general" kind=file ;;
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
-    --files-from | --model) kind=file ;;
-    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --pause | --join | --keep | --threshold | --probability | --limit | --mix | --rate | --raw-channels) return ;;
+    --files-from | --model | --uem) kind=file ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --pause | --join | --keep | --threshold | --probability | --limit | --collar | --mix | --rate | --raw-channels) return ;;
     *)
       if [[ $word == -* ]]; then
         words="--help --device --os --config --cpu ${_vask_options[${subcommand:-tables}]}"

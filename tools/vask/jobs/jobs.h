@@ -27,6 +27,7 @@ Job UnpackJob(CLI::App& app);
 Job EnvJob(CLI::App& app, const EngineOptions& engine);
 Job MfccJob(CLI::App& app);
 Job ReportJob(CLI::App& app, const EngineOptions& engine);
+Job ScoreJob(CLI::App& app);
 Job TablesJob(CLI::App& app);
 
 }  // namespace vask::command
