@@ -16,6 +16,7 @@ declare -gA _vask_options=(
   [env]="--json $_vask_reading"
   [mfcc]="--output --deltas --log-energies --csv --kb $_vask_reading"
   [score]="--uem --collar --delivered --json"
+  [tune]="--output --detector --jobs"
   [tables]=""
 )
 

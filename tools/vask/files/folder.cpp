@@ -63,7 +63,7 @@ std::vector<std::string> RecordingsIn(const std::string& folder, const FolderOpt
     throw FileError(folder, "holds no recordings",
                     options.recursive ? "name another folder" : "--recursive also looks into its folders");
   }
-  if (search.others > 0) {
+  if (search.others > 0 && options.tells_others) {
     std::fprintf(stderr,
                  "vask: %s: %zu of %zu files left out: their names do not end as those of recordings\n",
                  Printable(folder).c_str(), search.others, search.others + search.found.size());

@@ -9,6 +9,7 @@ namespace vask::command {
 struct FolderOptions {
   bool recursive = false;  // those in the folders below too
   std::string leave_out;   // a folder that is not entered; may be empty
+  bool tells_others = true;
 };
 
 // The files in `folder` whose names end as those of recordings do, sorted by bytes; no hidden ones, and no

@@ -28,6 +28,7 @@ Job EnvJob(CLI::App& app, const EngineOptions& engine);
 Job MfccJob(CLI::App& app);
 Job ReportJob(CLI::App& app, const EngineOptions& engine);
 Job ScoreJob(CLI::App& app);
+Job TuneJob(CLI::App& app);
 Job TablesJob(CLI::App& app);
 
 }  // namespace vask::command

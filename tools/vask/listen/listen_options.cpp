@@ -32,24 +32,43 @@ constexpr const char* kNoLength = "--min-speech is above --max-segment";
 
 int32_t Rounded(double value) { return static_cast<int32_t>(std::lround(value)); }
 
-void ApplyProfile(const std::string& profile, int32_t os, vask_stream_options& stream) {
-  if (NamesProfileFile(profile)) {
-    ReadProfileFile(profile, stream.profile);
-  } else if (profile == "general") {
-    vask_stream_profile(2, 2, &stream.profile);
-  } else {
-    vask_stream_profile(std::stoi(profile), os, &stream.profile);
-  }
-}
-
 bool IsSet(const std::string& text) { return !text.empty(); }
 template <typename T>
 bool IsSet(const std::optional<T>& value) {
   return value.has_value();
 }
 
+// An option that is not given is what the profile file says.
+template <typename T>
+void Complete(T& given, const T& in_file) {
+  if (!IsSet(given)) given = in_file;
+}
+
+ListenOptions Completed(ListenOptions options, const ListenOptions& in_file) {
+  Complete(options.detector, in_file.detector);
+  for (const auto number :
+       {&ListenOptions::pad_start, &ListenOptions::pad_end, &ListenOptions::min_speech,
+        &ListenOptions::max_segment, &ListenOptions::pause, &ListenOptions::probability}) {
+    Complete(options.*number, in_file.*number);
+  }
+  for (const auto count : {&ListenOptions::min_voiced, &ListenOptions::max_tones}) {
+    Complete(options.*count, in_file.*count);
+  }
+  Complete(options.detector, std::string("learned"));
+  return options;
+}
+
+// Where --profile names no file.
+void ApplyProfile(const std::string& profile, int32_t os, epd_profile& values) {
+  if (profile == "general") {
+    vask_stream_profile(2, 2, &values);
+  } else {
+    vask_stream_profile(std::stoi(profile), os, &values);
+  }
+}
+
 // An option of the other detector is an error rather than ignored.
-void CheckDetector(const ListenOptions& options, int32_t device, int32_t os) {
+void CheckDetector(const ListenOptions& options, bool has_values, int32_t device, int32_t os) {
   const auto needs = [&](const char* name, bool is_set, const char* detector) {
     if (is_set && options.detector != detector) {
       throw UsageError(std::string(name) + " needs --detector " + detector);
@@ -58,7 +77,7 @@ void CheckDetector(const ListenOptions& options, int32_t device, int32_t os) {
   needs("--device", device != kUsualDevice, "energy");
   needs("--os", os != kUsualOs, "energy");
   needs("--preset", IsSet(options.preset), "energy");
-  needs("--profile", IsSet(options.profile), "energy");
+  needs("--profile", has_values, "energy");
   needs("--gain", IsSet(options.gain), "energy");
   needs("--min-voiced", IsSet(options.min_voiced), "energy");
   needs("--max-tones", IsSet(options.max_tones), "energy");
@@ -67,12 +86,16 @@ void CheckDetector(const ListenOptions& options, int32_t device, int32_t os) {
   needs("--model", IsSet(options.model), "learned");
 }
 
-vask_stream_options EnergyOptions(const ListenOptions& options, int32_t device, int32_t os) {
+vask_stream_options EnergyOptions(const ListenOptions& options, const ProfileFile& file, int32_t device,
+                                  int32_t os) {
   StreamOptions stream;
   stream.audio = VASK_STREAM_NO_AUDIO;
   stream.Device(device, os);
   if (options.preset == "robust") stream.Robust();
-  if (!options.profile.empty()) ApplyProfile(options.profile, os, stream);
+  if (!options.profile.empty() && !NamesProfileFile(options.profile)) {
+    ApplyProfile(options.profile, os, stream.profile);
+  }
+  file.Apply(stream.profile);
   const auto samples = [](const std::optional<double>& value, int32_t& field) {
     if (value) field = Rounded(*value * kRateHz);
   };
@@ -182,8 +205,9 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
       ->type_name("NAME")
       ->check(CLI::IsMember({"robust"}));
   command
-      .add_option("--profile", options.profile,
-                  "Detector values: general, the number of a device, or a file with some of them (energy)")
+      .add_option(
+          "--profile", options.profile,
+          "Detector values: general or the number of a device (energy), or a file of values and options")
       ->type_name("NAME|FILE")
       ->check([](const std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); });
   command.add_option("--gain", options.gain, "Amplify the recording first, or auto: by its level (energy)")
@@ -241,13 +265,16 @@ std::vector<std::string> FilesOf(const ListenOptions& options) {
   return files;
 }
 
-ListenSetup::ListenSetup(const ListenOptions& options, int32_t device, int32_t os) : setup(StreamSetup()) {
-  CheckDetector(options, device, os);
+ListenSetup::ListenSetup(const ListenOptions& given, int32_t device, int32_t os) : setup(StreamSetup()) {
+  const bool is_file = NamesProfileFile(given.profile);
+  const ProfileFile file = is_file ? ReadProfileFile(given.profile) : ProfileFile();
+  const ListenOptions options = Completed(given, file.options);
+  CheckDetector(options, is_file ? !file.values.empty() : !options.profile.empty(), device, os);
   setup.options.audio = VASK_STREAM_NO_AUDIO;
   joining.join = options.join.value_or(0);
   if (options.detector == "energy") {
     setup.detector = VASK_STREAM_ENERGY;
-    setup.options = EnergyOptions(options, device, os);
+    setup.options = EnergyOptions(options, file, device, os);
     shows_span_start_ = setup.options.pad_start >= 0;
     shows_span_end_ = setup.options.pad_end >= 0;
     joining.pad_start = Beyond("--pad-start", options.pad_start, kMostPadStart);

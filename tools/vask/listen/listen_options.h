@@ -21,7 +21,7 @@ namespace vask::command {
 constexpr int32_t kUsualDevice = 2, kUsualOs = 2;  // the library's defaults
 
 struct ListenOptions {
-  std::string detector = "learned";   // or energy
+  std::string detector;               // learned or energy; empty: what the profile says, or learned
   std::string model;                  // a file; empty: the built-in one
   std::string preset, profile, gain;  // of the energy detector; the gain in dB, or "auto"
   std::optional<double> pad_start, pad_end, min_speech, max_segment, pause;  // s
@@ -50,7 +50,7 @@ class ListenSetup {
  public:
   // The streams deliver no audio yet. The profile overrides the preset, and the rest override both. Throws
   // UsageError, or FileError for a profile file or a model.
-  ListenSetup(const ListenOptions& options, int32_t device, int32_t os);
+  ListenSetup(const ListenOptions& given, int32_t device, int32_t os);
 
   vask_stream_setup setup;
   JoinRules joining;  // for those that join utterances, and widen spans beyond what streams deliver

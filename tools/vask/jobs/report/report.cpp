@@ -109,7 +109,7 @@ void Report(const ReportArguments& arguments, int32_t device, int32_t os) {
                           {"spectrogram_lowest", Spectrogram::kLowestDb},
                           {"trace_step", Seconds(kFrameSamples * form.fineness.trace_frames)},
                           {"trace_steps_per_db", Traces::kStepsPerDb},
-                          {"detector", arguments.options.detector},
+                          {"detector", listen.is_learned() ? "learned" : "energy"},
                           {"threshold", StartThreshold(listen.setup)},
                           {"close_threshold", listen.setup.rules.close_probability},
                           {"trace_steps_of_one", Traces::kStepsOfOne},
