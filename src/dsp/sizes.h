@@ -5,6 +5,7 @@
 
 namespace vask {
 
+inline constexpr int32_t kSampleRate = 16000;   // Hz
 inline constexpr int32_t kFrame = 160;          // 10 ms
 inline constexpr int32_t kWindow = 2 * kFrame;  // what the detector looks at
 inline constexpr int32_t kFftOrder = 9;

@@ -8,6 +8,7 @@
 
 #include "dsp/tables/ear.h"
 #include "dsp/tables/logarithm.h"
+#include "dsp/tables/low_pass.h"
 #include "dsp/tables/mel_idct.h"
 #include "dsp/tables/square_root.h"
 #include "dsp/tables/windows.h"
@@ -75,6 +76,13 @@ TEST(Tables, HoldTheValuesOfTheirRecipes) {
   EXPECT_EQ(InitFBank_N, 256);
   EXPECT_EQ(InitDCTMatrix_N, 299);
   EXPECT_EQ(pre_emph_N, 257);
+}
+
+// Those of the resampler are as the generator made them once; what the filters do is measured in its own
+// test.
+TEST(Tables, HoldTheFiltersThatWereDesignedOnce) {
+  EXPECT_EQ(Crc32(ValuesOf(kLowPassQ24)), 0x02eb8b14);
+  EXPECT_EQ(Crc32(ValuesOf(kHalfBandQ16)), 0x0ff9d517);
 }
 
 }  // namespace

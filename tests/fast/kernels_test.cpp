@@ -36,6 +36,7 @@
 #include "noise/mel_bank.h"
 #include "noise/mel_idct.h"
 #include "noise/wiener_filter.h"
+#include "resample/resampler.h"
 #include "support/inputs.h"
 #include "support/levels.h"
 
@@ -381,6 +382,24 @@ void OfListening(Input x, Outputs& out) {
   }
 }
 
+// Few phases with steps of one and more, and many; the last one is halved first.
+void OfRates(Input x, Outputs& out) {
+  static constexpr std::pair<int32_t, int32_t> kRates[] = {{8000, 16000},  {24000, 16000}, {32000, 16000},
+                                                           {16000, 12000}, {16000, 48000}, {44100, 16000}};
+  static std::vector<Resampler> resamplers = [] {
+    std::vector<Resampler> opened(std::size(kRates));
+    for (size_t i = 0; i < opened.size(); ++i) opened[i].Open(kRates[i].first, kRates[i].second);
+    return opened;
+  }();
+  for (Resampler& resampler : resamplers) {
+    resampler.Clear();
+    std::vector<int16_t> given(3 * kInput);
+    resampler.Take(x);
+    given.resize(resampler.GiveRest(given));
+    Append(out, given);
+  }
+}
+
 // Run a kernel, or the step that it is part of, on an input.
 void Drive(Kernel kernel, Input x, Outputs& out) {
   switch (kernel) {
@@ -444,6 +463,9 @@ void Drive(Kernel kernel, Input x, Outputs& out) {
       return OfProducts(x, out);
     case Kernel::kRescale:
       return OfRows(x, out);
+    case Kernel::kRunFilters:
+    case Kernel::kRunHalfBand:
+      return OfRates(x, out);
     case Kernel::kSigmoids:
     case Kernel::kUpdateState:
       return OfStates(x, out);

@@ -84,6 +84,12 @@ std::vector<File> Files() {
          SquareRoots},
         {"1/sqrt(1 + i/16), with 1.0 as 32767", "inline constexpr std::array<int16_t, 49> kInverseRootQ15",
          10, InverseRoots}}},
+      {"low_pass.h",
+       {{"Low-pass filter i / 24 samples of the lower rate from its middle: 0.45 of that rate passes, 0.5 "
+         "does not",
+         "inline constexpr std::array<int32_t, 887> kLowPassQ24", 8, LowPass},
+        {"Half-band filter: the taps at distances -23, -21 ... 23",
+         "inline constexpr std::array<int16_t, 24> kHalfBandQ16", 8, HalfBand}}},
   };
 }
 

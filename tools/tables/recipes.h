@@ -47,4 +47,11 @@ Rows SquareRoots();         // sqrt(k/1024), Q30
 Rows InverseRoots();     // 1/sqrt(1 + i/16), i = 0 ... 48
 Rows ShortLogarithms();  // log2(1 + i/32), i = 0 ... 32
 
+// The resampler's low-pass filter from its middle on, 24 points per sample of the lower rate; Q24. Its sum
+// over a sample's distance is 1.
+Rows LowPass();
+
+// The half-band filter before it at the highest rates: its taps at odd distances from the middle; Q16.
+Rows HalfBand();
+
 }  // namespace vask::tables
