@@ -26,8 +26,9 @@ bool Regrow(T*& data, int64_t count, int64_t capacity) {
 
 }  // namespace
 
-bool Outbox::Open(int64_t bound, bool has_events) {
+bool Outbox::Open(int64_t bound, bool has_events, int32_t margin) {
   bound_ = bound;
+  margin_ = margin;
   has_events_ = has_events;
   capacity_ = std::min(kFirstCapacity, bound);
   entry_capacity_ = kFirstEvents;
@@ -43,7 +44,7 @@ void Outbox::Close() {
 }
 
 void Outbox::Clear() {
-  base_ = taken_ = pushed_ = certain_ = last_audio_ = 0;
+  base_ = taken_ = pushed_ = certain_ = frozen_ = last_audio_ = last_margin_ = 0;
   first_entry_ = entry_count_ = last_kind_ = 0;
 }
 
@@ -57,15 +58,16 @@ Outbox::Room Outbox::Reserve(int64_t samples) {
   return GrowAudio(samples) ? Room::kThere : Room::kNoMemory;
 }
 
-// Waiting samples are moved to the front. The storage doubles if they fill more than half of it, up to twice
-// the bound: so a sample is moved once on average, however many are waiting.
+// Waiting samples, and the margin before them, are moved to the front. The storage doubles if they fill more
+// than half of it, up to twice the bound: so a sample is moved once on average, however many are waiting.
 bool Outbox::GrowAudio(int64_t samples) {
-  std::copy(At(taken_), At(pushed_), audio_);
-  base_ = taken_;
-  const int64_t needed = Waiting() + samples;
+  const int64_t kept = std::max(base_, taken_ - margin_);
+  std::copy(At(kept), At(pushed_), audio_);
+  base_ = kept;
+  const int64_t needed = pushed_ - base_ + samples;
   if (needed <= capacity_ / 2) return true;
   const int64_t larger = 2 * std::min(capacity_, bound_);
-  if (Regrow(audio_, Waiting(), larger)) capacity_ = larger;
+  if (Regrow(audio_, pushed_ - base_, larger)) capacity_ = larger;
   return needed <= capacity_;
 }
 
@@ -88,7 +90,7 @@ void Outbox::PushSilence(int64_t samples) {
 }
 
 int64_t Outbox::TakeBack(int64_t from, int64_t to) {
-  from = std::max(from, taken_);
+  from = std::max({from, taken_, frozen_});
   if (to > from) {
     std::copy(At(to), At(pushed_), At(from));
     pushed_ -= to - from;
@@ -97,7 +99,11 @@ int64_t Outbox::TakeBack(int64_t from, int64_t to) {
 }
 
 void Outbox::Add(const vask_stream_event& event, int64_t audio) {
-  entries_[(first_entry_ + entry_count_) % entry_capacity_] = {event, audio};
+  // What follows a split is needed for the end of the piece before it, too, even if it is rejected.
+  const bool is_split = event.kind == VASK_STREAM_ENDED && event.reason == VASK_STREAM_BY_SPLIT;
+  const int64_t margin = is_split ? std::min(margin_, pushed_ - audio) : 0;
+  if (is_split) frozen_ = audio + margin;
+  entries_[(first_entry_ + entry_count_) % entry_capacity_] = {event, audio, margin};
   ++entry_count_;
 }
 
@@ -107,20 +113,21 @@ bool Outbox::Next(vask_stream_event& event) {
   event = entry.event;
   last_kind_ = event.kind;
   last_audio_ = entry.audio;
+  last_margin_ = entry.margin;
   if (event.kind != VASK_STREAM_ENDED) taken_ = std::max(taken_, entry.audio);
   first_entry_ = (first_entry_ + 1) % entry_capacity_;
   --entry_count_;
   return true;
 }
 
-int64_t Outbox::Limit() const {
+int64_t Outbox::limit() const {
   if (!has_events_) return pushed_;
   if (last_kind_ != VASK_STREAM_STARTED) return last_audio_;
   // The event after a start is the end of that segment.
   return entry_count_ > 0 ? entries_[first_entry_].audio : std::min(certain_, pushed_);
 }
 
-int64_t Outbox::Available() const { return std::max(Limit() - taken_, int64_t{0}); }
+int64_t Outbox::Available() const { return std::max(limit() - taken_, int64_t{0}); }
 
 int32_t Outbox::Read(std::span<int16_t> out) {
   const int64_t count = std::min(Available(), static_cast<int64_t>(out.size()));
@@ -128,5 +135,14 @@ int32_t Outbox::Read(std::span<int16_t> out) {
   taken_ += count;
   return static_cast<int32_t>(count);
 }
+
+void Outbox::Copy(int64_t from, int64_t first, int64_t end, std::span<int16_t> out) const {
+  const int64_t to = from + static_cast<int64_t>(out.size());
+  const int64_t known = std::clamp(first, from, to), known_end = std::clamp(end, known, to);
+  std::fill(out.begin(), out.end(), int16_t{0});
+  std::copy(At(known), At(known_end), out.begin() + (known - from));
+}
+
+void Outbox::TakeUntil(int64_t place) { taken_ = std::max(taken_, place); }
 
 }  // namespace vask

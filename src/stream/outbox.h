@@ -13,8 +13,9 @@ namespace vask {
 // that were taken back.
 class Outbox {
  public:
-  // Allocate the first storage. False if there is no memory.
-  bool Open(int64_t bound, bool has_events);
+  // Allocate the first storage. `margin`: so many samples before those that wait, and after a split, keep
+  // what they were. False if there is no memory.
+  bool Open(int64_t bound, bool has_events, int32_t margin);
   void Close();
   void Clear();  // keeps the storage
 
@@ -40,15 +41,23 @@ class Outbox {
   int64_t Available() const;
   int32_t Read(std::span<int16_t> out);
 
+  // The audio that the caller may take ends at the limit; what follows it on the same line, at `line_end`.
+  int64_t limit() const;
+  int64_t line_end() const { return limit() + last_margin_; }
+  int64_t last_audio() const { return last_audio_; }  // place of the event that was taken last
+  // Copy the samples from a place on; those before `first` and from `end` on are silence.
+  void Copy(int64_t from, int64_t first, int64_t end, std::span<int16_t> out) const;
+  void TakeUntil(int64_t place);
+
  private:
   struct Entry {
     vask_stream_event event;
     int64_t audio;
+    int64_t margin;  // samples after that place that are kept
   };
 
-  int64_t Limit() const;  // the audio that the caller may take ends here
   int64_t Waiting() const { return pushed_ - taken_; }
-  int16_t* At(int64_t place) { return audio_ + (place - base_); }
+  int16_t* At(int64_t place) const { return audio_ + (place - base_); }
   bool GrowAudio(int64_t samples);
   bool GrowEvents();
 
@@ -58,11 +67,14 @@ class Outbox {
   int64_t taken_;   // first sample that is waiting
   int64_t pushed_;  // one past the last
   int64_t certain_;
+  int64_t margin_;  // samples
+  int64_t frozen_;  // what stands before this place stays
   Entry* entries_;  // a ring
   int32_t entry_capacity_, first_entry_, entry_count_;
   bool has_events_;
   int32_t last_kind_;   // of the event taken last; 0: none
   int64_t last_audio_;  // its place
+  int64_t last_margin_;
 };
 
 }  // namespace vask

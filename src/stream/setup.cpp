@@ -4,6 +4,7 @@
 #include "stream/setup.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -87,6 +88,21 @@ const char* ComplaintAboutOutput(const vask_stream_setup& setup) {
   return nullptr;
 }
 
+bool IsRate(int32_t rate) {
+  constexpr std::array kRates = {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000};
+  return std::find(kRates.begin(), kRates.end(), RateOf(rate)) != kRates.end();
+}
+
+const char* ComplaintAboutRates(const vask_stream_setup& setup) {
+  if (!IsRate(setup.input_rate)) {
+    return "input_rate is not one of 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 and 48000 Hz";
+  }
+  if (!IsRate(setup.audio_rate)) {
+    return "audio_rate is not one of 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 and 48000 Hz";
+  }
+  return nullptr;
+}
+
 const char* ComplaintAboutListening(const vask_stream_setup& setup) {
   if (!IsIn(setup.listening_floor_db, -60, 0)) return "listening_floor_db is not -60 to 0";
   if (!IsIn(setup.listening_mix, 0, 1)) return "listening_mix is not 0 to 1";
@@ -111,6 +127,7 @@ vask_stream_setup DefaultSetup() {
 
 const char* ComplaintAbout(const vask_stream_setup& setup) {
   if (setup.size != sizeof setup) return "size is not that of a vask_stream_setup";
+  if (const char* complaint = ComplaintAboutRates(setup)) return complaint;
   if (setup.detector == VASK_STREAM_ENERGY) {
     if (setup.options.audio == VASK_STREAM_LISTENING) return "audio 3 needs the learned detector";
     return ComplaintAbout(setup.options);
@@ -121,6 +138,8 @@ const char* ComplaintAbout(const vask_stream_setup& setup) {
   if (const char* complaint = ComplaintAboutListening(setup)) return complaint;
   return ModelOf(setup.model) != nullptr ? nullptr : "there is no built-in model, and none is given";
 }
+
+int32_t RateOf(int32_t rate) { return rate != 0 ? rate : kSampleRate; }
 
 TrackerRules TrackerRulesOf(const vask_stream_rules& rules) {
   return {.open_q15 = Q15Of(rules.open_probability),

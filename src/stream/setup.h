@@ -17,6 +17,7 @@ vask_stream_setup DefaultSetup();
 const char* ComplaintAbout(const vask_stream_setup& setup);
 
 // These need a setup without complaints.
+int32_t RateOf(int32_t rate);  // of the input or the audio: Hz
 TrackerRules TrackerRulesOf(const vask_stream_rules& rules);
 SegmentRules SegmentRulesOf(const vask_stream_setup& setup);
 

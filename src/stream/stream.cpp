@@ -1,15 +1,17 @@
 // A stream: cuts the written samples into frames and hands them to the path of its detector, which turns them
-// into audio and events on the input's time line. In: int16 samples, 16 kHz. Out: the outbox.
+// into audio and events on the input's time line. In: int16 samples at the input's rate. Out: audio at its
+// own rate, and events.
 #include <vask/stream.h>
 
 #include <algorithm>
-#include <array>
 #include <new>
 #include <span>
 
 #include "dsp/float_mode.h"
 #include "dsp/memory.h"
+#include "stream/delivery.h"
 #include "stream/energy_path.h"
+#include "stream/input.h"
 #include "stream/learned_path.h"
 #include "stream/level.h"
 #include "stream/options.h"
@@ -20,8 +22,8 @@ struct vask_stream {
   vask::Timeline line;
   vask::EnergyPath* energy;  // one of these is null
   vask::LearnedPath* learned;
-  int16_t pending[vask::kFrame];  // written and not yet a frame
-  int32_t pending_count;
+  vask::Input input;
+  vask::Delivery delivery;
   bool is_over;
 };
 
@@ -40,16 +42,12 @@ int32_t ErrorOf(Outbox::Room room) {
   return room == Outbox::Room::kFull ? VASK_STREAM_FULL : VASK_STREAM_NO_MEMORY;
 }
 
-// Run the pending samples, padded with silence if they are not a whole frame, as the next frame. 0, or an
-// error, and then nothing has happened.
-int32_t RunPending(vask_stream& s) {
+// Run the next frame. 0, or an error, and then nothing has happened.
+int32_t RunFrame(vask_stream& s) {
   return OnPath(s, [&](auto& path) {
     const int32_t error = ErrorOf(s.line.outbox.Reserve(path.most_out()));
     if (error != 0) return error;
-    std::array<int16_t, kFrame> frame = {};
-    std::copy_n(s.pending, s.pending_count, frame.begin());
-    s.pending_count = 0;
-    path.Take(s.line, frame);
+    path.Take(s.line, s.input.TakeFrame(s.line.input_end != kNoEnd));
     ++s.line.frames;
     return 0;
   });
@@ -59,24 +57,19 @@ int32_t Write(vask_stream& s, std::span<const int16_t> samples) {
   if (s.line.input_end != kNoEnd) return VASK_STREAM_OVER;
   size_t taken = 0;
   for (;;) {
-    if (s.pending_count == kFrame) {
-      const int32_t error = RunPending(s);
-      if (error != 0) return taken > 0 ? static_cast<int32_t>(taken) : error;
-    }
-    if (taken == samples.size()) return static_cast<int32_t>(taken);
-    const size_t count = std::min(samples.size() - taken, static_cast<size_t>(kFrame - s.pending_count));
-    std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(taken), count, s.pending + s.pending_count);
-    s.pending_count += static_cast<int32_t>(count);
-    taken += count;
+    taken += s.input.Take(samples.subspan(taken));
+    if (!s.input.is_full()) return static_cast<int32_t>(taken);
+    const int32_t error = RunFrame(s);
+    if (error != 0) return taken > 0 ? static_cast<int32_t>(taken) : error;
   }
 }
 
 int32_t Flush(vask_stream& s) {
   if (s.is_over) return 0;
-  if (s.line.input_end == kNoEnd) s.line.input_end = s.line.frames * kFrame + s.pending_count;
+  if (s.line.input_end == kNoEnd) s.line.input_end = s.input.LengthAt(kSampleRate);
   const int64_t total = OnPath(s, [&](const auto& path) { return path.TotalFrames(s.line); });
   while (s.line.frames < total) {
-    const int32_t error = RunPending(s);
+    const int32_t error = RunFrame(s);
     if (error != 0) return error;
   }
   const int32_t error = ErrorOf(s.line.outbox.Reserve(0));
@@ -95,7 +88,25 @@ vask_stream_measures MeasuresOf(const vask_stream& s) {
   measures.detector_at = -1;
   measures.level_db = LevelDb(energy, kFrame);
   OnPath(s, [&](const auto& path) { path.Measure(s.line, measures); });
+  measures.heard = s.input.Position(measures.heard);
+  measures.detector_at = s.input.Position(measures.detector_at);
   return measures;
+}
+
+// --- output
+
+bool Next(vask_stream& s, vask_stream_event& event) {
+  if (!s.line.outbox.Next(event)) return false;
+  s.delivery.Follow(event, s.line.outbox);
+  for (int64_t* position : {&event.start, &event.end, &event.span_start, &event.span_end, &event.heard}) {
+    *position = s.input.Position(*position);
+  }
+  return true;
+}
+
+Emission EmissionOf(const vask_stream& s) {
+  const int64_t last = s.line.input_end == kNoEnd ? kNoEnd : s.input.LengthAt(s.delivery.rate());
+  return {s.line.is_continuous, s.is_over, last};
 }
 
 // --- life
@@ -103,7 +114,8 @@ vask_stream_measures MeasuresOf(const vask_stream& s) {
 void Reset(vask_stream& s) {
   OnPath(s, [](auto& path) { path.Clear(); });
   s.line.Clear();
-  s.pending_count = 0;
+  s.input.Clear();
+  s.delivery.Clear();
   s.is_over = false;
 }
 
@@ -131,8 +143,11 @@ bool OpenStream(vask_stream& s, const vask_stream_setup& setup) {
   const vask_stream_options& options = setup.options;
   s.line.is_continuous = options.mode == VASK_STREAM_CONTINUOUS;
   s.line.audio = options.audio;
+  const bool has_audio = options.audio != VASK_STREAM_NO_AUDIO;
+  if (!s.input.Open(RateOf(setup.input_rate))) return false;
+  if (!s.delivery.Open(has_audio ? RateOf(setup.audio_rate) : kSampleRate)) return false;
   const int32_t bound = options.queue_samples != 0 ? options.queue_samples : DefaultOptions().queue_samples;
-  if (!s.line.outbox.Open(bound, !s.line.is_continuous)) return false;
+  if (!s.line.outbox.Open(bound, !s.line.is_continuous, s.delivery.margin())) return false;
   const bool is_learned = setup.detector == VASK_STREAM_LEARNED;
   if (!(is_learned ? OpenPath(s.learned, s.line, setup) : OpenPath(s.energy, s.line, options))) return false;
   Reset(s);
@@ -143,6 +158,8 @@ void CloseStream(vask_stream& s) {
   ClosePath(s.energy);
   ClosePath(s.learned);
   s.line.Close();
+  s.input.Close();
+  s.delivery.Close();
 }
 
 vask_stream* NewStream(const vask_stream_setup& setup) {
@@ -182,16 +199,18 @@ int32_t vask_stream_flush(vask_stream* stream) {
 }
 
 int32_t vask_stream_next(vask_stream* stream, vask_stream_event* event) {
-  return stream != nullptr && event != nullptr && stream->line.outbox.Next(*event) ? 1 : 0;
+  return stream != nullptr && event != nullptr && vask::Next(*stream, *event) ? 1 : 0;
 }
 
 int32_t vask_stream_read(vask_stream* stream, int16_t* samples, int32_t max) {
   if (stream == nullptr || samples == nullptr || max <= 0) return 0;
-  return stream->line.outbox.Read({samples, static_cast<size_t>(max)});
+  return stream->delivery.Read(stream->line.outbox, vask::EmissionOf(*stream),
+                               {samples, static_cast<size_t>(max)});
 }
 
 int32_t vask_stream_available(const vask_stream* stream) {
-  return stream != nullptr ? static_cast<int32_t>(stream->line.outbox.Available()) : 0;
+  if (stream == nullptr) return 0;
+  return static_cast<int32_t>(stream->delivery.Available(stream->line.outbox, vask::EmissionOf(*stream)));
 }
 
 int32_t vask_stream_measure(const vask_stream* stream, vask_stream_measures* measures) {
@@ -206,6 +225,7 @@ int32_t vask_stream_hear(const vask_stream* stream, vask_stream_hearing* hearing
   if (hearing->size != sizeof *hearing) return VASK_STREAM_BAD_ARGUMENT;
   const vask::DefaultFloatMode float_mode;
   stream->learned->Hearing(*hearing);
+  hearing->at = stream->input.Position(hearing->at);
   return 0;
 }
 
