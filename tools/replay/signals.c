@@ -1,5 +1,5 @@
 /* Every intermediate is below 2^53. Where a quotient may be negative, Floor rounds it down. */
-#include "signals/signals.h"
+#include "replay/signals.h"
 
 #include <string.h>
 
