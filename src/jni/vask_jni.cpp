@@ -12,6 +12,7 @@
 #include <span>
 
 #include "dsp/memory.h"
+#include "jni/environment.h"
 #include "jni/raw_file_reader.h"
 #include "process/raw_file.h"
 #include "process/turn.h"
@@ -41,11 +42,6 @@ bool HasMemoryForStart() {
     blocks = next;
   }
   return count == kBlocks;
-}
-
-void Throw(JNIEnv* env, const char* type, const char* message) {
-  const jclass found = env->FindClass(type);
-  if (found != nullptr) env->ThrowNew(found, message);  // otherwise FindClass has thrown already
 }
 
 // False: NullPointerException has been thrown.
@@ -115,27 +111,6 @@ jint Read(JNIEnv* env, int32_t n, Array out) {
   Release(buffer);
   return count;
 }
-
-// The characters of a Java string, as long as this object lives; null if there is no string or no memory.
-class Text {
- public:
-  Text(JNIEnv* env, jstring string)
-      : env_(env),
-        string_(string),
-        characters_(string != nullptr ? env->GetStringUTFChars(string, nullptr) : nullptr) {}
-  ~Text() {
-    if (characters_ != nullptr) env_->ReleaseStringUTFChars(string_, characters_);
-  }
-  Text(const Text&) = delete;
-  Text& operator=(const Text&) = delete;
-
-  const char* Characters() const { return characters_; }
-
- private:
-  JNIEnv* env_;
-  jstring string_;
-  const char* characters_;
-};
 
 }  // namespace
 }  // namespace vask

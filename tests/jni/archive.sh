@@ -13,9 +13,8 @@ module=prefab/modules/Vask
 for file in AndroidManifest.xml R.txt "jni/$abi/libVask.so" $module/include/vask/vask.h; do
   [ -e "$file" ] || { echo "missing: $file"; exit 1; }
 done
-[ "$("$jar" tf classes.jar | grep -c '\.class$')" -eq 1 ]
-"$jar" tf classes.jar | grep -qx com/norv/Brindle/Vask.class
-grep -q 'com.norv.Brindle.Vask' proguard.txt
+for class in Vask VaskStream; do "$jar" tf classes.jar | grep -qx com/norv/Brindle/$class.class; done
+for rule in Vask VaskStreamLibrary; do grep -q "^-keep class com.norv.Brindle.$rule {" proguard.txt; done
 python3 - "$abi" << 'END'
 import json, sys, xml.etree.ElementTree as xml
 abi = sys.argv[1]

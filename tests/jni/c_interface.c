@@ -1,7 +1,8 @@
 /*
- * The output of the C interface for the calling sequence of the Java test, as files to compare with.
+ * The output of the C interface for the calling sequence of the Java test, as files to compare with, and the
+ * built-in model as a file to open.
  *
- *   c_interface RECORDING.wav OUT_SAMPLES OUT_PACKETS
+ *   c_interface RECORDING.wav OUT_SAMPLES OUT_PACKETS OUT_MODEL
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -9,6 +10,9 @@
 
 enum { kBuffer = 320, kPacket = 160, kMost = 160000 };
 
+static const signed char model[] = {
+#include "gate/tables/model.inc"
+};
 static int16_t recording[320000];
 static int16_t taken[kMost];
 static uint8_t stream[2 * kMost];
@@ -48,7 +52,9 @@ static void Listen(size_t n, const char* out_path, int as_packets) {
 }
 
 int main(int argc, char** argv) {
-  if (argc != 4) return 2;
+  if (argc != 5) return 2;
+  FILE* file = fopen(argv[4], "wb");
+  if (file == NULL || fwrite(model, 1, sizeof model, file) != sizeof model || fclose(file) != 0) return 2;
   const size_t n = Load(argv[1]);
   Listen(n, argv[2], 0);
   Listen(n, argv[3], 1);

@@ -1,5 +1,5 @@
-// A limit to the library's memory, set by VaskWithoutMemoryTest. The linker redirects the library's calls to
-// this file.
+// A limit to the library's memory, set by VaskWithoutMemoryTest; setting it returns what was left. The linker
+// redirects the library's calls to this file.
 #include <jni.h>
 #include <malloc.h>
 
@@ -40,9 +40,11 @@ void __wrap_free(void* block) {
   __real_free(block);
 }
 
-JNIEXPORT void JNICALL Java_com_norv_Brindle_VaskWithoutMemoryTest_limit(JNIEnv*, jclass, jint bytes) {
+JNIEXPORT jint JNICALL Java_com_norv_Brindle_VaskWithoutMemoryTest_limit(JNIEnv*, jclass, jint bytes) {
+  const auto before = static_cast<jint>(left);
   is_limited = bytes >= 0;
   left = is_limited ? static_cast<size_t>(bytes) : 0;
+  return before;
 }
 
 }  // extern "C"

@@ -282,7 +282,7 @@ public final class VaskTest {
     short[] none = {};
     long before = 0;
     for (int call = 0; call < 12000; call++) {
-      if (call == 2000) before = residentKib();
+      if (call == 2000) before = ResidentMemory.kib();
       Vask.Vask_epd_process_frames(call % 2 == 0 ? 160 : 1, samples);
       if (call % 2 == 0) Vask.Vask_epd_get_raw_data(16000, samples);
       Vask.Vask_epd_get_pkt_data(8000, bytes, 1);
@@ -301,16 +301,8 @@ public final class VaskTest {
       Vask.Vask_fclose();
       if (call % 100 == 0) Vask.Vask_epd_reset();
     }
-    long grown = residentKib() - before;
+    long grown = ResidentMemory.kib() - before;
     System.out.println("resident memory: " + before + " KiB, and " + grown + " KiB more after 10000 rounds");
     if (!Boolean.getBoolean("vask.sanitized")) assertTrue(grown + " KiB", grown < 6000); // a leak is 160 MB
-  }
-
-  private static long residentKib() throws IOException {
-    System.gc();
-    for (String line : Files.readAllLines(Paths.get("/proc/self/status"))) {
-      if (line.startsWith("VmRSS:")) return Long.parseLong(line.replaceAll("[^0-9]", ""));
-    }
-    throw new IOException("no VmRSS");
   }
 }
