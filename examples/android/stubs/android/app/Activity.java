@@ -16,11 +16,6 @@ public class Activity extends android.content.Context {
   public final void runOnUiThread(Runnable action) {}
 
   @Override
-  public java.io.File getFilesDir() {
-    return null;
-  }
-
-  @Override
   public int checkSelfPermission(String permission) {
     return 0;
   }

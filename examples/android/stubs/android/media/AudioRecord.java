@@ -15,7 +15,7 @@ public class AudioRecord {
 
   public void startRecording() {}
 
-  public int read(short[] audioData, int offsetInShorts, int sizeInShorts) {
+  public int read(java.nio.ByteBuffer audioBuffer, int sizeInBytes) {
     return 0;
   }
 

@@ -43,18 +43,18 @@ public final class Main {
     }
   }
 
-  private static void report(List<Listener.Utterance> utterances, Path folder) throws IOException {
+  private static void report(List<short[]> utterances, Path folder) throws IOException {
     Files.createDirectories(folder);
     for (int k = 0; k < utterances.size(); k++) {
-      Listener.Utterance utterance = utterances.get(k);
-      ByteBuffer raw = ByteBuffer.allocate(2 * utterance.samples.length).order(ByteOrder.LITTLE_ENDIAN);
-      raw.asShortBuffer().put(utterance.samples);
+      short[] samples = utterances.get(k);
+      ByteBuffer raw = ByteBuffer.allocate(2 * samples.length).order(ByteOrder.LITTLE_ENDIAN);
+      raw.asShortBuffer().put(samples);
+      byte[] packets = Packets.encode(samples);
       String name = "utterance-" + (k + 1);
       Files.write(folder.resolve(name + ".raw"), raw.array());
-      Files.write(folder.resolve(name + ".packets"), utterance.packets);
+      Files.write(folder.resolve(name + ".packets"), packets);
       Listener.print("utterance %d: %d bytes as samples, %d as packets, which come back with an SNR of %.1f dB\n",
-          k + 1, raw.capacity(), utterance.packets.length,
-          snrDb(utterance.samples, PacketReader.decode(utterance.packets)));
+          k + 1, raw.capacity(), packets.length, snrDb(samples, Packets.decode(packets)));
     }
     Listener.print("%d utterances written to %s\n", utterances.size(), folder);
   }

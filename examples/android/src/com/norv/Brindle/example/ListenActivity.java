@@ -49,14 +49,14 @@ public final class ListenActivity extends Activity implements Microphone.Listene
 
   private void listen() {
     if (microphone != null || !mayRecord()) return;
-    microphone = new Microphone(getFilesDir().getPath(), this);
+    microphone = new Microphone(this);
     microphone.start();
     text.setText("Say something.");
   }
 
   @Override
-  public void onUtterance(final byte[] packets, final int seconds) {
-    runOnUiThread(() -> text.setText(packets.length + " bytes of packets: " + seconds + " s of speech"));
+  public void onUtterance(final short[] samples, final double seconds) {
+    runOnUiThread(() -> text.setText(String.format("%.1f s of speech in %d samples", seconds, samples.length)));
   }
 
   @Override

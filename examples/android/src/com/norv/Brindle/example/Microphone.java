@@ -3,34 +3,27 @@ package com.norv.Brindle.example;
 import android.media.AudioFormat;
 import android.media.AudioRecord;
 import android.media.MediaRecorder;
-import com.norv.Brindle.Vask;
-import java.util.Arrays;
+import com.norv.Brindle.VaskStream;
+import com.norv.Brindle.VaskStreamEvent;
+import java.nio.ByteBuffer;
 
-/** The microphone's thread, and the only one that calls the front end. */
+/** The microphone's thread. Its stream is its own. */
 final class Microphone extends Thread {
   /** Called on this thread. */
   interface Listener {
-    void onUtterance(byte[] packets, int seconds);
+    void onUtterance(short[] samples, double seconds);
 
     void onFailure(String reason);
   }
 
   private static final int RATE = 16000;
-  private static final int BUFFER = RATE / 50; // samples: 20 ms
-  private static final int PACKET = BUFFER / 2; // bytes: 20 ms
-  private static final int CAPACITY = 10 * RATE; // samples between two resets
-  private static final int IDLE_RESET = CAPACITY / 2;
+  private static final int BUFFER = 2 * RATE / 50; // bytes: 20 ms
 
-  private static final byte[] NO_ROOM = {};
-  private static final Object FRONT_END = new Object();
-
-  private final String folder;
   private final Listener listener;
   private volatile boolean closed;
 
-  Microphone(String folder, Listener listener) {
+  Microphone(Listener listener) {
     super("microphone");
-    this.folder = folder;
     this.listener = listener;
   }
 
@@ -40,60 +33,42 @@ final class Microphone extends Thread {
 
   @Override
   public void run() {
-    synchronized (FRONT_END) { // the thread of a closed screen may still be running
-      if (closed) return;
-      if (Vask.Vask_epd_init(folder, 2) != 1) {
-        listener.onFailure("The front end does not start.");
+    int least = AudioRecord.getMinBufferSize(RATE, AudioFormat.CHANNEL_IN_MONO, AudioFormat.ENCODING_PCM_16BIT);
+    AudioRecord record = new AudioRecord(MediaRecorder.AudioSource.VOICE_RECOGNITION, RATE,
+        AudioFormat.CHANNEL_IN_MONO, AudioFormat.ENCODING_PCM_16BIT, Math.max(least, 20 * BUFFER));
+    try (VaskStream stream = VaskStream.builder().detector(VaskStream.Detector.LEARNED).open()) {
+      if (record.getState() != AudioRecord.STATE_INITIALIZED) {
+        listener.onFailure("The microphone cannot be had.");
         return;
       }
-      int least = AudioRecord.getMinBufferSize(RATE, AudioFormat.CHANNEL_IN_MONO, AudioFormat.ENCODING_PCM_16BIT);
-      AudioRecord record = new AudioRecord(MediaRecorder.AudioSource.VOICE_RECOGNITION, RATE,
-          AudioFormat.CHANNEL_IN_MONO, AudioFormat.ENCODING_PCM_16BIT, Math.max(least, 20 * BUFFER));
-      try {
-        if (record.getState() != AudioRecord.STATE_INITIALIZED) {
-          listener.onFailure("The microphone cannot be had.");
-          return;
-        }
-        record.startRecording();
-        listen(record);
-        record.stop();
-      } finally {
-        record.release();
-      }
+      record.startRecording();
+      listen(record, stream);
+      record.stop();
+    } finally {
+      record.release();
     }
   }
 
-  private void listen(AudioRecord record) {
-    short[] buffer = new short[BUFFER];
-    byte[] packets = new byte[CAPACITY];
-    int fed = 0; // since the last reset
-    Vask.Vask_epd_reset();
-    Vask.Vask_epd_wrapup();
+  private void listen(AudioRecord record, VaskStream stream) {
+    ByteBuffer buffer = ByteBuffer.allocateDirect(BUFFER); // written by one and read by the other, without a copy
     while (!closed) {
-      int count = record.read(buffer, 0, BUFFER);
+      int count = record.read(buffer, BUFFER);
       if (count < 0) {
         listener.onFailure("The microphone has failed: " + count);
         return;
       }
-      fed += count;
-      if (Vask.Vask_epd_process_frames(count, buffer) == 1) {
-        // The whole utterance was queued until its end. More than the closing packet: it was speech.
-        int size = Vask.Vask_epd_get_pkt_stream(PACKET, packets, 1);
-        if (size > PACKET + 8) listener.onUtterance(Arrays.copyOf(packets, size), size / (PACKET + 8) / 50);
-      } else if (fed < IDLE_RESET || utteranceIsOpen()) {
-        continue;
-      }
-      Vask.Vask_epd_reset();
-      fed = 0;
+      buffer.position(0).limit(count);
+      stream.write(buffer);
+      deliver(stream);
     }
+    stream.flush(); // what was said last
+    deliver(stream);
   }
 
-  /** Whether anything is queued: a packet that does not fit is refused and stays queued. */
-  private static boolean utteranceIsOpen() {
-    try {
-      return Vask.Vask_epd_get_pkt_data(1, NO_ROOM, 0) > 0;
-    } catch (ArrayIndexOutOfBoundsException full) {
-      return true;
+  private void deliver(VaskStream stream) {
+    for (VaskStreamEvent event : stream) {
+      if (event.kind != VaskStreamEvent.Kind.ENDED) continue;
+      listener.onUtterance(stream.read(), (event.end - event.start) / (double) RATE);
     }
   }
 }

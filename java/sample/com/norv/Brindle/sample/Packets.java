@@ -1,12 +1,18 @@
 package com.norv.Brindle.sample;
 
+import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
+import java.util.Locale;
 
-/** What a receiver does with packets with headers: splits the stream and decodes the IMA ADPCM in it. */
-final class PacketReader {
-  static final int HEADER = 8;
+/**
+ * An utterance as IMA ADPCM packets with headers, a quarter of the size, as {@code Vask_epd_get_pkt_stream} sends them:
+ * what a sender does with samples, and a receiver with packets. Both keep the same state.
+ */
+final class Packets {
+  private static final int HEADER = 8;
+  private static final int CODES = 160; // bytes of a packet: 20 ms
 
   private static final int[] STEPS = {
     7, 8, 9, 10, 11, 12, 13, 14, 16, 17, 19, 21, 23, 25, 28, 31, 34, 37, 41, 45, 50, 55, 60, 66, 73, 80, 88, 97,
@@ -20,7 +26,26 @@ final class PacketReader {
   private int value;
   private int index;
 
-  private PacketReader() {}
+  private Packets() {}
+
+  /**
+   * Encodes one utterance.
+   *
+   * @param samples at 16 kHz
+   * @return packets of 20 ms, each with its header; the last, of type E, is filled up with silence
+   */
+  static byte[] encode(short[] samples) {
+    Packets writer = new Packets();
+    ByteArrayOutputStream stream = new ByteArrayOutputStream();
+    for (int at = 0; at < samples.length; at += 2 * CODES) {
+      short[] piece = Arrays.copyOfRange(samples, at, at + 2 * CODES);
+      char type = at + 2 * CODES < samples.length ? 'D' : 'E';
+      byte[] header = String.format(Locale.ROOT, "%c %6d", type, CODES).getBytes(StandardCharsets.US_ASCII);
+      stream.write(header, 0, header.length);
+      for (int i = 0; i < piece.length; i += 2) stream.write(writer.code(piece[i]) << 4 | writer.code(piece[i + 1]));
+    }
+    return stream.toByteArray();
+  }
 
   /**
    * Decodes the packets of one utterance.
@@ -29,7 +54,7 @@ final class PacketReader {
    * @return two samples per byte of code
    */
   static short[] decode(byte[] stream) throws IOException {
-    PacketReader reader = new PacketReader();
+    Packets reader = new Packets();
     short[] samples = new short[2 * stream.length];
     int count = 0;
     for (int at = 0; at < stream.length; ) {
@@ -52,6 +77,21 @@ final class PacketReader {
       }
     }
     throw new IOException("no whole packet at byte " + at);
+  }
+
+  /** The code whose step comes closest from below, as the decoder will see it. */
+  private int code(short sample) {
+    int left = sample - value;
+    int code = left < 0 ? 8 : 0;
+    left = Math.abs(left);
+    int step = STEPS[index];
+    for (int bit = 4; bit > 0; bit >>= 1, step >>= 1) {
+      if (left < step) continue;
+      code |= bit;
+      left -= step;
+    }
+    next(code);
+    return code;
   }
 
   private short next(int code) {
