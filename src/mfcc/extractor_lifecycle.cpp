@@ -1,6 +1,7 @@
 #include "mfcc/extractor_lifecycle.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "dsp/float_mode.h"
 #include "dsp/memory.h"
@@ -75,9 +76,9 @@ bool CreateExtractor(mfcc_prm& m, int32_t points, const char* base_dir) {
 
 bool CreateExtractor(mfcc_prm& m) {
   return Create(m, [&] {
-    std::ranges::copy(loChan_data, FromBinOne(m.lo_chan).begin());
-    std::ranges::copy(InitFBank_data, FromBinOne(m.fbank_wt).begin());
-    std::ranges::copy(InitDCTMatrix_data, m.dct);
+    std::copy(std::begin(loChan_data), std::end(loChan_data), FromBinOne(m.lo_chan).begin());
+    std::copy(std::begin(InitFBank_data), std::end(InitFBank_data), FromBinOne(m.fbank_wt).begin());
+    std::copy(std::begin(InitDCTMatrix_data), std::end(InitDCTMatrix_data), m.dct);
     return true;
   });
 }
