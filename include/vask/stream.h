@@ -400,8 +400,9 @@ VASK_API void vask_stream_close(vask_stream *stream);
  * seconds  0.02 to 10 with VASK_STREAM_LEARNED, in steps of 0.02 s; 0 to 30 with VASK_STREAM_ENERGY, in
  *          steps of 0.01 s; and no more than the queue has room for
  *
- * return   0: it is changed
+ * return   0: it is changed, and stays so after a reset
  *          VASK_STREAM_BAD_ARGUMENT: stream is null, or seconds is out of that range
+ *          VASK_STREAM_NO_MEMORY: a longer one needs memory that is not there; nothing has changed
  */
 VASK_API int32_t vask_stream_set_pause(vask_stream *stream, float seconds);
 

@@ -99,6 +99,9 @@ class Stream {
     return hearing;
   }
 
+  // Returns 0; below 0: an error, and nothing has changed.
+  int32_t SetPause(float seconds) { return vask_stream_set_pause(stream_.get(), seconds); }
+
   void Reset() { vask_stream_reset(stream_.get()); }
 
  private:

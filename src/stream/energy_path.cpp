@@ -23,6 +23,10 @@ constexpr int64_t kSampleFrames = 64;     // the margin before a start is emitte
 constexpr int32_t kFlushContinuous = 2;  // frames
 constexpr int32_t kFlushUtterances = 14;
 
+int64_t NotesFor(int32_t hangover_frames) {
+  return hangover_frames + Segment::kSplitWindow + kFramesInFlight;
+}
+
 SegmentRules RulesOf(const vask_stream_options& options) {
   return {.has_audio = options.audio != VASK_STREAM_NO_AUDIO,
           .margin_start = options.pad_start,
@@ -43,7 +47,9 @@ SegmentRules RulesOf(const vask_stream_options& options) {
 int64_t EnergyPath::DetectorFrame() const { return origin_ + detector().frame_index - 1; }
 
 // One past the last frame of speech if the hangover ends with the newest frame.
-int64_t EnergyPath::FrameAfterSpeech() const { return DetectorFrame() + 1 - hangover_frames_ - kEndLag; }
+int64_t EnergyPath::FrameAfterSpeech() const {
+  return DetectorFrame() + 1 - hangover_frames_ - overrun_ - kEndLag;
+}
 
 // The same if the hangover is still running.
 int64_t EnergyPath::FrameAfterSpeechSoFar() const {
@@ -59,7 +65,7 @@ void EnergyPath::NoteDetector(Timeline& line) const {
   note.log_energy = epd.vad.log_energy;
   note.is_voiced = epd.uv.uv_smoothed == 1;
   note.is_voiced_raw = epd.uv.uv_raw == 1;
-  note.is_tone = note.is_voiced_raw && epd.uv.tonality >= tone_tonality_;
+  note.is_tone = note.is_voiced_raw && epd.uv.tonality >= options_.tone_tonality;
 }
 
 // --- one frame
@@ -87,6 +93,7 @@ void EnergyPath::EmitContinuous(Timeline& line, const Step& step) const {
 
 // The engine emits whole frames, the last of them the frame of kDeliveryDelay frames ago.
 void EnergyPath::Deliver(Timeline& line, std::span<const int16_t> emitted) const {
+  if (!line.segment.is_open()) line.rules.margin_end = margin_end_;
   const SegmentContext context = line.Context();
   int64_t frame = line.frames - kDeliveryDelay + 1 - static_cast<int64_t>(emitted.size()) / kFrame;
   if (!emitted.empty() && !line.segment.is_open()) {
@@ -104,6 +111,7 @@ void EnergyPath::EndSegment(Timeline& line, int32_t result, std::span<const int1
   const bool is_forced = detector().vad.silence_run == 0;
   line.segment.End(line.Context(), is_forced ? FrameAfterSpeechSoFar() : FrameAfterSpeech(),
                    is_forced ? VASK_STREAM_BY_LONG_NOISE : VASK_STREAM_BY_SILENCE, result == kEnded);
+  overrun_ = 0;
   WrapUp(engine_);
   RunEngine(line, frame);
 }
@@ -112,6 +120,7 @@ void EnergyPath::Take(Timeline& line, std::span<const int16_t, kFrame> frame) {
   line.history.Enter(line.frames, frame);
   line.history.Keep(line.frames, frame);
   const Step step = RunEngine(line, frame);
+  if (detector().vad.speech_run > 0) overrun_ = 0;
   if (line.is_continuous) {
     EmitContinuous(line, step);
     return;
@@ -123,6 +132,36 @@ void EnergyPath::Take(Timeline& line, std::span<const int16_t, kFrame> frame) {
   } else {
     EndSegment(line, step.result, frame);
   }
+}
+
+// --- the pause that ends a segment
+
+std::optional<Quiet> EnergyPath::QuietNow() const {
+  const energy_vad_prm& vad = detector().vad;
+  const int64_t frames = vad.speech_run > 0 ? 0 : hangover_frames_ + overrun_ - vad.hangover_count;
+  return Quiet{frames, FrameAfterSpeechSoFar()};
+}
+
+// A hangover that is running goes on as if the new pause had been in force from its beginning; one that is
+// longer by now ends with the next frame. The margin of the open segment may be in the caller's hands: it
+// gets no shorter.
+bool EnergyPath::SetPause(Timeline& line, int32_t frames) {
+  vask_stream_options options = options_;
+  options.profile.hangover_frames = frames;
+  if (!line.history.Grow(NotesFor(frames), kSampleFrames, line.frames)) return false;
+  energy_vad_prm& vad = engine_.epd.vad;
+  if (detector().speech_on == 1 && vad.speech_run == 0 && vad.silence_run == 0) {
+    const int32_t left = vad.hangover_count - overrun_ + frames - hangover_frames_;
+    vad.hangover_count = static_cast<int16_t>(std::max(left, 0));
+    overrun_ = std::max(-left, 0);
+  }
+  options_ = options;
+  hangover_frames_ = frames;
+  engine_.epd.profile.hangover_frames = frames;
+  engine_.epd.profile.max_unvoiced_run = ProfileInForce(options.profile).max_unvoiced_run;
+  margin_end_ = LongestPadEnd(options);
+  line.rules.margin_end = std::max(line.rules.margin_end, margin_end_);
+  return true;
 }
 
 // --- the input as a whole
@@ -150,14 +189,15 @@ void EnergyPath::Measure(const Timeline& line, vask_stream_measures& measures) c
 void EnergyPath::Clear() {
   WrapUp(engine_);
   origin_ = 0;
+  overrun_ = 0;
 }
 
 bool EnergyPath::Open(Timeline& line, const vask_stream_options& options) {
   line.rules = RulesOf(options);
+  options_ = options;
   hangover_frames_ = options.profile.hangover_frames;
-  tone_tonality_ = options.tone_tonality;
-  const int64_t notes = hangover_frames_ + Segment::kSplitWindow + kFramesInFlight;
-  if (!line.history.Open(notes, kSampleFrames)) return false;
+  margin_end_ = line.rules.margin_end;
+  if (!line.history.Open(NotesFor(hangover_frames_), kSampleFrames)) return false;
   return CreateEngine(engine_, options.mode, ProfileInForce(options.profile));
 }
 

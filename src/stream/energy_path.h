@@ -5,10 +5,12 @@
 #include <vask/stream.h>
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "engine/pipeline.h"
 #include "engine/record.h"
+#include "stream/conversation.h"
 #include "stream/timeline.h"
 
 namespace vask {
@@ -30,6 +32,12 @@ class EnergyPath {
   // The most samples that one frame emits: the margin before a start and what has arrived since.
   int64_t most_out() const { return 48 * kFrame; }
 
+  // How the open segment stands.
+  std::optional<Quiet> QuietNow() const;
+
+  // Change the hangover. False if there is no memory, and then nothing has changed.
+  bool SetPause(Timeline& line, int32_t frames);
+
   // What the detector knows; the rest is filled in already.
   void Measure(const Timeline& line, vask_stream_measures& measures) const;
 
@@ -47,7 +55,9 @@ class EnergyPath {
   epd_engine engine_;
   int64_t origin_;  // the first frame that the engine heard since its last wrap-up
   int32_t hangover_frames_;
-  int32_t tone_tonality_;  // Q16
+  int32_t overrun_;  // frames by which the hangover that is running is longer than that
+  int64_t margin_end_;
+  vask_stream_options options_;
 };
 
 }  // namespace vask

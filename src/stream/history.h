@@ -31,6 +31,21 @@ class History {
     samples_ = NewZeroed<int16_t>(sample_count_ * kFrame);
     return notes_ != nullptr && samples_ != nullptr;
   }
+  // Keep more, if that is more. `next`: the frame that enters next. False if there is no memory, and then all
+  // is as before.
+  bool Grow(int64_t frames, int64_t sample_frames, int64_t next) {
+    History larger;
+    if (frames <= note_count_ && sample_frames <= sample_count_) return true;
+    if (!larger.Open(std::max(frames, note_count_), std::max(sample_frames, sample_count_))) {
+      larger.Close();
+      return false;
+    }
+    for (int64_t t = std::max<int64_t>(next - note_count_, 0); t < next; ++t) larger.Note(t) = Note(t);
+    for (int64_t t = std::max<int64_t>(next - sample_count_, 0); t < next; ++t) larger.Keep(t, Samples(t));
+    Close();
+    *this = larger;
+    return true;
+  }
   void Close() {
     Release(notes_);
     Release(samples_);

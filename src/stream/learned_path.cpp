@@ -104,6 +104,24 @@ void LearnedPath::Settle(Timeline& line) {
   is_ending_ = false;
 }
 
+// --- the pause that ends a segment
+
+std::optional<Quiet> LearnedPath::QuietNow() const {
+  if (!tracker_.is_open()) return std::nullopt;
+  return Quiet{tracker_.quiet() * kGateStepFrames, tracker_.EarliestEnd() * kGateStepFrames};
+}
+
+bool LearnedPath::SetPause(Timeline& line, int32_t steps) {
+  TrackerRules rules = rules_;
+  rules.pause_steps = steps;
+  const Sizes sizes = SizesFor(line, rules);
+  if (!line.history.Grow(sizes.notes, sizes.samples, line.frames)) return false;
+  most_out_ = std::max(most_out_, sizes.most_out);
+  rules_ = rules;
+  tracker_.SetPause(steps);
+  return true;
+}
+
 // --- the input as a whole
 
 int64_t LearnedPath::TotalFrames(const Timeline& line) const {
@@ -151,19 +169,25 @@ void LearnedPath::Clear() {
   is_ending_ = false;
 }
 
+LearnedPath::Sizes LearnedPath::SizesFor(const Timeline& line, const TrackerRules& rules) const {
+  const auto frames = [](int64_t samples) { return (samples + kFrame - 1) / kFrame; };
+  // How long ago a start can be when it is found, and how long after its end a segment can stay open.
+  const int64_t steps_back = std::max(kMostSoftSteps + rules.open_steps + rules.open_back,
+                                      rules.pause_steps + std::max(rules.open_back, rules.close_back));
+  const int64_t back = steps_back * kGateStepFrames + kSlackFrames;
+  const int64_t kept = frames(line.rules.margin_start) + back;
+  return {.notes = 2 * back + frames(line.rules.margin_end) + kept + Segment::kSplitWindow,
+          .samples = line.is_continuous || !line.rules.has_audio ? 1 : kept,
+          .most_out = kept * kFrame};
+}
+
 bool LearnedPath::Open(Timeline& line, const vask_stream_setup& setup) {
   rules_ = TrackerRulesOf(setup.rules);
   line.rules = SegmentRulesOf(setup);
   tracker_.Open(rules_);
-  const auto frames = [](int64_t samples) { return (samples + kFrame - 1) / kFrame; };
-  // How long ago a start can be when it is found, and how long after its end a segment can stay open.
-  const int64_t steps_back = std::max(kMostSoftSteps + rules_.open_steps + rules_.open_back,
-                                      rules_.pause_steps + std::max(rules_.open_back, rules_.close_back));
-  const int64_t back = steps_back * kGateStepFrames + kSlackFrames;
-  const int64_t kept = frames(line.rules.margin_start) + back;
-  most_out_ = kept * kFrame;
-  const int64_t notes = 2 * back + frames(line.rules.margin_end) + kept + Segment::kSplitWindow;
-  if (!line.history.Open(notes, line.is_continuous || !line.rules.has_audio ? 1 : kept)) return false;
+  const Sizes sizes = SizesFor(line, rules_);
+  most_out_ = sizes.most_out;
+  if (!line.history.Open(sizes.notes, sizes.samples)) return false;
   if (!gate_.Open(*ModelOf(setup.model))) return false;
   return source_.Open(setup.options.audio, setup.listening_floor_db, setup.listening_mix);
 }

@@ -5,10 +5,12 @@
 #include <vask/stream.h>
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "gate/gate.h"
 #include "stream/audio_source.h"
+#include "stream/conversation.h"
 #include "stream/setup.h"
 #include "stream/timeline.h"
 #include "stream/tracker.h"
@@ -32,11 +34,23 @@ class LearnedPath {
   // The most samples that one frame emits: the margin before a start and what has arrived since.
   int64_t most_out() const { return most_out_; }
 
+  // How the open segment stands; nothing if its end is known.
+  std::optional<Quiet> QuietNow() const;
+
+  // Change the pause. False if there is no memory, and then nothing has changed.
+  bool SetPause(Timeline& line, int32_t steps);
+
   // What the detector knows; the rest is filled in already.
   void Measure(const Timeline& line, vask_stream_measures& measures) const;
   void Hearing(vask_stream_hearing& hearing) const;
 
  private:
+  // Frames whose notes and samples are kept, and the most that one frame can emit.
+  struct Sizes {
+    int64_t notes, samples, most_out;
+  };
+  Sizes SizesFor(const Timeline& line, const TrackerRules& rules) const;
+
   void Judge(Timeline& line);
   void NoteJudged(Timeline& line);
   void FollowChanges(Timeline& line);

@@ -24,6 +24,10 @@ bool Regrow(T*& data, int64_t count, int64_t capacity) {
   return true;
 }
 
+bool DecidesOnAudio(int32_t kind) {
+  return kind == VASK_STREAM_STARTED || kind == VASK_STREAM_ENDED || kind == VASK_STREAM_REJECTED;
+}
+
 }  // namespace
 
 bool Outbox::Open(int64_t bound, bool has_events, int32_t margin) {
@@ -111,10 +115,12 @@ bool Outbox::Next(vask_stream_event& event) {
   if (entry_count_ == 0) return false;
   const Entry& entry = entries_[first_entry_];
   event = entry.event;
-  last_kind_ = event.kind;
-  last_audio_ = entry.audio;
-  last_margin_ = entry.margin;
-  if (event.kind != VASK_STREAM_ENDED) taken_ = std::max(taken_, entry.audio);
+  if (DecidesOnAudio(event.kind)) {
+    last_kind_ = event.kind;
+    last_audio_ = entry.audio;
+    last_margin_ = entry.margin;
+    if (event.kind != VASK_STREAM_ENDED) taken_ = std::max(taken_, entry.audio);
+  }
   first_entry_ = (first_entry_ + 1) % entry_capacity_;
   --entry_count_;
   return true;
@@ -123,8 +129,12 @@ bool Outbox::Next(vask_stream_event& event) {
 int64_t Outbox::limit() const {
   if (!has_events_) return pushed_;
   if (last_kind_ != VASK_STREAM_STARTED) return last_audio_;
-  // The event after a start is the end of that segment.
-  return entry_count_ > 0 ? entries_[first_entry_].audio : std::min(certain_, pushed_);
+  // The next event that decides on audio is the end of that segment.
+  for (int32_t k = 0; k < entry_count_; ++k) {
+    const Entry& entry = entries_[(first_entry_ + k) % entry_capacity_];
+    if (DecidesOnAudio(entry.event.kind)) return entry.audio;
+  }
+  return std::min(certain_, pushed_);
 }
 
 int64_t Outbox::Available() const { return std::max(limit() - taken_, int64_t{0}); }

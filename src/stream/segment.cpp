@@ -193,6 +193,24 @@ void Segment::End(const SegmentContext& context, int64_t end, int32_t reason, bo
   }
   EndPiece(context, end, OutEnd(context, end), complaint, reason);
   is_open_ = false;
+  ended_ = end;
+}
+
+void Segment::Tell(const SegmentContext& context, int32_t kind, int64_t end) const {
+  const int64_t newest = (context.heard - 1) / kFrame;
+  context.outbox.Add({.kind = kind,
+                      .reason = 0,
+                      .segment = number_,
+                      .continues = continues_,
+                      .start = start_ * kFrame,
+                      .end = end < 0 ? -1 : std::max(end, start_) * kFrame,
+                      .span_start = out_begin_,
+                      .span_end = -1,
+                      .heard = context.heard,
+                      .voiced_frames = 0,
+                      .voiced = 0.0f,
+                      .level_db = LevelDb(context.history.Note(newest).energy, kFrame)},
+                     context.outbox.pushed());
 }
 
 // Leave what follows the end, from frame `end` on, out of the counts.

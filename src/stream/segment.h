@@ -65,7 +65,12 @@ class Segment {
   // Whether all that belongs to a segment that ends at frame `end` has been delivered.
   bool IsCompleteUntil(const SegmentContext& context, int64_t end) const;
 
+  // Add an event about the open piece that decides nothing. `end`: a frame; -1: none.
+  void Tell(const SegmentContext& context, int32_t kind, int64_t end) const;
+
   int64_t delivered() const { return delivered_; }  // one past the last frame
+  int32_t number() const { return number_; }        // of the newest piece, from 1; 0: there was none
+  int64_t ended() const { return ended_; }          // one past the last frame of the newest that has ended
 
  private:
   // Of the frames that have been delivered.
@@ -106,6 +111,7 @@ class Segment {
   int64_t place_;        // of that position in the outbox
   int64_t delivered_;    // one past the last frame delivered
   int64_t taken_;        // one past the last position of the utterance before
+  int64_t ended_;
   Counts whole_;
   Counts piece_;
 };

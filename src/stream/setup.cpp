@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 
 #include "gate/model.h"
@@ -32,6 +33,9 @@ constexpr vask_stream_rules kRules = {.open_probability = 0.7f,
                                       .mean_probability = 0.7f,
                                       .margin_start = 0.10f,
                                       .margin_end = 0.25f};
+// Up to listening_mix.
+constexpr size_t kFirstSize = offsetof(vask_stream_setup, input_rate);
+
 constexpr float kListeningFloorDb = -18;
 constexpr float kListeningMix = 1;
 
@@ -103,6 +107,13 @@ const char* ComplaintAboutRates(const vask_stream_setup& setup) {
   return nullptr;
 }
 
+const char* ComplaintAboutConversation(const vask_stream_setup& setup) {
+  const float may_end = setup.may_end_after, start = setup.start_within;
+  if (may_end != 0 && !IsIn(may_end, 0.02f, kMostSeconds)) return "may_end_after is not 0 or 0.02 to 10 s";
+  if (start != 0 && !IsIn(start, 0.1f, 3600)) return "start_within is not 0 or 0.1 to 3600 s";
+  return nullptr;
+}
+
 const char* ComplaintAboutListening(const vask_stream_setup& setup) {
   if (!IsIn(setup.listening_floor_db, -60, 0)) return "listening_floor_db is not -60 to 0";
   if (!IsIn(setup.listening_mix, 0, 1)) return "listening_mix is not 0 to 1";
@@ -125,9 +136,21 @@ vask_stream_setup DefaultSetup() {
           .start_within = 0};
 }
 
+vask_stream_setup Completed(const vask_stream_setup& given) {
+  vask_stream_setup setup = DefaultSetup();
+  if (given.size == kFirstSize || given.size == sizeof setup) {
+    std::memcpy(&setup, &given, given.size);
+    setup.size = sizeof setup;
+  } else {
+    setup.size = 0;
+  }
+  return setup;
+}
+
 const char* ComplaintAbout(const vask_stream_setup& setup) {
   if (setup.size != sizeof setup) return "size is not that of a vask_stream_setup";
   if (const char* complaint = ComplaintAboutRates(setup)) return complaint;
+  if (const char* complaint = ComplaintAboutConversation(setup)) return complaint;
   if (setup.detector == VASK_STREAM_ENERGY) {
     if (setup.options.audio == VASK_STREAM_LISTENING) return "audio 3 needs the learned detector";
     return ComplaintAbout(setup.options);
@@ -177,7 +200,7 @@ void vask_stream_setup_defaults(vask_stream_setup* setup, uint32_t size) {
 }
 
 const char* vask_stream_setup_complaint(const vask_stream_setup* setup) {
-  return setup != nullptr ? vask::ComplaintAbout(*setup) : "there is no setup";
+  return setup != nullptr ? vask::ComplaintAbout(vask::Completed(*setup)) : "there is no setup";
 }
 
 }  // extern "C"

@@ -13,6 +13,10 @@ namespace vask {
 
 vask_stream_setup DefaultSetup();
 
+// A caller's setup, perhaps of an older version, with the defaults of what it lacks. Its size is wrong where
+// that is none of a version's.
+vask_stream_setup Completed(const vask_stream_setup& given);
+
 // A constant text, or null.
 const char* ComplaintAbout(const vask_stream_setup& setup);
 

@@ -4,11 +4,13 @@
 #include <vask/stream.h>
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 #include <span>
 
 #include "dsp/float_mode.h"
 #include "dsp/memory.h"
+#include "stream/conversation.h"
 #include "stream/delivery.h"
 #include "stream/energy_path.h"
 #include "stream/input.h"
@@ -24,11 +26,16 @@ struct vask_stream {
   vask::LearnedPath* learned;
   vask::Input input;
   vask::Delivery delivery;
+  vask::Conversation conversation;
+  vask_stream_setup setup;
   bool is_over;
 };
 
 namespace vask {
 namespace {
+
+constexpr float kMostPause = 30;  // s
+constexpr double kFramesPerSecond = 100;
 
 template <typename Stream, typename Action>
 auto OnPath(Stream& s, Action action) {
@@ -48,6 +55,7 @@ int32_t RunFrame(vask_stream& s) {
     const int32_t error = ErrorOf(s.line.outbox.Reserve(path.most_out()));
     if (error != 0) return error;
     path.Take(s.line, s.input.TakeFrame(s.line.input_end != kNoEnd));
+    s.conversation.Follow(s.line, path.QuietNow());
     ++s.line.frames;
     return 0;
   });
@@ -76,6 +84,21 @@ int32_t Flush(vask_stream& s) {
   if (error != 0) return error;
   OnPath(s, [&](auto& path) { path.EndInput(s.line); });
   s.is_over = true;
+  return 0;
+}
+
+int32_t SetPause(vask_stream& s, float seconds) {
+  if (!(seconds >= 0 && seconds <= kMostPause)) return VASK_STREAM_BAD_ARGUMENT;
+  vask_stream_setup setup = s.setup;
+  setup.rules.pause = seconds;
+  setup.options.profile.hangover_frames =
+      static_cast<int32_t>(std::lround(double{seconds} * kFramesPerSecond));
+  if (ComplaintAbout(setup) != nullptr) return VASK_STREAM_BAD_ARGUMENT;
+  const bool is_set = s.learned != nullptr
+                          ? s.learned->SetPause(s.line, TrackerRulesOf(setup.rules).pause_steps)
+                          : s.energy->SetPause(s.line, setup.options.profile.hangover_frames);
+  if (!is_set) return VASK_STREAM_NO_MEMORY;
+  s.setup = setup;
   return 0;
 }
 
@@ -116,6 +139,7 @@ void Reset(vask_stream& s) {
   s.line.Clear();
   s.input.Clear();
   s.delivery.Clear();
+  s.conversation.Clear();
   s.is_over = false;
 }
 
@@ -140,6 +164,8 @@ void ClosePath(Path*& path) {
 }
 
 bool OpenStream(vask_stream& s, const vask_stream_setup& setup) {
+  s.setup = setup;
+  s.conversation.Open(setup);
   const vask_stream_options& options = setup.options;
   s.line.is_continuous = options.mode == VASK_STREAM_CONTINUOUS;
   s.line.audio = options.audio;
@@ -183,7 +209,8 @@ vask_stream* vask_stream_open(const vask_stream_options* options) {
 
 vask_stream* vask_stream_open_setup(const vask_stream_setup* setup) {
   const vask::DefaultFloatMode float_mode;
-  return vask_stream_setup_complaint(setup) == nullptr ? vask::NewStream(*setup) : nullptr;
+  if (vask_stream_setup_complaint(setup) != nullptr) return nullptr;
+  return vask::NewStream(vask::Completed(*setup));
 }
 
 int32_t vask_stream_write(vask_stream* stream, const int16_t* samples, int32_t n) {
@@ -227,6 +254,12 @@ int32_t vask_stream_hear(const vask_stream* stream, vask_stream_hearing* hearing
   stream->learned->Hearing(*hearing);
   hearing->at = stream->input.Position(hearing->at);
   return 0;
+}
+
+int32_t vask_stream_set_pause(vask_stream* stream, float seconds) {
+  if (stream == nullptr) return VASK_STREAM_BAD_ARGUMENT;
+  const vask::DefaultFloatMode float_mode;
+  return vask::SetPause(*stream, seconds);
 }
 
 void vask_stream_reset(vask_stream* stream) {

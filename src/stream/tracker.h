@@ -61,6 +61,11 @@ class Tracker {
   // Steps of the segment that started last that are in pauses which did not end it.
   int64_t paused() const { return paused_; }
 
+  // Steps in a row, until now, that may become the end of the open segment.
+  int32_t quiet() const { return is_open_ ? run_ : 0; }
+  // Also in the middle of one: if it is longer than that, the next quiet step completes it.
+  void SetPause(int32_t steps) { rules_.pause_steps = steps; }
+
   // An open segment will end here or later, and the next one starts here or later.
   int64_t EarliestEnd() const { return cursor_ - run_; }
   int64_t EarliestStart() const { return is_open_ ? cursor_ : EarliestSoft(cursor_ - run_); }

@@ -59,7 +59,8 @@ std::vector<LabelledRecording> ReadCorpus(const std::string& folder) {
   const SpeechLists lists = ReadSpeechLists(folder, false);
   std::vector<LabelledRecording> corpus;
   size_t unnamed = 0;
-  for (const std::string& file : RecordingsIn(folder, {.recursive = false, .leave_out = "", .tells_others = false})) {
+  for (const std::string& file :
+       RecordingsIn(folder, {.recursive = false, .leave_out = "", .tells_others = false})) {
     const std::string name = std::filesystem::path(file).stem().string();
     const auto entry = lists.find({name, 1});
     if (entry == lists.end()) {
