@@ -20,6 +20,12 @@ target_compile_options(
             $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-stringop-overflow>
             # Every platform gives the same bits: no fused multiply-add unless the code asks for one.
             -ffp-contract=off)
+if(WIN32)
+  # printf and scanf as C has them, not as the system's older library does; and file offsets of 64 bits.
+  target_compile_definitions(vask_flags INTERFACE __USE_MINGW_ANSI_STDIO=1 _FILE_OFFSET_BITS=64)
+  # gcc keeps vectors of 32 bytes on a stack that the system aligns to 16 only, and moves them as if it were to 32.
+  target_compile_options(vask_flags INTERFACE -Wa,-muse-unaligned-vector-move)
+endif()
 if(VASK_WERROR)
   target_compile_options(vask_flags INTERFACE -Werror)
 endif()
@@ -36,6 +42,11 @@ if(VASK_SANITIZE)
 endif()
 
 add_library(vask_link_flags INTERFACE)
+if(WIN32)
+  # The compiler's own libraries in it, so that a program needs this file alone.
+  target_link_options(vask_link_flags INTERFACE -static -Wl,--gc-sections)
+  return()
+endif()
 target_link_options(
   vask_link_flags
   INTERFACE

@@ -6,6 +6,7 @@ include(CMakePackageConfigHelpers)
 install(
   TARGETS vask_shared vask_static
   EXPORT VaskTargets
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(

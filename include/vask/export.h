@@ -11,8 +11,13 @@
 #define VASK_VERSION_MINOR 3
 #define VASK_VERSION_PATCH 0
 
-/* Marks what the shared library exports; everything else in it is hidden. */
-#if defined(__GNUC__)
+/* Marks what the shared library exports; everything else in it is hidden. On Windows a program that uses the
+ * library as a DLL defines VASK_DLL, as the CMake package does: the exported variables need it there. */
+#if defined(_WIN32) && defined(VASK_DLL)
+#define VASK_API __declspec(dllimport)
+#elif defined(_WIN32)
+#define VASK_API
+#elif defined(__GNUC__)
 #define VASK_API __attribute__((visibility("default")))
 #else
 #define VASK_API

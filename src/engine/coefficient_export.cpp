@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "kb/coefficient_file.h"
+#include "kb/disk.h"
 #include "kb/paths.h"
 #include "kb/text_file.h"
 
@@ -20,7 +21,7 @@ constexpr const char* kDefaultConfig =
     "<END_VASK_CONFIG>\n";
 
 bool CanBeOpened(const char* path) {
-  FILE* file = std::fopen(path, "r");
+  FILE* file = std::fopen(path, "rb");
   if (file != nullptr) std::fclose(file);
   return file != nullptr;
 }
@@ -40,10 +41,6 @@ bool WriteConfig(const char* path) {
   return file.Commit();
 }
 
-// Readable and writable for all: the storage is shared. If the folder cannot be made, writing the files
-// fails.
-void MakeFolder(const char* name) { mkdir(name, 0777); }
-
 // Write the files for which `is_wanted` is true; kThereAlready if there are none.
 Export WriteFiles(const char* root, std::span<const NamedTable> tables, bool (*is_wanted)(const char* path)) {
   char folder[256], log[256], config[256], path[256];
@@ -51,6 +48,7 @@ Export WriteFiles(const char* root, std::span<const NamedTable> tables, bool (*i
       !JoinPath(log, root, "LOG") || !JoinPath(config, root, "config.Vask")) {
     return Export::kFailed;
   }
+  // Where a folder cannot be made, writing its files fails.
   MakeFolder(root);
   MakeFolder(folder);
   MakeFolder(log);

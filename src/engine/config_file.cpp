@@ -81,7 +81,7 @@ void ApplyConfigFile(Settings& settings, const char* dir) {
     Say(stdout, "ERROR: directory of config.Vask is %s\n", dir == nullptr ? "missing" : "too long");
     return;
   }
-  FILE* file = std::fopen(path, "r");
+  FILE* file = std::fopen(path, "rb");
   if (file == nullptr) return;  // the file is optional
   Say(stdout, "  Vask EPD: Checking Config: %s\n", path);
   char line[256];

@@ -1,0 +1,16 @@
+# 64-bit Windows with Debian's cross compiler (the one with POSIX threads); programs run under wine. What the command
+# needs is built by scripts/windows-libraries.sh, and static.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
+set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+set(CMAKE_CROSSCOMPILING_EMULATOR wine)
+get_filename_component(windows_libraries "${CMAKE_CURRENT_LIST_DIR}/../../build/windows-libraries" ABSOLUTE)
+set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 "${windows_libraries}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} "${windows_libraries}/lib/pkgconfig:/usr/x86_64-w64-mingw32/lib/pkgconfig")
+set(PKG_CONFIG_ARGN --static)

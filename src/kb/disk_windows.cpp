@@ -1,0 +1,25 @@
+// Windows has no modes, opens no folder as a file, and rename() refuses a name that is taken.
+#include <direct.h>
+#include <io.h>
+#include <windows.h>
+
+#include "kb/disk.h"
+
+namespace vask {
+
+// Links are for administrators there: one that is in the place is replaced.
+bool FollowLinks(std::span<char> /*path*/) { return true; }
+
+bool IsFolder(FILE* /*file*/) { return false; }
+
+bool TakeMode(const char* /*path*/, FILE* /*file*/) { return true; }
+
+bool Store(FILE* file) { return _commit(_fileno(file)) == 0; }
+
+bool Replace(const char* from, const char* to) {
+  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+}
+
+bool MakeFolder(const char* name) { return _mkdir(name) == 0; }
+
+}  // namespace vask
