@@ -4,6 +4,7 @@
 
 #include "dsp/logarithm.h"
 #include "dsp/memory.h"
+#include "dsp/sample_range.h"
 #include "ecd/matrix.h"
 #include "ecd/report.h"
 #include "ecd/scoring.h"
@@ -83,6 +84,25 @@ void NoteMelRow(EnvironmentHistory& history, const MelRow& row) {
 
 int32_t MelRowsOf(const EnvironmentHistory& history) {
   return history.mel_energies == nullptr ? 0 : CountOf(history.mel_frames);
+}
+
+// The extremes of the unclipped input. A sample above the maximum is not compared with the minimum: that
+// matters only if they are out of order, as a caller can set them.
+void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples) {
+  SampleRange range = {history.sample_min, history.sample_max};
+  if (range.low <= range.high) {  // speed only
+    range = WidenedBy(samples, range);
+  } else {
+    for (const int16_t sample : samples) {
+      if (sample > range.high) {
+        range.high = sample;
+      } else if (sample < range.low) {
+        range.low = sample;
+      }
+    }
+  }
+  history.sample_min = range.low;
+  history.sample_max = range.high;
 }
 
 void ClearHistories(EnvironmentHistory& history) { history.mel_frames = history.log_frames = 0; }

@@ -42,6 +42,7 @@ void ReleaseEnvironment(EnvironmentDetector& detector, EnvironmentHistory& histo
 void ReleaseWindow(EnvChangeDetect& window);
 
 // Producers, called once per frame.
+void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples);  // not clipped
 void NoteEnergy(EnvironmentHistory& history, int32_t energy);     // into the slot of the next log energy
 void NoteLogEnergy(EnvironmentHistory& history, int32_t energy);  // and advance to the next slot
 

@@ -5,7 +5,6 @@
 #include "dsp/memory.h"
 #include "dsp/message.h"
 #include "dsp/queue.h"
-#include "engine/pcm_log.h"
 #include "epd/detector_lifecycle.h"
 #include "noise/wiener_lifecycle.h"
 
@@ -55,7 +54,6 @@ bool IsUp(const epd_engine& e) { return e.tables.ss3 != nullptr; }
 
 void WrapUp(epd_engine& e) {
   e.end_latched = 0;
-  CloseLog(e);
   e.restart_count = 0;
   ClearDetector(e.epd);
   ClearWiener(e.wiener);
@@ -67,8 +65,12 @@ void WrapUp(epd_engine& e) {
   e.frames_in = 0;
 }
 
+void WrapUp(const Engine& engine) {
+  if (engine.observer != nullptr) engine.observer->wrapped_up(engine.state);
+  WrapUp(engine.state);
+}
+
 void ReleaseEngine(epd_engine& e) {
-  CloseLog(e);
   ReleaseWiener(e.wiener);
   Release(e.frame_q15);
   Release(e.frame_copy);

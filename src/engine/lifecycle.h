@@ -15,8 +15,9 @@ bool IsUp(const epd_engine& e);
 
 // Get ready for a new utterance. Settings are kept.
 void WrapUp(epd_engine& e);
+void WrapUp(const Engine& engine);  // and tell the observer
 
-// Release everything and close the log; harmless if already done.
+// Release everything; harmless if already done.
 void ReleaseEngine(epd_engine& e);
 
 }  // namespace vask

@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "dsp/logarithm.h"
-#include "dsp/sample_range.h"
 #include "engine/cleaning.h"
 #include "epd/energy.h"
 
@@ -23,30 +22,11 @@ int32_t Loudness(int32_t sum_of_magnitudes, int32_t energy) {
   return percent > 99 ? 100 : std::max(percent, 1);
 }
 
-// The extremes of the unclipped input. A sample above the maximum is not compared with the minimum: that
-// matters only if they are out of order, as a caller can set them.
-void NoteSamples(EnvironmentHistory& history, std::span<const int16_t> samples) {
-  SampleRange range = {history.sample_min, history.sample_max};
-  if (range.low <= range.high) {  // speed only
-    range = WidenedBy(samples, range);
-  } else {
-    for (const int16_t sample : samples) {
-      if (sample > range.high) {
-        range.high = sample;
-      } else if (sample < range.low) {
-        range.low = sample;
-      }
-    }
-  }
-  history.sample_min = range.low;
-  history.sample_max = range.high;
-}
-
 }  // namespace
 
 void MeasureAndClip(const Engine& engine, std::span<int16_t> frame) {
   epd_engine& e = engine.state;
-  if (engine.history != nullptr) NoteSamples(*engine.history, frame);
+  if (engine.observer != nullptr) engine.observer->begins(e, frame);
   int32_t magnitudes = 0;
   for (int16_t& sample : frame) {
     sample = Clip(sample);
@@ -54,7 +34,7 @@ void MeasureAndClip(const Engine& engine, std::span<int16_t> frame) {
   }
   std::copy(frame.begin(), frame.end(), e.frame_copy);
   e.energy = SquareEnergy(frame);
-  if (engine.history != nullptr) NoteEnergy(*engine.history, e.energy);
+  if (engine.observer != nullptr) engine.observer->measured(e.energy);
   e.loudness = Loudness(magnitudes, e.energy);
 }
 

@@ -7,12 +7,10 @@
 
 #include "dsp/arith.h"
 #include "dsp/filters.h"
-#include "dsp/message.h"
 #include "dsp/queue.h"
 #include "engine/cleaning.h"
 #include "engine/lifecycle.h"
 #include "engine/measures.h"
-#include "engine/pcm_log.h"
 #include "epd/detector_lifecycle.h"
 #include "epd/endpoint.h"
 #include "epd/voicing_decision.h"
@@ -40,13 +38,12 @@ void RestartIfRequested(const Engine& engine) {
   epd_engine& e = engine.state;
   if (e.epd.reset_request != 1) return;
   e.restarted = 1;
-  if (engine.tells_restarts) Say(stderr, "EPD RESET(%d, f=%d) ", e.restart_count, e.frames_in);
+  if (engine.observer != nullptr) engine.observer->restarts(e);
   CountUp(e.restart_count);
   ForgetSegment(e.wiener);
   ForgetSegment(e.epd);
   ClearQueue(e.speech_queue);
   ClearQueue(e.spectrum_queue);
-  if (engine.history != nullptr) ClearHistories(*engine.history);
 }
 
 void FilterAndDetect(const Engine& engine) {
@@ -54,7 +51,7 @@ void FilterAndDetect(const Engine& engine) {
   FilterFrame(e.wiener, e.wiener.mel_fb, e.tables);
   RemoveDcFromOutput(e.wiener, e.frame_q15, e.dc);
   EnterDetectorWindow(e);
-  if (engine.history != nullptr) NoteLogEnergy(*engine.history, e.energy);
+  if (engine.observer != nullptr) engine.observer->cleaned(e.energy);
   if (e.epd.engine_frames > 1) {
     DetectEndpoint(e.epd, e.speech_queue, e.spectrum_queue, e.tables, VoicingFeatures::kDeciding);
   }
@@ -87,7 +84,6 @@ Step ProcessFrame(const Engine& engine, std::span<int16_t, kFrame> frame) {
   epd_engine& e = engine.state;
   if (!IsUp(e)) return {};
 
-  OpenLogIfDue(e);
   MeasureAndClip(engine, frame);
   CountUp(e.frames_in);
   const bool is_leading_silence = e.started == 0 && e.energy == 0;
@@ -101,10 +97,10 @@ Step ProcessFrame(const Engine& engine, std::span<int16_t, kFrame> frame) {
   }
 
   const std::span<const int16_t> speech = DrainSpeech(e);
-  WriteLog(e, speech);
+  if (engine.observer != nullptr) engine.observer->drained(e, speech);
   LatchEnd(e);
   if (e.restarted == 1) {
-    EmptyLog(e);
+    if (engine.observer != nullptr) engine.observer->rejected(e);
     e.restarted = 0;
     return {kRestarted};
   }

@@ -8,9 +8,9 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <span>
 
 #include "dsp/sizes.h"
-#include "ecd/environment.h"
 
 namespace vask {
 
@@ -71,11 +71,21 @@ namespace vask {
 // A record with its initial values, made at run time: no compiler sees through this call.
 epd_engine NewEngineRecord();
 
-// An engine's record, and what its owner may add to it. A stream's engine is the record alone.
+// What the owner of an engine does as a frame goes through it; all are set.
+struct EngineObserver {
+  void (*begins)(epd_engine& e, std::span<const int16_t> frame);  // a frame, not clipped yet
+  void (*measured)(int32_t energy);                               // of it
+  void (*cleaned)(int32_t energy);                                // it has passed the noise reduction
+  void (*restarts)(const epd_engine& e);                          // the segment was no utterance
+  void (*drained)(epd_engine& e, std::span<const int16_t> speech);
+  void (*rejected)(epd_engine& e);  // what was drained of that segment is void
+  void (*wrapped_up)(epd_engine& e);
+};
+
+// An engine's record, and who looks on. A stream's engine is the record alone.
 struct Engine {
   epd_engine& state;
-  EnvironmentHistory* history = nullptr;  // what the environment check analyses
-  bool tells_restarts = true;             // on standard error, which all threads share
+  const EngineObserver* observer = nullptr;
 };
 
 }  // namespace vask

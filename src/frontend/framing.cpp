@@ -44,7 +44,7 @@ struct Outcome {
 };
 
 Outcome End(const Engine& engine) {
-  WrapUp(engine.state);
+  WrapUp(engine);
   return {kEnded, true};
 }
 

@@ -46,7 +46,7 @@ int32_t Vask_epd_init(const char* dir, int32_t mode) { return process::Start(dir
 
 int32_t Vask_epd_wrapup(void* /*out*/, int32_t* count) {
   if (count != nullptr) *count = 0;
-  vask::WrapUp(process::engine_state);
+  vask::WrapUp(process::engine);
   return 1;
 }
 

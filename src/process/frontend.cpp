@@ -29,7 +29,7 @@ int32_t android_init_frontend(const char* dir, int32_t mode) {
 int32_t android_process_frame(int32_t n, int16_t* samples) {
   const vask::DefaultFloatMode float_mode;
   if (samples == nullptr) {
-    vask::WrapUp(process::engine_state);
+    vask::WrapUp(process::engine);
     return vask::kEnded;
   }
   const vask::Processed processed = vask::ProcessSamples(process::front_end, process::engine,
@@ -49,7 +49,7 @@ int32_t android_get_features(int32_t max, int32_t* dst) {
 int32_t android_get_available_frames(void) { return vask::AvailableEntries(process::front_end); }
 
 int32_t android_wrapup_frontend(void) {
-  vask::WrapUp(process::engine_state);
+  vask::WrapUp(process::engine);
   return 1;
 }
 

@@ -57,7 +57,24 @@ constinit EnvironmentHistory history = {.enabled = __Vask_epd_detect_env_change,
                                         .sample_min = sample_min,
                                         .sample_max = sample_max};
 
-constinit const Engine engine = {.state = engine_state, .history = &history};
+static constexpr EngineObserver kObserver = {
+    .begins =
+        [](epd_engine& e, std::span<const int16_t> frame) {
+          OpenLogIfDue(e);
+          NoteSamples(history, frame);
+        },
+    .measured = [](int32_t energy) { NoteEnergy(history, energy); },
+    .cleaned = [](int32_t energy) { NoteLogEnergy(history, energy); },
+    .restarts =
+        [](const epd_engine& e) {
+          Say(stderr, "EPD RESET(%d, f=%d) ", e.restart_count, e.frames_in);
+          ClearHistories(history);
+        },
+    .drained = WriteLog,
+    .rejected = EmptyLog,
+    .wrapped_up = CloseLog};
+
+constinit const Engine engine = {.state = engine_state, .observer = &kObserver};
 
 constinit Settings settings = {.sampling_rate = Vask_EPD_Sampling_Rate,
                                .cutoff = __Hi_Freq__,
@@ -75,6 +92,7 @@ int32_t Start(const char* dir, int32_t mode) {
 }
 
 void Stop() {
+  CloseLog(engine_state);
   ReleaseEngine(engine_state);
   ReleaseEnvironment(environment, history);
 }

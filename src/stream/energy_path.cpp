@@ -75,7 +75,7 @@ Step EnergyPath::RunEngine(const Timeline& line, std::span<const int16_t, kFrame
   std::array<int16_t, kFrame> copy;
   std::copy(frame.begin(), frame.end(), copy.begin());
   const bool had_started = engine_.started != 0;
-  const Step step = ProcessFrame({.state = engine_, .tells_restarts = false}, copy);
+  const Step step = ProcessFrame({.state = engine_}, copy);
   if (!had_started) origin_ = line.frames;
   return step;
 }
