@@ -1,6 +1,8 @@
 # Compare what a shared library exports with the list of names.
 #
 #   cmake -DNM=nm -DLIBRARY=libVask.so -DEXPORTS=exports.txt [-DJNI_EXPORTS=exports_jni.txt] -P CheckExports.cmake
+#
+# All have the version VASK_0. What begins with vask_ may be exported without being listed.
 
 execute_process(
   COMMAND "${NM}" -D --defined-only "${LIBRARY}"
@@ -10,7 +12,11 @@ string(REGEX MATCHALL "[^\n]+" lines "${table}")
 set(exported "")
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "^.* " "" name "${line}")
-  if(NOT name MATCHES "^vask_")
+  if(NOT name MATCHES "@@VASK_0$" AND NOT name STREQUAL "VASK_0")
+    message(FATAL_ERROR "${name} lacks the version VASK_0")
+  endif()
+  string(REGEX REPLACE "@.*" "" name "${name}")
+  if(NOT name MATCHES "^(vask_|VASK_0$)")
     list(APPEND exported "${name}")
   endif()
 endforeach()

@@ -1,14 +1,20 @@
-# The exported names, all from one list.
+# The exported names, all from lists.
 #
+#   VASK_EXPORTS_FILE                                  the list
 #   VASK_EXPORTED_FUNCTIONS, VASK_EXPORTED_VARIABLES   the names
 #   vask_limit_exports(target)                         make a shared library export them and vask_*, nothing else
 
 set(VASK_EXPORTS_FILE "${CMAKE_CURRENT_LIST_DIR}/exports.txt")
+set(own_pattern "vask_*;")
+if(VASK_STREAMS_ONLY)
+  set(VASK_EXPORTS_FILE "${CMAKE_CURRENT_LIST_DIR}/exports_streams.txt")
+  set(own_pattern "")
+endif()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${VASK_EXPORTS_FILE}")
 
 set(VASK_EXPORTED_FUNCTIONS "")
 set(VASK_EXPORTED_VARIABLES "")
-set(section "")
+set(section VASK_EXPORTED_FUNCTIONS)
 file(STRINGS "${VASK_EXPORTS_FILE}" lines)
 foreach(line IN LISTS lines)
   if(line STREQUAL "# functions")
@@ -48,13 +54,16 @@ if(WIN32)
   set(VASK_EXPORTS_DEFINITION "${PROJECT_BINARY_DIR}/exports.def")
   set(data ${VASK_EXPORTED_VARIABLES})
   list(TRANSFORM data APPEND " DATA")
+  if(VASK_STREAMS_ONLY)
+    set(own_names "")
+  endif()
   string(JOIN "\n  " names ${VASK_EXPORTED_FUNCTIONS} ${own_names} ${data})
   file(CONFIGURE OUTPUT "${VASK_EXPORTS_DEFINITION}" CONTENT "EXPORTS\n  @names@\n" @ONLY)
 else()
   set(VASK_EXPORTS_DEFINITION "${PROJECT_BINARY_DIR}/exports.map")
   string(JOIN ";\n    " names ${VASK_EXPORTED_FUNCTIONS} ${VASK_EXPORTED_VARIABLES} ${jni_names})
   file(CONFIGURE OUTPUT "${VASK_EXPORTS_DEFINITION}"
-       CONTENT "{\n  global:\n    @names@;\n    vask_*;\n  local: *;\n};\n" @ONLY)
+       CONTENT "VASK_0 {\n  global:\n    @names@;\n    @own_pattern@\n  local: *;\n};\n" @ONLY)
 endif()
 
 function(vask_limit_exports target)

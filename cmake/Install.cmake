@@ -3,18 +3,41 @@
 
 include(CMakePackageConfigHelpers)
 
+# BUILD_SHARED_LIBS chooses one kind; without it both are installed.
+set(libraries vask_shared vask_static)
+if(DEFINED BUILD_SHARED_LIBS AND BUILD_SHARED_LIBS)
+  set(libraries vask_shared)
+elseif(DEFINED BUILD_SHARED_LIBS)
+  set(libraries vask_static)
+endif()
+set(names_of_own "")
+if(VASK_HAVE_OWN_NAMES AND vask_static IN_LIST libraries)
+  set(names_of_own "$<TARGET_PROPERTY:vask_own_names,ARCHIVE>")
+endif()
+if(VASK_STREAMS_ONLY)
+  # Its static library is the one with its own names alone.
+  list(REMOVE_ITEM libraries vask_static)
+endif()
 install(
-  TARGETS vask_shared vask_static
+  TARGETS ${libraries}
   EXPORT VaskTargets
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-install(
-  DIRECTORY "${PROJECT_SOURCE_DIR}/include/vask"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  FILES_MATCHING
-  PATTERN "*.h"
-  PATTERN "*.hpp")
+if(names_of_own)
+  install(FILES "${names_of_own}" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+endif()
+if(VASK_STREAMS_ONLY)
+  list(TRANSFORM VASK_STREAM_HEADERS PREPEND "${PROJECT_SOURCE_DIR}/include/vask/" OUTPUT_VARIABLE headers)
+  install(FILES ${headers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vask")
+else()
+  install(
+    DIRECTORY "${PROJECT_SOURCE_DIR}/include/vask"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+    FILES_MATCHING
+    PATTERN "*.h"
+    PATTERN "*.hpp")
+endif()
 if(TARGET vask)
   install(TARGETS vask RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
@@ -56,4 +79,8 @@ foreach(kind LIBDIR INCLUDEDIR)
   endif()
 endforeach()
 configure_file("${CMAKE_CURRENT_LIST_DIR}/vask.pc.in" "${PROJECT_BINARY_DIR}/vask.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/vask.pc" DESTINATION "${pc_dir}")
+set(pc_name vask)
+if(VASK_STREAMS_ONLY)
+  set(pc_name vask-streams)
+endif()
+install(FILES "${PROJECT_BINARY_DIR}/vask.pc" DESTINATION "${pc_dir}" RENAME ${pc_name}.pc)

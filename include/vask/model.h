@@ -24,7 +24,7 @@ enum {
 };
 
 /**
- * Read a model.
+ * Read a model. Not in the library of streams alone, which opens no files.
  *
  * path    its file
  * reason  out: one of the above; may be null
@@ -33,6 +33,18 @@ enum {
  *         null: it is refused
  */
 VASK_API vask_model *vask_model_open(const char *path, int32_t *reason);
+
+/**
+ * Read a model that is in memory: for applications that have it in an archive or from elsewhere.
+ *
+ * bytes   in: the contents of its file; copied
+ * size    bytes
+ * reason  out: one of the above, VASK_MODEL_NO_FILE if bytes is null; may be null
+ *
+ * return  the model
+ *         null: it is refused
+ */
+VASK_API vask_model *vask_model_read(const void *bytes, uint32_t size, int32_t *reason);
 
 /**
  * Release a model that no stream uses any more.

@@ -40,8 +40,8 @@
 
 #include <stdint.h>
 
-#include <vask/epd.h>
 #include <vask/export.h>
+#include <vask/profile.h>
 
 VASK_BEGIN_DECLS
 
@@ -76,8 +76,8 @@ enum {
   VASK_STREAM_MAY_HAVE_ENDED = 4, /* may_end_after without speech: the segment is still open. The end, a
                                      rejection or VASK_STREAM_WENT_ON follows */
   VASK_STREAM_WENT_ON = 5,        /* speech again: the last VASK_STREAM_MAY_HAVE_ENDED is withdrawn */
-  VASK_STREAM_NOBODY_SPOKE = 6    /* start_within has passed without a start; once, until the next segment
-                                     has ended */
+  VASK_STREAM_NOBODY_SPOKE = 6    /* start_within has passed without a start, and none is being found; once,
+                                     until the next segment has ended */
 };
 
 /* Reasons: how an utterance ended, or why a segment was rejected. */
@@ -378,8 +378,8 @@ VASK_API int32_t vask_stream_measure(const vask_stream *stream, vask_stream_meas
 VASK_API int32_t vask_stream_hear(const vask_stream *stream, vask_stream_hearing *hearing);
 
 /**
- * Put a stream back in the state in which it was opened: position 0, nothing heard, queue and events dropped.
- * Allocates nothing.
+ * Put a stream back in the state in which it was opened, but for its pause: position 0, nothing heard, queue
+ * and events dropped. Allocates nothing.
  *
  * stream  in, out: the stream
  */
@@ -394,7 +394,7 @@ VASK_API void vask_stream_close(vask_stream *stream);
 
 /**
  * Change the pause that ends an utterance while the stream runs: hangover_frames, or the rules' pause. A
- * pause that is already longer ends the open utterance at the next frame.
+ * pause that is already longer ends the open utterance at the next frame without speech.
  *
  * stream   in, out: the stream
  * seconds  0.02 to 10 with VASK_STREAM_LEARNED, in steps of 0.02 s; 0 to 30 with VASK_STREAM_ENERGY, in

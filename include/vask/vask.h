@@ -41,6 +41,7 @@
 #include <vask/model.h>
 #include <vask/noise.h>
 #include <vask/packets.h>
+#include <vask/profile.h>
 #include <vask/settings.h>
 #include <vask/stream.h>
 #include <vask/voicing.h>

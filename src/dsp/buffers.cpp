@@ -1,6 +1,7 @@
 // The exported buffer families: doorways over the queue and ring templates, and two separate utilities.
 #include <vask/buffers.h>
 
+#include <cstdio>
 #include <limits>
 
 #include "dsp/message.h"
@@ -39,7 +40,7 @@ void Close(Record* record) {
 }
 
 int32_t Report(QueueRead result, const char* message) {
-  if (result == QueueRead::kCorrupt) vask::Say(stdout, "%s", message);
+  if (result == QueueRead::kCorrupt) vask::Say(vask::Message::kFailure, "%s", message);
   return result == QueueRead::kRead ? 1 : 0;
 }
 

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <cstdio>
 
 namespace vask {
 namespace {
@@ -28,17 +29,19 @@ Sink Exchange(const Sink* next) {
 
 }  // namespace
 
-void Say(FILE* stream, const char* format, ...) {
+void Say(Message kind, const char* format, ...) {
   const Sink sink = Exchange(nullptr);
   va_list args;
   va_start(args, format);
   if (sink.take == nullptr) {
+    FILE* const stream = kind == Message::kFailure ? stdout : stderr;
     std::vfprintf(stream, format, args);
     std::fflush(stream);
   } else {
     std::array<char, VASK_LONGEST_MESSAGE + 1> text;
     std::vsnprintf(text.data(), text.size(), format, args);
-    sink.take(sink.context, stream == stdout ? VASK_MESSAGE_OUTPUT : VASK_MESSAGE_INFORMATION, text.data());
+    sink.take(sink.context, kind == Message::kFailure ? VASK_MESSAGE_OUTPUT : VASK_MESSAGE_INFORMATION,
+              text.data());
   }
   va_end(args);
 }

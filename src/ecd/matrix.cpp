@@ -25,7 +25,7 @@ constexpr int32_t BytesFor(int32_t count) {
 void* AllocateOrExit(int32_t bytes) {
   void* storage = NewZeroed<char>(bytes);
   if (storage != nullptr) return storage;
-  Say(stdout, "Not enough memory : size = %d\n", bytes);
+  Say(Message::kFailure, "Not enough memory : size = %d\n", bytes);
   std::exit(0);
 }
 

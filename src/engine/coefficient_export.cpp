@@ -1,7 +1,5 @@
 #include "engine/coefficient_export.h"
 
-#include <sys/stat.h>
-
 #include "kb/coefficient_file.h"
 #include "kb/disk.h"
 #include "kb/paths.h"
@@ -27,10 +25,7 @@ bool CanBeOpened(const char* path) {
 }
 
 // A folder in its place counts as missing, and so does a dangling link.
-bool IsMissing(const char* path) {
-  struct stat status;
-  return stat(path, &status) != 0 || !S_ISREG(status.st_mode);
-}
+bool IsMissing(const char* path) { return !IsRegularFile(path); }
 
 bool Always(const char* /*path*/) { return true; }
 

@@ -42,14 +42,14 @@ void ReadNumber(std::string_view word, int32_t& number) {
 
 void SetSensitivity(Settings& settings, bool is_high) {
   settings.sensitivity = is_high ? 1 : 0;
-  Say(stdout, "  Vask Sensitivity = %s\n", is_high ? "high" : "low");
+  Say(Message::kFailure, "  Vask Sensitivity = %s\n", is_high ? "high" : "low");
 }
 
 void SetLoudness(Settings& settings, int32_t loudness) {
   const bool is_valid = loudness >= 0 && loudness <= kMostLoudness;
   if (is_valid) settings.loud_definition = loudness;
-  Say(stdout, is_valid ? "  Vask Loud Definition = %d\n" : "  Vask Loud Definition (invalid value) = %d\n",
-      loudness);
+  Say(Message::kFailure,
+      is_valid ? "  Vask Loud Definition = %d\n" : "  Vask Loud Definition (invalid value) = %d\n", loudness);
 }
 
 // `loudness` carries the last number read from line to line.
@@ -71,19 +71,20 @@ void ApplyLine(Settings& settings, std::string_view line, int32_t& loudness) {
 void SetSamplingRate(Settings& settings, int32_t rate) {
   settings.sampling_rate = static_cast<float>(rate);
   if (rate == kNarrowbandRate) settings.cutoff *= 0.5f;  // at every call
-  Say(stderr, "  Vask EPD Sampling Rate = %.0f, Cutoff = %.0f\n", static_cast<double>(settings.sampling_rate),
-      static_cast<double>(settings.cutoff));
+  Say(Message::kInformation, "  Vask EPD Sampling Rate = %.0f, Cutoff = %.0f\n",
+      static_cast<double>(settings.sampling_rate), static_cast<double>(settings.cutoff));
 }
 
 void ApplyConfigFile(Settings& settings, const char* dir) {
   char path[256];
   if (!JoinPath(path, dir, "config.Vask")) {
-    Say(stdout, "ERROR: directory of config.Vask is %s\n", dir == nullptr ? "missing" : "too long");
+    Say(Message::kFailure, "ERROR: directory of config.Vask is %s\n",
+        dir == nullptr ? "missing" : "too long");
     return;
   }
   FILE* file = std::fopen(path, "rb");
   if (file == nullptr) return;  // the file is optional
-  Say(stdout, "  Vask EPD: Checking Config: %s\n", path);
+  Say(Message::kFailure, "  Vask EPD: Checking Config: %s\n", path);
   char line[256];
   int32_t loudness = 0;
   while (std::fgets(line, sizeof line, file) != nullptr) ApplyLine(settings, line, loudness);

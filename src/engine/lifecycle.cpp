@@ -21,7 +21,7 @@ bool AllocateBuffers(epd_engine& e) {
 
 bool CreateStages(epd_engine& e, const epd_profile& profile) {
   if (!CreateWiener(e.wiener)) {
-    Say(stdout, "ERROR: can't init. Wiener filter parameters\n");
+    Say(Message::kFailure, "ERROR: can't init. Wiener filter parameters\n");
     return false;
   }
   e.frame_len = e.wiener.frame_len;
@@ -30,7 +30,7 @@ bool CreateStages(epd_engine& e, const epd_profile& profile) {
   ClearPreEmphasis(e.pre);
   if (!CreateDetector(e.epd, e.frame_len, profile)) return false;
   if (!AllocateBuffers(e) || !BuildTwiddles(e.tables, e.fft_order)) {
-    Say(stdout, "ERROR: can't init. engine buffers\n");
+    Say(Message::kFailure, "ERROR: can't init. engine buffers\n");
     return false;
   }
   ClearDetector(e.epd);

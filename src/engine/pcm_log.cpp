@@ -13,7 +13,7 @@ constexpr char kFirstName[] = "in_000001.pcm";
 void ReportFault(epd_engine& e) {
   if (e.has_reported_log_fault) return;
   e.has_reported_log_fault = true;
-  Say(stdout, "ERROR: PCM log %s cannot be written: check the folder and the room on the disk\n",
+  Say(Message::kFailure, "ERROR: PCM log %s cannot be written: check the folder and the room on the disk\n",
       e.pcm_log_path);
 }
 
@@ -27,7 +27,7 @@ void Open(epd_engine& e) {
 bool LogInto(epd_engine& e, const char* dir) {
   char path[sizeof e.pcm_log_path];
   if (!JoinPath(path, dir, kFirstName)) {
-    Say(stdout, "ERROR: PCM log directory is %s\n", dir == nullptr ? "missing" : "too long");
+    Say(Message::kFailure, "ERROR: PCM log directory is %s\n", dir == nullptr ? "missing" : "too long");
     return false;
   }
   CopyText(e.pcm_log_dir, dir);
@@ -44,7 +44,7 @@ void OpenLogIfDue(epd_engine& e) {
                                              : JoinPath(e.pcm_log_path, e.pcm_log_dir, name);
   if (!fits) {  // only with a number of more than six digits in a directory of the greatest length
     e.pcm_log_on = 0;
-    Say(stdout, "ERROR: PCM log path is too long, logging is off\n");
+    Say(Message::kFailure, "ERROR: PCM log path is too long, logging is off\n");
     return;
   }
   e.pcm_log_count = WrapAdd(e.pcm_log_count, 1);

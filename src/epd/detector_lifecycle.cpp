@@ -75,7 +75,7 @@ bool CreateDetector(energy_epd_prm& prm, int32_t frame_shift, const epd_profile&
   prm.win_len = fits ? static_cast<int16_t>(2 * frame_shift) : int16_t{0};
   if (fits && AllocateDetector(prm)) return true;
   ReleaseDetector(prm);
-  Say(stdout, "ERROR: initializing energy EPD parameters\n");
+  Say(Message::kFailure, "ERROR: initializing energy EPD parameters\n");
   return false;
 }
 
@@ -88,7 +88,7 @@ bool CreateVad(energy_vad_prm& vad, int32_t threshold) {
   const bool decisions = MakeRing(vad.vad_raw_hist, kMedianFrames);
   if (energies && decisions) return true;
   ReleaseVad(vad);
-  Say(stdout, "ERROR: memory allocation, init_energy_vad_prm(...)\n");
+  Say(Message::kFailure, "ERROR: memory allocation, init_energy_vad_prm(...)\n");
   return false;
 }
 
@@ -100,7 +100,7 @@ bool CreateVoicing(uv_prm& uv, int32_t history_frames) {
   const bool smoothed = MakeRing(uv.uv_hist, history_frames);
   if (raw && smoothed) return true;
   ReleaseVoicing(uv);
-  Say(stdout, "ERROR: memory allocation, init_uv_prm(...)\n");
+  Say(Message::kFailure, "ERROR: memory allocation, init_uv_prm(...)\n");
   return false;
 }
 

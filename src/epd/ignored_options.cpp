@@ -8,7 +8,7 @@
 namespace vask {
 
 int32_t ReportTrailingSilence(int32_t frames) {
-  Say(stderr, "  Vask EPD trailing silence (1) = %d (ms)\n", WrapMul(frames, 10));
+  Say(Message::kInformation, "  Vask EPD trailing silence (1) = %d (ms)\n", WrapMul(frames, 10));
   return 0;
 }
 

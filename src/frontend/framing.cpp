@@ -50,7 +50,8 @@ Outcome End(const Engine& engine) {
 
 // Like the engine's own end, but because a buffer is full. Both stay so until they are reset.
 Outcome EndBecauseFull(frontend& f, const Engine& engine, const char* what) {
-  if (!f.told_full) Say(stdout, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
+  if (!f.told_full)
+    Say(Message::kFailure, "ERROR: %s is full, the utterance is ended: reset the front end\n", what);
   f.told_full = true;
   return End(engine);
 }

@@ -51,7 +51,7 @@ bool CoefficientFile::ReadInto(std::span<int32_t> values, int32_t low, int32_t h
     int32_t number = 0;
     const bool good = Read(number) && ((number >= low && number <= high) || Fail("a number out of range"));
     if (!good) {
-      Say(stdout, "ERROR: %s, line %d: %s\n", path_, line_, fault_);
+      Say(Message::kFailure, "ERROR: %s, line %d: %s\n", path_, line_, fault_);
       return false;
     }
     value = number;

@@ -10,6 +10,9 @@ namespace vask {
 // the links form a circle.
 bool FollowLinks(std::span<char> path);
 
+// Whether there is a file at `path`, or where its links lead, and no folder or device.
+bool IsRegularFile(const char* path);
+
 // Whether an open file is a folder.
 bool IsFolder(FILE* file);
 

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,26 @@ namespace {
 
 constexpr int kMostLinks = 40;
 constexpr mode_t kModeBits = 07777;
+
+// The kind and the mode of a file, or of an open one; 0 if there is none.
+#ifdef __GLIBC__
+// Through stat the library would need the newest C library.
+mode_t ModeOf(int folder, const char* path, int flags) {
+  struct statx status;
+  return statx(folder, path, flags, STATX_TYPE | STATX_MODE, &status) == 0 ? status.stx_mode : 0;
+}
+mode_t ModeOf(const char* path) { return ModeOf(AT_FDCWD, path, 0); }
+mode_t ModeOf(FILE* file) { return ModeOf(fileno(file), "", AT_EMPTY_PATH); }
+#else
+mode_t ModeOf(const char* path) {
+  struct stat status;
+  return stat(path, &status) == 0 ? status.st_mode : 0;
+}
+mode_t ModeOf(FILE* file) {
+  struct stat status;
+  return fstat(fileno(file), &status) == 0 ? status.st_mode : 0;
+}
+#endif
 
 }  // namespace
 
@@ -29,16 +50,18 @@ bool FollowLinks(std::span<char> path) {
   return false;
 }
 
+bool IsRegularFile(const char* path) { return S_ISREG(ModeOf(path)); }
+
 bool IsFolder(FILE* file) {
-  struct stat status;
-  return fstat(fileno(file), &status) != 0 || S_ISDIR(status.st_mode);
+  const mode_t mode = ModeOf(file);
+  return mode == 0 || S_ISDIR(mode);
 }
 
 bool TakeMode(const char* path, FILE* file) {
-  struct stat old_one, new_one;
-  if (stat(path, &old_one) != 0 || fstat(fileno(file), &new_one) != 0) return true;
-  const mode_t mode = old_one.st_mode & kModeBits;
-  return (new_one.st_mode & kModeBits) == mode || fchmod(fileno(file), mode) == 0;
+  const mode_t old_one = ModeOf(path), new_one = ModeOf(file);
+  if (old_one == 0 || new_one == 0) return true;
+  const mode_t mode = old_one & kModeBits;
+  return (new_one & kModeBits) == mode || fchmod(fileno(file), mode) == 0;
 }
 
 bool Store(FILE* file) { return fsync(fileno(file)) == 0; }

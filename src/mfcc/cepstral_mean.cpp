@@ -52,7 +52,7 @@ void Report(const mfcc_prm& m) {
     length += std::snprintf(text + length, sizeof text - static_cast<size_t>(length), "%.3f ",
                             static_cast<double>(value));
   }
-  Say(stdout, "%s\n", text);
+  Say(Message::kFailure, "%s\n", text);
 }
 
 }  // namespace
@@ -60,7 +60,7 @@ void Report(const mfcc_prm& m) {
 bool ReadWord(FILE* file, std::span<char, kLineBytes> word) {
   Line line;
   while (ReadLine(file, line)) {
-    if (line[0] == '#') Say(stdout, "%s", line.data() + 1);
+    if (line[0] == '#') Say(Message::kFailure, "%s", line.data() + 1);
     if (line[0] == '#' || line[0] == ' ') continue;
     const std::string_view text(line.data());
     const size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
@@ -76,12 +76,12 @@ bool ReadMean(mfcc_prm& m, const char* base_dir) {
   char path[256], word[kLineBytes];
   FILE* file = JoinPath(path, base_dir, kFileName) ? OpenText(path) : nullptr;
   if (file == nullptr) {
-    Say(stdout, "ERROR: can't open global_cms\n");
+    Say(Message::kFailure, "ERROR: can't open global_cms\n");
     return false;
   }
   int32_t read = 0;
   while (read < kCepstra && ReadWord(file, word) && ParseNumber(word, m.cms[read])) ++read;
-  if (read < kCepstra) Say(stdout, "ERROR: read global_cms\n");
+  if (read < kCepstra) Say(Message::kFailure, "ERROR: read global_cms\n");
   std::fclose(file);
   return read == kCepstra;
 }
@@ -89,7 +89,7 @@ bool ReadMean(mfcc_prm& m, const char* base_dir) {
 bool WriteMean(std::span<const int32_t> mean_q20, const char* base_dir) {
   char path[256];
   if (JoinPath(path, base_dir, kFileName) && WriteCoefficients(path, mean_q20)) return true;
-  Say(stdout, "ERROR: can't write global_cms\n");
+  Say(Message::kFailure, "ERROR: can't write global_cms\n");
   return false;
 }
 

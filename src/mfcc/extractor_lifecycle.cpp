@@ -53,7 +53,7 @@ bool Create(mfcc_prm& m, Fill fill) {
   m.bins = kSpectrumBins;
   StartUtterance(m);
   const bool has_storage = Allocate(m);
-  if (!has_storage) Say(stdout, "ERROR: can't init. MFCC parameters\n");
+  if (!has_storage) Say(Message::kFailure, "ERROR: can't init. MFCC parameters\n");
   if (has_storage && fill()) return true;
   ReleaseExtractor(m);
   return false;
@@ -65,7 +65,7 @@ bool CreateExtractor(mfcc_prm& m, int32_t points, const char* base_dir) {
   m = {};
   if (!HasPreEmphasisFile(base_dir)) return false;
   if (points != kFftSize) {
-    Say(stdout, "ERROR: MFCC with an FFT of %d points, not %d\n", points, kFftSize);
+    Say(Message::kFailure, "ERROR: MFCC with an FFT of %d points, not %d\n", points, kFftSize);
     return false;
   }
   return Create(m, [&] {

@@ -19,7 +19,7 @@ bool ReadTable(const char* base_dir, const char* name, std::span<int32_t> values
   if (!JoinPath(path, base_dir, name)) return false;
   CoefficientFile file(path);
   if (file.IsOpen()) return file.ReadInto(values, low, high);
-  Say(stdout, "ERROR: %s not found\n", path);
+  Say(Message::kFailure, "ERROR: %s not found\n", path);
   return false;
 }
 
@@ -29,7 +29,7 @@ bool HasPreEmphasisFile(const char* base_dir) {
   char path[256];
   FILE* file = JoinPath(path, base_dir, "pre_emph.txt") ? OpenText(path) : nullptr;
   if (file == nullptr) {
-    Say(stdout, "ERROR: pre_emph.txt not found\n");
+    Say(Message::kFailure, "ERROR: pre_emph.txt not found\n");
     return false;
   }
   std::fclose(file);

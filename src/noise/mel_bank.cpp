@@ -151,13 +151,13 @@ bool ReadMelBank(mel_band& first, int32_t bands, const char* base_dir) {
   if (!JoinPath(path, base_dir, "mel_filt.txt")) return false;
   CoefficientFile file(path);
   if (!file.IsOpen()) {
-    Say(stdout, "\nERROR: can't open [ %s ]\n", path);
+    Say(Message::kFailure, "\nERROR: can't open [ %s ]\n", path);
     return false;
   }
   const Fill fill = bands < 2 ? Fill::kMalformed : BuildChain(first, bands, file);
-  if (fill == Fill::kMalformed) Say(stdout, "\nERROR: short or malformed table [ %s ]\n", path);
-  if (fill == Fill::kNoMemory) Say(stdout, "\nERROR:   Memory allocation error occured!\r\n");
-  if (fill == Fill::kNoLaterRecord) Say(stdout, "ERROR:   Memory allocation error occured!\r\n");
+  if (fill == Fill::kMalformed) Say(Message::kFailure, "\nERROR: short or malformed table [ %s ]\n", path);
+  if (fill == Fill::kNoMemory) Say(Message::kFailure, "\nERROR:   Memory allocation error occured!\r\n");
+  if (fill == Fill::kNoLaterRecord) Say(Message::kFailure, "ERROR:   Memory allocation error occured!\r\n");
   return fill == Fill::kDone;
 }
 

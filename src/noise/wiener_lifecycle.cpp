@@ -112,13 +112,13 @@ bool CreateWiener(wiener_filt& wf) {
 
 bool CreateWienerParameters(wiener_filt& wf, int32_t rate) {
   if (rate != kSupportedRate) {
-    Say(stdout, "\nERROR: Sampling Rate can NOT be supported(%d Hz)\n", rate);
+    Say(Message::kFailure, "\nERROR: Sampling Rate can NOT be supported(%d Hz)\n", rate);
     return false;
   }
   SetSizes(wf);
   NullPointers(wf);
   if (!AllocateArrays(wf)) {
-    Say(stdout, "ERROR: can't initialize Wiener Filter Parameters\n");
+    Say(Message::kFailure, "ERROR: can't initialize Wiener Filter Parameters\n");
     return false;
   }
   CopyHanning({wf.hann_win, static_cast<size_t>(wf.win_len)});
@@ -138,13 +138,13 @@ bool CreateSpectrum(wiener_spectrum& spectrum, int32_t bands) {
     *values = complete ? NewZeroed<int64_t>(bands) : nullptr;
     complete = complete && *values != nullptr;
   }
-  if (!complete) Say(stdout, "\nERROR: WIENER SPECTRUM memory allocation\n");
+  if (!complete) Say(Message::kFailure, "\nERROR: WIENER SPECTRUM memory allocation\n");
   return complete;
 }
 
 bool CreateGsapData(wiener_gsap_data& data, int32_t bands) {
   data = {.lratio = NewZeroed<int64_t>(bands), .vad_flag = 0, .gsap = kGsapAbsent};
-  if (data.lratio == nullptr) Say(stdout, "\nERROR: WIENER_GSAP_PARAM initialization\n");
+  if (data.lratio == nullptr) Say(Message::kFailure, "\nERROR: WIENER_GSAP_PARAM initialization\n");
   return data.lratio != nullptr;
 }
 

@@ -67,7 +67,7 @@ static constexpr EngineObserver kObserver = {
     .cleaned = [](int32_t energy) { NoteLogEnergy(history, energy); },
     .restarts =
         [](const epd_engine& e) {
-          Say(stderr, "EPD RESET(%d, f=%d) ", e.restart_count, e.frames_in);
+          Say(Message::kInformation, "EPD RESET(%d, f=%d) ", e.restart_count, e.frames_in);
           ClearHistories(history);
         },
     .drained = WriteLog,
@@ -99,10 +99,11 @@ void Stop() {
 
 bool SetBaseDir(const char* dir) {
   if (!JoinPath(Vask_epd_base_dir, dir, "Vask.db", "/")) {
-    Say(stdout, "ERROR: knowledge-base directory is %s\n", dir == nullptr ? "missing" : "too long");
+    Say(Message::kFailure, "ERROR: knowledge-base directory is %s\n",
+        dir == nullptr ? "missing" : "too long");
     return false;
   }
-  Say(stderr, "Vask epd KB directory: %s\n", Vask_epd_base_dir);
+  Say(Message::kInformation, "Vask epd KB directory: %s\n", Vask_epd_base_dir);
   return true;
 }
 

@@ -60,7 +60,7 @@ int32_t Vask_EPD_Frame_Loss(void) { return 0; }
 
 void Vask_epd_save_pcm_valid(int32_t flag) {
   process::engine_state.pcm_log_on = flag == 1 ? 1 : 0;
-  vask::Say(stderr, "  VaskUtil save valid PCM: %s\n", flag == 1 ? "YES" : "NO");
+  vask::Say(vask::Message::kInformation, "  VaskUtil save valid PCM: %s\n", flag == 1 ? "YES" : "NO");
 }
 
 void Vask_epd_save_pcm_dir(int32_t flag, const char* dir) { process::SetPcmLog(flag, dir); }
@@ -76,7 +76,8 @@ int32_t Vask_epd_vad(int32_t threshold) {
 
 int32_t Vask_epd_set_trailing_silence(int32_t frames) {
   if (frames <= kLeastTrailingSilence) {
-    vask::Say(stdout, "WARNING: too small for trailing control :  ( %d ), Fixed to 30...\n\n", frames);
+    vask::Say(vask::Message::kFailure,
+              "WARNING: too small for trailing control :  ( %d ), Fixed to 30...\n\n", frames);
     frames = kLeastTrailingSilence;
   }
   return vask::ReportTrailingSilence(frames);

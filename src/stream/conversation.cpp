@@ -13,11 +13,11 @@ int64_t Frames(float seconds) { return std::lround(double{seconds} * kFramesPerS
 
 }  // namespace
 
-void Conversation::Follow(Timeline& line, const std::optional<Quiet>& quiet) {
+void Conversation::Follow(Timeline& line, const std::optional<Quiet>& quiet, int64_t no_start) {
   if (line.is_continuous) return;
   NoteEnds(line);
   if (line.segment.is_open() && quiet) FollowOpen(line, *quiet);
-  if (!line.segment.is_open()) FollowClosed(line);
+  if (!line.segment.is_open()) FollowClosed(line, no_start);
 }
 
 // A segment that ends takes what was said of it along. One may have ended and another one begun in a frame.
@@ -39,15 +39,15 @@ void Conversation::FollowOpen(Timeline& line, const Quiet& quiet) {
     line.segment.Tell(line.Context(), VASK_STREAM_WENT_ON, -1);
     may_have_ended_ = false;
   } else if (!may_have_ended_ && may_end_frames_ > 0 && quiet.frames >= may_end_frames_ &&
-             line.input_end == kNoEnd) {
+             may_end_frames_ < quiet.pause && line.input_end == kNoEnd) {
     line.segment.Tell(line.Context(), VASK_STREAM_MAY_HAVE_ENDED, quiet.since);
     may_have_ended_ = true;
   }
 }
 
-void Conversation::FollowClosed(Timeline& line) {
+void Conversation::FollowClosed(Timeline& line, int64_t no_start) {
   if (has_told_ || start_frames_ == 0 || line.input_end != kNoEnd) return;
-  if (line.frames + 1 - waiting_since_ < start_frames_) return;
+  if (no_start - waiting_since_ < start_frames_) return;
   has_told_ = true;
   const SegmentContext context = line.Context();
   const int64_t since = waiting_since_ * kFrame;

@@ -16,6 +16,7 @@ namespace vask {
 struct Quiet {
   int64_t frames;  // without speech until now; 0: there is speech
   int64_t since;   // one past the last frame of speech
+  int64_t pause;   // so many would end it
 };
 
 class Conversation {
@@ -23,13 +24,14 @@ class Conversation {
   void Open(const vask_stream_setup& setup);
   void Clear();
 
-  // After each frame, the one in work. Without `quiet` no segment is open, or its end is known.
-  void Follow(Timeline& line, const std::optional<Quiet>& quiet);
+  // After each frame, the one in work. Without `quiet` no segment is open, or its end is known. `no_start`:
+  // while none is open, no start will be found before this frame.
+  void Follow(Timeline& line, const std::optional<Quiet>& quiet, int64_t no_start);
 
  private:
   void NoteEnds(const Timeline& line);
   void FollowOpen(Timeline& line, const Quiet& quiet);
-  void FollowClosed(Timeline& line);
+  void FollowClosed(Timeline& line, int64_t no_start);
 
   int64_t may_end_frames_, start_frames_;  // 0: not asked for
   int64_t waiting_since_;                  // frame

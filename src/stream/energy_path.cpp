@@ -47,9 +47,7 @@ SegmentRules RulesOf(const vask_stream_options& options) {
 int64_t EnergyPath::DetectorFrame() const { return origin_ + detector().frame_index - 1; }
 
 // One past the last frame of speech if the hangover ends with the newest frame.
-int64_t EnergyPath::FrameAfterSpeech() const {
-  return DetectorFrame() + 1 - hangover_frames_ - overrun_ - kEndLag;
-}
+int64_t EnergyPath::FrameAfterSpeech() const { return DetectorFrame() + 1 - hangover_frames_ - kEndLag; }
 
 // The same if the hangover is still running.
 int64_t EnergyPath::FrameAfterSpeechSoFar() const {
@@ -111,8 +109,8 @@ void EnergyPath::EndSegment(Timeline& line, int32_t result, std::span<const int1
   const bool is_forced = detector().vad.silence_run == 0;
   line.segment.End(line.Context(), is_forced ? FrameAfterSpeechSoFar() : FrameAfterSpeech(),
                    is_forced ? VASK_STREAM_BY_LONG_NOISE : VASK_STREAM_BY_SILENCE, result == kEnded);
-  overrun_ = 0;
   WrapUp(engine_);
+  UseHangover(options_.profile.hangover_frames);
   RunEngine(line, frame);
 }
 
@@ -120,7 +118,7 @@ void EnergyPath::Take(Timeline& line, std::span<const int16_t, kFrame> frame) {
   line.history.Enter(line.frames, frame);
   line.history.Keep(line.frames, frame);
   const Step step = RunEngine(line, frame);
-  if (detector().vad.speech_run > 0) overrun_ = 0;
+  if (detector().vad.speech_run > 0) UseHangover(options_.profile.hangover_frames);
   if (line.is_continuous) {
     EmitContinuous(line, step);
     return;
@@ -138,27 +136,38 @@ void EnergyPath::Take(Timeline& line, std::span<const int16_t, kFrame> frame) {
 
 std::optional<Quiet> EnergyPath::QuietNow() const {
   const energy_vad_prm& vad = detector().vad;
-  const int64_t frames = vad.speech_run > 0 ? 0 : hangover_frames_ + overrun_ - vad.hangover_count;
-  return Quiet{frames, FrameAfterSpeechSoFar()};
+  const int64_t frames = vad.speech_run > 0 ? 0 : hangover_frames_ - vad.hangover_count;
+  return Quiet{frames, FrameAfterSpeechSoFar(), hangover_frames_};
 }
 
-// A hangover that is running goes on as if the new pause had been in force from its beginning; one that is
-// longer by now ends with the next frame. The margin of the open segment may be in the caller's hands: it
-// gets no shorter.
+// A start that is on its way takes some frames until it is found.
+int64_t EnergyPath::NoStartBefore(const Timeline& line) const {
+  const energy_vad_prm& vad = detector().vad;
+  return vad.onset_count != 0 || detector().speech_on != 0 ? 0 : line.frames + 1;
+}
+
+void EnergyPath::UseHangover(int32_t frames) {
+  if (frames == hangover_frames_) return;
+  epd_profile profile = options_.profile;
+  profile.hangover_frames = frames;
+  hangover_frames_ = frames;
+  engine_.epd.profile.hangover_frames = frames;
+  engine_.epd.profile.max_unvoiced_run = ProfileInForce(profile).max_unvoiced_run;
+}
+
+// A hangover that is running goes on as if the new pause had been in force from its beginning. One that is
+// longer by now is in force, as long as it is, until the segment ends with the next frame or speech resumes.
+// The margin of the open segment may be in the caller's hands: it gets no shorter.
 bool EnergyPath::SetPause(Timeline& line, int32_t frames) {
   vask_stream_options options = options_;
   options.profile.hangover_frames = frames;
   if (!line.history.Grow(NotesFor(frames), kSampleFrames, line.frames)) return false;
   energy_vad_prm& vad = engine_.epd.vad;
-  if (detector().speech_on == 1 && vad.speech_run == 0 && vad.silence_run == 0) {
-    const int32_t left = vad.hangover_count - overrun_ + frames - hangover_frames_;
-    vad.hangover_count = static_cast<int16_t>(std::max(left, 0));
-    overrun_ = std::max(-left, 0);
-  }
+  const bool is_running = detector().speech_on == 1 && vad.speech_run == 0 && vad.silence_run == 0;
+  const int32_t gone = is_running ? hangover_frames_ - vad.hangover_count : 0;
   options_ = options;
-  hangover_frames_ = frames;
-  engine_.epd.profile.hangover_frames = frames;
-  engine_.epd.profile.max_unvoiced_run = ProfileInForce(options.profile).max_unvoiced_run;
+  UseHangover(std::max(frames, gone));
+  if (is_running) vad.hangover_count = static_cast<int16_t>(hangover_frames_ - gone);
   margin_end_ = LongestPadEnd(options);
   line.rules.margin_end = std::max(line.rules.margin_end, margin_end_);
   return true;
@@ -188,8 +197,8 @@ void EnergyPath::Measure(const Timeline& line, vask_stream_measures& measures) c
 
 void EnergyPath::Clear() {
   WrapUp(engine_);
+  UseHangover(options_.profile.hangover_frames);
   origin_ = 0;
-  overrun_ = 0;
 }
 
 bool EnergyPath::Open(Timeline& line, const vask_stream_options& options) {

@@ -35,6 +35,8 @@ class EnergyPath {
   // How the open segment stands.
   std::optional<Quiet> QuietNow() const;
 
+  int64_t NoStartBefore(const Timeline& line) const;
+
   // Change the hangover. False if there is no memory, and then nothing has changed.
   bool SetPause(Timeline& line, int32_t frames);
 
@@ -50,12 +52,12 @@ class EnergyPath {
   Step RunEngine(const Timeline& line, std::span<const int16_t, kFrame> frame);
   void EmitContinuous(Timeline& line, const Step& step) const;
   void Deliver(Timeline& line, std::span<const int16_t> emitted) const;
+  void UseHangover(int32_t frames);
   void EndSegment(Timeline& line, int32_t result, std::span<const int16_t, kFrame> frame);
 
   epd_engine engine_;
-  int64_t origin_;  // the first frame that the engine heard since its last wrap-up
-  int32_t hangover_frames_;
-  int32_t overrun_;  // frames by which the hangover that is running is longer than that
+  int64_t origin_;           // the first frame that the engine heard since its last wrap-up
+  int32_t hangover_frames_;  // in force
   int64_t margin_end_;
   vask_stream_options options_;
 };

@@ -108,7 +108,12 @@ void LearnedPath::Settle(Timeline& line) {
 
 std::optional<Quiet> LearnedPath::QuietNow() const {
   if (!tracker_.is_open()) return std::nullopt;
-  return Quiet{tracker_.quiet() * kGateStepFrames, tracker_.EarliestEnd() * kGateStepFrames};
+  return Quiet{tracker_.quiet() * kGateStepFrames, tracker_.EarliestEnd() * kGateStepFrames,
+               rules_.pause_steps * kGateStepFrames};
+}
+
+int64_t LearnedPath::NoStartBefore(const Timeline& /*line*/) const {
+  return tracker_.is_open() ? 0 : tracker_.EarliestProbable() * kGateStepFrames;
 }
 
 bool LearnedPath::SetPause(Timeline& line, int32_t steps) {

@@ -37,6 +37,8 @@ class LearnedPath {
   // How the open segment stands; nothing if its end is known.
   std::optional<Quiet> QuietNow() const;
 
+  int64_t NoStartBefore(const Timeline& line) const;
+
   // Change the pause. False if there is no memory, and then nothing has changed.
   bool SetPause(Timeline& line, int32_t steps);
 

@@ -55,7 +55,7 @@ int32_t RunFrame(vask_stream& s) {
     const int32_t error = ErrorOf(s.line.outbox.Reserve(path.most_out()));
     if (error != 0) return error;
     path.Take(s.line, s.input.TakeFrame(s.line.input_end != kNoEnd));
-    s.conversation.Follow(s.line, path.QuietNow());
+    s.conversation.Follow(s.line, path.QuietNow(), path.NoStartBefore(s.line));
     ++s.line.frames;
     return 0;
   });

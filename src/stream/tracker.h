@@ -66,6 +66,9 @@ class Tracker {
   // Also in the middle of one: if it is longer than that, the next quiet step completes it.
   void SetPause(int32_t steps) { rules_.pause_steps = steps; }
 
+  // While none is open: the first step that may be a probable one of the next start.
+  int64_t EarliestProbable() const { return cursor_ - run_; }
+
   // An open segment will end here or later, and the next one starts here or later.
   int64_t EarliestEnd() const { return cursor_ - run_; }
   int64_t EarliestStart() const { return is_open_ ? cursor_ : EarliestSoft(cursor_ - run_); }

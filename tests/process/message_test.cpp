@@ -57,10 +57,10 @@ TEST(Messages, AreCutAtTheLongestOnlyForASink) {
   const std::string text(3000, 'x');
   Taken taken;
   vask_set_message_sink(Take, &taken);
-  Say(stdout, "%s", text.c_str());
+  Say(Message::kFailure, "%s", text.c_str());
   vask_set_message_sink(nullptr, nullptr);
   EXPECT_EQ(taken.out, text.substr(0, VASK_LONGEST_MESSAGE));
-  EXPECT_EQ(Hear([&] { Say(stdout, "%s", text.c_str()); }).out, text);
+  EXPECT_EQ(Hear([&] { Say(Message::kFailure, "%s", text.c_str()); }).out, text);
 }
 
 // A sink and its context belong together, however often another thread changes both.
@@ -80,7 +80,7 @@ TEST(Messages, ReachTheSinkThatTheirContextBelongsTo) {
   std::thread changer([] {
     for (int k = 0; k < 200000; ++k) vask_set_message_sink(own[k % 2].sink, &own[k % 2]);
   });
-  for (int k = 0; k < 200000; ++k) Say(stderr, "%d", k);
+  for (int k = 0; k < 200000; ++k) Say(Message::kInformation, "%d", k);
   changer.join();
   vask_set_message_sink(nullptr, nullptr);
   EXPECT_EQ(own[0].heard + own[1].heard, 200000);

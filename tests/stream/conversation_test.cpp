@@ -150,8 +150,10 @@ TEST(Conversation, GuessesEndsAndWithdrawsThemWhateverThePieces) {
     }
     setup.options.max_samples = 40000;  // splits end what was guessed of them
     CheckOrder(Talk(setup, Room()));
-    setup.may_end_after = 0;
-    EXPECT_TRUE(OfKind(Talk(setup, Room()), VASK_STREAM_MAY_HAVE_ENDED).empty());
+    for (const float never : {0.0f, 3.0f}) {
+      setup.may_end_after = never;
+      EXPECT_TRUE(OfKind(Talk(setup, Room()), VASK_STREAM_MAY_HAVE_ENDED).empty());
+    }
   }
 }
 
@@ -165,10 +167,13 @@ TEST(Conversation, TellsOnceThatNobodySpeaks) {
     const auto told = OfKind(turns, VASK_STREAM_NOBODY_SPOKE), ends = OfKind(turns, VASK_STREAM_ENDED);
     ASSERT_EQ(ends.size(), 1U) << detector;
     ASSERT_EQ(told.size(), 2U) << detector;
+    const int64_t lag = detector == VASK_STREAM_LEARNED ? 4000 : 0;  // until it knows that nobody has started
     EXPECT_EQ(told[0].start, 0);
-    EXPECT_EQ(told[0].heard, 2 * 16000);
     EXPECT_EQ(told[1].start, ends[0].end);
-    EXPECT_EQ(told[1].heard, ends[0].end + 2 * 16000);
+    for (const auto& event : told) {
+      EXPECT_GE(event.heard, event.start + 2 * 16000);
+      EXPECT_LE(event.heard, event.start + 2 * 16000 + lag);
+    }
   }
 }
 
