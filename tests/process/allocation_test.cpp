@@ -207,14 +207,16 @@ void* ListenInAllModes(void* allocations) {
   return nullptr;
 }
 
-// With each detector, and with each kind of audio that the learned one has.
+// With each detector, with each kind of audio that the learned one has, and at other rates.
 class StreamAllocation : public testing::TestWithParam<vask_stream_setup> {};
 
-vask_stream_setup Setup(int32_t detector, int32_t audio) {
+vask_stream_setup Setup(int32_t detector, int32_t audio, int32_t input_rate = 0, int32_t audio_rate = 0) {
   vask_stream_setup setup;
   vask_stream_setup_defaults(&setup, sizeof setup);
   setup.detector = detector;
   setup.options.audio = audio;
+  setup.input_rate = input_rate;
+  setup.audio_rate = audio_rate;
   return setup;
 }
 
@@ -222,7 +224,8 @@ INSTANTIATE_TEST_SUITE_P(Setups, StreamAllocation,
                          testing::Values(Setup(VASK_STREAM_ENERGY, VASK_STREAM_CLEAN),
                                          Setup(VASK_STREAM_LEARNED, VASK_STREAM_CLEAN),
                                          Setup(VASK_STREAM_LEARNED, VASK_STREAM_RAW),
-                                         Setup(VASK_STREAM_LEARNED, VASK_STREAM_LISTENING)));
+                                         Setup(VASK_STREAM_LEARNED, VASK_STREAM_LISTENING),
+                                         Setup(VASK_STREAM_LEARNED, VASK_STREAM_RAW, 44100, 8000)));
 
 TEST_P(StreamAllocation, IsOnlyAtItsStartAndWhenItsQueueGrows) {
   if (GetParam().detector == VASK_STREAM_LEARNED && vask_model_digest(nullptr) == 0) GTEST_SKIP();

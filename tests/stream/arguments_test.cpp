@@ -71,6 +71,16 @@ TEST(StreamArguments, OfTheLearnedDetectorAreRefusedWhenBad) {
            Case{[](Setup&) {}, ""},
            Case{[](Setup& s) { --s.size; }, "size is not that of a vask_stream_setup"},
            Case{[](Setup& s) { s.detector = 2; }, "detector is not 0 or 1"},
+           Case{
+               [](Setup& s) { s.input_rate = 48001; },
+               "input_rate is not one of 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 and 48000 Hz"},
+           Case{
+               [](Setup& s) { s.audio_rate = -1; },
+               "audio_rate is not one of 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 and 48000 Hz"},
+           Case{
+               [](Setup& s) { s.detector = VASK_STREAM_ENERGY, s.input_rate = 1, s.audio_rate = 2; },
+               "input_rate is not one of 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 and 48000 Hz"},
+           Case{[](Setup& s) { s.input_rate = 44100, s.audio_rate = 0; }, ""},
            Case{[](Setup& s) { s.options.mode = 0; }, "mode is not 1 or 2"},
            Case{[](Setup& s) { s.options.audio = 4; }, "audio is not 0 to 3"},
            Case{[](Setup& s) { s.rules.open_probability = 1.01f; }, "open_probability is not 0 to 1"},
