@@ -1,8 +1,11 @@
 #include "resample/filter_bank.h"
 
 #include <algorithm>
+#include <array>
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
-#include "dsp/arith.h"
 #include "dsp/kernel.h"
 #include "dsp/tables/low_pass.h"
 
@@ -12,10 +15,9 @@ namespace {
 constexpr int32_t kOutputShift = kFilterQ - kCoarseBits;
 constexpr int32_t kHalf = 1 << (kOutputShift - 1);
 
-// In the last place of an output, to the nearest; each half of the fine sum is cut to the coarse one's
-// places.
-VASK_BODY int16_t Output(int32_t coarse, int32_t even, int32_t odd) {
-  const int32_t sum = coarse + (even >> kCoarseBits) + (odd >> kCoarseBits);
+// In the last place of an output, to the nearest; the fine sums are cut to the coarse one's places.
+VASK_BODY int16_t Output(int32_t first, int32_t second, int32_t coarse) {
+  const int32_t sum = (first >> kCoarseBits) + (second >> kCoarseBits) + coarse;
   return static_cast<int16_t>(std::clamp((sum + kHalf) >> kOutputShift, INT16_MIN, INT16_MAX));
 }
 
@@ -26,22 +28,16 @@ VASK_BODY int32_t Sum(const int16_t* coefficients, const int16_t* x, int32_t n) 
 }
 
 VASK_BODY int16_t Filter(const FilterBank& bank, const int16_t* fine, const int16_t* x) {
-  int32_t halves[2] = {};
-  for (int32_t t = 0, half = 0; t < bank.taps; t += kTapStep, half ^= 1)
-    halves[half] += Sum(fine + t, x + t, kTapStep);
-  return Output(Sum(fine + bank.taps, x + bank.centre, kCentreTaps), halves[0], halves[1]);
+  const int32_t half = FirstHalf(bank.taps);
+  return Output(Sum(fine, x, half), Sum(fine + half, x + half, bank.taps - half),
+                Sum(fine + bank.taps, x + bank.centre, kCentreTaps));
 }
 
 VASK_BODY void RunFiltersBody(const FilterBank& bank, int32_t phase, const int16_t* x,
                               std::span<int16_t> out) {
   for (int16_t& sample : out) {
     sample = Filter(bank, bank.Phase(phase), x);
-    x += bank.whole_step;
-    phase += bank.part_step;
-    if (phase >= bank.phases) {
-      phase -= bank.phases;
-      ++x;
-    }
+    bank.Advance(phase, x);
   }
 }
 
@@ -55,13 +51,154 @@ VASK_BODY void RunHalfBandBody(const int16_t* even, const int16_t* odd, std::spa
   }
 }
 
+VASK_COMPILE(void, RunFilters,
+             (const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out),
+             (bank, phase, x, out))
+VASK_COMPILE(void, RunHalfBand, (const int16_t* even, const int16_t* odd, std::span<int16_t> out),
+             (even, odd, out))
+
+#if VASK_HAS_AVX2
+constexpr int32_t kAtOnce = 8;  // outputs
+
+VASK_AVX2 inline __m256i Load16(const int16_t* x) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
+}
+
+VASK_AVX2 inline void Store8(int16_t* x, __m128i values) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(x), values);
+}
+
+// The sums of eight vectors.
+VASK_AVX2 inline __m256i Totals8(const __m256i* x) {
+  const __m256i a = _mm256_hadd_epi32(_mm256_hadd_epi32(x[0], x[1]), _mm256_hadd_epi32(x[2], x[3]));
+  const __m256i b = _mm256_hadd_epi32(_mm256_hadd_epi32(x[4], x[5]), _mm256_hadd_epi32(x[6], x[7]));
+  return _mm256_add_epi32(_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31));
+}
+
+VASK_AVX2 inline __m128i Saturated(__m256i x) {
+  return _mm_packs_epi32(_mm256_castsi256_si128(x), _mm256_extracti128_si256(x, 1));
+}
+
+// The sums over some taps of eight windows, `step` samples apart, with the same coefficients.
+template <int32_t kTaps>
+VASK_AVX2 inline __m256i Sums8(const int16_t* coefficients, const int16_t* x, int64_t step) {
+  __m256i sums[kAtOnce] = {};
+#pragma GCC unroll 5
+  for (int32_t t = 0; t < kTaps; t += kTapStep) {
+    const __m256i c = Load16(coefficients + t);
+#pragma GCC unroll 8
+    for (int64_t i = 0; i < kAtOnce; ++i)
+      sums[i] = _mm256_add_epi32(sums[i], _mm256_madd_epi16(c, Load16(x + t + i * step)));
+  }
+  return Totals8(sums);
+}
+
+VASK_AVX2 inline __m128i Outputs8(__m256i first, __m256i second, __m256i coarse) {
+  const __m256i fine =
+      _mm256_add_epi32(_mm256_srai_epi32(first, kCoarseBits), _mm256_srai_epi32(second, kCoarseBits));
+  const __m256i sum = _mm256_add_epi32(_mm256_add_epi32(fine, coarse), _mm256_set1_epi32(kHalf));
+  return Saturated(_mm256_srai_epi32(sum, kOutputShift));
+}
+
+// Where few phases take turns, eight outputs of the same phase share their coefficients.
+template <int32_t kTaps>
+VASK_AVX2 void RunByPhase(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
+  constexpr int32_t kFirst = FirstHalf(kTaps);
+  const int64_t step = int64_t{bank.whole_step} * bank.phases + bank.part_step;
+  const int64_t phases = bank.phases, count = static_cast<int64_t>(out.size());
+  int64_t k = 0;
+  for (; k + kAtOnce * phases <= count; k += kAtOnce * phases) {
+    const int16_t* window = x;
+    for (int64_t p = 0; p < phases; ++p) {
+      const int16_t* const fine = bank.Phase(phase);
+      const __m256i first = Sums8<kFirst>(fine, window, step);
+      const __m256i second = Sums8<kTaps - kFirst>(fine + kFirst, window + kFirst, step);
+      const __m256i coarse = Sums8<kCentreTaps>(fine + kTaps, window + bank.centre, step);
+      std::array<int16_t, kAtOnce> outputs;
+      Store8(outputs.data(), Outputs8(first, second, coarse));
+      int16_t* sample = out.data() + k + p;
+      for (const int16_t output : outputs) {
+        *sample = output;
+        sample += phases;
+      }
+      bank.Advance(phase, window);
+    }
+    x += kAtOnce * step;
+  }
+  RunFiltersAvx2(bank, phase, x, out.subspan(static_cast<size_t>(k)));
+}
+
+template <int32_t kTaps>
+VASK_AVX2 inline __m256i Products(const int16_t* coefficients, const int16_t* x) {
+  __m256i sum = _mm256_madd_epi16(Load16(coefficients), Load16(x));
+#pragma GCC unroll 5
+  for (int32_t t = kTapStep; t < kTaps; t += kTapStep)
+    sum = _mm256_add_epi32(sum, _mm256_madd_epi16(Load16(coefficients + t), Load16(x + t)));
+  return sum;
+}
+
+template <int32_t kTaps>
+VASK_AVX2 void RunOneByOne(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
+  constexpr int32_t kFirst = FirstHalf(kTaps);
+  size_t k = 0;
+  for (; k + kAtOnce <= out.size(); k += kAtOnce) {
+    __m256i first[kAtOnce], second[kAtOnce], coarse[kAtOnce];
+    for (int32_t i = 0; i < kAtOnce; ++i) {
+      const int16_t* const fine = bank.Phase(phase);
+      first[i] = Products<kFirst>(fine, x);
+      second[i] = Products<kTaps - kFirst>(fine + kFirst, x + kFirst);
+      coarse[i] = Products<kCentreTaps>(fine + kTaps, x + bank.centre);
+      bank.Advance(phase, x);
+    }
+    Store8(&out[k], Outputs8(Totals8(first), Totals8(second), Totals8(coarse)));
+  }
+  RunFiltersAvx2(bank, phase, x, out.subspan(k));
+}
+
+template <int32_t kTaps>
+VASK_AVX2 void RunTaps(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
+  constexpr int32_t kFewPhases = 4;
+  (bank.phases <= kFewPhases ? RunByPhase<kTaps> : RunOneByOne<kTaps>)(bank, phase, x, out);
+}
+
+// The lengths that the nine rates have.
+VASK_AVX2 void RunFiltersByEights(const FilterBank& bank, int32_t phase, const int16_t* x,
+                                  std::span<int16_t> out) {
+  if (bank.taps == 80) return RunTaps<80>(bank, phase, x, out);
+  if (bank.taps == 112) return RunTaps<112>(bank, phase, x, out);
+  if (bank.taps == 160) return RunTaps<160>(bank, phase, x, out);
+  RunFiltersAvx2(bank, phase, x, out);
+}
+
+VASK_AVX2 void RunHalfBandByEights(const int16_t* even, const int16_t* odd, std::span<int16_t> out) {
+  const __m256i before = Load16(kHalfBandQ16.data());
+  const __m256i after = _mm256_zextsi128_si256(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(kHalfBandQ16.data() + kTapStep)));
+  size_t k = 0;
+  for (; k + kAtOnce <= out.size(); k += kAtOnce) {
+    __m256i sums[kAtOnce];
+#pragma GCC unroll 8
+    for (size_t i = 0; i < kAtOnce; ++i) {
+      sums[i] = _mm256_add_epi32(_mm256_madd_epi16(before, Load16(odd + k + i)),
+                                 _mm256_madd_epi16(after, Load16(odd + k + i + kTapStep)));
+    }
+    const __m128i middle = _mm_loadu_si128(reinterpret_cast<const __m128i*>(even + k));
+    const __m256i sum = _mm256_add_epi32(_mm256_srai_epi32(Totals8(sums), 1),
+                                         _mm256_slli_epi32(_mm256_cvtepi16_epi32(middle), 14));
+    Store8(&out[k], Saturated(_mm256_srai_epi32(_mm256_add_epi32(sum, _mm256_set1_epi32(1 << 14)), 15)));
+  }
+  RunHalfBandAvx2(even + k, odd + k, out.subspan(k));
+}
+#endif
+
 }  // namespace
 
-VASK_KERNEL(void, RunFilters,
-            (const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out),
-            (bank, phase, x, out), RunFiltersPortable)
+VASK_PICK(void, RunFilters, (const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out),
+          (bank, phase, x, out), RunFiltersPortable, RunFiltersPortable, RunFiltersByEights,
+          VASK_WITH_NEON(RunFilters))
 
-VASK_KERNEL(void, RunHalfBand, (const int16_t* even, const int16_t* odd, std::span<int16_t> out),
-            (even, odd, out), RunHalfBandPortable)
+VASK_PICK(void, RunHalfBand, (const int16_t* even, const int16_t* odd, std::span<int16_t> out),
+          (even, odd, out), RunHalfBandPortable, RunHalfBandPortable, RunHalfBandByEights,
+          VASK_WITH_NEON(RunHalfBand))
 
 }  // namespace vask

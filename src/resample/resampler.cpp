@@ -7,7 +7,8 @@
 namespace vask {
 
 void Halver::Clear() {
-  even_ = odd_ = {};
+  even_ = {};
+  odd_ = {};
   // Silence before the input: as many odd samples as stand before the first output, and an even one for each
   // of the others.
   odd_count_ = kHalfBandTaps / 2;
@@ -16,13 +17,23 @@ void Halver::Clear() {
 }
 
 int32_t Halver::Run(std::span<const int16_t> in, int16_t* out) {
-  for (const int16_t sample : in) {
-    if (next_is_odd_) {
-      odd_[static_cast<size_t>(odd_count_++)] = sample;
-    } else {
-      even_[static_cast<size_t>(even_count_++)] = sample;
-    }
-    next_is_odd_ = !next_is_odd_;
+  if (next_is_odd_ && !in.empty()) {
+    odd_[static_cast<size_t>(odd_count_++)] = in.front();
+    in = in.subspan(1);
+    next_is_odd_ = false;
+  }
+  const size_t pairs = in.size() / 2;
+  int16_t* const even = even_.data() + even_count_;
+  int16_t* const odd = odd_.data() + odd_count_;
+  for (size_t i = 0; i < pairs; ++i) {
+    even[i] = in[2 * i];
+    odd[i] = in[2 * i + 1];
+  }
+  even_count_ += static_cast<int32_t>(pairs);
+  odd_count_ += static_cast<int32_t>(pairs);
+  if (in.size() % 2 != 0) {
+    even_[static_cast<size_t>(even_count_++)] = in.back();
+    next_is_odd_ = true;
   }
   const int32_t ready = std::max(odd_count_ - kHalfBandTaps + 1, 0);
   RunHalfBand(even_.data(), odd_.data(), {out, static_cast<size_t>(ready)});

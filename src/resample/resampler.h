@@ -21,7 +21,8 @@ class Halver {
   int32_t Run(std::span<const int16_t> in, int16_t* out);
 
  private:
-  std::array<int16_t, kMost / 2 + kHalfBandTaps> even_, odd_;
+  std::array<int16_t, kMost / 2 + kHalfBandTaps> even_;
+  std::array<int16_t, kMost / 2 + kHalfBandTaps + kReadableAfter> odd_;
   int32_t even_count_, odd_count_;
   bool next_is_odd_;
 };
