@@ -79,16 +79,18 @@ VASK_AVX2 inline __m128i Saturated(__m256i x) {
   return _mm_packs_epi32(_mm256_castsi256_si128(x), _mm256_extracti128_si256(x, 1));
 }
 
-// The sums over some taps of eight windows, `step` samples apart, with the same coefficients.
+using Windows = std::array<const int16_t*, kAtOnce>;
+
+// The sums over some taps of eight windows, from `begin` on, with the same coefficients.
 template <int32_t kTaps>
-VASK_AVX2 inline __m256i Sums8(const int16_t* coefficients, const int16_t* x, int64_t step) {
+VASK_AVX2 VASK_BODY __m256i Sums8(const int16_t* coefficients, const Windows& windows, int64_t begin) {
   __m256i sums[kAtOnce] = {};
 #pragma GCC unroll 5
   for (int32_t t = 0; t < kTaps; t += kTapStep) {
     const __m256i c = Load16(coefficients + t);
 #pragma GCC unroll 8
-    for (int64_t i = 0; i < kAtOnce; ++i)
-      sums[i] = _mm256_add_epi32(sums[i], _mm256_madd_epi16(c, Load16(x + t + i * step)));
+    for (size_t i = 0; i < kAtOnce; ++i)
+      sums[i] = _mm256_add_epi32(sums[i], _mm256_madd_epi16(c, Load16(windows[i] + begin + t)));
   }
   return Totals8(sums);
 }
@@ -100,32 +102,49 @@ VASK_AVX2 inline __m128i Outputs8(__m256i first, __m256i second, __m256i coarse)
   return Saturated(_mm256_srai_epi32(sum, kOutputShift));
 }
 
+constexpr int32_t kFewPhases = 4;
+
+// Let the outputs of the phases take turns.
+VASK_AVX2 inline void StoreInTurns(const __m128i* outputs, int32_t phases, int16_t* out) {
+  if (phases == 1) {
+    Store8(out, outputs[0]);
+  } else if (phases == 2) {
+    Store8(out, _mm_unpacklo_epi16(outputs[0], outputs[1]));
+    Store8(out + kAtOnce, _mm_unpackhi_epi16(outputs[0], outputs[1]));
+  } else {
+    for (int32_t p = 0; p < phases; ++p) {
+      std::array<int16_t, kAtOnce> samples;
+      Store8(samples.data(), outputs[p]);
+      for (size_t i = 0; i < kAtOnce; ++i) out[static_cast<int32_t>(i) * phases + p] = samples[i];
+    }
+  }
+}
+
 // Where few phases take turns, eight outputs of the same phase share their coefficients.
 template <int32_t kTaps>
 VASK_AVX2 void RunByPhase(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
   constexpr int32_t kFirst = FirstHalf(kTaps);
   const int64_t step = int64_t{bank.whole_step} * bank.phases + bank.part_step;
-  const int64_t phases = bank.phases, count = static_cast<int64_t>(out.size());
-  int64_t k = 0;
-  for (; k + kAtOnce * phases <= count; k += kAtOnce * phases) {
+  const auto at_once = static_cast<size_t>(kAtOnce * bank.phases);
+  size_t k = 0;
+  for (; k + at_once <= out.size(); k += at_once) {
+    __m128i outputs[kFewPhases];
     const int16_t* window = x;
-    for (int64_t p = 0; p < phases; ++p) {
+    for (size_t p = 0; p < static_cast<size_t>(bank.phases); ++p) {
       const int16_t* const fine = bank.Phase(phase);
-      const __m256i first = Sums8<kFirst>(fine, window, step);
-      const __m256i second = Sums8<kTaps - kFirst>(fine + kFirst, window + kFirst, step);
-      const __m256i coarse = Sums8<kCentreTaps>(fine + kTaps, window + bank.centre, step);
-      std::array<int16_t, kAtOnce> outputs;
-      Store8(outputs.data(), Outputs8(first, second, coarse));
-      int16_t* sample = out.data() + k + p;
-      for (const int16_t output : outputs) {
-        *sample = output;
-        sample += phases;
-      }
+      Windows windows;
+#pragma GCC unroll 8
+      for (size_t i = 0; i < kAtOnce; ++i) windows[i] = window + static_cast<int64_t>(i) * step;
+      const __m256i first = Sums8<kFirst>(fine, windows, 0);
+      const __m256i second = Sums8<kTaps - kFirst>(fine + kFirst, windows, kFirst);
+      const __m256i coarse = Sums8<kCentreTaps>(fine + kTaps, windows, bank.centre);
+      outputs[p] = Outputs8(first, second, coarse);
       bank.Advance(phase, window);
     }
+    StoreInTurns(outputs, bank.phases, &out[k]);
     x += kAtOnce * step;
   }
-  RunFiltersAvx2(bank, phase, x, out.subspan(static_cast<size_t>(k)));
+  RunFiltersAvx2(bank, phase, x, out.subspan(k));
 }
 
 template <int32_t kTaps>
@@ -157,7 +176,6 @@ VASK_AVX2 void RunOneByOne(const FilterBank& bank, int32_t phase, const int16_t*
 
 template <int32_t kTaps>
 VASK_AVX2 void RunTaps(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
-  constexpr int32_t kFewPhases = 4;
   (bank.phases <= kFewPhases ? RunByPhase<kTaps> : RunOneByOne<kTaps>)(bank, phase, x, out);
 }
 

@@ -80,7 +80,7 @@ void Resampler::MakeRoom() {
 }
 
 size_t Resampler::Enter(std::span<const int16_t> in) {
-  if (count_ == capacity_) MakeRoom();
+  if (static_cast<size_t>(capacity_ - count_) < in.size()) MakeRoom();
   const auto room = static_cast<size_t>(capacity_ - count_);
   if (halves_) {
     in = in.first(std::min({in.size(), static_cast<size_t>(Halver::kMost), 2 * room - 1}));
