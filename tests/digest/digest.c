@@ -151,6 +151,22 @@ static int IsExpected(FILE* expected, const char* line) {
   return 0;
 }
 
+/* Print a line, or say that it is not an expected one. Returns 1 if it is not. */
+static int Report(FILE* expected, const char* what, const Result* result, int32_t piece) {
+  char line[256];
+  int different = 0;
+  snprintf(line, sizeof line, "%s: %" PRId32 " ends, %" PRId64 " values %016" PRIx64 ", history %016" PRIx64,
+           what, result->ends, result->output.values, result->output.hash, result->history.hash);
+  if (expected == NULL) {
+    printf("%s\n", line);
+  } else if (!IsExpected(expected, line)) {
+    printf("not expected, in pieces of %" PRId32 ": %s\n", piece, line);
+    different = 1;
+  }
+  fflush(stdout);
+  return different;
+}
+
 static int Usage(void) {
   fprintf(stderr,
           "usage: vask-digest [--cpu LEVEL] print FILE.wav [PIECE...]\n"
@@ -193,29 +209,24 @@ int main(int argc, char** argv) {
   for (i = first + 1; i < argc || i == first + 1; ++i) {
     const int32_t piece = i < argc ? (int32_t)strtol(argv[i], NULL, 10) : kFrame;
     size_t s;
+    const int32_t* rate;
     int32_t mode;
     if (piece < 1 || piece > kMaxPiece) return Usage();
     for (s = 0; s < sizeof signals / sizeof *signals; ++s) {
-      for (mode = 1; mode <= kLearned; ++mode) {
-        char line[256];
-        Result result;
-        if (mode == kLearned && vask_model_digest(NULL) == 0) continue; /* no model is built in */
+      char what[128];
+      Result result;
+      for (mode = 1; mode <= kLearned; ++mode, ++lines) {
+        if (mode == kLearned && vask_model_digest(NULL) == 0) break; /* no model is built in */
         if (!(mode == kLearned ? RunLearned(&signals[s], piece, &result)
                                : Run(&signals[s], mode, piece, &result)))
           return 1;
-        snprintf(line, sizeof line,
-                 "%s mode %" PRId32 ": %" PRId32 " ends, %" PRId64 " values %016" PRIx64
-                 ", history %016" PRIx64,
-                 signals[s].name, mode, result.ends, result.output.values, result.output.hash,
-                 result.history.hash);
-        ++lines;
-        if (expected == NULL) {
-          printf("%s\n", line);
-        } else if (!IsExpected(expected, line)) {
-          printf("not expected, in pieces of %" PRId32 ": %s\n", piece, line);
-          ++different;
-        }
-        fflush(stdout);
+        snprintf(what, sizeof what, "%s mode %" PRId32, signals[s].name, mode);
+        different += Report(expected, what, &result, piece);
+      }
+      for (rate = kRates; *rate != 0; ++rate, ++lines) {
+        if (!RunAtRate(&signals[s], *rate, piece, &result)) return 1;
+        snprintf(what, sizeof what, "%s at %" PRId32 " Hz", signals[s].name, *rate);
+        different += Report(expected, what, &result, piece);
       }
     }
   }

@@ -29,7 +29,7 @@ static vask_stream* Open(int32_t mode) {
   return vask_stream_open_setup(&setup);
 }
 
-static void TakeAudio(vask_stream* stream, Digest* digest) {
+void TakeAudio(vask_stream* stream, Digest* digest) {
   int16_t samples[1000];
   int32_t i, count;
   while ((count = vask_stream_read(stream, samples, 1000)) > 0) {
@@ -37,18 +37,20 @@ static void TakeAudio(vask_stream* stream, Digest* digest) {
   }
 }
 
-static void TakeEvents(vask_stream* stream, Result* result) {
+int32_t TakeEvents(vask_stream* stream, Digest* digest) {
   vask_stream_event event;
+  int32_t ends = 0;
   while (vask_stream_next(stream, &event) == 1) {
     if (event.kind == VASK_STREAM_STARTED) continue;
-    result->ends++;
-    Add(&result->output, (uint64_t)(event.kind * 100 + event.reason), 4);
-    Add(&result->output, (uint64_t)event.start, 8);
-    Add(&result->output, (uint64_t)event.end, 8);
-    Add(&result->output, (uint64_t)event.span_start, 8);
-    Add(&result->output, (uint64_t)event.span_end, 8);
-    TakeAudio(stream, &result->output);
+    ends++;
+    Add(digest, (uint64_t)(event.kind * 100 + event.reason), 4);
+    Add(digest, (uint64_t)event.start, 8);
+    Add(digest, (uint64_t)event.end, 8);
+    Add(digest, (uint64_t)event.span_start, 8);
+    Add(digest, (uint64_t)event.span_end, 8);
+    TakeAudio(stream, digest);
   }
+  return ends;
 }
 
 /* Probabilities are multiples of 2^-15. */
@@ -74,7 +76,7 @@ int RunLearned(const Signal* signal, int32_t piece, Result* result) {
   for (at = 0; is_open && at < signal->count; at += n) {
     n = piece < signal->count - at ? piece : signal->count - at;
     vask_stream_write(utterances, signal->samples + at, n);
-    TakeEvents(utterances, result);
+    result->ends += TakeEvents(utterances, &result->output);
   }
   for (at = 0; is_open && at + kStep <= signal->count; at += kStep) {
     vask_stream_write(continuous, signal->samples + at, kStep);
@@ -83,7 +85,7 @@ int RunLearned(const Signal* signal, int32_t piece, Result* result) {
   }
   if (is_open) {
     vask_stream_flush(utterances);
-    TakeEvents(utterances, result);
+    result->ends += TakeEvents(utterances, &result->output);
     vask_stream_flush(continuous);
     TakeAudio(continuous, &result->history);
   }
