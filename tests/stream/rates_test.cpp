@@ -165,7 +165,9 @@ TEST(StreamRates, ContinueWithoutASeamWhereAnUtteranceIsSplit) {
       setup.options.max_samples = 25600;
       int64_t end = -1;
       int32_t splits = 0;
-      for (const auto& [event, audio] : Segments(setup, input)) {
+      for (const Heard& piece : Segments(setup, input)) {
+        const vask_stream_event& event = piece.event;
+        const Samples& audio = piece.audio;
         if (event.kind != VASK_STREAM_ENDED) continue;
         EXPECT_TRUE(event.continues == 0 || event.span_start == end) << NameOf(c, rate);
         splits += event.continues;
