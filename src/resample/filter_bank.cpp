@@ -27,18 +27,27 @@ VASK_BODY int32_t Sum(const int16_t* coefficients, const int16_t* x, int32_t n) 
   return sum;
 }
 
-VASK_BODY int16_t Filter(const FilterBank& bank, const int16_t* fine, const int16_t* x) {
-  const int32_t half = FirstHalf(bank.taps);
-  return Output(Sum(fine, x, half), Sum(fine + half, x + half, bank.taps - half),
-                Sum(fine + bank.taps, x + bank.centre, kCentreTaps));
+// A window's output; the number of taps is known to the compiler, so that it unrolls the sums.
+template <int32_t kTaps>
+VASK_BODY void RunTapsBody(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
+  constexpr int32_t kFirst = FirstHalf(kTaps);
+  for (int16_t& sample : out) {
+    const int16_t* const fine = bank.Phase(phase);
+    sample = Output(Sum(fine, x, kFirst), Sum(fine + kFirst, x + kFirst, kTaps - kFirst),
+                    Sum(fine + kTaps, x + bank.centre, kCentreTaps));
+    bank.Advance(phase, x);
+  }
 }
+
+// The lengths that the rates have.
+#define VASK_RUN_TAPS(run)                                    \
+  if (bank.taps == 80) return run<80>(bank, phase, x, out);   \
+  if (bank.taps == 112) return run<112>(bank, phase, x, out); \
+  return run<160>(bank, phase, x, out)
 
 VASK_BODY void RunFiltersBody(const FilterBank& bank, int32_t phase, const int16_t* x,
                               std::span<int16_t> out) {
-  for (int16_t& sample : out) {
-    sample = Filter(bank, bank.Phase(phase), x);
-    bank.Advance(phase, x);
-  }
+  VASK_RUN_TAPS(RunTapsBody);
 }
 
 // The middle tap is 1/2, the other even ones are 0.
@@ -144,7 +153,7 @@ VASK_AVX2 void RunByPhase(const FilterBank& bank, int32_t phase, const int16_t* 
     StoreInTurns(outputs, bank.phases, &out[k]);
     x += kAtOnce * step;
   }
-  RunFiltersAvx2(bank, phase, x, out.subspan(k));
+  RunTapsBody<kTaps>(bank, phase, x, out.subspan(k));
 }
 
 template <int32_t kTaps>
@@ -171,21 +180,19 @@ VASK_AVX2 void RunOneByOne(const FilterBank& bank, int32_t phase, const int16_t*
     }
     Store8(&out[k], Outputs8(Totals8(first), Totals8(second), Totals8(coarse)));
   }
-  RunFiltersAvx2(bank, phase, x, out.subspan(k));
+  RunTapsBody<kTaps>(bank, phase, x, out.subspan(k));
 }
 
 template <int32_t kTaps>
-VASK_AVX2 void RunTaps(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
+VASK_AVX2 void RunTapsByEights(const FilterBank& bank, int32_t phase, const int16_t* x,
+                               std::span<int16_t> out) {
   (bank.phases <= kFewPhases ? RunByPhase<kTaps> : RunOneByOne<kTaps>)(bank, phase, x, out);
 }
 
-// The lengths that the nine rates have.
 VASK_AVX2 void RunFiltersByEights(const FilterBank& bank, int32_t phase, const int16_t* x,
                                   std::span<int16_t> out) {
-  if (bank.taps == 80) return RunTaps<80>(bank, phase, x, out);
-  if (bank.taps == 112) return RunTaps<112>(bank, phase, x, out);
-  if (bank.taps == 160) return RunTaps<160>(bank, phase, x, out);
-  RunFiltersAvx2(bank, phase, x, out);
+  if (out.size() < kAtOnce) return RunFiltersAvx2(bank, phase, x, out);
+  VASK_RUN_TAPS(RunTapsByEights);
 }
 
 VASK_AVX2 void RunHalfBandByEights(const int16_t* even, const int16_t* odd, std::span<int16_t> out) {

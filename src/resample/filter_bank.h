@@ -15,7 +15,7 @@ namespace vask {
 inline constexpr int32_t kCoarseBits = 8;
 inline constexpr int32_t kFilterQ = 18;
 inline constexpr int32_t kCentreTaps = 32;  // with a coarse part
-inline constexpr int32_t kTapStep = 16;     // the number of taps is a multiple of this
+inline constexpr int32_t kTapStep = 16;     // the number of taps is a multiple of this: 80, 112 or 160
 
 constexpr int32_t FirstHalf(int32_t taps) { return (taps / 2 + kTapStep / 2) / kTapStep * kTapStep; }
 

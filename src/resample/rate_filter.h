@@ -11,8 +11,8 @@ namespace vask {
 
 class RateFilter {
  public:
-  // Two different rates in Hz, no more than a factor of two and a half apart where the input's is the higher
-  // one. False if there is no memory.
+  // 16000 Hz and another of the nine rates; where that is the input's, at most 32000 Hz. False if there is no
+  // memory.
   bool Open(int32_t in_rate, int32_t out_rate);
   void Close();
 

@@ -29,7 +29,7 @@ class Halver {
 
 class Resampler {
  public:
-  bool Open(int32_t in_rate, int32_t out_rate);  // two different rates in Hz; false if there is no memory
+  bool Open(int32_t in_rate, int32_t out_rate);  // 16000 Hz and another of the nine; false: no memory
   void Close();
   void Clear();
 
