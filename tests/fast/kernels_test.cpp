@@ -382,16 +382,17 @@ void OfListening(Input x, Outputs& out) {
   }
 }
 
+struct Conversion {
+  Resampler resampler;
+  Conversion(int32_t in_rate, int32_t out_rate) { resampler.Open(in_rate, out_rate); }
+  ~Conversion() { resampler.Close(); }
+};
+
 // Few phases with steps of one and more, and many; the last one is halved first.
 void OfRates(Input x, Outputs& out) {
-  static constexpr std::pair<int32_t, int32_t> kRates[] = {{8000, 16000},  {24000, 16000}, {32000, 16000},
-                                                           {16000, 12000}, {16000, 48000}, {44100, 16000}};
-  static std::vector<Resampler> resamplers = [] {
-    std::vector<Resampler> opened(std::size(kRates));
-    for (size_t i = 0; i < opened.size(); ++i) opened[i].Open(kRates[i].first, kRates[i].second);
-    return opened;
-  }();
-  for (Resampler& resampler : resamplers) {
+  static Conversion conversions[] = {{8000, 16000},  {24000, 16000}, {32000, 16000},
+                                     {16000, 12000}, {16000, 48000}, {44100, 16000}};
+  for (auto& [resampler] : conversions) {
     resampler.Clear();
     std::vector<int16_t> given(3 * kInput);
     resampler.Take(x);
