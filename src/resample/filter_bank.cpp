@@ -134,7 +134,7 @@ template <int32_t kTaps>
 VASK_AVX2 void RunByPhase(const FilterBank& bank, int32_t phase, const int16_t* x, std::span<int16_t> out) {
   constexpr int32_t kFirst = FirstHalf(kTaps);
   const int64_t step = int64_t{bank.whole_step} * bank.phases + bank.part_step;
-  const auto at_once = static_cast<size_t>(kAtOnce * bank.phases);
+  const size_t at_once = kAtOnce * static_cast<size_t>(bank.phases);
   size_t k = 0;
   for (; k + at_once <= out.size(); k += at_once) {
     __m128i outputs[kFewPhases];
