@@ -41,7 +41,7 @@ if(VASK_BUILD_COMMAND)
                                             VASK_JNI_BUILT=$<BOOL:${VASK_HAVE_JNI}>)
     find_package(Threads REQUIRED)
     # The static library also has what the shared one does not export: the level of the kernels.
-    target_link_libraries(vask PRIVATE vask_flags vask_static CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
+    target_link_libraries(vask PRIVATE vask_flags vask_player vask_static CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
                                        Threads::Threads PkgConfig::zlib PkgConfig::opus PkgConfig::ogg)
     # Binding the C++ library's names takes half the instructions of a start; some systems only have it shared.
     set(static_runtime -static-libstdc++ -static-libgcc)
@@ -53,6 +53,13 @@ if(VASK_BUILD_COMMAND)
     set_source_files_properties(
       tools/vask/jobs/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"
                                                 COMPILE_DEFINITIONS "VASK_REPORT_TEMPLATE=\"${report_template}\"")
+    set(selftest_digests "${PROJECT_SOURCE_DIR}/tools/vask/jobs/selftest/expected.txt")
+    set(selftest_cases "${PROJECT_SOURCE_DIR}/tests/replay/replay.txt")
+    set_source_files_properties(
+      tools/vask/jobs/selftest/expected.cpp
+      PROPERTIES OBJECT_DEPENDS "${selftest_digests};${selftest_cases}"
+                 COMPILE_DEFINITIONS
+                 "VASK_SELFTEST_DIGESTS=\"${selftest_digests}\";VASK_SELFTEST_CASES=\"${selftest_cases}\"")
   endif()
 endif()
 

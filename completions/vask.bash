@@ -18,6 +18,7 @@ declare -gA _vask_options=(
   [score]="--uem --collar --delivered --json"
   [tune]="--output --detector --jobs"
   [tables]=""
+  [selftest]="--quiet --list"
 )
 
 _vask() {
@@ -57,6 +58,8 @@ _vask() {
         words="${!_vask_options[*]}"
       elif [[ $subcommand == tables ]]; then
         kind=directory
+      elif [[ $subcommand == selftest ]]; then
+        :
       else
         kind=file
       fi

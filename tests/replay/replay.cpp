@@ -5,11 +5,13 @@
 #include <exception>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "replay/player.h"
 
+namespace vask::replay {
 namespace {
 
 constexpr size_t kHeaderBytes = 44;
@@ -35,12 +37,11 @@ int Replay(const char* list, const char* recording) {
   const std::vector<int16_t> samples = Samples(Content(recording));
   const signal_room room = {samples.data(), static_cast<int32_t>(samples.size())};
   int cases = 0, different = 0;
-  vask::replay::Play(Content(list), room, [&](const vask::replay::Played& played) {
+  ForEachCase(Content(list), room, [&](const replay_case& c, const Lines& lines) {
     ++cases;
-    const auto [expected, got] = played.FirstDifference();
+    const auto [expected, got] = FirstDifference(lines, Play(c));
     if (expected == got || different++ > 0) return;
-    std::printf("replay: case %s differs: expected %s, got %s\n", played.name.c_str(), expected.c_str(),
-                got.c_str());
+    std::printf("replay: case %s differs: expected %s, got %s\n", c.name, expected.c_str(), got.c_str());
   });
   if (cases == 0) throw std::runtime_error("there are no cases");
   if (different == 0) std::printf("replay: %d cases, the same bits\n", cases);
@@ -48,6 +49,7 @@ int Replay(const char* list, const char* recording) {
 }
 
 }  // namespace
+}  // namespace vask::replay
 
 int main(int argc, char** argv) {
   if (argc != 3) {
@@ -55,7 +57,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    return Replay(argv[1], argv[2]);
+    return vask::replay::Replay(argv[1], argv[2]);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "vask-replay-cpp: %s\n", error.what());
     return 2;

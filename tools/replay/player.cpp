@@ -1,10 +1,11 @@
 #include "replay/player.h"
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory>
 #include <span>
 #include <stdexcept>
+#include <utility>
 #include <vask/stream.hpp>
 
 namespace vask::replay {
@@ -25,7 +26,7 @@ class Answers {
     if (mode_ == VASK_STREAM_CONTINUOUS) TakeAudio(stream);
   }
 
-  std::vector<std::string> End() {
+  Lines End() {
     std::array<char, kReplayLine> line;
     replay_audio_line(&audio_, line.data());
     lines_.emplace_back(line.data());
@@ -43,10 +44,41 @@ class Answers {
 
   int32_t mode_;
   replay_audio audio_;
-  std::vector<std::string> lines_;
+  Lines lines_;
 };
 
-std::vector<std::string> AnswersTo(const replay_case& c) {
+std::string_view TakeLine(std::string_view& text) {
+  const size_t length = text.find('\n');
+  const std::string_view line = text.substr(0, length);
+  text = length == text.npos ? std::string_view() : text.substr(length + 1);
+  return line;
+}
+
+}  // namespace
+
+void ForEachCase(std::string_view text, const signal_room& room,
+                 const std::function<void(const replay_case& c, const Lines& expected)>& take) {
+  struct Close {
+    void operator()(replay_case* c) const {
+      replay_close(c);
+      delete c;
+    }
+  };
+  const std::unique_ptr<replay_case, Close> c(new replay_case());
+  Lines expected;
+  while (!text.empty()) {
+    const std::string line(TakeLine(text));
+    const int32_t kind = replay_take(c.get(), line.c_str(), &room);
+    if (kind == kReplayWrong) throw std::runtime_error("this line is wrong: " + line);
+    if (kind != kReplayAnswer) continue;
+    expected.push_back(line);
+    if (line != "end") continue;
+    if (room.samples != nullptr || c->needs_room == 0) take(*c, expected);
+    expected.clear();
+  }
+}
+
+Lines Play(const replay_case& c) {
   const auto fail = [&](const char* what) { throw std::runtime_error(std::string(c.name) + ": " + what); };
   Stream stream(c.setup);
   Answers answers(c.setup.options.mode);
@@ -66,46 +98,12 @@ std::vector<std::string> AnswersTo(const replay_case& c) {
   return answers.End();
 }
 
-std::string_view TakeLine(std::string_view& text) {
-  const size_t length = text.find('\n');
-  const std::string_view line = text.substr(0, length);
-  text = length == text.npos ? std::string_view() : text.substr(length + 1);
-  return line;
-}
-
-}  // namespace
-
-Played::Difference Played::FirstDifference() const {
+Difference FirstDifference(const Lines& expected, const Lines& got) {
   for (size_t i = 0; i < std::max(expected.size(), got.size()); ++i) {
-    const auto line = [i](auto& lines) { return i < lines.size() ? lines[i] : std::string(); };
+    const auto line = [i](const Lines& lines) { return i < lines.size() ? lines[i] : std::string(); };
     if (line(expected) != line(got)) return {line(expected), line(got)};
   }
   return {};
-}
-
-void Play(std::string_view text, const signal_room& room, const std::function<void(const Played&)>& take) {
-  struct Close {
-    void operator()(replay_case* c) const {
-      replay_close(c);
-      delete c;
-    }
-  };
-  const std::unique_ptr<replay_case, Close> c(new replay_case());
-  Played played;
-  while (!text.empty()) {
-    const std::string line(TakeLine(text));
-    const int32_t kind = replay_take(c.get(), line.c_str(), &room);
-    if (kind == kReplayWrong) throw std::runtime_error("this line is wrong: " + line);
-    if (kind != kReplayAnswer) continue;
-    played.expected.push_back(line);
-    if (line != "end") continue;
-    if (room.samples != nullptr || c->needs_room == 0) {
-      played.name = c->name;
-      played.got = AnswersTo(*c);
-      take(played);
-    }
-    played = {};
-  }
 }
 
 }  // namespace vask::replay

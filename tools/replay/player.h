@@ -10,20 +10,20 @@
 
 namespace vask::replay {
 
-// What is expected of a case and what a stream answers: lines of events, audio and "end".
-struct Played {
-  std::string name;
-  std::vector<std::string> expected, got;
+using Lines = std::vector<std::string>;  // of events and audio, then "end"
 
-  // The first line that differs, "" where there is none on that side. Both empty: all are the same.
-  struct Difference {
-    std::string expected, got;
-  };
-  Difference FirstDifference() const;
+// Read the cases one after another, each with what is expected of it. Without a recording those that need it
+// are left out. Throws std::runtime_error if a line is wrong.
+void ForEachCase(std::string_view text, const signal_room& room,
+                 const std::function<void(const replay_case& c, const Lines& expected)>& take);
+
+// What a stream answers to a case. Throws std::runtime_error if it does not do what it is told.
+Lines Play(const replay_case& c);
+
+// The first lines that differ, "" where there is none on that side. Both are empty if there is no difference.
+struct Difference {
+  std::string expected, got;
 };
-
-// Play the cases of `text` one after another. Without a recording those that need it are left out. Throws
-// std::runtime_error if a line is wrong or a stream does not do what it is told.
-void Play(std::string_view text, const signal_room& room, const std::function<void(const Played&)>& take);
+Difference FirstDifference(const Lines& expected, const Lines& got);
 
 }  // namespace vask::replay

@@ -50,6 +50,7 @@ constexpr const char* kFooter =
   vask report call.wav -o call.html            show the results as a page
   vask score truth.rttm found.rttm             tell how good a list is
   vask tune calls -o calls.profile             fit the options to labelled recordings
+  vask selftest                                check that this machine computes the same as others
   vask detect --detector energy meeting.wav    with the front end's own detector
 Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error, 130 ended by Ctrl-C.)";
 
@@ -91,7 +92,8 @@ constexpr std::pair<std::string_view, AddJob> kJobs[] = {
     {"report", ReportJob},
     {"score", [](CLI::App& app, const EngineOptions&) { return ScoreJob(app); }},
     {"tune", [](CLI::App& app, const EngineOptions&) { return TuneJob(app); }},
-    {"tables", [](CLI::App& app, const EngineOptions&) { return TablesJob(app); }}};
+    {"tables", [](CLI::App& app, const EngineOptions&) { return TablesJob(app); }},
+    {"selftest", [](CLI::App& app, const EngineOptions&) { return SelftestJob(app); }}};
 
 // All of them; but if the first argument names one, that one alone: declaring the options of all takes a good
 // part of the start.

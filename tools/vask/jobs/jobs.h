@@ -30,5 +30,6 @@ Job ReportJob(CLI::App& app, const EngineOptions& engine);
 Job ScoreJob(CLI::App& app);
 Job TuneJob(CLI::App& app);
 Job TablesJob(CLI::App& app);
+Job SelftestJob(CLI::App& app);
 
 }  // namespace vask::command
