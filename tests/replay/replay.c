@@ -60,11 +60,15 @@ static void Play(const replay_case* c, Answers* answers) {
   vask_stream* const stream = vask_stream_open_setup(&c->setup);
   replay_audio audio;
   char line[kReplayLine];
-  int32_t at = 0, turn = 0, n;
+  int32_t at = 0, turn = 0, paused = 0, n;
+  const replay_pause* pause;
   if (stream == NULL) Fail(complaint != NULL ? complaint : "there is no memory for ", c->name);
   replay_start_audio(&audio);
   for (; at < c->count; at += n) {
     n = replay_piece(c, turn++, at);
+    while ((pause = replay_due_pause(c, at, &paused)) != NULL) {
+      if (vask_stream_set_pause(stream, pause->seconds) != 0) Fail("a pause is refused in ", c->name);
+    }
     if (vask_stream_write(stream, c->samples + at, n) != n) Fail("a piece is refused in ", c->name);
     TakeAll(stream, mode, &audio, answers);
   }

@@ -146,6 +146,10 @@ int32_t replay_take(replay_case* c, const char* line, const signal_room* room) {
   return is_right ? kReplayTask : kReplayWrong;
 }
 
+const replay_pause* replay_due_pause(const replay_case* c, int32_t at, int32_t* next) {
+  return *next < c->pause_count && c->pauses[*next].at <= at ? &c->pauses[(*next)++] : NULL;
+}
+
 int32_t replay_piece(const replay_case* c, int32_t turn, int32_t at) {
   const int32_t n = c->pieces[turn % c->piece_count];
   return n < c->count - at ? n : c->count - at;

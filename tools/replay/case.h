@@ -58,6 +58,10 @@ enum {
  */
 int32_t replay_take(replay_case* c, const char* line, const signal_room* room);
 
+/* The next pause that is due before a write with `at` samples behind it; `next` counts them from 0. Null:
+ * none. */
+const replay_pause* replay_due_pause(const replay_case* c, int32_t at, int32_t* next);
+
 /* The length of a write: number `turn` from 0, with `at` samples behind it. */
 int32_t replay_piece(const replay_case* c, int32_t turn, int32_t at);
 

@@ -85,9 +85,12 @@ Lines Play(const replay_case& c) {
   if (const char* complaint = vask_stream_setup_complaint(&c.setup)) fail(complaint);
   if (!stream) fail("there is no memory");
   std::span<const int16_t> rest(c.samples, static_cast<size_t>(c.count));
-  int32_t at = 0;
+  int32_t at = 0, paused = 0;
   for (int32_t turn = 0; at < c.count; ++turn) {
     const int32_t n = replay_piece(&c, turn, at);
+    while (const replay_pause* pause = replay_due_pause(&c, at, &paused)) {
+      if (stream.SetPause(pause->seconds) != 0) fail("a pause is refused");
+    }
     if (stream.Write(rest.first(static_cast<size_t>(n))) != n) fail("a piece is refused");
     rest = rest.subspan(static_cast<size_t>(n));
     at += n;
