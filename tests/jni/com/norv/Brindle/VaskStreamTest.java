@@ -77,6 +77,8 @@ public final class VaskStreamTest {
       {"margin_end", learned().marginEnd(-1)},
       {"listening_floor_db", learned().audio(VaskStream.Audio.LISTENING).listeningFloorDb(1)},
       {"listening_mix", learned().audio(VaskStream.Audio.LISTENING).listeningMix(1.5f)},
+      {"input_rate", learned().inputRate(44000)},
+      {"audio_rate", VaskStream.builder().audioRate(96000)},
       {"model: /nowhere cannot be read:", learned().model("/nowhere")},
       {"model: " + System.getProperty("vask.recording") + " is not", learned().model(System.getProperty(
           "vask.recording"))},

@@ -12,22 +12,28 @@ import java.util.Locale;
 
 /** Feeds sound to a stream as it arrives, 20 ms at a time, and collects the utterances. */
 final class Listener {
-  static final int RATE = 16000;
-
-  private static final int BUFFER = RATE / 50;
-
+  private final int rate;
   private final List<short[]> utterances = new ArrayList<>();
+
+  /**
+   * Prepares to listen.
+   *
+   * @param rate that of the sound, Hz
+   */
+  Listener(int rate) {
+    this.rate = rate;
+  }
 
   /**
    * Listens until the sound ends.
    *
    * @param sound 16-bit samples, low byte first
-   * @return the utterances, noise-reduced
+   * @return the utterances, noise-reduced, at 16 kHz
    */
   List<short[]> listen(InputStream sound) throws IOException {
-    byte[] bytes = new byte[2 * BUFFER];
-    short[] samples = new short[BUFFER];
-    try (VaskStream stream = VaskStream.builder().detector(VaskStream.Detector.LEARNED).open()) {
+    short[] samples = new short[rate / 50];
+    byte[] bytes = new byte[2 * samples.length];
+    try (VaskStream stream = VaskStream.builder().detector(VaskStream.Detector.LEARNED).inputRate(rate).open()) {
       for (int count; (count = read(sound, bytes)) > 0; ) {
         ByteBuffer.wrap(bytes).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer().get(samples);
         stream.write(samples, 0, count);
@@ -54,8 +60,8 @@ final class Listener {
     }
   }
 
-  private static double seconds(long position) {
-    return position / (double) RATE;
+  private double seconds(long position) {
+    return position / (double) rate;
   }
 
   /** Fills the array as far as the sound goes; returns how many samples there are. */

@@ -20,7 +20,7 @@ import javax.sound.sampled.UnsupportedAudioFileException;
  * packets again and reports how close they are.
  */
 public final class Main {
-  private static final AudioFormat FORMAT = new AudioFormat(Listener.RATE, 16, 1, true, false);
+  private static final float MICROPHONE_RATE = 16000;
 
   private Main() {}
 
@@ -36,7 +36,7 @@ public final class Main {
       System.exit(2);
     }
     try (AudioInputStream sound = microphone ? microphone(Integer.parseInt(args[2])) : file(args[1])) {
-      report(new Listener().listen(sound), Paths.get(args[0]));
+      report(new Listener((int) sound.getFormat().getSampleRate()).listen(sound), Paths.get(args[0]));
     } catch (IOException | UnsupportedAudioFileException | LineUnavailableException | RuntimeException e) {
       System.err.println("sample: " + e.getMessage());
       System.exit(1);
@@ -71,14 +71,20 @@ public final class Main {
   }
 
   private static AudioInputStream file(String name) throws IOException, UnsupportedAudioFileException {
-    return AudioSystem.getAudioInputStream(FORMAT, AudioSystem.getAudioInputStream(new File(name)));
+    AudioInputStream sound = AudioSystem.getAudioInputStream(new File(name));
+    return AudioSystem.getAudioInputStream(format(sound.getFormat().getSampleRate()), sound);
   }
 
   private static AudioInputStream microphone(int seconds) throws LineUnavailableException {
-    TargetDataLine line = AudioSystem.getTargetDataLine(FORMAT);
-    line.open(FORMAT);
+    AudioFormat format = format(MICROPHONE_RATE);
+    TargetDataLine line = AudioSystem.getTargetDataLine(format);
+    line.open(format);
     line.start();
     Listener.print("listening for %d s\n", seconds);
-    return new AudioInputStream(new AudioInputStream(line), FORMAT, (long) seconds * Listener.RATE);
+    return new AudioInputStream(new AudioInputStream(line), format, (long) (seconds * MICROPHONE_RATE));
+  }
+
+  private static AudioFormat format(float rate) {
+    return new AudioFormat(rate, 16, 1, true, false);
   }
 }
