@@ -33,7 +33,8 @@ if [ "$extent" = --ci ]; then
   packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
     g++-i686-linux-gnu g++-s390x-linux-gnu g++-riscv64-linux-gnu qemu-user
     googletest                 # whose sources are built for the other machines
-    aapt android-framework-res) # the manifests
+    aapt android-framework-res # the manifests
+    lld llvm libc++-dev)       # what the NDK has, for the Android archive
 fi
 
 if ! command -v apt-get > /dev/null || ! command -v dpkg-query > /dev/null; then

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Java: the tests of the classes, the five lines of docs/java.md in an empty folder, the archive for Android by CMake
-# alone, and the replay.
+# Java: the replay, the five lines of docs/java.md in an empty folder, and the archive for Android by CMake alone. The
+# tests of the classes are among those of ./test.sh.
 #
 #   .ci/homes/java.sh [--replay]     with --replay nothing but that
 set -euo pipefail
@@ -23,14 +23,13 @@ five_lines() {
   echo "/exit" >> "$folder/lines"
   (cd "$folder" && jshell -s --class-path vask.jar -R-Djava.library.path=. lines > printed)
   cat "$folder/printed"
-  [ "$(grep -c ' started: ' "$folder/printed")" -eq 5 ] && [ "$(grep -c ' ended (silence): ' "$folder/printed")" -eq 5 ]
+  [ "$(grep -c ' started: ' "$folder/printed")" -eq 5 ]
+  [ "$(grep -c ' ended (silence): ' "$folder/printed")" -eq 5 ]
   rm -r "$folder"
 }
 
 replay
 [ "${1:-}" != --replay ] || exit 0
-cmake --build --preset release --target vask_java_sample vask_android_example c_interface vask_little_memory
-ctest --preset release -R '^java\.'
 five_lines
-# Those that no other build compiles with clang; for all four the bar is 2,000,000 bytes.
-tests/jni/android/build.sh build/android-stand-in 1000000 arm64-v8a armeabi-v7a
+# Those that no other build compiles with clang; for all four, 2,200,000 bytes is the bar.
+tests/jni/android/build.sh build/android-stand-in 1100000 arm64-v8a armeabi-v7a

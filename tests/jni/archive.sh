@@ -4,7 +4,7 @@
 #
 #   archive.sh ARCHIVE.aar WORK_DIR MOST_BYTES ABI...
 set -euo pipefail
-archive=$1 work=$2 most=$3
+archive=$(realpath "$1") work=$2 most=$3
 shift 3
 rm -rf "$work"
 mkdir -p "$work"

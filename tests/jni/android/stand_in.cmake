@@ -28,7 +28,6 @@ set(CMAKE_C_COMPILER clang)
 set(CMAKE_CXX_COMPILER clang++)
 set(CMAKE_C_COMPILER_TARGET ${triple})
 set(CMAKE_CXX_COMPILER_TARGET ${triple})
-set(CMAKE_STRIP llvm-strip-14 CACHE STRING "")
 set(jdk /usr/lib/jvm/default-java/include) # on Android jni.h is among the system's headers
 set(CMAKE_C_FLAGS_INIT "-g")
 set(CMAKE_CXX_FLAGS_INIT "-g -stdlib=libc++ -isystem ${jdk} -isystem ${jdk}/linux")
