@@ -293,6 +293,10 @@ VASK_JAVA(jboolean, hear)(JNIEnv* env, jclass, jlong handle, jlongArray values) 
   return JNI_TRUE;
 }
 
+VASK_JAVA(jint, setPause)(JNIEnv*, jclass, jlong handle, jfloat seconds) {
+  return vask_stream_set_pause(vask::StreamOf(handle), seconds);
+}
+
 VASK_JAVA(void, reset)(JNIEnv*, jclass, jlong handle) { vask_stream_reset(vask::StreamOf(handle)); }
 
 VASK_JAVA(void, close)(JNIEnv*, jclass, jlong handle) {

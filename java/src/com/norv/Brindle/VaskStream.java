@@ -327,6 +327,23 @@ public final class VaskStream implements AutoCloseable, Iterable<VaskStreamEvent
   }
 
   /**
+   * Changes the pause that ends an utterance while the stream runs. A pause that is already longer ends the open
+   * utterance at the next frame. It outlasts a {@link #reset}.
+   *
+   * @param seconds 0.02 to 10 with {@link Detector#LEARNED}, 0 to 30 with {@link Detector#ENERGY}, and no more than
+   *     the queue has room for
+   * @throws IllegalArgumentException if it is out of that range
+   * @throws IllegalStateException if the stream is closed
+   * @throws OutOfMemoryError if a longer one needs memory that is not there; nothing has changed
+   */
+  public synchronized void setPause(float seconds) {
+    int result = VaskStreamLibrary.setPause(open(), seconds);
+    if (result == VaskStreamLibrary.NO_MEMORY) throw new OutOfMemoryError("there is no memory for so long a pause");
+    if (result == 0) return;
+    throw new IllegalArgumentException("the detector or the queue does not allow a pause of " + seconds + " s");
+  }
+
+  /**
    * Puts the stream back in the state in which it was opened: position 0, nothing heard, audio and events dropped.
    *
    * @throws IllegalStateException if the stream is closed

@@ -50,6 +50,8 @@ final class VaskStreamLibrary {
 
   static native boolean hear(long handle, long[] hearing);
 
+  static native int setPause(long handle, float seconds);
+
   static native void reset(long handle);
 
   static native void close(long handle);

@@ -24,6 +24,7 @@ final class Replay {
   private boolean hasEvents = true; // mode 2
   private short[] input = {};
   private String[] pieces;
+  private final List<String[]> pauses = new ArrayList<>();
   private final List<String> answers = new ArrayList<>();
   private final CRC32 crc = new CRC32();
   private int read;
@@ -80,6 +81,9 @@ final class Replay {
       case "pieces":
         pieces = words;
         break;
+      case "pause":
+        pauses.add(words);
+        break;
       default:
         throw new IllegalArgumentException("this line is wrong: " + String.join(" ", words));
     }
@@ -122,6 +126,9 @@ final class Replay {
     try (VaskStream stream = builder.open()) {
       int at = 0;
       for (int i = 0; at < input.length; i++) {
+        while (!pauses.isEmpty() && Integer.parseInt(pauses.get(0)[1]) <= at) {
+          stream.setPause(Float.parseFloat(pauses.remove(0)[2]));
+        }
         int end = Math.min(input.length, at + Integer.parseInt(pieces[1 + i % (pieces.length - 1)]));
         if (write(stream, Arrays.copyOfRange(input, at, end)) != end - at) answers.add("a write took less");
         at = end;

@@ -79,6 +79,8 @@ public final class VaskStreamTest {
       {"listening_mix", learned().audio(VaskStream.Audio.LISTENING).listeningMix(1.5f)},
       {"input_rate", learned().inputRate(44000)},
       {"audio_rate", VaskStream.builder().audioRate(96000)},
+      {"may_end_after", learned().mayEndAfter(11)},
+      {"start_within", VaskStream.builder().startWithin(0.05f)},
       {"model: /nowhere cannot be read:", learned().model("/nowhere")},
       {"model: " + System.getProperty("vask.recording") + " is not", learned().model(System.getProperty(
           "vask.recording"))},
@@ -175,6 +177,7 @@ public final class VaskStreamTest {
     Class<ReadOnlyBufferException> readOnly = ReadOnlyBufferException.class;
     assertThrows(readOnly, () -> stream.read(direct(20).asReadOnlyBuffer()));
     assertThrows(readOnly, () -> stream.read(ShortBuffer.wrap(samples).asReadOnlyBuffer()));
+    assertThrows(BAD, () -> stream.setPause(10.1f));
     assertThrows(NullPointerException.class, () -> stream.write((short[]) null));
     assertThrows(NullPointerException.class, () -> stream.read((ByteBuffer) null));
     assertEquals(1, odd.position());
@@ -291,7 +294,7 @@ public final class VaskStreamTest {
     ThrowingRunnable[] calls = {
       () -> stream.write(recording), () -> stream.write(direct(2)), () -> stream.write(direct(2).asShortBuffer()),
       () -> stream.read(), () -> stream.read(direct(2)), stream::available, stream::flush, stream::reset,
-      stream::measures, stream::hearing
+      stream::measures, stream::hearing, () -> stream.setPause(1)
     };
     for (int i = 0; i < calls.length; i++) assertThrows("call " + i, IllegalStateException.class, calls[i]);
   }
