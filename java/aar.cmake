@@ -35,12 +35,18 @@ foreach(abi IN LISTS VASK_AAR_ABIS)
   list(APPEND builds vask_for_${abi})
 endforeach()
 
+# CMake's own support for the NDK has the API level in the system's version.
+set(level "${ANDROID_PLATFORM_LEVEL}")
+if(NOT level)
+  set(level "${CMAKE_SYSTEM_VERSION}")
+endif()
+
 list(JOIN libraries "," libraries)
 add_custom_target(
   vask_aar
   COMMAND
     "${CMAKE_COMMAND}" "-DOUT=${VASK_AAR}" -DVERSION=${PROJECT_VERSION} "-DJAR=${CMAKE_CURRENT_BINARY_DIR}/vask.jar"
-    "-DLIBRARIES=${libraries}" "-DSTRIP=${CMAKE_STRIP}" -DAPI=${ANDROID_PLATFORM_LEVEL} -DNDK_MAJOR=${ANDROID_NDK_MAJOR}
+    "-DLIBRARIES=${libraries}" "-DSTRIP=${CMAKE_STRIP}" -DAPI=${level} -DNDK_MAJOR=${ANDROID_NDK_MAJOR}
     -P "${CMAKE_CURRENT_LIST_DIR}/pack_aar.cmake"
   VERBATIM)
 add_dependencies(vask_aar vask_jar ${builds})

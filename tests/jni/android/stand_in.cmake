@@ -29,7 +29,9 @@ set(CMAKE_CXX_COMPILER clang++)
 set(CMAKE_C_COMPILER_TARGET ${triple})
 set(CMAKE_CXX_COMPILER_TARGET ${triple})
 set(jdk /usr/lib/jvm/default-java/include) # on Android jni.h is among the system's headers
-set(CMAKE_C_FLAGS_INIT "-g")
-set(CMAKE_CXX_FLAGS_INIT "-g -stdlib=libc++ -isystem ${jdk} -isystem ${jdk}/linux")
+set(flags "-g -funwind-tables -fstack-protector-strong -Werror=format-security")
+set(CMAKE_C_FLAGS_INIT "${flags}")
+set(CMAKE_CXX_FLAGS_INIT "${flags} -stdlib=libc++ -isystem ${jdk} -isystem ${jdk}/linux")
+# The last of these is the default of the linker of NDK 26 and later.
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-fuse-ld=lld -nostdlib++ -Wl,--build-id=sha1 -Wl,--fatal-warnings -Wl,--no-undefined-version")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld -nostdlib++")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-fuse-ld=lld -nostdlib++")
