@@ -11,6 +11,7 @@ import shlex
 import shutil
 import struct
 import subprocess
+import zlib
 from pathlib import Path
 
 from setuptools import Distribution, setup
@@ -36,12 +37,14 @@ def build_library(folder):
     """Return the library: the given one, or one that is built below folder."""
     if "VASK_LIBRARY" in os.environ:
         return Path(os.environ["VASK_LIBRARY"])
+    arguments = os.environ.get("CMAKE_ARGS", "")
+    folder = folder / f"{zlib.crc32(arguments.encode()):08x}"  # one for each machine
     build, prefix = folder / "build", folder / "prefix"
     subprocess.run(["cmake", "-S", ROOT, "-B", build, "-DCMAKE_BUILD_TYPE=Release", "-DVASK_STREAMS_ONLY=ON",
                     "-DBUILD_SHARED_LIBS=ON", "-DVASK_BUILD_COMMAND=OFF", "-DVASK_BUILD_JAVA=OFF", "-DVASK_JNI=OFF",
                     "-DVASK_BUILD_TABLES=OFF", "-DVASK_BUILD_BENCH=OFF", "-DVASK_BUILD_TRAINING=OFF",
                     "-DVASK_BUILD_TESTS=OFF", "-DCMAKE_INSTALL_LIBDIR=lib",
-                    *shlex.split(os.environ.get("CMAKE_ARGS", ""))], check=True)
+                    *shlex.split(arguments)], check=True)
     subprocess.run(["cmake", "--build", build, "--parallel", str(os.cpu_count())], check=True)
     subprocess.run(["cmake", "--install", build, "--prefix", prefix, "--strip"], check=True)
     streams = prefix / "lib" / LIBRARY
