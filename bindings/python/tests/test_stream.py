@@ -28,6 +28,7 @@ class Options(unittest.TestCase):
                  ({"detector": "good"}, ValueError, "'good', not 'energy' or 'learned'"),
                  ({"pause": "1"}, TypeError, "pause is '1'"), ({"max_samples": 1.5}, TypeError, "max_samples is 1.5"),
                  ({"pause": 11}, ValueError, "pause is not 0.02 to 10 s"),
+                 ({"model": "a.model"}, TypeError, "model is 'a.model', not a vask.Model"),
                  ({"preset": "quiet"}, ValueError, "not 'robust'"),
                  ({"detector": "energy", "audio": "listening"}, ValueError, "needs the learned detector")]
         for options, kind, text in table:

@@ -127,6 +127,8 @@ def setup_of(options: Mapping[str, Any]) -> _native.Setup:
         if name not in owners or name == "size":
             raise TypeError(f"{name!r} is not an option of a stream")
         if name == "model":
+            if not isinstance(value, Model):
+                raise TypeError(f"model is {value!r}, not a vask.Model")
             value = value._handle
         elif name in _CHOICES:
             value = _chosen(name, value)
