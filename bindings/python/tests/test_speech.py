@@ -127,9 +127,17 @@ class Denoise(unittest.TestCase):
             speech = level(SAMPLES, 20000, 55000) - level(out, 20000, 55000)
             self.assertGreater(pause - speech, 6, f"{audio}: {pause} dB and {speech} dB")
 
-    def test_the_rate_must_be_one_of_nine(self):
-        with self.assertRaisesRegex(ValueError, "rate is 16001 Hz"):
+    def test_all_rates_come_back_as_they_went_in(self):
+        for rate in vask.RATES:
+            held = array("h", [SAMPLES[i * 16000 // rate] for i in range(4 * rate)])  # 4 s: one utterance
+            self.assertEqual(len(vask.denoise(held, rate)), len(held), rate)
+            (start, end), = [span.values() for span in vask.get_speech_timestamps(
+                held, sampling_rate=rate, return_seconds=True, speech_pad_ms=0)]
+            self.assertLess(abs(start - TRUTH[0]["start"]) + abs(end - TRUTH[0]["end"]), 0.1, rate)
+        with self.assertRaisesRegex(ValueError, "rate is 16001 Hz, not one of 8000"):
             vask.denoise(SAMPLES, 16001)
+        with self.assertRaisesRegex(ValueError, "input_rate is not one of 8000"):
+            vask.Stream(input_rate=16001)
 
 
 if __name__ == "__main__":
