@@ -33,8 +33,9 @@ if [ "$extent" = --ci ]; then
   packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
     g++-i686-linux-gnu g++-s390x-linux-gnu g++-riscv64-linux-gnu qemu-user
     googletest                 # whose sources are built for the other machines
-    aapt android-framework-res # the manifests
-    lld llvm libc++-dev)       # what the NDK has, for the Android archive
+    aapt android-framework-res) # the manifests
+  packages+=(lld llvm libc++-dev) # what the NDK has, for the Android archive
+  packages+=(python3-build python3-setuptools python3-wheel python3-venv unzip mypy python3-websockets python3-soundfile) # bindings/python
 fi
 
 if ! command -v apt-get > /dev/null || ! command -v dpkg-query > /dev/null; then
