@@ -74,7 +74,7 @@ class Events(unittest.TestCase):
             stream.write(SAMPLES[:40000])
             self.assertEqual(next(iter(stream)).kind, "started")
             head = bytes(stream.read(1000))
-        head += bytes(stream.read(5)) + bytes(stream.read())
+        head += bytes(stream.read(5))
         event, = stream
         self.assertEqual((event.kind, event.reason), ("ended", "input-end"))
         self.assertEqual(head + bytes(stream.read()), SAMPLES[event.span_start:event.span_end].tobytes())
@@ -84,6 +84,27 @@ class Events(unittest.TestCase):
         for call in (lambda: stream.write(b""), stream.flush, stream.measures, stream.reset):
             with self.assertRaisesRegex(ValueError, "closed"):
                 call()
+
+    def test_several_come_out_at_the_close_as_before_it(self):
+        for options in ({}, {"shortest": 2.5}, {"detector": "energy", "min_samples": 30000}):
+            events, audio = zip(*replies(audio="raw", **options))
+            with Stream(audio="raw", **options) as stream:
+                stream.write(SAMPLES)
+            found = [(event, bytes(stream.read())) for event in stream]
+            self.assertEqual(tuple(event for event, _ in found), events)
+            self.assertEqual(b"".join(part for _, part in found), b"".join(audio), options)
+        self.assertEqual({event.kind for event in events}, {"started", "ended", "rejected"})
+
+    def test_what_is_not_read_of_an_utterance_goes_with_the_next(self):
+        with Stream(audio="raw") as stream:
+            stream.write(SAMPLES)
+        last = list(stream)[-1]
+        self.assertEqual(bytes(stream.read()), SAMPLES[last.span_start:last.span_end].tobytes())
+
+    def test_a_long_write_is_as_many_short_ones(self):
+        long = SAMPLES * 4  # 80 s, more than one call of the library takes
+        short = [long[at:at + 30000] for at in range(0, len(long), 30000)]
+        self.assertEqual(list(vask.listen([long])), list(vask.listen(short)))
 
     def test_after_an_exception_too(self):
         with self.assertRaises(ZeroDivisionError), Stream(audio="none") as stream:
@@ -138,6 +159,7 @@ class Bound(unittest.TestCase):
             self.assertLess(0, caught.exception.taken)
             with self.assertRaises(QueueFull):
                 stream.flush()
+            with self.assertRaises(QueueFull):
                 list(stream.listen([]))
 
     def test_the_close_empties_it(self):
@@ -212,6 +234,7 @@ class Threads(unittest.TestCase):
     def test_a_stream_that_is_dropped_is_released(self):
         stream = Stream(audio="none")
         release, gone = stream._release, weakref.ref(stream)
+        self.assertIs(release.peek()[1], library.vask_stream_close)
         del stream
         gc.collect()
         self.assertEqual((release.alive, gone()), (False, None))

@@ -159,14 +159,13 @@ class Stream:
         view = as_int16(samples)
         total = 0
         while True:
-            taken = self._write(view[total:])
-            total += taken
+            total += self._write(view[total:])
             event = None
             for event in self:
                 yield event
             if total == len(view):
                 return
-            if taken == 0 and event is None:
+            if event is None:  # nobody could read audio since the write
                 raise QueueFull(total)
 
     def listen(self, pieces: Iterable[Samples]) -> Iterator[Event]:
@@ -234,7 +233,7 @@ class Stream:
             if not self._left:
                 return None
             event, audio = self._left.popleft()
-            self._unread = audio if event.kind in ("started", "rejected") else self._unread + audio
+            self._unread = audio if event.kind == "started" else self._unread + audio
             return event
 
     def __iter__(self) -> Iterator[Event]:
