@@ -130,6 +130,30 @@ class Events(unittest.TestCase):
             stream.hearing()
 
 
+class Conversations(unittest.TestCase):
+    def test_a_pause_is_told_before_it_is_long_enough(self):
+        # Two utterances, 1.7 s apart; the first starts after 1 s.
+        table = [(0.6, "nobody-spoke started may-have-ended ended nobody-spoke started ended"),
+                 (3.0, "nobody-spoke started may-have-ended went-on ended")]
+        for pause, expected in table:
+            with Stream(audio="none", pause=pause, may_end_after=0.2, start_within=0.5) as stream:
+                kinds = [event.kind for event in stream.listen([SAMPLES[:100000]])]
+            self.assertEqual(" ".join(kinds), expected, pause)
+
+    def test_the_pause_can_change_while_it_lasts(self):
+        heard = {}
+        for change in (None, 0.04):
+            with Stream(audio="none", pause=2.0) as stream:
+                stream.write(SAMPLES[:62000])  # 0.16 s after the first utterance
+                if change is not None:
+                    stream.set_pause(change)
+                heard[change] = [e.heard for e in stream.listen([SAMPLES[62000:]]) if e.kind == "ended"]
+                for refused in (0.0, 10.5):
+                    with self.assertRaisesRegex(ValueError, f"{refused} s is out of range"):
+                        stream.set_pause(refused)
+        self.assertLess(heard[0.04][0], heard[None][0] - 16000)
+
+
 class Bound(unittest.TestCase):
     """A queue of 4 s, in which nothing is lost."""
 
