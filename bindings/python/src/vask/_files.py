@@ -72,7 +72,7 @@ def open_recording(path: Union[str, "os.PathLike[str]"]) -> Iterator[Recording]:
 @contextmanager
 def _open_other(name: str, problem: Exception) -> Iterator[Recording]:
     try:
-        import soundfile
+        import soundfile  # type: ignore  # optional
     except ImportError:
         raise ValueError(f"{name}: {problem}; install soundfile to read it, or convert it: {_CONVERT}") from None
     try:

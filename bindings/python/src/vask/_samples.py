@@ -12,8 +12,8 @@ from typing import TYPE_CHECKING, Any, Union
 if TYPE_CHECKING:
     from typing import Protocol
 
-    import numpy
-    import numpy.typing
+    import numpy  # type: ignore  # optional
+    import numpy.typing  # type: ignore
 
     class SupportsArray(Protocol):
         """What numpy.asarray takes: its own arrays, and those of other packages that lie in the CPU's memory."""
