@@ -10,15 +10,17 @@ work=build/python/ci
 most_kb=200
 step() { printf -- '-- %s\n' "$*"; }
 
-# wheel FOLDER [CMAKE_ARGS]: builds it and prints its path.
+# wheel FOLDER [VARIABLE=VALUE...]: builds it and prints its path. VASK_LIBRARY, if set, is put into it.
 wheel() {
-  rm -rf "$1"
-  mkdir -p "$1"
-  if ! CMAKE_ARGS="${2:-}" $python -m build --wheel --no-isolation --outdir "$1" $package > "$1/log" 2>&1; then
-    cat "$1/log" >&2
+  local folder=$1
+  shift
+  rm -rf "$folder"
+  mkdir -p "$folder"
+  if ! env "$@" $python -m build --wheel --no-isolation --outdir "$folder" $package > "$folder/log" 2>&1; then
+    cat "$folder/log" >&2
     return 1
   fi
-  echo "$1"/*.whl
+  echo "$folder"/*.whl
 }
 
 # environment FOLDER WHEEL [OPTION...]: an empty one with the wheel alone, or with --system-site-packages numpy too.
@@ -99,5 +101,5 @@ for other in $(pyenv root 2> /dev/null)/versions/3.*/bin/python3; do
 done
 
 step "The wheel for 64-bit ARM"
-arm=$(wheel $work/arm64 "-DCMAKE_TOOLCHAIN_FILE=$PWD/cmake/toolchains/aarch64-linux-gnu.cmake")
+arm=$(wheel $work/arm64 -u VASK_LIBRARY "CMAKE_ARGS=-DCMAKE_TOOLCHAIN_FILE=$PWD/cmake/toolchains/aarch64-linux-gnu.cmake")
 checked "$arm" manylinux_2_17 aarch64
