@@ -43,6 +43,10 @@ class Server:
     def __init__(self, limits):
         self.limits, self.connections = limits, 0
 
+    def crowded(self):
+        """Return whether so many are waiting to be refused that no more are told why."""
+        return self.connections > 2 * self.limits.streams
+
     def meter(self):
         """Return a function that counts the sizes of one connection's messages, with two seconds' worth in hand."""
         limits, total, credit, counted = self.limits, 0, 2 * self.limits.bytes_per_second, time.monotonic()
@@ -51,7 +55,8 @@ class Server:
             nonlocal total, credit, counted
             now = time.monotonic()
             credit = min(2 * limits.bytes_per_second, credit + (now - counted) * limits.bytes_per_second)
-            credit, total, counted = credit - size - 64, total + size + 64, now  # an empty message costs something too
+            cost = size + 1000  # so that many small messages cost too
+            credit, total, counted = credit - cost, total + cost, now
             for over, text in ((size > limits.message, f"a message of over {limits.message} bytes"),
                                (total > limits.bytes, f"over {limits.bytes} bytes in all"),
                                (credit < 0, f"over {limits.bytes_per_second} bytes a second")):
@@ -183,6 +188,8 @@ class Server:
         async def accept(reader, writer):
             self.connections += 1
             try:
+                if self.crowded():
+                    return
                 await conversation(reader, writer)
                 await asyncio.wait_for(writer.drain(), self.limits.idle)
                 writer.write_eof()
@@ -203,6 +210,8 @@ class Server:
             def connection_made(self, transport):
                 server.connections += 1
                 super().connection_made(transport)
+                if server.crowded():
+                    transport.abort()
                 asyncio.get_running_loop().call_later(server.limits.idle, lambda: self.open or transport.abort())
 
             def connection_lost(self, error):

@@ -182,6 +182,11 @@ class Limits(unittest.IsolatedAsyncioTestCase):
             self.assertIn(text, (await running.plain(running.wyoming, b"")).decode())
             self.assertIn(text.encode(), await running.plain(running.audiosocket, b""))
             self.assertEqual(running.server.connections, 2)
+            waiting = [await asyncio.open_connection(LOOPBACK, running.websocket) for _ in range(4)]
+            for port in (running.websocket, running.wyoming):  # more than twice as many: closed at once
+                self.assertEqual(await running.plain(port, b""), b"")
+            for _, writer in waiting:
+                writer.close()
 
     async def test_what_breaks_a_protocol_is_refused_and_harms_nobody(self):
         async with Running() as running, running.web() as bystander:
