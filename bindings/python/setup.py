@@ -45,7 +45,7 @@ def build_library(folder):
                     "-DVASK_BUILD_TABLES=OFF", "-DVASK_BUILD_BENCH=OFF", "-DVASK_BUILD_TRAINING=OFF",
                     "-DVASK_BUILD_TESTS=OFF", "-DCMAKE_INSTALL_LIBDIR=lib",
                     *shlex.split(arguments)], check=True)
-    subprocess.run(["cmake", "--build", build, "--parallel", str(os.cpu_count())], check=True)
+    subprocess.run(["cmake", "--build", build, "--target", "vask_shared", "--parallel", str(os.cpu_count())], check=True)
     subprocess.run(["cmake", "--install", build, "--prefix", prefix, "--strip"], check=True)
     streams = prefix / "lib" / LIBRARY
     return streams if streams.exists() else prefix / "lib" / "libVask.so"
