@@ -36,6 +36,8 @@ if [ "$extent" = --ci ]; then
     aapt android-framework-res) # the manifests
   packages+=(lld llvm libc++-dev) # what the NDK has, for the Android archive
   packages+=(python3-build python3-setuptools python3-wheel python3-venv unzip mypy python3-websockets python3-soundfile) # bindings/python
+  packages+=(libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
+    gstreamer1.0-plugins-good valgrind python3-gi gir1.2-gstreamer-1.0) # the plugin for GStreamer
 fi
 
 if ! command -v apt-get > /dev/null || ! command -v dpkg-query > /dev/null; then
