@@ -17,8 +17,9 @@ vask_stream_setup Dry(vask_stream_setup setup) {
   return setup;
 }
 
-// 10 ms, or 20 ms where that is not a whole number of samples: blocks do not depend on how buffers are cut.
-size_t BlockAt(int32_t rate) { return static_cast<size_t>(rate % 100 == 0 ? rate / 100 : rate / 50); }
+// Samples from one look at the gain to the next, 1 to 2 ms. They do not depend on how buffers are cut.
+constexpr size_t kBlock = 48;
+constexpr size_t kMostAtOnce = 4096;  // samples: the stream's queue has room for many more
 
 void Append(Stream& from, std::vector<float>& to) {
   std::array<int16_t, kRead> room;
@@ -34,14 +35,14 @@ void Forget(std::vector<float>& values, size_t count) {
 }  // namespace
 
 Channel::Channel(const vask_stream_setup& setup, bool keeps_highs)
-    : filtered_(setup), keeps_highs_(keeps_highs), dry_(Dry(setup)), block_(BlockAt(setup.input_rate)) {}
+    : filtered_(setup), keeps_highs_(keeps_highs), dry_(Dry(setup)) {}
 
 bool Channel::Take(std::span<const float> samples) {
   while (!samples.empty()) {
-    const size_t count = std::min(samples.size(), block_ - in_block_);
+    const size_t count = std::min(samples.size(), keeps_highs_ ? kBlock - in_block_ : kMostAtOnce);
     if (!TakeBlock(samples.first(count))) return false;
-    in_block_ = (in_block_ + count) % block_;
-    if (in_block_ == 0) Collect();
+    in_block_ = (in_block_ + count) % kBlock;
+    if (in_block_ == 0 || !keeps_highs_) Collect();
     samples = samples.subspan(count);
   }
   return true;

@@ -32,8 +32,7 @@ class Channel {
   Stream filtered_;
   bool keeps_highs_;
   Stream dry_;                                    // the same without a filter: what lies below 8 kHz
-  size_t block_;                                  // samples between two looks at the gain
-  size_t in_block_ = 0;                           // samples since the last one
+  size_t in_block_ = 0;                           // samples since the last look at the gain
   float gain_ = 1;                                // of the highest bands, at the newest sample that came out
   std::vector<float> whole_, low_, out_, gains_;  // from the oldest sample that is not ready
   std::vector<int16_t> integers_;

@@ -1,4 +1,17 @@
 // vaskdenoise: audio with its background noise reduced, of the same form and length.
+/**
+ * SECTION:element-vaskdenoise
+ * @title: vaskdenoise
+ *
+ * Reduces the noise around speech, for people to listen to or for a recogniser. Each channel is filtered by
+ * itself; as many samples come out as go in, with the same timestamps.
+ *
+ * ## Example launch line
+ * |[
+ * gst-launch-1.0 filesrc location=in.wav ! decodebin ! audioconvert ! audioresample ! vaskdenoise limit=12 !
+ * \ wavenc ! filesink location=out.wav
+ * ]|
+ */
 #include <gst/audio/audio.h>
 
 #include <string>
@@ -173,7 +186,10 @@ GstFlowReturn GenerateOutput(GstBaseTransform* base, GstBuffer** out) {
     GstFlowReturn result = GST_FLOW_OK;
     const std::optional<int64_t> missing =
         reducer.time().Missing(GST_BUFFER_PTS(in), GST_BUFFER_IS_DISCONT(in));
-    if (!missing) result = Finish(base);
+    if (!missing) {
+      GST_INFO_OBJECT(base, "input breaks at %" GST_TIME_FORMAT, GST_TIME_ARGS(GST_BUFFER_PTS(in)));
+      result = Finish(base);
+    }
     if (result == GST_FLOW_OK && !(reducer.TakeSilence(missing.value_or(0)) && reducer.Take(in))) {
       result = NoMemory(base);
     }

@@ -1,4 +1,16 @@
 // vaskdetect: audio passes untouched, and where it is speech becomes element messages and custom events.
+/**
+ * SECTION:element-vaskdetect
+ * @title: vaskdetect
+ *
+ * Passes audio through and posts an element message named `vask` where speech starts and where it ends, or
+ * was rejected. The same structure travels downstream as a custom event. docs/gstreamer.md lists its fields.
+ *
+ * ## Example launch line
+ * |[
+ * gst-launch-1.0 -m autoaudiosrc ! audioconvert ! audioresample ! vaskdetect pause=0.8 ! fakesink
+ * ]|
+ */
 #include <gst/audio/audio.h>
 
 #include "listener.h"

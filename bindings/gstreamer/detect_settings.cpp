@@ -196,6 +196,9 @@ void InstallDetectProperties(GObjectClass* type) {
   const auto install = [&](Other which, GParamSpec* property) {
     g_object_class_install_property(type, which, property);
   };
+  for (const GType kind : {DetectorType(), PresetType()}) {
+    gst_type_mark_as_plugin_api(kind, static_cast<GstPluginAPIFlags>(0));
+  }
   install(kDetector, g_param_spec_enum("detector", "Detector", "Which detector decides where utterances are",
                                        DetectorType(), defaults.setup.detector, kAtStart));
   install(kPreset,

@@ -66,7 +66,10 @@ GstFlowReturn Listener::Take(GstBuffer* buffer) {
   if (!stream_ || is_reverse_) return GST_FLOW_OK;
   const GstClockTime time = GST_BUFFER_PTS(buffer);
   const std::optional<int64_t> missing = time_.Missing(time, GST_BUFFER_IS_DISCONT(buffer));
-  if (!missing) Finish();
+  if (!missing) {
+    GST_INFO_OBJECT(element_, "input breaks at %" GST_TIME_FORMAT, GST_TIME_ARGS(time));
+    Finish();
+  }
   if (const GstFlowReturn result = HearSilence(missing.value_or(0)); result != GST_FLOW_OK) return result;
   GstMapInfo map;
   if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) return GST_FLOW_ERROR;
@@ -88,6 +91,7 @@ GstFlowReturn Listener::TakeGap(GstClockTime time, GstClockTime length) {
 
 GstFlowReturn Listener::HearSilence(int64_t samples) {
   if (samples == 0) return GST_FLOW_OK;
+  GST_DEBUG_OBJECT(element_, "%" G_GINT64_FORMAT " samples are missing", samples);
   mono_.assign(static_cast<size_t>(samples), 0);
   time_.Take(GST_CLOCK_TIME_NONE, samples);
   return Hear(mono_);
@@ -156,6 +160,7 @@ bool Listener::TellEvents() {
 void Listener::TellMeter() { Tell(StructureOf(stream_->Measures(), stream_->Hearing(), time_), true, false); }
 
 void Listener::Tell(GstStructure* structure, bool as_message, bool as_event) {
+  GST_LOG_OBJECT(element_, "%" GST_PTR_FORMAT, static_cast<void*>(structure));
   if (as_message) {
     gst_element_post_message(element_,
                              gst_message_new_element(GST_OBJECT(element_), gst_structure_copy(structure)));

@@ -3,6 +3,8 @@
 
 #include <gst/audio/audio.h>
 
+GST_DEBUG_CATEGORY(vask_debug);
+
 // Interleaved, of the rates that streams take and up to eight channels; the order of bytes is the machine's.
 #define AUDIO_CAPS \
   "audio/x-raw, format = (string) { " GST_AUDIO_NE(S16) ", " GST_AUDIO_NE(F32) " }, "                 \
@@ -19,6 +21,7 @@ void vask_add_pad_templates(GstElementClass* element) {
 }
 
 static gboolean InitPlugin(GstPlugin* plugin) {
+  GST_DEBUG_CATEGORY_INIT(vask_debug, "vask", 0, "Speech detection and noise reduction");
   return GST_ELEMENT_REGISTER(vaskdetect, plugin) && GST_ELEMENT_REGISTER(vaskdenoise, plugin) ? TRUE : FALSE;
 }
 

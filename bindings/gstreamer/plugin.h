@@ -3,6 +3,10 @@
 
 #include <gst/base/gstbasetransform.h>
 
+// The category that GST_DEBUG=vask:5 shows.
+GST_DEBUG_CATEGORY_EXTERN(vask_debug);
+#define GST_CAT_DEFAULT vask_debug
+
 G_BEGIN_DECLS
 
 // Passes audio through and says where speech is.
