@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <functional>
 
 #include "rig.h"
+#include "support/folder.h"
+#include "support/model.h"
 
 namespace vask::gst_test {
 namespace {
@@ -241,6 +244,24 @@ TEST(Detect, SaysWhatIsWrongWithItsProperties) {
     ASSERT_FALSE(rig.errors().empty()) << c.properties;
     EXPECT_EQ(rig.errors()[0], c.says);
   }
+}
+
+TEST(Detect, HearsByTheModelOfAFile) {
+  const test::Folder folder;
+  const std::string path = folder / "model";
+  std::ofstream(path, std::ios::binary)
+      << test::BytesOf(test::MakeModel(16, 16, 16, test::Kind::kTrained, 1));
+  const auto probability = [](const std::string& model) {
+    Rig rig("vaskdetect meter=1000000000" + model);
+    const std::vector<int16_t> room = Room();
+    EXPECT_EQ(rig.Push(std::span(room).first(32000)), GST_FLOW_OK);
+    float found = -1;
+    for (const Structure& message : rig.Messages()) {
+      gst_structure_get(message.get(), "speech-probability", G_TYPE_FLOAT, &found, nullptr);
+    }
+    return found;
+  };
+  EXPECT_NE(probability(" model=" + path), probability(""));
 }
 
 TEST(Detect, TellsOnlyWhatItIsAskedFor) {
