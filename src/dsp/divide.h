@@ -14,7 +14,7 @@ namespace vask {
 // floor(x) for |x| < 2^51. Not every machine rounds a double down in one instruction; the others add and
 // subtract 1.5 * 2^52, which rounds to the nearest integer, at most one too high.
 inline __attribute__((always_inline)) double FloorBelow2To51(double x) {
-#if defined(__x86_64__) || defined(__aarch64__)
+#if defined(__x86_64__) || defined(__aarch64__) || defined(__wasm__)
   return std::floor(x);
 #else
   const double nearest = (x + 0x1.8p52) - 0x1.8p52;

@@ -31,7 +31,8 @@
 // A 32-bit ARM processor may lack NEON. If the compiler does not take it for granted, what stands between
 // VASK_BEGIN_NEON and VASK_END_NEON is compiled for it all the same, and the machine is asked. Pragmas alone:
 // beside an attribute that says the same, gcc 12 compiles the rest of the file for NEON, too.
-#if defined(__ARM_NEON)
+// WebAssembly's vectors have the same width; dsp/neon.h gives them the names of NEON's intrinsics.
+#if defined(__ARM_NEON) || defined(__wasm_simd128__)
 #define VASK_HAS_NEON 1
 #define VASK_ASKS_FOR_NEON 0
 #elif defined(__arm__) && defined(__ARM_FP) && __ARM_ARCH >= 7 && defined(__linux__) && defined(__GNUC__) && \
@@ -60,8 +61,13 @@ enum class Kernel {
 };
 #undef VASK_KERNEL_NAME
 
-// Only a kernel of the list has a level.
+// Only a kernel of the list has a level. A WebAssembly module has one, which the compiler knows: so the other
+// forms are left out of it.
+#if defined(__wasm__)
+constexpr Level LevelOf(Kernel /*kernel*/) { return VASK_HAS_NEON ? Level::kNeon : Level::kPortable; }
+#else
 inline Level LevelOf(Kernel /*kernel*/) { return LevelInForce(); }
+#endif
 
 }  // namespace vask
 

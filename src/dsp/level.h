@@ -4,7 +4,8 @@
 //   portable  the fast algorithms (a transform in 32 bits, divisions in double precision, one pass for all
 //             lags), in C++ that compilers vectorise for any processor of the architecture
 //   avx2      the same for x86-64 with 256-bit integers, in part with intrinsics
-//   neon      the same for ARM, in part with intrinsics; 32-bit processors are asked whether they have it
+//   neon      the same for ARM, in part with intrinsics; 32-bit processors are asked whether they have it. A
+//             WebAssembly module with vectors has these forms, too, and no others
 //
 // A kernel with no form of its own for a level runs that of the previous level. A plain form that is fast as
 // it is serves as the portable one too. What is fast by an identity alone, such as the divisions of

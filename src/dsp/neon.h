@@ -1,11 +1,16 @@
-// NEON for both ARMs: the intrinsics of 64-bit ARM that 32-bit ARM has not, made of those that it has.
+// NEON for both ARMs and WebAssembly: the intrinsics of 64-bit ARM, where they are missing made of those that
+// the machine has.
 #pragma once
 
+#if defined(__wasm__)
+#include "dsp/neon_simd128.h"
+#else
 #include <arm_neon.h>
+#endif
 
 #include "dsp/kernel.h"
 
-#if !defined(__aarch64__)
+#if defined(__arm__)
 
 namespace vask {
 
@@ -45,3 +50,20 @@ VASK_END_NEON
 }  // namespace vask
 
 #endif
+
+namespace vask {
+
+VASK_BEGIN_NEON
+
+// sum + a * b: eight products into four sums, in an order that is the machine's own.
+VASK_BODY int32x4_t AddProducts(int32x4_t sum, int16x8_t a, int16x8_t b) {
+#if defined(__wasm__)
+  return wasm_i32x4_add(sum, wasm_i32x4_dot_i16x8(a, b));
+#else
+  return vmlal_high_s16(vmlal_s16(sum, vget_low_s16(a), vget_low_s16(b)), a, b);
+#endif
+}
+
+VASK_END_NEON
+
+}  // namespace vask

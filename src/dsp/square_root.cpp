@@ -89,6 +89,9 @@ VASK_AVX2 void RootsAvx2(std::span<const int64_t> x, int64_t* out) {
   }
   RootsPortable(x.subspan(i), out + i);
 }
+#elif defined(__wasm__)
+// Its vectors are not shifted by a number for each lane.
+[[maybe_unused]] constexpr auto RootsNeon = RootsPortable;
 #elif VASK_HAS_NEON
 VASK_BEGIN_NEON
 // The bit lengths of 4 values between 1 and 2^52.

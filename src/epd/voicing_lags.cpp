@@ -122,10 +122,6 @@ struct PartialSums {
   int16x8_t magnitudes;
 };
 
-VASK_BODY int32x4_t AddProducts(int32x4_t sum, int16x8_t a, int16x8_t b) {
-  return vmlal_s16(vmlal_s16(sum, vget_low_s16(a), vget_low_s16(b)), vget_high_s16(a), vget_high_s16(b));
-}
-
 uint32_t SumOf(int32x4_t x) {
   const int32x2_t pairs = vadd_s32(vget_low_s32(x), vget_high_s32(x));
   return static_cast<uint32_t>(vget_lane_s32(vpadd_s32(pairs, pairs), 0));

@@ -63,11 +63,7 @@ VASK_BEGIN_NEON
 
 inline int32x4_t Add16(int32x4_t sum, const int8_t* weights, int16x8_t low, int16x8_t high) {
   const int8x16_t bytes = vld1q_s8(weights);
-  const int16x8_t first = vmovl_s8(vget_low_s8(bytes)), last = vmovl_high_s8(bytes);
-  sum = vmlal_s16(sum, vget_low_s16(first), vget_low_s16(low));
-  sum = vmlal_high_s16(sum, first, low);
-  sum = vmlal_s16(sum, vget_low_s16(last), vget_low_s16(high));
-  return vmlal_high_s16(sum, last, high);
+  return AddProducts(AddProducts(sum, vmovl_s8(vget_low_s8(bytes)), low), vmovl_high_s8(bytes), high);
 }
 
 // The sums of four vectors.
