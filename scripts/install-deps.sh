@@ -30,7 +30,7 @@ if [ "$extent" != --command ] && [ "$extent" != --build ]; then
   command -v npm > /dev/null || packages+=(npm)
 fi
 if [ "$extent" = --ci ]; then
-  packages+=(git clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
+  packages+=(git ccache clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
     g++-i686-linux-gnu g++-s390x-linux-gnu g++-riscv64-linux-gnu qemu-user
     googletest                 # whose sources are built for the other machines
     aapt android-framework-res) # the manifests

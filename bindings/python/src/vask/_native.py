@@ -6,7 +6,7 @@ The records mirror vask/stream.h field by field. During every call other Python 
 from __future__ import annotations
 
 import ctypes
-from ctypes import POINTER, c_char_p, c_float, c_int32, c_int64, c_size_t, c_uint32, c_void_p
+from ctypes import POINTER, c_char_p, c_float, c_int32, c_int64, c_uint32, c_void_p
 from pathlib import Path
 from typing import Any, Dict
 
@@ -73,7 +73,7 @@ class Hearing(ctypes.Structure):
 
 _FUNCTIONS = {
     "vask_version": (c_char_p,),
-    "vask_model_read": (c_void_p, c_char_p, c_size_t, POINTER(c_int32)),
+    "vask_model_read": (c_void_p, c_char_p, c_uint32, POINTER(c_int32)),
     "vask_model_close": (None, c_void_p),
     "vask_model_digest": (c_uint32, c_void_p),
     "vask_stream_setup_defaults": (None, POINTER(Setup), c_uint32),

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# The library of streams alone: what it exports and needs, its size, and a program built against it where it is installed
+# into an empty folder; then the replay, in C, against its archive.
+#
+#   .ci/homes/streams.sh [--replay]     with --replay nothing but that
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+build=build/streams
+most_kb=340 # the shared library without symbols; 77 KB of it are the weights of the learned detector
+fail() { echo "streams: $*" >&2; exit 2; }
+
+cmake -S . -B $build -G Ninja -DVASK_STREAMS_ONLY=ON -DCMAKE_BUILD_TYPE=Release -DVASK_WERROR=ON > /dev/null
+cmake --build $build > $build/log || { cat $build/log; exit 2; }
+rm -rf $build/installed
+cmake --install $build --prefix "$PWD/$build/installed" --strip > /dev/null
+library=$build/installed/lib/libVaskStreams
+
+replay() {
+  gcc -std=c11 -O2 -Iinclude -Itools $REPLAY_SOURCES $library.a -lm -o $build/replay
+  $build/replay tests/replay/replay.txt samples/room.wav
+}
+REPLAY_SOURCES="tests/replay/replay.c $(ls tools/replay/*.c | xargs)"
+replay
+[ "${1:-}" != --replay ] || exit 0
+
+for kind in so a; do
+  flags=$([ $kind = so ] && echo -D)
+  names=$(nm $flags -g --defined-only $library.$kind | awk 'NF == 3 { sub(/@.*/, "", $3); print $3 }' | grep -v '^VASK_0$' | sort)
+  [ "$names" = "$(grep -v '^#' cmake/exports_streams.txt | sort)" ] || fail "$library.$kind exports other names than the list"
+  needs=$(nm $flags -u $library.$kind | awk 'NF == 2 { sub(/@.*/, "", $2); print $2 }' | sort | xargs)
+  [ -z "$(tr ' ' '\n' <<< "$needs" | grep -vxE '_ITM_.*|__gmon_start__|__cxa_finalize|__cpu_model|__stack_chk_fail|[cm]alloc|free|mem(cpy|move|set|cmp)|fe[gs]etround|frexp|ldexp' || true)" ] ||
+    fail "$library.$kind needs more of the system than memory and the rounding mode: $needs"
+done
+newest=$(objdump -T $library.so | grep -o 'GLIBC_[0-9.]*' | sort -Vu | tail -1)
+[ "$(printf '%s\nGLIBC_2.14\n' "$newest" | sort -V | tail -1)" = GLIBC_2.14 ] || fail "$library.so needs $newest"
+size=$(stat -Lc %s $library.so)
+[ "$size" -le $((most_kb * 1000)) ] || fail "$library.so has $size bytes, over $most_kb KB"
+[ "$(ls $build/installed/include/vask | xargs)" = "export.h model.h profile.h stream.h stream.hpp" ] || fail "other headers are installed"
+
+PKG_CONFIG_PATH=$build/installed/lib/pkgconfig
+export PKG_CONFIG_PATH
+sed -n '/^```cpp/,/^```/{/^```/!p;}' docs/streams.md > $build/example.cpp
+# shellcheck disable=SC2046
+g++ -std=c++20 $build/example.cpp $(pkg-config --cflags --libs vask-streams) -Wl,-rpath,"$PWD/$build/installed/lib" -o $build/example
+(cd $build && tail -c +45 ../../samples/room.wav | ./example) | tail -n 1 | grep -q '^5: ' || fail "the example does not find the five utterances"
+echo "streams: $size bytes, needs $newest; the example of docs/streams.md runs against the installed library"
