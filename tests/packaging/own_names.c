@@ -1,4 +1,5 @@
-/* A program that has its own Exp, filter and deviceID beside the archive in which only vask_ names are visible. */
+/* A program that has its own Exp, filter and deviceID beside the archive in which only vask_ names are
+ * visible. */
 #include <stdio.h>
 #include <string.h>
 #include <vask/stream.h>
@@ -15,7 +16,7 @@ int main(void) {
   static int16_t samples[32000];
   vask_stream_event event;
   vask_stream_options options;
-  vask_stream *stream;
+  vask_stream* stream;
   int starts = 0;
   for (int i = 0; i < 32000; ++i) samples[i] = (int16_t)(i / 80 % 2 == 0 ? i % 128 * 60 : -(i % 128) * 60);
   vask_stream_robust((vask_stream_defaults(&options), &options));

@@ -173,8 +173,18 @@ void Listening(Digest& digest) {
   StreamOf(setup, kRateHz, digest);
 }
 
+// To 16 kHz and back.
+void Resampler(int32_t rate, Digest& digest) {
+  StreamSetup setup;
+  setup.detector = VASK_STREAM_ENERGY;
+  setup.options.mode = VASK_STREAM_CONTINUOUS;
+  setup.options.audio = VASK_STREAM_RAW;
+  setup.input_rate = setup.audio_rate = rate;
+  StreamOf(setup, rate, digest);
+}
+
 std::vector<Stage> MakeStages() {
-  return {
+  std::vector<Stage> stages = {
       {"integer transform", false, IntegerTransform},
       {"float transform", false, FloatTransform},
       {"ADPCM", false, Adpcm},
@@ -189,6 +199,11 @@ std::vector<Stage> MakeStages() {
       {"front end, mode 1", false, FrontEnd<1>},  // last: the next run reports what it rejects
       {"environment check", false, EnvironmentCheck},
   };
+  for (const int32_t rate : {8000, 11025, 12000, 22050, 24000, 32000, 44100, 48000}) {
+    stages.push_back({"resampler, " + std::to_string(rate) + " Hz", false,
+                      [rate](Digest& digest) { Resampler(rate, digest); }});
+  }
+  return stages;
 }
 
 }  // namespace
