@@ -80,14 +80,14 @@ TEST(Lifecycle, StartsAndStopsAnyNumberOfTimes) {
   for (const int32_t mode : {2, 4097, 1}) {
     ASSERT_TRUE(stream.Start(mode));  // the second time while it is running
     EXPECT_EQ(stream.state.mode, mode);
-    WrapUp(stream.state);
+    WrapUp(stream.engine());
     for (size_t t = 0; t < 4; ++t) last = stream.Process(1, scene, t);
     if (mode == 2) first = last;
     EXPECT_EQ(last, first) << "mode " << mode;
     for (int32_t stop = 0; stop < (mode == 2 ? 0 : 2); ++stop) ReleaseEngine(stream.state);
     EXPECT_EQ(IsUp(stream.state), mode == 2) << "mode " << mode;
   }
-  WrapUp(stream.state);
+  WrapUp(stream.engine());
   EXPECT_EQ(stream.Process(1, scene, 0), Emitted{});
 }
 
@@ -136,7 +136,7 @@ TEST(PcmLog, PathsAreNeverTruncatedAndAFailedOpenIsRetriedWithTheNextNumber) {
   EXPECT_FALSE(taken);
   EXPECT_EQ(Hear([&] { LogInto(stream.state, nullptr); }).out, "ERROR: PCM log directory is missing\n");
   play(faint);
-  WrapUp(stream.state);
+  WrapUp(stream.engine());
   EXPECT_EQ(ContentOf(folder / "in_000001.pcm"), "");  // still in the previous folder
   stream.state.pcm_log_count = 1000000;                // now it is too long
   EXPECT_EQ(Hear([&] { play(faint); }).out, "ERROR: PCM log path is too long, logging is off\n");
@@ -155,10 +155,10 @@ TEST(PcmLog, PathsAreNeverTruncatedAndAFailedOpenIsRetriedWithTheNextNumber) {
   ASSERT_TRUE(LogInto(stream.state, (folder / "later").c_str()));
   for (const char* full : {"later/in_000317.pcm", "later/in_000318.pcm"}) {
     fs::create_symlink("/dev/full", folder / full);
-    WrapUp(stream.state);
+    WrapUp(stream.engine());
     EXPECT_EQ(Hear([&] { play(utterance); }).out, full[14] == '7' ? fault(full) : "");
   }
-  WrapUp(stream.state);
+  WrapUp(stream.engine());
   stream.state.pcm_log_count = INT32_MAX;
   play(faint);
   EXPECT_EQ(ContentOf(folder / "later/in_2147483647.pcm"), "");

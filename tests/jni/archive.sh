@@ -24,7 +24,7 @@ done
 for abi in "$@"; do
   cmp "jni/$abi/libVask.so" "$module/libs/android.$abi/libVask.so"
   if readelf -S "jni/$abi/libVask.so" | grep -E '\.(symtab|debug_info)'; then exit 1; fi # stripped
-  readelf -Ws --dyn-syms "jni/$abi/libVask.so" | grep ' Java_com_norv_Brindle_VaskStreamLibrary_open$' > symbols
+  readelf -Ws --dyn-syms "jni/$abi/libVask.so" | grep ' Java_com_norv_Brindle_VaskStreamLibrary_open@@VASK_0$' > symbols
   python3 - "$abi" << 'END'
 import json, sys, xml.etree.ElementTree as xml
 abi = sys.argv[1]
