@@ -5,18 +5,19 @@
 #   .ci/homes/gstreamer.sh --replay   only build what the replay needs, and replay
 set -euo pipefail
 cd "$(dirname "$0")/../.."
-root=$PWD build=$PWD/build/release
+root=$PWD build=$PWD/build/gstreamer
 tests=$build/bindings/gstreamer/tests
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 export GST_REGISTRY=$scratch/registry.bin GST_REGISTRY_FORK=no GST_PLUGIN_PATH=$build/bindings/gstreamer
 
-cmake --preset release -DVASK_BUILD_GSTREAMER=ON > /dev/null
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DVASK_WERROR=ON -DVASK_STREAMS_ONLY=ON \
+  -DVASK_BUILD_GSTREAMER=ON > /dev/null
 if [ "${1:-}" = --replay ]; then
-  cmake --build --preset release --target gstvask gst_replay
+  cmake --build "$build" --target gstvask gst_replay
   exec "$tests/gst_replay" tests/replay/replay.txt
 fi
-cmake --build --preset release --target gstvask gst_replay gst_elements_test
+cmake --build "$build" --target gstvask gst_replay gst_elements_test
 
 # The first block of the page in that language.
 block() { awk -v mark="\`\`\`$1" '$0 == mark { inside = 1; next } /^```/ && inside { exit } inside' docs/gstreamer.md; }
@@ -47,7 +48,7 @@ G_SLICE=always-malloc valgrind -q --error-exitcode=9 --leak-check=full --errors-
   --show-leak-kinds=definite "$tests/gst_elements_test" --gtest_brief=1 || fail "valgrind has complaints, or a test failed"
 
 echo "The documentation's examples, with an installed plugin"
-cmake --install build/release --component gstreamer --prefix "$scratch/installed" > /dev/null
+cmake --install build/gstreamer --component gstreamer --prefix "$scratch/installed" > /dev/null
 plugin=$(find "$scratch/installed" -name libgstvask.so)
 GST_PLUGIN_PATH=$(dirname "$plugin")
 rm -f "$GST_REGISTRY"

@@ -1,9 +1,14 @@
 #include "model_file.h"
 
+#include <glib.h>
+
+#include <algorithm>
 #include <cstdint>
 
 namespace vask::gst {
 namespace {
+
+constexpr gsize kMostBytes = G_MAXINT32;  // far more than any model has
 
 const char* Said(int32_t reason) {
   switch (reason) {
@@ -25,8 +30,13 @@ const char* Said(int32_t reason) {
 bool ModelFile::Open(const std::string& path) {
   model_.reset();
   if (path.empty()) return true;
-  int32_t reason = VASK_MODEL_OK;
-  model_.reset(vask_model_open(path.c_str(), &reason));
+  int32_t reason = VASK_MODEL_NO_FILE;
+  char* contents = nullptr;
+  gsize size = 0;
+  if (g_file_get_contents(path.c_str(), &contents, &size, nullptr)) {
+    model_.reset(vask_model_read(contents, static_cast<uint32_t>(std::min<gsize>(size, kMostBytes)), &reason));
+    g_free(contents);
+  }
   if (model_ == nullptr) complaint_ = path + ": " + Said(reason) + "; training/make.sh makes models";
   return model_ != nullptr;
 }
