@@ -150,7 +150,7 @@ void Outbox::Copy(int64_t from, int64_t first, int64_t end, std::span<int16_t> o
   const int64_t to = from + static_cast<int64_t>(out.size());
   const int64_t known = std::clamp(first, from, to), known_end = std::clamp(end, known, to);
   std::fill(out.begin(), out.end(), int16_t{0});
-  std::copy(At(known), At(known_end), out.begin() + (known - from));
+  std::copy(At(known), At(known_end), out.data() + (known - from));
 }
 
 void Outbox::TakeUntil(int64_t place) { taken_ = std::max(taken_, place); }
