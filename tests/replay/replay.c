@@ -91,8 +91,8 @@ static int Replay(FILE* file, const signal_room* room, int is_made) {
   Answers answers = {NULL, 0, 0};
   const char* next = NULL; /* in the answers; null: the case has not been played */
   char line[kReplayLine];
-  int cases = 0;
-  while (fgets(line, sizeof line, file) != NULL) {
+  int cases = 0, is_different = 0;
+  while (!is_different && fgets(line, sizeof line, file) != NULL) {
     int32_t kind;
     line[strcspn(line, "\r\n")] = '\0';
     kind = replay_take(&c, line, room);
@@ -110,19 +110,19 @@ static int Replay(FILE* file, const signal_room* room, int is_made) {
       if (is_made) fputs(answers.text, stdout);
     }
     if (is_made) continue;
-    if (!IsNext(line, next)) {
+    is_different = !IsNext(line, next);
+    if (is_different) {
       printf("replay: case %s differs: expected %s, got %.*s\n", c.name, line, (int)strcspn(next, "\n"),
              next);
-      return 1;
     }
-    next += strlen(line);
+    next += strcspn(next, "\n");
     next += *next == '\n';
   }
   replay_close(&c);
   free(answers.text);
   if (cases == 0) Fail("there are no cases", "");
-  if (!is_made) printf("replay: %d cases, the same bits\n", cases);
-  return 0;
+  if (!is_made && !is_different) printf("replay: %d cases, the same bits\n", cases);
+  return is_different;
 }
 
 static signal_room ReadRoom(const char* path) {
