@@ -33,6 +33,7 @@ if [ "$extent" = --ci ]; then
   packages+=(git ccache clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
     g++-i686-linux-gnu g++-s390x-linux-gnu g++-riscv64-linux-gnu qemu-user
     googletest                 # whose sources are built for the other machines
+    lld wasi-libc libc++-dev-wasm32 libclang-rt-dev-wasm32 binaryen brotli # the package for the web
     aapt android-framework-res) # the manifests
   packages+=(lld llvm libc++-dev) # what the NDK has, for the Android archive
   packages+=(python3-build python3-setuptools python3-wheel python3-venv unzip mypy python3-websockets python3-soundfile) # bindings/python
@@ -49,8 +50,9 @@ fi
 # Install the npm packages if their list has changed since the last time.
 node_packages() {
   [ -n "${runs_tests:-}" ] || return 0
-  local folder installed
-  for folder in tests/web viewer; do
+  local folder installed folders=(tests/web viewer)
+  [ "$extent" != --ci ] || folders+=(bindings/web)
+  for folder in "${folders[@]}"; do
     installed=$folder/node_modules/.installed.json
     cmp -s $folder/package-lock.json "$installed" && continue
     echo "Installing with npm: $folder"

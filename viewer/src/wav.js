@@ -1,4 +1,4 @@
-// Samples of a sound, and a WAV file of them: 16 kHz, mono, 16 bits.
+// Samples of a sound at 16 kHz, and a WAV file of samples: mono, 16 bits.
 const kRate = 16000;
 const kHeader = 44;
 
@@ -23,7 +23,7 @@ export async function samplesOf(file, start, end) {
   return Int16Array.from(samples, (x) => Math.round(Math.min(Math.max(32768 * x, -32768), 32767)));
 }
 
-export function wavOf(samples) {
+export function wavOf(samples, rate = kRate) {
   const header = new DataView(new ArrayBuffer(kHeader));
   const text = (at, name) => [...name].forEach((c, i) => header.setUint8(at + i, c.charCodeAt(0)));
   text(0, 'RIFF');
@@ -32,8 +32,8 @@ export function wavOf(samples) {
   header.setUint32(16, 16, true); // bytes of what follows
   header.setUint16(20, 1, true); // integers
   header.setUint16(22, 1, true); // channel
-  header.setUint32(24, kRate, true);
-  header.setUint32(28, 2 * kRate, true); // bytes a second
+  header.setUint32(24, rate, true);
+  header.setUint32(28, 2 * rate, true); // bytes a second
   header.setUint16(32, 2, true); // bytes a sample
   header.setUint16(34, 16, true); // bits
   text(36, 'data');
