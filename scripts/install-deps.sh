@@ -33,12 +33,14 @@ if [ "$extent" = --ci ]; then
   packages+=(git ccache clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
     g++-i686-linux-gnu g++-s390x-linux-gnu g++-riscv64-linux-gnu qemu-user
     googletest                 # whose sources are built for the other machines
-    lld wasi-libc libc++-dev-wasm32 libclang-rt-dev-wasm32 binaryen brotli # the package for the web
+
     aapt android-framework-res) # the manifests
   packages+=(lld llvm libc++-dev) # what the NDK has, for the Android archive
+  packages+=(wasi-libc libc++-dev-wasm32 libclang-rt-dev-wasm32 binaryen brotli) # the package for the web
   packages+=(python3-build python3-setuptools python3-wheel python3-venv unzip mypy python3-websockets python3-soundfile) # bindings/python
   packages+=(libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
     gstreamer1.0-plugins-good valgrind python3-gi gir1.2-gstreamer-1.0) # the plugin for GStreamer
+  packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 dpkg-dev) # Windows, and sources for it
 fi
 
 if ! command -v apt-get > /dev/null || ! command -v dpkg-query > /dev/null; then

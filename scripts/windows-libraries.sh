@@ -54,7 +54,7 @@ build() {
 
 with_cmake() {
   cmake -S "$from" -B . -G Ninja -DCMAKE_TOOLCHAIN_FILE="$tree/cmake/toolchains/$machine.cmake" \
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$folder" -DCMAKE_C_FLAGS=-ffp-contract=off \
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$folder" -DCMAKE_C_FLAGS="-ffp-contract=off -DFLAC__NO_DLL" \
     -DBUILD_SHARED_LIBS=OFF -DBUILD_TESTING=OFF "$@" &&
     cmake --build . -j2 && cmake --install .
 }
@@ -78,3 +78,12 @@ build opus with_configure --disable-doc --disable-extra-programs --disable-stack
 build libsndfile with_cmake -DBUILD_PROGRAMS=OFF -DBUILD_EXAMPLES=OFF -DENABLE_MPEG=OFF -DENABLE_CPACK=OFF \
   -DINSTALL_MANPAGES=OFF -DENABLE_PACKAGE_CONFIG=ON
 build libsoxr with_cmake -DBUILD_TESTS=OFF -DBUILD_EXAMPLES=OFF -DWITH_OPENMP=OFF -DWITH_LSR_BINDINGS=OFF
+# It makes no package file for Windows.
+printf '%s\n' "prefix=$folder" Name:\ soxr Description:\ resampler Version:\ 0.1.3 "Libs: -L\${prefix}/lib -lsoxr" \
+  "Cflags: -I\${prefix}/include" > "$folder/lib/pkgconfig/soxr.pc"
+
+# Headers alone, whose package files say where they are by their own place; beside those of this system they would be
+# found with all the others.
+mkdir -p "$folder/share/cmake"
+cp -r /usr/include/CLI /usr/include/nlohmann "$folder/include"
+cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$folder/share/cmake"

@@ -165,13 +165,17 @@ int Run(int argc, char** argv) {
   return kExitUsage;  // not reached: a subcommand is required
 }
 
+// Otherwise the first file opened would take the place of a standard stream that the parent closed.
+void OpenStandardStreams() {
+  for (int fd = 0; fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
+}
+
 }  // namespace
 }  // namespace vask::command
 
 int main(int argc, char** argv) {
   using namespace vask::command;
-  // Otherwise the first file opened would take the place of a standard stream that the parent closed.
-  for (int fd = 0; fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
+  OpenStandardStreams();
   std::set_terminate(EndWhereNothingCatches);
   try {
     DropMessages();

@@ -155,11 +155,12 @@ void RemoveLeftovers(const std::string& folder) {
     const std::string name = entry.path().filename().string();
     const size_t fixed = kTemporary.find('X');
     if (name.size() != kTemporary.size() || name.compare(0, fixed, kTemporary, 0, fixed) != 0) continue;
-    const int fd = open(entry.path().c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
+    const std::string path = entry.path().string();
+    const int fd = open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) continue;
     struct stat status;
     const bool regular = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-    if (regular && flock(fd, LOCK_EX | LOCK_NB) == 0) unlink(entry.path().c_str());
+    if (regular && flock(fd, LOCK_EX | LOCK_NB) == 0) unlink(path.c_str());
     close(fd);
   }
 }

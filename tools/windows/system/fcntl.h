@@ -1,0 +1,4 @@
+#pragma once
+#include_next <fcntl.h>
+
+#include "posix.h"

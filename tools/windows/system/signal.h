@@ -1,0 +1,4 @@
+#pragma once
+#include_next <signal.h>
+
+#include "posix.h"

@@ -1,0 +1,4 @@
+#pragma once
+#include_next <sys/stat.h>
+
+#include "../posix.h"

@@ -1,0 +1,4 @@
+#pragma once
+#include_next <unistd.h>
+
+#include "posix.h"
