@@ -33,7 +33,6 @@ if [ "$extent" = --ci ]; then
   packages+=(git ccache clang clang-format clang-tidy g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
     g++-i686-linux-gnu g++-s390x-linux-gnu g++-riscv64-linux-gnu qemu-user
     googletest                 # whose sources are built for the other machines
-
     aapt android-framework-res) # the manifests
   packages+=(lld llvm libc++-dev) # what the NDK has, for the Android archive
   packages+=(wasi-libc libc++-dev-wasm32 libclang-rt-dev-wasm32 binaryen brotli) # the package for the web

@@ -6,7 +6,7 @@
 
 const int32_t kRates[] = {8000, 11025, 12000, 22050, 24000, 32000, 44100, 48000, 0};
 
-enum { kMostOfSignal = 120000 };
+enum { kMostOfSignal = 30000 };
 
 /* Returns the number of segments; below 0: there is no memory. */
 static int32_t RunStream(const Signal* signal, int32_t mode, int32_t audio, int32_t rate, int32_t piece,
