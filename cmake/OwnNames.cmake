@@ -1,10 +1,11 @@
 # A static library of one object in which only the names that begin with vask_ are visible, so that a program may have
-# its own Exp or filter beside it. Where object files are not ELF there is none.
+# its own Exp or filter beside it. Where object files are not ELF there is none, nor for Android, whose linker does not
+# join objects and leave some of them out at once.
 #
 #   vask_add_own_names(target library core)   libLIBRARY.a from the objects of `core`, as the imported-like `target`
 
 set(VASK_HAVE_OWN_NAMES OFF)
-if(CMAKE_OBJCOPY AND CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF" AND NOT VASK_SANITIZE)
+if(CMAKE_OBJCOPY AND CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF" AND NOT VASK_SANITIZE AND NOT ANDROID)
   set(VASK_HAVE_OWN_NAMES ON)
 endif()
 

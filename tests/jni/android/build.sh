@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Build the Android archive as with an NDK, by CMake alone, with a stand-in for the NDK's toolchain file, and look at it.
+# Build the Android archive and the streams alone as with an NDK, by CMake alone, with a stand-in for the NDK's toolchain
+# file, and look at them.
 #
 #   build.sh BUILD_DIR MOST_BYTES ABI...
 set -euo pipefail
@@ -7,12 +8,17 @@ build=$1 most=$2
 shift 2
 here=$(cd "$(dirname "$0")" && pwd)
 abis=$(IFS=";" && echo "$*")
-cmake -S "$here/../../.." -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DVASK_AAR_ABIS="$abis" \
-  -DCMAKE_TOOLCHAIN_FILE="$here/stand_in.cmake" -DANDROID_ABI="$1" -DANDROID_PLATFORM=android-21 > /dev/null
-cmake --build "$build" --target vask_aar > "$build/log" || { cat "$build/log"; exit 1; }
-tail -n 1 "$build/log"
+make() { # folder, target, option of CMake
+  cmake -S "$here/../../.." -B "$1" -G Ninja -DCMAKE_BUILD_TYPE=Release "$3" -DANDROID_ABI="$abi" \
+    -DCMAKE_TOOLCHAIN_FILE="$here/stand_in.cmake" -DANDROID_PLATFORM=android-21 > /dev/null
+  cmake --build "$1" --target "$2" > "$1/log" || { cat "$1/log"; exit 1; }
+  tail -n 1 "$1/log"
+}
+abi=$1
+make "$build/streams" all -DVASK_STREAMS_ONLY=ON
+make "$build" vask_aar "-DVASK_AAR_ABIS=$abis"
 bash "$here/../archive.sh" "$(echo "$build"/vask-*.aar)" "$build/archive" "$most" "$@"
-for library in "$build"/archive/jni/*/libVask.so; do
+for library in "$build"/archive/jni/*/libVask.so "$build/streams/libVaskStreams.so"; do
   # The 32-bit compilers' own division and conversion are in the library that each of them brings.
   nm -D --undefined-only "$library" | sed 's/^ *[Uwv] //; s/@.*//; /^__aeabi_/d; /^__u*\(div\|mod\)di3$/d' > "$build/asked"
   if grep -vxFf <(grep -v '^#' "$here/bionic.txt" | tr ' ' '\n') "$build/asked"; then
