@@ -47,8 +47,7 @@ def build_library(folder):
                     *shlex.split(arguments)], check=True)
     subprocess.run(["cmake", "--build", build, "--target", "vask_shared", "--parallel", str(os.cpu_count())], check=True)
     subprocess.run(["cmake", "--install", build, "--prefix", prefix, "--strip"], check=True)
-    streams = prefix / "lib" / LIBRARY
-    return streams if streams.exists() else prefix / "lib" / "libVask.so"
+    return prefix / "lib" / LIBRARY
 
 
 def platform_tag(library):

@@ -50,7 +50,6 @@ class Options(unittest.TestCase):
                   for name, _ in record._fields_} - {"size", "options", "rules", "profile"}
         self.assertEqual(set(vask.Options.__annotations__), fields | {"preset"})
 
-    @unittest.skipUnless(hasattr(library, "vask_model_read"), "this library is older")
     def test_models_that_are_none_are_refused(self):
         with self.assertRaisesRegex(ValueError, "the model: it is not a model"):
             Model(b"not a model")

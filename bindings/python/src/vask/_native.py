@@ -108,9 +108,7 @@ def _load() -> ctypes.CDLL:
     else:
         raise ImportError(f"vask: {problem}; install a wheel for this machine, or libVask itself") from problem
     for name, (result, *arguments) in _FUNCTIONS.items():
-        function = getattr(library, name, None)
-        if function is None:
-            continue  # an older library of the system lacks it: calling it raises AttributeError
+        function = getattr(library, name)
         function.restype, function.argtypes = result, arguments
     return library
 
