@@ -16,6 +16,7 @@
 
 #include <string>
 
+#include "detect_settings.h"
 #include "model_file.h"
 #include "plugin.h"
 #include "reducer.h"
@@ -53,7 +54,7 @@ Denoise& DenoiseOf(gpointer element) { return *VASK_DENOISE(element)->denoise; }
 
 // --- properties
 
-enum Property : guint { kMode = 1, kLimit, kMix, kHighs, kModel };
+enum Property : guint { kMode = 1, kLimit, kMix, kHighs, kDetector, kModel };
 
 GType ModeType() {
   static const GEnumValue kValues[] = {
@@ -81,6 +82,9 @@ void SetProperty(GObject* object, guint number, const GValue* value, GParamSpec*
     case kHighs:
       denoise.settings.keeps_highs = g_value_get_boolean(value) != FALSE;
       break;
+    case kDetector:
+      denoise.settings.detector = g_value_get_enum(value);
+      break;
     case kModel:
       path = g_value_get_string(value);
       denoise.model_path = path != nullptr ? path : "";
@@ -106,6 +110,9 @@ void GetProperty(GObject* object, guint number, GValue* value, GParamSpec* prope
       break;
     case kHighs:
       g_value_set_boolean(value, denoise.settings.keeps_highs);
+      break;
+    case kDetector:
+      g_value_set_enum(value, denoise.settings.detector);
       break;
     case kModel:
       g_value_set_string(value, denoise.model_path.empty() ? nullptr : denoise.model_path.c_str());
@@ -142,9 +149,15 @@ void InstallProperties(GObjectClass* type) {
           "bands below, for a second run of the detector",
           defaults.keeps_highs, kFlags));
   g_object_class_install_property(
+      type, kDetector,
+      g_param_spec_enum(
+          "detector", "Detector",
+          "For recognition: energy, as in the front end, restarts part of the noise reduction where it "
+          "rejects a segment; learned does not",
+          vask::gst::DetectorType(), defaults.detector, kFlags));
+  g_object_class_install_property(
       type, kModel,
-      g_param_spec_string("model", "Model",
-                          "For listening: file of a model of the learned detector; none: the built-in one",
+      g_param_spec_string("model", "Model", "File of a model of the learned detector; none: the built-in one",
                           nullptr, kFlags));
 }
 

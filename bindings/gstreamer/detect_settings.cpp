@@ -136,15 +136,6 @@ void ReadProfile(const GstStructure* structure, epd_profile& profile) {
 
 // --- kinds of value
 
-GType DetectorType() {
-  static const GEnumValue kValues[] = {
-      {VASK_STREAM_ENERGY, "Energy and voicing against the noise that was learned", "energy"},
-      {VASK_STREAM_LEARNED, "A small recurrent net, at any level", "learned"},
-      {0, nullptr, nullptr}};
-  static const GType type = g_enum_register_static("VaskDetectDetector", kValues);
-  return type;
-}
-
 GType PresetType() {
   static const GEnumValue kValues[] = {{kPlain, "The front end's own values", "plain"},
                                        {kRobust, "For noisy rooms", "robust"},
@@ -160,6 +151,15 @@ void SetPreset(DetectSettings& settings, int32_t preset) {
 }
 
 }  // namespace
+
+GType DetectorType() {
+  static const GEnumValue kValues[] = {
+      {VASK_STREAM_ENERGY, "Energy and voicing against the noise that was learned", "energy"},
+      {VASK_STREAM_LEARNED, "A small recurrent net, at any level", "learned"},
+      {0, nullptr, nullptr}};
+  static const GType type = g_enum_register_static("VaskDetectDetector", kValues);
+  return type;
+}
 
 DetectSettings::DetectSettings() : setup(StreamSetup()) {}
 

@@ -10,6 +10,9 @@
 
 namespace vask::gst {
 
+// VASK_STREAM_ENERGY and _LEARNED, as an enumeration of properties.
+GType DetectorType();
+
 enum DetectPreset : int32_t { kPlain, kRobust };
 
 struct DetectSettings {

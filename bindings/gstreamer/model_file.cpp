@@ -34,7 +34,8 @@ bool ModelFile::Open(const std::string& path) {
   char* contents = nullptr;
   gsize size = 0;
   if (g_file_get_contents(path.c_str(), &contents, &size, nullptr)) {
-    model_.reset(vask_model_read(contents, static_cast<uint32_t>(std::min<gsize>(size, kMostBytes)), &reason));
+    model_.reset(
+        vask_model_read(contents, static_cast<uint32_t>(std::min<gsize>(size, kMostBytes)), &reason));
     g_free(contents);
   }
   if (model_ == nullptr) complaint_ = path + ": " + Said(reason) + "; training/make.sh makes models";

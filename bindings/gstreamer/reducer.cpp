@@ -30,7 +30,7 @@ int64_t MostHeldBack(Channel& channel, int32_t rate) {
 vask_stream_setup ReducerSettings::Setup(int32_t rate, const vask_model* model) const {
   StreamSetup setup;
   const bool listens = mode == kForListening;
-  setup.detector = listens ? VASK_STREAM_LEARNED : VASK_STREAM_ENERGY;
+  setup.detector = listens ? VASK_STREAM_LEARNED : detector;
   setup.options.mode = VASK_STREAM_CONTINUOUS;
   setup.options.audio = listens ? VASK_STREAM_LISTENING : VASK_STREAM_CLEAN;
   setup.model = model;

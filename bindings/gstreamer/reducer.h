@@ -19,8 +19,9 @@ enum ReducerMode : int32_t { kForListening, kForRecognition };
 
 struct ReducerSettings {
   int32_t mode = kForListening;
-  double limit = 18;  // dB
-  double mix = 1;     // share of the filtered sound
+  int32_t detector = VASK_STREAM_ENERGY;  // for recognition; listening needs the learned one
+  double limit = 18;                      // dB
+  double mix = 1;                         // share of the filtered sound
   bool keeps_highs = true;
 
   vask_stream_setup Setup(int32_t rate, const vask_model* model) const;

@@ -46,14 +46,14 @@ std::string DetectFor(const replay_case& c, const Fields& fields) {
 std::string DenoiseFor(const replay_case& c, const Fields& fields) {
   const vask_stream_setup& setup = c.setup;
   const bool listens = setup.options.audio == VASK_STREAM_LISTENING;
-  const int32_t detector = listens ? VASK_STREAM_LEARNED : VASK_STREAM_ENERGY;
-  if ((!listens && setup.options.audio != VASK_STREAM_CLEAN) || setup.detector != detector) return "";
+  if (!listens && setup.options.audio != VASK_STREAM_CLEAN) return "";
   if (RateOf(setup.input_rate) != RateOf(setup.audio_rate)) return "";
   const auto is_known = [](const auto& field) {
     return kNoProperties.contains(field.first) || field.first.starts_with("rules.");
   };
   if (!std::all_of(fields.begin(), fields.end(), is_known)) return "";
-  std::string element = listens ? "vaskdenoise keep-highs=false" : "vaskdenoise mode=recognition";
+  std::string element = listens ? "vaskdenoise keep-highs=false" : "vaskdenoise mode=recognition detector=";
+  if (!listens) element.append(setup.detector == VASK_STREAM_LEARNED ? "learned" : "energy");
   element.append(" limit=").append(std::to_string(-setup.listening_floor_db));
   return element.append(" mix=").append(std::to_string(setup.listening_mix));
 }
