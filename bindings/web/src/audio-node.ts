@@ -1,6 +1,6 @@
 // The page's side of the AudioWorklet.
 import {kProcessor, type FromProcessor, type ProcessorOptions, type ToProcessor} from './messages.js';
-import {rates, type Rate} from './options.js';
+import {checkContextRate} from './options.js';
 import type {Hearing, Measures, StreamEvent} from './stream.js';
 
 export type {ProcessorOptions} from './messages.js';
@@ -35,12 +35,7 @@ export class VaskNode {
     options: ProcessorOptions = {},
     worklet: string | URL = new URL('./worklet.js', import.meta.url)
   ): Promise<VaskNode> {
-    if (!rates.includes(context.sampleRate as Rate)) {
-      throw new RangeError(
-        `the AudioContext runs at ${context.sampleRate} Hz, not one of ${rates.join(', ')} Hz: ` +
-          'make it with new AudioContext({sampleRate: 48000})'
-      );
-    }
+    checkContextRate(context.sampleRate);
     await context.audioWorklet.addModule(worklet);
     const node = new AudioWorkletNode(context, kProcessor, {numberOfInputs: 1, processorOptions: options});
     const made = new VaskNode(node);

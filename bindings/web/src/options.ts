@@ -8,6 +8,15 @@ export const rates = [8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 480
 /** A rate in Hz: one of `rates`. */
 export type Rate = (typeof rates)[number];
 
+/** Throws RangeError if streams cannot have the rate of an AudioContext. */
+export function checkContextRate(rate: number): asserts rate is Rate {
+  if (rates.includes(rate as Rate)) return;
+  throw new RangeError(
+    `the AudioContext runs at ${rate} Hz, not one of ${rates.join(', ')} Hz: ` +
+      'make it with new AudioContext({sampleRate: 48000})'
+  );
+}
+
 /** Options of a stream, named as in vask/stream.h, which says more of each. What is left out has its default. */
 export interface StreamOptions {
   /** `learned` (default): a small net. `energy`: levels and voicing against the learned noise. */
@@ -59,7 +68,7 @@ export interface StreamOptions {
   maxTonePercent?: number;
   toneTonality?: number;
 
-  // And its profile: lengths in frames of 10 ms, other units as in vask/epd.h.
+  // And its profile: lengths in frames of 10 ms, other units as in vask/profile.h.
   hangoverFrames?: number;
   voicedCheckFrames?: number;
   longSpeechFrames?: number;

@@ -2,7 +2,7 @@
 // In mode `continuous` it gives the audio to its output, a little later; else the output is silent.
 import {loadAtOnce} from './embedded.js';
 import {kProcessor, type FromProcessor, type ProcessorOptions, type ToProcessor} from './messages.js';
-import {rates, type Rate} from './options.js';
+import {checkContextRate} from './options.js';
 import type {Stream, StreamEvent} from './stream.js';
 import type {Vask} from './vask.js';
 
@@ -53,14 +53,9 @@ class VaskProcessor extends AudioWorkletProcessor {
     this.#measureEvery = measureEvery * sampleRate;
     this.port.onmessage = ({data}: MessageEvent<ToProcessor>) => this.#attempt(() => this.#take(data));
     this.#attempt(() => {
-      if (!rates.includes(sampleRate as Rate)) {
-        throw new RangeError(
-          `the AudioContext runs at ${sampleRate} Hz, not one of ${rates.join(', ')} Hz: ` +
-            'make it with new AudioContext({sampleRate: 48000})'
-        );
-      }
+      const rate: number = sampleRate;
+      checkContextRate(rate);
       const vask = instanceFor(load);
-      const rate = sampleRate as Rate;
       this.#stream = vask.open({...stream, inputRate: rate, audioRate: rate});
       this.#post({type: 'ready', version: vask.version, simd: vask.simd});
     });
