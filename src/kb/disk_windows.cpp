@@ -10,6 +10,11 @@ namespace vask {
 // Links are for administrators there: one that is in the place is replaced.
 bool FollowLinks(std::span<char> /*path*/) { return true; }
 
+bool IsRegularFile(const char* path) {
+  const DWORD attributes = GetFileAttributesA(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 bool IsFolder(FILE* /*file*/) { return false; }
 
 bool TakeMode(const char* /*path*/, FILE* /*file*/) { return true; }
