@@ -7,49 +7,13 @@
 # come from this machine's own mirror. Only what is committed is tested.
 set -euo pipefail
 root_dir=$(cd "$(dirname "$0")/.." && pwd)
-suite=bookworm
-
-if [ "$(id -u)" -ne 0 ] || ! command -v debootstrap > /dev/null; then
-  echo "This must run as root and needs debootstrap." >&2
-  exit 2
-fi
-# The first mirror that this machine uses, in either format of its source lists.
-sources=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/*.sources /etc/apt/sources.list.d/*.list 2> /dev/null || true)
-mirror=$(awk '
-  $1 == "URIs:" && $2 ~ /\/debian\/?$/ { print $2; exit }
-  $1 == "deb" { for (i = 2; i <= NF; ++i) if ($i ~ /\/debian\/?$/) { print $i; exit } }' <<< "$sources")
-if [ -z "$mirror" ]; then
-  echo "This machine's source lists name no Debian mirror." >&2
-  exit 2
-fi
+# shellcheck source=scripts/clean-root.sh
+. "$root_dir/scripts/clean-root.sh"
+trap remove_clean_root EXIT
 
 target=${1:-$(mktemp -d)}
-if [ -d "$target/etc" ]; then
-  echo "$target is already in use." >&2
-  exit 2
-fi
-mounted=()
-cleanup() {
-  local place
-  for place in "${mounted[@]}"; do umount -l "$place" || true; done
-  if [ ${#mounted[@]} -eq 0 ] || ! grep -q " $target/" /proc/mounts; then rm -rf --one-file-system "$target"; fi
-}
-trap cleanup EXIT
-
 echo "== A clean Debian 12 in $target"
-mkdir -p "$target"
-debootstrap --variant=minbase --include=ca-certificates,git "$suite" "$target" "$mirror" > "$target.log" 2>&1 || {
-  tail -n 20 "$target.log"
-  exit 1
-}
-rm -f "$target.log"
-cp /etc/resolv.conf "$target/etc/resolv.conf" 2> /dev/null || true
-cp /etc/apt/apt.conf.d/*proxy* "$target/etc/apt/apt.conf.d/" 2> /dev/null || true
-# npm trusts the certificates that this machine trusts.
-cp /etc/ssl/certs/ca-certificates.crt "$target/etc/ssl/trusted.crt" 2> /dev/null || true
-for place in proc dev dev/pts dev/shm; do
-  if mount --bind "/$place" "$target/$place" 2> /dev/null; then mounted=("$target/$place" "${mounted[@]}"); fi
-done
+make_clean_root "$target" ca-certificates,git
 
 echo "== A fresh clone"
 git clone --quiet --no-local "$root_dir" "$target/root/libVask"
