@@ -64,10 +64,11 @@ if(VASK_BUILD_COMMAND)
       set_property(TARGET PkgConfig::opus PkgConfig::sndfile APPEND PROPERTY INTERFACE_LINK_LIBRARIES ssp)
       target_link_libraries(vask PRIVATE ntdll)
     endif()
-    set(report_template "${PROJECT_SOURCE_DIR}/tools/vask/jobs/report/template.html")
+    set(VASK_REPORT_PAGE "${PROJECT_SOURCE_DIR}/tools/vask/jobs/report/template.html"
+        CACHE FILEPATH "The page that vask report fills in, as viewer/build.mjs writes it")
     set_source_files_properties(
-      tools/vask/jobs/report/template.cpp PROPERTIES OBJECT_DEPENDS "${report_template}"
-                                                COMPILE_DEFINITIONS "VASK_REPORT_TEMPLATE=\"${report_template}\"")
+      tools/vask/jobs/report/template.cpp PROPERTIES OBJECT_DEPENDS "${VASK_REPORT_PAGE}"
+                                                COMPILE_DEFINITIONS "VASK_REPORT_TEMPLATE=\"${VASK_REPORT_PAGE}\"")
     set(selftest_digests "${PROJECT_SOURCE_DIR}/tools/vask/jobs/selftest/expected.txt")
     set(selftest_cases "${PROJECT_SOURCE_DIR}/tests/replay/replay.txt")
     set_source_files_properties(
