@@ -82,6 +82,12 @@ build libsoxr with_cmake -DBUILD_TESTS=OFF -DBUILD_EXAMPLES=OFF -DWITH_OPENMP=OF
 printf '%s\n' "prefix=$folder" Name:\ soxr Description:\ resampler Version:\ 0.1.3 "Libs: -L\${prefix}/lib -lsoxr" \
   "Cflags: -I\${prefix}/include" > "$folder/lib/pkgconfig/soxr.pc"
 
+# Debian has this one for Windows; alone there, the static library is the one that is found.
+cp /usr/$machine/lib/libz.a "$folder/lib"
+cp /usr/$machine/include/zlib.h /usr/$machine/include/zconf.h "$folder/include"
+printf '%s\n' "prefix=$folder" Name:\ zlib Description:\ compression Version:\ 1.2.13 "Libs: -L\${prefix}/lib -lz" \
+  "Cflags: -I\${prefix}/include" > "$folder/lib/pkgconfig/zlib.pc"
+
 # Headers alone, whose package files say where they are by their own place; beside those of this system they would be
 # found with all the others.
 mkdir -p "$folder/share/cmake"

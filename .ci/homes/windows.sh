@@ -40,11 +40,16 @@ quietly cmake --build --preset release --target vask vask_shared
 wine $build/vask-variables.exe || fail "the variables of the DLL are not those of the program"
 
 # The DLL exports what the other libraries do: the list, and what begins with vask_.
-x86_64-w64-mingw32-objdump -p $build/libVask.dll | sed -n 's/^\t\[ *[0-9]*\] \([^ ]*\)$/\1/p' | sort > $build/exported
+names() { x86_64-w64-mingw32-objdump -p "$1" | sed -n 's/^\t\[ *[0-9]*\] \([^ ]*\)$/\1/p' | sort; }
+names $build/libVask.dll > $build/exported
 nm -D --defined-only build/release/libVask.so | sed 's/.* //; s/@.*//' | grep -v '^\(Java_\|JNI_\|VASK_[0-9]\)' | sort > $build/wanted
 diff $build/wanted $build/exported || fail "the DLL does not export the same names"
 echo "exports: $(wc -l < $build/exported) names, those of the other libraries"
-needed=$(x86_64-w64-mingw32-objdump -p $build/libVask.dll $build/vask.exe | sed -n 's/.*DLL Name: //p' | sort -u)
+quietly cmake --preset windows -B $build-streams -DVASK_STREAMS_ONLY=ON
+quietly cmake --build $build-streams --target vask_shared
+names $build-streams/libVaskStreams.dll | diff <(grep -v '^#' cmake/exports_streams.txt | sort) - ||
+  fail "the DLL of streams alone does not export its list"
+needed=$(x86_64-w64-mingw32-objdump -p $build/libVask.dll $build-streams/libVaskStreams.dll $build/vask.exe | sed -n 's/.*DLL Name: //p' | sort -u)
 ! grep -viE '^(kernel32|msvcrt|advapi32|shell32|user32|ntdll|ole32|shlwapi)\.dll$' <<< "$needed" ||
   fail "DLLs are needed that Windows does not have"
 
