@@ -24,7 +24,8 @@ replay
 [ "${1:-}" != --replay ] || exit 0
 
 for kind in so a; do
-  flags=$([ $kind = so ] && echo -D)
+  flags=
+  [ $kind = a ] || flags=-D
   names=$(nm $flags -g --defined-only $library.$kind | awk 'NF == 3 { sub(/@.*/, "", $3); print $3 }' | grep -v '^VASK_0$' | sort)
   [ "$names" = "$(grep -v '^#' cmake/exports_streams.txt | sort)" ] || fail "$library.$kind exports other names than the list"
   needs=$(nm $flags -u $library.$kind | awk 'NF == 2 { sub(/@.*/, "", $2); print $2 }' | sort | xargs)
@@ -37,10 +38,11 @@ size=$(stat -Lc %s $library.so)
 [ "$size" -le $((most_kb * 1000)) ] || fail "$library.so has $size bytes, over $most_kb KB"
 [ "$(ls $build/installed/include/vask | xargs)" = "export.h model.h profile.h stream.h stream.hpp" ] || fail "other headers are installed"
 
-PKG_CONFIG_PATH=$build/installed/lib/pkgconfig
-export PKG_CONFIG_PATH
-sed -n '/^```cpp/,/^```/{/^```/!p;}' docs/streams.md > $build/example.cpp
-# shellcheck disable=SC2046
-g++ -std=c++20 $build/example.cpp $(pkg-config --cflags --libs vask-streams) -Wl,-rpath,"$PWD/$build/installed/lib" -o $build/example
-(cd $build && tail -c +45 ../../samples/room.wav | ./example) | tail -n 1 | grep -q '^5: ' || fail "the example does not find the five utterances"
-echo "streams: $size bytes, needs $newest; the example of docs/streams.md runs against the installed library"
+# The five lines of the page, with its program.
+sed -n '/^```cpp/,/^```/{/^```/!p;}' docs/streams.md > $build/program.cpp
+sed -n '/^```sh/,/^```/{/^```/!p;}; /^```$/q' docs/streams.md | sed "s#program#$build/program#g" > $build/lines
+[ "$(wc -l < $build/lines)" -eq 5 ] || fail "docs/streams.md does not start with five lines"
+(bash -e $build/lines) > $build/printed || fail "the lines of docs/streams.md fail"
+rm -f ./[1-5].raw
+tail -n 1 $build/printed | grep -q '^5: ' || fail "the program of docs/streams.md does not find the five sentences"
+echo "streams: $size bytes, needs $newest; the lines of docs/streams.md run"
