@@ -44,6 +44,7 @@ run 0 denoise room.wav -o clean.wav
 run 0 denoise room.wav -o clean.wav  # in place of the first one
 run 0 denoise room.wav -o clean.flac
 run 0 detect clean.flac
+run 0 selftest
 run 0 packets room.wav -o room.packets
 run 0 unpack room.packets -o unpacked.wav
 run 2 detect

@@ -129,6 +129,7 @@ int Run(int argc, char** argv) {
   app.set_version_flag("--version", Version, "Print the version and the features, then exit");
   app.set_help_flag("-h,--help", "Print this help, then exit");
   app.footer(kFooter);
+  app.allow_windows_style_options(false);  // a name may begin with a slash
   app.require_subcommand(1);
   app.fallthrough();  // general options may follow the subcommand too
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
