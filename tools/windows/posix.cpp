@@ -30,7 +30,8 @@ constexpr Meaning kMeanings[] = {{ERROR_FILE_NOT_FOUND, ENOENT},    {ERROR_PATH_
                                  {ERROR_INVALID_HANDLE, EBADF},     {ERROR_DISK_FULL, ENOSPC},
                                  {ERROR_HANDLE_DISK_FULL, ENOSPC},  {ERROR_TOO_MANY_OPEN_FILES, EMFILE},
                                  {ERROR_BROKEN_PIPE, EPIPE},        {ERROR_NO_DATA, EPIPE},
-                                 {ERROR_NOT_SUPPORTED, ENOSYS},     {ERROR_INVALID_FUNCTION, ENOSYS}};
+                                 {ERROR_PIPE_NOT_CONNECTED, EPIPE}, {ERROR_NOT_SUPPORTED, ENOSYS},
+                                 {ERROR_INVALID_FUNCTION, ENOSYS}};
 
 int Fail() {
   const DWORD fault = GetLastError();
@@ -150,6 +151,12 @@ int ioctl(int fd, int /*request*/, struct winsize* size) {
   size->ws_col = static_cast<unsigned short>(screen.srWindow.Right - screen.srWindow.Left + 1);
   size->ws_row = static_cast<unsigned short>(screen.srWindow.Bottom - screen.srWindow.Top + 1);
   return 0;
+}
+
+ssize_t write(int fd, const void* from, size_t bytes) {
+  DWORD n = 0;
+  const bool good = WriteFile(HandleOf(fd), from, static_cast<DWORD>(bytes), &n, nullptr) != 0;
+  return good ? static_cast<ssize_t>(n) : Fail();
 }
 
 ssize_t pread(int fd, void* to, size_t bytes, int64_t place) {

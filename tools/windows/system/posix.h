@@ -64,6 +64,7 @@ int fcntl(int fd, int request,
 int isatty(int fd);        // not the null device, which is one to the system
 int ioctl(int fd, int request, struct winsize* size);
 
+ssize_t write(int fd, const void* from, size_t bytes);  // EPIPE once nobody reads
 ssize_t pread(int fd, void* to, size_t bytes, int64_t at);
 ssize_t pwrite(int fd, const void* from, size_t bytes, int64_t at);
 int fsync(int fd);
