@@ -10,13 +10,15 @@ if(DEFINED BUILD_SHARED_LIBS AND BUILD_SHARED_LIBS)
 elseif(DEFINED BUILD_SHARED_LIBS)
   set(libraries vask_static)
 endif()
-set(names_of_own "")
+# Vask::Own is the archive of own names; of streams alone it is the only static library, and Vask::Static.
 if(VASK_HAVE_OWN_NAMES AND vask_static IN_LIST libraries)
-  set(names_of_own "$<TARGET_PROPERTY:vask_own_names,ARCHIVE>")
-endif()
-if(VASK_STREAMS_ONLY)
-  # Its static library is the one with its own names alone.
-  list(REMOVE_ITEM libraries vask_static)
+  install(FILES "$<TARGET_PROPERTY:vask_own_names,ARCHIVE>" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  list(APPEND libraries vask_own_names_installed)
+  set_target_properties(vask_own_names_installed PROPERTIES EXPORT_NAME Own)
+  if(VASK_STREAMS_ONLY)
+    list(REMOVE_ITEM libraries vask_static)
+    set_target_properties(vask_own_names_installed PROPERTIES EXPORT_NAME Static)
+  endif()
 endif()
 install(
   TARGETS ${libraries}
@@ -24,9 +26,6 @@ install(
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-if(names_of_own)
-  install(FILES "${names_of_own}" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-endif()
 if(VASK_STREAMS_ONLY)
   list(TRANSFORM VASK_STREAM_HEADERS PREPEND "${PROJECT_SOURCE_DIR}/include/vask/" OUTPUT_VARIABLE headers)
   install(FILES ${headers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vask")

@@ -2,7 +2,8 @@
 # its own Exp or filter beside it. Where object files are not ELF there is none, nor for Android, whose linker does not
 # join objects and leave some of them out at once.
 #
-#   vask_add_own_names(target library core)   libLIBRARY.a from the objects of `core`, as the imported-like `target`
+#   vask_add_own_names(target library core)   libLIBRARY.a from the objects of `core`: the property ARCHIVE of `target`, and
+#                                             for those who find it installed the library TARGET_installed
 
 set(VASK_HAVE_OWN_NAMES OFF)
 if(CMAKE_OBJCOPY AND CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF" AND NOT VASK_SANITIZE AND NOT ANDROID)
@@ -29,4 +30,8 @@ function(vask_add_own_names target library core)
     COMMAND_EXPAND_LISTS VERBATIM)
   add_custom_target(${target} ALL DEPENDS "${archive}")
   set_property(TARGET ${target} PROPERTY ARCHIVE "${archive}")
+  add_library(${target}_installed INTERFACE)
+  target_include_directories(${target}_installed INTERFACE "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+  target_link_libraries(${target}_installed
+                        INTERFACE "$<INSTALL_INTERFACE:$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/lib${library}.a>" m)
 endfunction()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The library of streams alone: what it exports and needs, its size, and a program built against it where it is installed
-# into an empty folder; then the replay, in C, against its archive.
+# into an empty folder; and before all that the replay, in C, against its archive.
 #
 #   .ci/homes/streams.sh [--replay]     with --replay nothing but that
 set -euo pipefail
@@ -15,12 +15,8 @@ rm -rf $build/installed
 cmake --install $build --prefix "$PWD/$build/installed" --strip > /dev/null
 library=$build/installed/lib/libVaskStreams
 
-replay() {
-  gcc -std=c11 -O2 -Iinclude -Itools $REPLAY_SOURCES $library.a -lm -o $build/replay
-  $build/replay tests/replay/replay.txt samples/room.wav
-}
-REPLAY_SOURCES="tests/replay/replay.c $(ls tools/replay/*.c | xargs)"
-replay
+gcc -std=c11 -O2 -Iinclude -Itools tests/replay/replay.c tools/replay/*.c $library.a -lm -o $build/replay
+$build/replay tests/replay/replay.txt samples/room.wav
 [ "${1:-}" != --replay ] || exit 0
 
 for kind in so a; do

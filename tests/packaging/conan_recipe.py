@@ -65,7 +65,8 @@ conanfile = importlib.util.module_from_spec(spec)
 spec.loader.exec_module(conanfile)
 
 shutil.rmtree(work, ignore_errors=True)
-for shared, streams_only, library in ((False, False, "libVask.a"), (True, True, "libVaskStreams.so")):
+for shared, streams_only, library in ((False, False, "libVask.a"), (True, True, "libVaskStreams.so"),
+                                      (False, True, "libVaskStreams.a")):
     shutil.rmtree(work / "build", ignore_errors=True)
     shutil.rmtree(work / "source", ignore_errors=True)
     recipe = conanfile.VaskRecipe()
