@@ -1,5 +1,7 @@
 #include "files/json_text.h"
 
+#include "terminal/printable.h"
+
 namespace vask::command {
 namespace {
 
@@ -22,6 +24,14 @@ Json ParseJson(const std::string& text) {
   } catch (const TooDeep&) {
     return Json(Json::value_t::discarded);
   }
+}
+
+std::string Utf8(const std::string& bytes) {
+  return Json::parse(Json(bytes).dump(-1, ' ', false, Json::error_handler_t::replace)).get<std::string>();
+}
+
+std::string LineOf(const Json& value) {
+  return PrintableJson(value.dump(-1, ' ', false, Json::error_handler_t::replace)) + "\n";
 }
 
 }  // namespace vask::command

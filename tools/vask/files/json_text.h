@@ -12,4 +12,10 @@ using Json = nlohmann::ordered_json;
 // functions that write a value are recursive.
 Json ParseJson(const std::string& text);
 
+// With U+FFFD for what is not UTF-8.
+std::string Utf8(const std::string& bytes);
+
+// A value on one line, for a terminal too.
+std::string LineOf(const Json& value);
+
 }  // namespace vask::command

@@ -63,7 +63,9 @@ class Spans : public SegmentSink {
   void Arrived(std::span<int16_t> samples) override { gain_.Apply(samples); }
   void Started(const vask_stream_event&) override {}
   void Audio(std::span<const int16_t>) override {}
-  void Ended(const vask_stream_event& event) override { Keep(joiner_.Take(SegmentOf(event, reader_))); }
+  void Ended(const vask_stream_event& event) override {
+    Keep(joiner_.Take(SegmentOf(event, ClockOf(reader_))));
+  }
   void Rejected(const vask_stream_event&) override {}
   void Heard(int64_t samples) override { progress_.Update(samples); }
 

@@ -12,76 +12,75 @@ namespace {
 
 constexpr size_t kBlock = 4096;  // samples
 
-// Passes what the stream has delivered to the sink.
-class Outlet {
- public:
-  Outlet(Stream& stream, SegmentSink& sink) : stream_(stream), sink_(sink) {}
-
-  void Empty() {
-    while (const auto event = stream_.Next()) {
-      if (event->kind == VASK_STREAM_STARTED) {
-        open_ = true;
-        sink_.Started(*event);
-        continue;
-      }
-      open_ = false;
-      if (event->kind == VASK_STREAM_REJECTED) {
-        sink_.Rejected(*event);
-      } else {
-        PassAudio();
-        sink_.Ended(*event);
-      }
-    }
-    if (open_) PassAudio();
-  }
-
- private:
-  void PassAudio() {
-    std::array<int16_t, kBlock> room;
-    for (;;) {
-      const std::span<int16_t> samples = stream_.Read(room);
-      if (samples.empty()) return;
-      sink_.Audio(samples);
-    }
-  }
-
-  Stream& stream_;
-  SegmentSink& sink_;
-  bool open_ = false;
-};
-
 }  // namespace
 
-void FindSegments(AudioReader& reader, Stream& stream, SegmentSink& sink) {
-  std::array<int16_t, kBlock> block;
-  Outlet outlet(stream, sink);
-  stream.Reset();
-  int64_t heard = 0;
-  for (size_t n = 0; (n = reader.ReadSome(block)) > 0;) {
-    sink.Arrived(std::span(block).first(n));
-    for (std::span<const int16_t> rest = std::span(block).first(n); !rest.empty();) {
-      const int32_t taken = stream.Write(rest);
-      if (taken == VASK_STREAM_NO_MEMORY) throw std::bad_alloc();
-      rest = rest.subspan(static_cast<size_t>(std::max(taken, int32_t{0})));
-      outlet.Empty();
-    }
-    heard += static_cast<int64_t>(n);
-    sink.Heard(heard);
+SegmentFinder::SegmentFinder(Stream& stream, SegmentSink& sink) : stream_(stream), sink_(sink) {
+  stream_.Reset();
+}
+
+void SegmentFinder::Hear(std::span<int16_t> samples) {
+  sink_.Arrived(samples);
+  for (std::span<const int16_t> rest = samples; !rest.empty();) {
+    const int32_t taken = stream_.Write(rest);
+    if (taken == VASK_STREAM_NO_MEMORY) throw std::bad_alloc();
+    rest = rest.subspan(static_cast<size_t>(std::max(taken, int32_t{0})));
+    Empty();
   }
+  heard_ += static_cast<int64_t>(samples.size());
+  sink_.Heard(heard_);
+}
+
+void SegmentFinder::End() {
   for (int32_t result = VASK_STREAM_FULL; result == VASK_STREAM_FULL;) {
-    result = stream.Flush();
+    result = stream_.Flush();
     if (result == VASK_STREAM_NO_MEMORY) throw std::bad_alloc();
-    outlet.Empty();
+    Empty();
   }
 }
 
-Segment SegmentOf(const vask_stream_event& event, const AudioReader& reader) {
-  const double rate = reader.rate();
+void SegmentFinder::Empty() {
+  while (const auto event = stream_.Next()) {
+    if (event->kind == VASK_STREAM_STARTED) {
+      is_open_ = true;
+      sink_.Started(*event);
+      continue;
+    }
+    is_open_ = false;
+    if (event->kind == VASK_STREAM_REJECTED) {
+      sink_.Rejected(*event);
+    } else {
+      PassAudio();
+      sink_.Ended(*event);
+    }
+  }
+  if (is_open_) PassAudio();
+}
+
+void SegmentFinder::PassAudio() {
+  std::array<int16_t, kBlock> room;
+  for (;;) {
+    const std::span<int16_t> samples = stream_.Read(room);
+    if (samples.empty()) return;
+    sink_.Audio(samples);
+  }
+}
+
+void FindSegments(AudioReader& reader, Stream& stream, SegmentSink& sink) {
+  std::array<int16_t, kBlock> block;
+  SegmentFinder finder(stream, sink);
+  for (size_t n = 0; (n = reader.ReadSome(block)) > 0;) finder.Hear(std::span(block).first(n));
+  finder.End();
+}
+
+Clock ClockOf(const AudioReader& reader) {
+  return {reader.rate(), 0, static_cast<double>(reader.frames_read()) / reader.rate()};
+}
+
+Segment SegmentOf(const vask_stream_event& event, const Clock& clock) {
   const auto seconds = [&](int64_t position) {
-    const double end = static_cast<double>(reader.frames_read()) / rate;
-    return std::clamp(static_cast<double>(position) / kRateHz, 0.0, end);
+    return std::clamp(clock.start + static_cast<double>(position) / kRateHz, clock.start, clock.end);
   };
-  const auto frames = [&](int64_t position) { return std::llround(seconds(position) * rate); };
+  const auto frames = [&](int64_t position) { return std::llround(seconds(position) * clock.rate); };
   Segment segment;
   segment.rejected = event.kind == VASK_STREAM_REJECTED;
   segment.start = seconds(event.start);

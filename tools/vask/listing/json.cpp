@@ -1,21 +1,15 @@
 // -f jsonl: one object per line: each segment, and then the recording that they are of.
 #include <cmath>
-#include <nlohmann/json.hpp>
 
+#include "files/json_text.h"
 #include "listing/listing.h"
-#include "terminal/printable.h"
 
 namespace vask::command {
 namespace {
 
-using Object = nlohmann::ordered_json;
+using Object = Json;
 
 double Rounded(double value) { return std::round(value * 1e6) / 1e6; }  // a sample lasts 5 us or more
-
-// A file name need not be UTF-8.
-std::string Line(const Object& object) {
-  return PrintableJson(object.dump(-1, ' ', false, Object::error_handler_t::replace)) + "\n";
-}
 
 Object Channel(const Recording& recording) {
   return recording.channel > 0 ? Object(recording.channel) : Object(nullptr);
@@ -26,36 +20,36 @@ Object TextOrNull(const std::string& text) { return text.empty() ? Object(nullpt
 class JsonListing : public Listing {
  public:
   std::string Add(const Recording& recording, const Segment& segment) override {
-    return Line({{"file", recording.file},
-                 {"number", segment.rejected ? Object(nullptr) : Object(segment.number)},
-                 {"start", Rounded(segment.start)},
-                 {"end", Rounded(segment.end)},
-                 {"span_start", Rounded(segment.span_start)},
-                 {"span_end", Rounded(segment.span_end)},
-                 {"samples", {segment.first, segment.last}},
-                 {"voiced", Rounded(segment.voiced)},
-                 {"ended", TextOrNull(segment.ended)},
-                 {"rejected", TextOrNull(segment.reason)},
-                 {"channel", Channel(recording)},
-                 {"level_db", segment.level_db},
-                 {"snr_db", segment.snr_db},
-                 {"clipped", Rounded(segment.clipped)}});
+    return LineOf({{"file", recording.file},
+                   {"number", segment.rejected ? Object(nullptr) : Object(segment.number)},
+                   {"start", Rounded(segment.start)},
+                   {"end", Rounded(segment.end)},
+                   {"span_start", Rounded(segment.span_start)},
+                   {"span_end", Rounded(segment.span_end)},
+                   {"samples", {segment.first, segment.last}},
+                   {"voiced", Rounded(segment.voiced)},
+                   {"ended", TextOrNull(segment.ended)},
+                   {"rejected", TextOrNull(segment.reason)},
+                   {"channel", Channel(recording)},
+                   {"level_db", segment.level_db},
+                   {"snr_db", segment.snr_db},
+                   {"clipped", Rounded(segment.clipped)}});
   }
 
   std::string Close(const Recording& recording) override {
-    return Line({{"file", recording.file},
-                 {"duration", Rounded(recording.seconds)},
-                 {"rate", recording.rate},
-                 {"channels", recording.channels},
-                 {"channel", Channel(recording)},
-                 {"utterances", recording.utterances},
-                 {"speech", Rounded(recording.speech)},
-                 {"version", VASK_VERSION},
-                 {"settings", recording.settings}});
+    return LineOf({{"file", recording.file},
+                   {"duration", Rounded(recording.seconds)},
+                   {"rate", recording.rate},
+                   {"channels", recording.channels},
+                   {"channel", Channel(recording)},
+                   {"utterances", recording.utterances},
+                   {"speech", Rounded(recording.speech)},
+                   {"version", VASK_VERSION},
+                   {"settings", recording.settings}});
   }
 
   std::string Error(const std::string& file, const std::string& message) override {
-    return Line({{"file", file}, {"error", message}});
+    return LineOf({{"file", file}, {"error", message}});
   }
 };
 

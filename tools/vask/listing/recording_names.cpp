@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "files/json_text.h"
 #include "terminal/printable.h"
 
 namespace vask::command {
@@ -25,13 +25,17 @@ size_t SpaceLength(std::string_view text) {
   return ControlLength(text);
 }
 
-// With U+FFFD for what is not UTF-8, as in jsonl.
-std::string Utf8(const std::string& bytes) {
-  using nlohmann::json;
-  return json::parse(json(bytes).dump(-1, ' ', false, json::error_handler_t::replace)).get<std::string>();
-}
-
 }  // namespace
+
+std::string OneWord(const std::string& text) {
+  std::string word;
+  for (std::string_view rest = text; !rest.empty();) {
+    const size_t space = SpaceLength(rest);
+    word += space > 0 ? '_' : rest.front();
+    rest.remove_prefix(std::max<size_t>(space, 1));
+  }
+  return word;
+}
 
 std::string RecordingNames::Of(const Recording& recording) {
   const bool same = recording.channel > last_.channel && last_.channel > 0 && recording.file == last_.file;
@@ -42,12 +46,7 @@ std::string RecordingNames::Of(const Recording& recording) {
 
 std::string RecordingNames::Next(const std::string& file) {
   const std::string stem = file == "-" ? "stdin" : Utf8(std::filesystem::path(file).stem().string());
-  std::string name;
-  for (std::string_view rest = stem; !rest.empty();) {
-    const size_t space = SpaceLength(rest);
-    name += space > 0 ? '_' : rest.front();
-    rest.remove_prefix(std::max<size_t>(space, 1));
-  }
+  const std::string name = OneWord(stem);
   const auto [found, is_free] = taken_.try_emplace(name, 2);
   if (is_free) return name;
   for (int& number = found->second;;) {

@@ -8,6 +8,9 @@
 
 namespace vask::command {
 
+// A text with _ for white space and control characters.
+std::string OneWord(const std::string& text);
+
 class RecordingNames {
  public:
   // The file's name without its folder and extension, as UTF-8, with _ for white space and control

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <filesystem>
 #include <optional>
 #include <string_view>
@@ -11,6 +9,7 @@
 
 #include "files/input_file.h"
 #include "files/json_text.h"
+#include "files/words.h"
 #include "terminal/arguments.h"
 #include "terminal/errors.h"
 
@@ -19,8 +18,6 @@ namespace vask::command {
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::string_view kBlanks = " \t\r";
 
 std::vector<std::string_view> Lines(std::string_view text) {
   std::vector<std::string_view> lines;
@@ -31,23 +28,6 @@ std::vector<std::string_view> Lines(std::string_view text) {
     text.remove_prefix(std::min(end + 1, text.size()));
   }
   return lines;
-}
-
-std::vector<std::string_view> Words(std::string_view line) {
-  std::vector<std::string_view> words;
-  for (size_t at = 0; (at = line.find_first_not_of(kBlanks, at)) < line.size();) {
-    const size_t end = std::min(line.find_first_of(kBlanks, at), line.size());
-    words.push_back(line.substr(at, end - at));
-    at = end;
-  }
-  return words;
-}
-
-std::optional<double> Number(std::string_view word) {
-  double value = 0;
-  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-  if (error != std::errc() || end != word.data() + word.size() || !std::isfinite(value)) return std::nullopt;
-  return value;
 }
 
 // The name of a recording from that of its file or list.
@@ -152,10 +132,12 @@ class ListReader {
       const Json name = record.value(is_batch ? "id" : "file", Json());
       if (!name.is_string()) Refuse(number, "names neither a file nor an id");
       const Json channel = record.value("channel", Json());
-      const RecordingKey key = {is_batch ? name.get<std::string>() : StemOf(name.get<std::string>()),
+      const bool is_id = is_batch && name != record.value("path", Json());
+      const RecordingKey key = {is_id ? name.get<std::string>() : StemOf(name.get<std::string>()),
                                 channel.is_number_integer() ? channel.get<int>() : 1};
       RecordingSpeech& recording = lists_[key];
-      recording.seconds = std::max(recording.seconds, NumberIn(record, "duration").value_or(0));
+      recording.seconds = std::max(recording.seconds, NumberIn(record, "offset").value_or(0) +
+                                                          NumberIn(record, "duration").value_or(0));
       if (is_batch) {
         for (const Json& segment : record.value("segments", Json::array())) AddSegment(key, segment, number);
       } else if (record.contains("start")) {

@@ -1,11 +1,11 @@
 #include "jobs/detect/clip_names.h"
 
-#include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <set>
 #include <string_view>
 #include <system_error>
+
+#include "files/hash.h"
 
 namespace vask::command {
 
@@ -35,15 +35,6 @@ std::string WithFolder(const std::string& path) {
 std::string WithFigures(const std::string& path) { return Stem(path) + "_" + HashText(path); }
 
 }  // namespace
-
-// 64-bit FNV-1a.
-std::string HashText(std::string_view text) {
-  uint64_t hash = 0xCBF29CE484222325;
-  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-  char figures[24];
-  std::snprintf(figures, sizeof figures, "%012llx", static_cast<unsigned long long>(hash >> 16));
-  return figures;
-}
 
 std::string PathOf(const SoundInput& input) {
   std::error_code error;

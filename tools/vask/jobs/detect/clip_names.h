@@ -3,15 +3,11 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "sound/sound_input.h"
 
 namespace vask::command {
-
-// A hash, in 12 hexadecimal digits.
-std::string HashText(std::string_view text);
 
 // The absolute path of an input, "-" for standard input, with the channel if one is chosen: two inputs with
 // the same path are one recording.

@@ -1,9 +1,7 @@
 #include "jobs/detect/detect.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -15,6 +13,7 @@
 #include <utility>
 #include <vask/stream.hpp>
 
+#include "files/hash.h"
 #include "files/output_file.h"
 #include "jobs/detect/clip_names.h"
 #include "jobs/detect/meter.h"
@@ -24,6 +23,7 @@
 #include "listen/input_gain.h"
 #include "listen/levels.h"
 #include "listen/segments.h"
+#include "listen/settings_text.h"
 #include "listen/span_copy.h"
 #include "listing/forms.h"
 #include "terminal/errors.h"
@@ -177,7 +177,7 @@ class Detection : public SegmentSink {
   void Keep(const vask_stream_event& event) {
     writer_.reset();
     is_open_ = false;
-    Segment segment = SegmentOf(event, reader_);
+    Segment segment = SegmentOf(event, ClockOf(reader_));
     const SegmentLevels levels = levels_.End(event.end, event.heard);
     segment.level_db = levels.level_db;
     segment.snr_db = levels.snr_db;
@@ -347,38 +347,11 @@ std::vector<SoundInput> InputsOf(const DetectArguments& arguments) {
   return inputs;
 }
 
-// A number as text of its bits.
-std::string Text(int32_t value) { return ' ' + std::to_string(value); }
-std::string Text(float value) { return Text(std::bit_cast<int32_t>(value)); }
-
-template <typename Record, typename Value>
-std::string TextOf(const Record& record) {
-  static_assert(sizeof(Record) % sizeof(Value) == 0);
-  std::string text;
-  for (const Value value : std::bit_cast<std::array<Value, sizeof(Record) / sizeof(Value)>>(record))
-    text += Text(value);
-  return text;
-}
-
-// Everything that changes what is found, as text.
-std::string Fingerprint(const DetectArguments& arguments, const ListenSetup& listen) {
-  const vask_stream_setup& setup = listen.setup;
-  static_assert(std::has_unique_object_representations_v<vask_stream_options>);
-  vask_stream_options options = setup.options;
-  options.audio = VASK_STREAM_NO_AUDIO;
-  std::string text = VASK_VERSION + TextOf<vask_stream_options, int32_t>(options) + arguments.reading.Text();
-  if (listen.joining.join > 0) text += " join " + Decimal(listen.joining.join, 6);
-  if (!arguments.options.gain.empty()) text += " gain " + arguments.options.gain;
-  if (!listen.is_learned()) return text;
-  return text + " learned " + std::to_string(vask_model_digest(setup.model)) +
-         TextOf<vask_stream_rules, float>(setup.rules);
-}
-
 }  // namespace
 
 int DetectAll(const DetectArguments& arguments, const ListenSetup& listen) {
   const std::vector<SoundInput> sounds = InputsOf(arguments);
-  const std::string settings = Fingerprint(arguments, listen);
+  const std::string settings = SettingsText(arguments.options, arguments.reading, listen);
   std::optional<UtteranceFiles> files;
   if (!arguments.output.empty()) {
     Inputs inputs(arguments.inputs);

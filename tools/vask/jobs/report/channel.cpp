@@ -60,7 +60,7 @@ void Heard::WriteTo(Page& page, const std::string& suffix) const {
 void Heard::TakeEvents() {
   while (const auto event = stream_.Next()) {
     if (event->kind == VASK_STREAM_STARTED) continue;
-    const Segment segment = SegmentOf(*event, reader_);
+    const Segment segment = SegmentOf(*event, ClockOf(reader_));
     segments_.push_back({{"number", segment.rejected ? json() : json(++utterances_)},
                          {"start", segment.start},
                          {"end", segment.end},

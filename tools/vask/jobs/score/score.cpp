@@ -2,11 +2,11 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "files/json_text.h"
 #include "jobs/jobs.h"
 #include "listing/listing.h"
 #include "scoring/score.h"
@@ -71,7 +71,7 @@ std::string Row(const std::string& name, const std::string& channel, const Score
   return row + "\n";
 }
 
-using Object = nlohmann::ordered_json;
+using Object = Json;
 
 double Rounded(double seconds) { return std::round(seconds * 1e6) / 1e6; }
 
@@ -100,7 +100,7 @@ std::string JsonRow(const Object& name, const Object& channel, const Score& scor
                          {"wrong", score.wrong},
                          {"start_error", ErrorsObject(score.start_errors)},
                          {"end_error", ErrorsObject(score.end_errors)}};
-  return PrintableJson(object.dump(-1, ' ', false, Object::error_handler_t::replace)) + "\n";
+  return LineOf(object);
 }
 
 void ScoreLists(const ScoreArguments& arguments) {
