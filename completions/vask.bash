@@ -17,6 +17,7 @@ declare -gA _vask_options=(
   [mfcc]="--output --deltas --log-energies --csv --kb $_vask_reading"
   [score]="--uem --collar --delivered --json"
   [tune]="--output --detector --jobs"
+  [batch]="--manifest --recordings --root --allow-commands --shard --records --output --resume --format --delivered --unordered --time --max-failures --clips --shard-size --join --jobs --audio $_vask_reading $_vask_listening"
   [tables]=""
   [selftest]="--quiet --list"
 )
@@ -35,7 +36,7 @@ _vask() {
 
   local words="" kind=""
   case $before in
-    --format | -f) words=$("${COMP_WORDS[0]}" detect --help 2> /dev/null | sed -n '/--format/s/.*{\(.*\)}.*/\1/p' | tr , ' ') ;;
+    --format | -f) words=$("${COMP_WORDS[0]}" "${subcommand:-detect}" --help 2> /dev/null | sed -n '/--format/s/.*{\(.*\)}.*/\1/p' | tr , ' ') ;;
     --audio) words="clean listening raw original" ;;
     --channels) words="mix each" ;;
     --encoding) words="s16 s24 f32 mulaw alaw" ;;
@@ -48,8 +49,10 @@ _vask() {
     --profile) words="general" kind=file ;;
     --output | -o) [[ $subcommand == detect ]] && kind=directory || kind=file ;;
     --config | --kb) kind=directory ;;
-    --files-from | --model | --uem) kind=file ;;
-    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --pause | --join | --keep | --threshold | --probability | --limit | --collar | --mix | --rate | --raw-channels) return ;;
+    --files-from | --model | --uem | --recordings | --records) kind=file ;;
+    --root | --clips) kind=directory ;;
+    --manifest) words="auto jsonl csv scp segments paths" ;;
+    --device | --os | --size | --title | --jobs | -j | --pad-* | --min-* | --max-* | --pause | --join | --keep | --threshold | --probability | --limit | --collar | --mix | --rate | --raw-channels | --shard | --shard-size | --max-failures) return ;;
     *)
       if [[ $word == -* ]]; then
         words="--help --device --os --config --cpu ${_vask_options[${subcommand:-tables}]}"

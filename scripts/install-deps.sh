@@ -20,6 +20,7 @@ if [ "$extent" != --command ]; then
 fi
 if [ "$extent" != --command ] && [ "$extent" != --build ]; then
   runs_tests=1
+  packages+=(python3-jsonschema) # the records of vask batch
   packages+=(praat sctk sox locales python3-srt # readers for the formats of vask detect
     flac vorbis-tools opus-tools mpg123 ffmpeg # those of the sound that it writes, and sound of every kind
     mandoc man-db groff-base zsh jq # the manual, what it shows, and the completions

@@ -48,11 +48,13 @@ constexpr const char* kFooter =
   vask mfcc call.wav -o call.npy               compute its cepstra
   vask packets call.wav -o call.packets        pack its utterances as ADPCM
   vask report call.wav -o call.html            show the results as a page
+  vask batch corpus.jsonl -o records.jsonl       listen to a corpus, a record for each line
   vask score truth.rttm found.rttm             tell how good a list is
   vask tune calls -o calls.profile             fit the options to labelled recordings
   vask selftest                                check that this machine computes the same as others
   vask detect --detector energy meeting.wav    with the front end's own detector
-Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error, 130 ended by Ctrl-C.)";
+Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error, 3 some inputs of vask
+batch failed, 130 ended by Ctrl-C.)";
 
 // Freeing a JSON value allocates memory, in a destructor, which must not throw.
 [[noreturn]] void EndWhereNothingCatches() {
@@ -90,6 +92,7 @@ constexpr std::pair<std::string_view, AddJob> kJobs[] = {
     {"env", EnvJob},
     {"mfcc", [](CLI::App& app, const EngineOptions&) { return MfccJob(app); }},
     {"report", ReportJob},
+    {"batch", BatchJob},
     {"score", [](CLI::App& app, const EngineOptions&) { return ScoreJob(app); }},
     {"tune", [](CLI::App& app, const EngineOptions&) { return TuneJob(app); }},
     {"tables", [](CLI::App& app, const EngineOptions&) { return TablesJob(app); }},

@@ -20,6 +20,7 @@ struct Job {
 
 // Each adds its subcommand to `app`. `engine` holds the general options once they are parsed.
 Job DetectJob(CLI::App& app, const EngineOptions& engine);
+Job BatchJob(CLI::App& app, const EngineOptions& engine);
 Job TrimJob(CLI::App& app, const EngineOptions& engine);
 Job DenoiseJob(CLI::App& app, const EngineOptions& engine);
 Job PacketsJob(CLI::App& app, const EngineOptions& engine);

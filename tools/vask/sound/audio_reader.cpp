@@ -24,10 +24,14 @@ bool ConvertExactly(std::span<const double> values, std::span<int16_t> out) {
   return difference == 0;
 }
 
+SoundInput Mono(SoundInput input) {
+  input.channel = std::max(input.channel, kMixed);
+  return input;
+}
+
 }  // namespace
 
-AudioReader::AudioReader(const SoundInput& input)
-    : source_({input.path, input.options, std::max(input.channel, kMixed)}) {
+AudioReader::AudioReader(const SoundInput& input) : source_(Mono(input)) {
   converted_.resize(kBlockFrames);
   if (rate() == kRateHz) return;
   mono_.resize(kBlockFrames);

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "sound/command_sound.h"
+
 namespace vask::command {
 namespace {
 
@@ -13,12 +15,16 @@ constexpr double kCancelled = 15;  // dB of the mix under its channels
 // 10 log10 of their number; more than so much below that is not chance.
 constexpr double kBeyondChance = 6;  // dB
 
+std::unique_ptr<SoundSource> OpenSound(const SoundInput& input) {
+  if (input.is_command) return OpenCommand(input.path, input.options);
+  return input.path == "-" ? OpenStandardInput(input.options) : OpenSoundFile(input.path, input.options);
+}
+
 }  // namespace
 
 ChannelReader::ChannelReader(const SoundInput& input)
     : name_(input.path == "-" ? "standard input" : input.path),
-      source_(input.path == "-" ? OpenStandardInput(input.options)
-                                : OpenSoundFile(input.path, input.options)),
+      source_(OpenSound(input)),
       channel_(input.channel) {
   if (rate() < kLowestRate || rate() > kHighestRate) {
     throw FileError(name_,

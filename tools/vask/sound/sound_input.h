@@ -44,6 +44,7 @@ struct SoundInput {
   std::string path;
   ReadOptions options;
   int32_t channel = kMixed;
+  bool is_command = false;  // path is what a shell runs, and the recording its standard output
 };
 
 // "a recording" or "a recording, channel 2", for messages.

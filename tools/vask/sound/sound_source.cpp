@@ -133,4 +133,8 @@ std::unique_ptr<SoundSource> OpenStandardInput(const ReadOptions& options) {
   return OpenForward(std::make_unique<InputFile>("-", AtSignal::kEnd), options);
 }
 
+std::unique_ptr<SoundSource> OpenPipe(std::unique_ptr<InputFile> input, const ReadOptions& options) {
+  return OpenForward(std::move(input), options);
+}
+
 }  // namespace vask::command

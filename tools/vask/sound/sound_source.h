@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "files/input_file.h"
 #include "sound/sample_form.h"
 #include "sound/sound_input.h"
 
@@ -42,5 +43,8 @@ class SoundSource {
 // or holds none.
 std::unique_ptr<SoundSource> OpenSoundFile(const std::string& path, const ReadOptions& options);
 std::unique_ptr<SoundSource> OpenStandardInput(const ReadOptions& options);
+
+// What the pipe delivers, as it arrives.
+std::unique_ptr<SoundSource> OpenPipe(std::unique_ptr<InputFile> input, const ReadOptions& options);
 
 }  // namespace vask::command

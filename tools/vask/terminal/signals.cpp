@@ -22,12 +22,16 @@ static_assert(std::atomic<int>::is_always_lock_free);  // a signal handler write
 // The handler writes a byte to this pipe, which is never read: everything that polls it from then on wakes.
 int wake_reader = -1, wake_writer = -1;
 
-void Note(int signal) {
+void Wake() {
   const int error = errno;
-  noted_signal = signal;
   [[maybe_unused]] const ssize_t written =
       write(wake_writer, "", 1);  // one byte is enough, so it may be full
   errno = error;
+}
+
+void Note(int signal) {
+  noted_signal = signal;
+  Wake();
 }
 
 // Polls `fds` and the wake pipe; returns whether the latter ended the wait.
@@ -81,6 +85,8 @@ bool WaitForSignal(int milliseconds) {
   std::array<struct pollfd, 1> fds;
   return PollUntilSignal(fds, milliseconds);
 }
+
+void EndWaits() { Wake(); }
 
 void EndBySignal(int signal) {
   std::signal(signal, SIG_DFL);

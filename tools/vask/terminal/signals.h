@@ -23,6 +23,9 @@ bool WaitToWrite(int fd);
 // True at a signal, false after that many milliseconds.
 bool WaitForSignal(int milliseconds);
 
+// Ends every wait from here on, as a signal does: the run is over.
+void EndWaits();
+
 // Ends the process by `signal`, as if it had never been caught.
 [[noreturn]] void EndBySignal(int signal);
 
