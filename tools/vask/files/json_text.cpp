@@ -1,5 +1,7 @@
 #include "files/json_text.h"
 
+#include <cmath>
+
 #include "terminal/printable.h"
 
 namespace vask::command {
@@ -29,6 +31,8 @@ Json ParseJson(const std::string& text) {
 std::string Utf8(const std::string& bytes) {
   return Json::parse(Json(bytes).dump(-1, ' ', false, Json::error_handler_t::replace)).get<std::string>();
 }
+
+double Rounded(double value) { return std::round(value * 1e6) / 1e6; }
 
 std::string LineOf(const Json& value) {
   return PrintableJson(value.dump(-1, ' ', false, Json::error_handler_t::replace)) + "\n";

@@ -15,6 +15,9 @@ Json ParseJson(const std::string& text);
 // With U+FFFD for what is not UTF-8.
 std::string Utf8(const std::string& bytes);
 
+// Seconds or a share, to a millionth: a sample lasts 5 us or more.
+double Rounded(double value);
+
 // A value on one line, for a terminal too.
 std::string LineOf(const Json& value);
 

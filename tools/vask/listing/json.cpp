@@ -1,6 +1,4 @@
 // -f jsonl: one object per line: each segment, and then the recording that they are of.
-#include <cmath>
-
 #include "files/json_text.h"
 #include "listing/listing.h"
 
@@ -8,8 +6,6 @@ namespace vask::command {
 namespace {
 
 using Object = Json;
-
-double Rounded(double value) { return std::round(value * 1e6) / 1e6; }  // a sample lasts 5 us or more
 
 Object Channel(const Recording& recording) {
   return recording.channel > 0 ? Object(recording.channel) : Object(nullptr);

@@ -159,6 +159,7 @@ class Hearing::Pass {
 
 void Hearing::Hear(const std::vector<Item>& items, const Done& done, const std::function<void()>& stopped) {
   std::vector<const Item*> waiting;
+  waiting.reserve(items.size());
   for (const Item& item : items) waiting.push_back(&item);
   std::stable_sort(waiting.begin(), waiting.end(),
                    [](const Item* a, const Item* b) { return a->offset < b->offset; });

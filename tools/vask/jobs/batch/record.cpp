@@ -1,11 +1,7 @@
 #include "jobs/batch/record.h"
 
-#include <cmath>
-
 namespace vask::command {
 namespace {
-
-double Rounded(double value) { return std::round(value * 1e6) / 1e6; }  // a sample lasts 5 us or more
 
 Json SegmentRecord(const Segment& segment) {
   Json record = {{"start", Rounded(segment.start)},

@@ -15,7 +15,7 @@ namespace {
 struct Interval {
   int number;  // from 1
   double start, end;
-  double length() const { return std::round((end - start) * 1e6) / 1e6; }
+  double length() const { return Rounded(end - start); }
 };
 
 // What the forms have in common.

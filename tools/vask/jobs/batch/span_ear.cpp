@@ -7,11 +7,11 @@
 namespace vask::command {
 
 SpanEar::SpanEar(const HearingOptions& options, const Item& item, std::unique_ptr<Stream> stream,
-                 InputGain gain, int32_t rate)
+                 const InputGain& gain, int32_t rate)
     : options_(options),
       item_(item),
       stream_(std::move(stream)),
-      gain_(std::move(gain)),
+      gain_(gain),
       clock_{rate, item.offset, item.offset},
       levels_(rate),
       joiner_(options.setup.joining, rate),

@@ -17,8 +17,8 @@ namespace vask::command {
 class SpanEar : public SegmentSink {
  public:
   // `rate` is the recording's own, Hz.
-  SpanEar(const HearingOptions& options, const Item& item, std::unique_ptr<Stream> stream, InputGain gain,
-          int32_t rate);
+  SpanEar(const HearingOptions& options, const Item& item, std::unique_ptr<Stream> stream,
+          const InputGain& gain, int32_t rate);
 
   void Pass(std::span<const double> interleaved, int32_t channels);
   void Hear(std::span<const int16_t> samples);

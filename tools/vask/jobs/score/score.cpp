@@ -1,6 +1,5 @@
 // `vask score`: compare found speech with what is spoken.
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <memory>
 #include <optional>
 #include <string>
@@ -72,8 +71,6 @@ std::string Row(const std::string& name, const std::string& channel, const Score
 }
 
 using Object = Json;
-
-double Rounded(double seconds) { return std::round(seconds * 1e6) / 1e6; }
 
 Object ErrorsObject(const std::vector<double>& errors) {
   Object object;
