@@ -62,15 +62,16 @@ Outbox::Room Outbox::Reserve(int64_t samples) {
   return GrowAudio(samples) ? Room::kThere : Room::kNoMemory;
 }
 
-// Waiting samples, and the margin before them, are moved to the front. The storage doubles if they fill more
-// than half of it, up to twice the bound: so a sample is moved once on average, however many are waiting.
+// Waiting samples, and the margin before them, are moved to the front. The storage at least doubles if they
+// and what comes fill more than half of it, up to twice the bound: so a sample is moved once on average,
+// however many are waiting.
 bool Outbox::GrowAudio(int64_t samples) {
   const int64_t kept = std::max(base_, taken_ - margin_);
   std::copy(At(kept), At(pushed_), audio_);
   base_ = kept;
   const int64_t needed = pushed_ - base_ + samples;
   if (needed <= capacity_ / 2) return true;
-  const int64_t larger = 2 * std::min(capacity_, bound_);
+  const int64_t larger = 2 * std::min(std::max(capacity_, needed), bound_);
   if (Regrow(audio_, pushed_ - base_, larger)) capacity_ = larger;
   return needed <= capacity_;
 }
