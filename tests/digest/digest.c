@@ -8,7 +8,7 @@
  *
  * --cpu LEVEL before these runs the forms of that level; the exit status is 77 if the machine does not have
  * it. FILE.wav is 16 kHz mono 16-bit with a header of 44 bytes. A PIECE is the number of samples passed per
- * call, 160 by default. In addition to the recording the program generates noise and clipped material.
+ * call, 160 by default. Besides the recording there are the signals of signals.c.
  */
 #include <inttypes.h>
 #include <stdio.h>
@@ -21,9 +21,8 @@
 
 enum {
   kFrame = 160,
-  kBlock = 100 * kFrame,     /* samples between two chances to reset the front end, whatever the piece size */
-  kTail = 350 * kFrame,      /* silence after the input, so that an open utterance ends */
-  kMadeSamples = 12 * 16000, /* length of the generated material */
+  kBlock = 100 * kFrame, /* samples between two chances to reset the front end, whatever the piece size */
+  kTail = 350 * kFrame,  /* silence after the input, so that an open utterance ends */
   kHeaderBytes = 44,
   kMostSamples = 1 << 22, /* of a recording */
   kMaxPiece = kBlock,
@@ -98,34 +97,6 @@ static int Run(const Signal* signal, int32_t mode, int32_t piece, Result* result
   return 1;
 }
 
-static uint32_t Random(uint32_t* state) {
-  *state = *state * 1664525u + 1013904223u;
-  return *state >> 16;
-}
-
-/* Noise that grows from silence to full scale, with two seconds of silence in it. */
-static void MakeNoise(Signal* signal) {
-  uint32_t state = 1;
-  int32_t i;
-  for (i = 0; i < signal->count; ++i) {
-    const int32_t peak = 1 + (int32_t)((int64_t)i * 32767 / signal->count);
-    const int32_t value = (int32_t)(Random(&state) % (uint32_t)(2 * peak)) - peak;
-    signal->samples[i] = (int16_t)(i / 16000 == 5 || i / 16000 == 6 ? 0 : value);
-  }
-}
-
-/* Faint noise, then every second a burst of a full-scale square wave of a different pitch. */
-static void MakeSquares(Signal* signal) {
-  uint32_t state = 2;
-  int32_t i;
-  for (i = 0; i < signal->count; ++i) {
-    const int32_t second = i / 16000, half = 20 + 13 * second;
-    const int loud = second > 0 && i % 16000 < 7000;
-    signal->samples[i] =
-        (int16_t)(loud ? (i / half % 2 ? 32767 : -32768) : (int32_t)(Random(&state) % 9) - 4);
-  }
-}
-
 static int ReadWav(const char* path, Signal* signal) {
   static int16_t samples[kMostSamples];
   unsigned char bytes[2];
@@ -175,8 +146,7 @@ static int Usage(void) {
 }
 
 int main(int argc, char** argv) {
-  static int16_t noise[kMadeSamples], squares[kMadeSamples];
-  Signal signals[3] = {{NULL, NULL, 0}, {"noise", noise, kMadeSamples}, {"squares", squares, kMadeSamples}};
+  static Signal signals[1 + kMadeSignals];
   const char* slash;
   FILE* expected = NULL;
   int first, i, different = 0, lines = 0;
@@ -203,8 +173,7 @@ int main(int argc, char** argv) {
   if (!ReadWav(argv[first], &signals[0])) return 2;
   slash = strrchr(argv[first], '/');
   signals[0].name = slash != NULL ? slash + 1 : argv[first];
-  MakeNoise(&signals[1]);
-  MakeSquares(&signals[2]);
+  MakeSignals(signals + 1);
 
   for (i = first + 1; i < argc || i == first + 1; ++i) {
     const int32_t piece = i < argc ? (int32_t)strtol(argv[i], NULL, 10) : kFrame;

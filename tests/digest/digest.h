@@ -11,6 +11,9 @@ typedef struct {
   int32_t count;
 } Signal;
 
+enum { kMadeSignals = 4 };
+void MakeSignals(Signal* signals); /* names, samples and counts */
+
 typedef struct {
   uint64_t hash; /* FNV-1a, 64 bits, of little-endian values */
   int64_t values;
