@@ -204,6 +204,9 @@ class Batch(unittest.TestCase):
                                   (['--shard', '2/2'], 2), (['--resume'], 2), (['-o', '/dev/full'], 1),
                                   (['--manifest', 'segments'], 3)]:
             batch(*arguments, lines=some, status=status)
+        write('list', b'1.wav\n')
+        batch('list', '-o', 'list', status=1)
+        self.assertEqual(read('list'), b'1.wav\n')
         self.assertEqual(batch('--shard', '7/1000', lines=text({'path': '1.wav'})), [])
         self.assertEqual(batch(lines=b''), [])
 

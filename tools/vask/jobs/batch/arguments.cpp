@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "files/inputs.h"
 #include "files/words.h"
 #include "jobs/batch/batch.h"
 #include "jobs/batch/record_forms.h"
@@ -75,6 +76,9 @@ void CheckTogether(const BatchArguments& arguments, const ListenSetup& listen) {
 }
 
 int Batch(BatchArguments& arguments, const EngineOptions& engine) {
+  Inputs inputs({arguments.manifest.path, arguments.manifest.recordings, arguments.records});
+  for (const std::string& file : FilesOf(arguments.options)) inputs.Add(file);
+  if (arguments.output != "-") inputs.CheckIsNone(arguments.output);
   if (!arguments.records.empty()) {
     WriteInForm(arguments);
     return EXIT_SUCCESS;
