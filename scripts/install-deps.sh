@@ -40,6 +40,7 @@ if [ "$extent" = --ci ]; then
   packages+=(python3-build python3-setuptools python3-wheel python3-venv unzip mypy python3-websockets python3-soundfile) # bindings/python
   packages+=(libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
     gstreamer1.0-plugins-good valgrind python3-gi gir1.2-gstreamer-1.0) # the plugin for GStreamer
+  packages+=(parallel openmpi-bin slurmctld slurmd slurm-client python3-distributed) # examples/corpus
   packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 dpkg-dev) # Windows, and sources for it
 fi
 
