@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
 #include "files/json_text.h"
@@ -38,7 +39,8 @@ std::string Decoded(const std::string& text) {
 
 // Never outside the folder, nor one of our own hidden files.
 bool IsNameInFolder(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string::npos &&
          name.rfind(".vask-", 0) != 0;
 }
 
@@ -47,16 +49,22 @@ bool IsWord(const std::string& text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; });
 }
 
+// Throws Json::exception for anything but a whole number: another may be outside the range of the type.
+template <typename T>
+T Whole(const Json& json) {
+  return static_cast<T>(json.get_ref<const Json::number_integer_t&>());
+}
+
 std::optional<Segment> ToSegment(const Json& json) {
   Segment s;
-  json.at(0).get_to(s.number);
+  s.number = Whole<int>(json.at(0));
   json.at(1).get_to(s.rejected);
   json.at(2).get_to(s.start);
   json.at(3).get_to(s.end);
   json.at(4).get_to(s.span_start);
   json.at(5).get_to(s.span_end);
-  json.at(6).get_to(s.first);
-  json.at(7).get_to(s.last);
+  s.first = Whole<int64_t>(json.at(6));
+  s.last = Whole<int64_t>(json.at(7));
   json.at(8).get_to(s.voiced);
   json.at(9).get_to(s.ended);
   json.at(10).get_to(s.reason);
@@ -70,7 +78,7 @@ std::optional<Segment> ToSegment(const Json& json) {
 std::optional<std::vector<FileStamp>> ToStamps(const Json& json) {
   std::vector<FileStamp> stamps;
   for (const Json& file : json) {
-    stamps.push_back({Decoded(file.at(0)), file.at(1), file.at(2)});
+    stamps.push_back({Decoded(file.at(0)), Whole<int64_t>(file.at(1)), Whole<uint32_t>(file.at(2))});
     if (!IsNameInFolder(stamps.back().name)) return std::nullopt;
   }
   return stamps;
@@ -139,7 +147,7 @@ void Journal::Take(LedgerFile::Place place, const std::string& line) {
     if (!IsNameInFolder(base)) return;
     for (const Json& segment : json["result"].at("segments")) {
       char number[24];
-      std::snprintf(number, sizeof number, "-%03d.", segment.at(0).get<int>());
+      std::snprintf(number, sizeof number, "-%03d.", Whole<int>(segment.at(0)));
       Own("?" + base, base, base + number + ending);
     }
   }
@@ -250,10 +258,10 @@ std::optional<Finished> Journal::Find(const InputState& input) {
     auto files = ToStamps(json.at("files"));
     if (!files) return std::nullopt;
     Finished finished;
-    result.at("rate").get_to(finished.recording.rate);
-    result.at("channels").get_to(finished.recording.channels);
+    finished.recording.rate = Whole<int32_t>(result.at("rate"));
+    finished.recording.channels = Whole<int32_t>(result.at("channels"));
     result.at("seconds").get_to(finished.recording.seconds);
-    result.at("utterances").get_to(finished.recording.utterances);
+    finished.recording.utterances = Whole<int32_t>(result.at("utterances"));
     result.at("speech").get_to(finished.recording.speech);
     finished.files = std::move(*files);
     for (const Json& json_segment : result.at("segments")) {
