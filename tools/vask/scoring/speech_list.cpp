@@ -30,6 +30,13 @@ std::vector<std::string_view> Lines(std::string_view text) {
   return lines;
 }
 
+std::optional<int> Channel(std::string_view word) {
+  constexpr double kMost = 1e6;  // far beyond any recording
+  const auto number = Number(word);
+  if (!number || !(std::abs(*number) <= kMost)) return std::nullopt;
+  return static_cast<int>(*number);
+}
+
 // The name of a recording from that of its file or list.
 std::string StemOf(const std::string& file) { return fs::path(file).stem().string(); }
 
@@ -56,7 +63,7 @@ class ListReader {
   }
 
   void Add(const RecordingKey& key, std::optional<double> start, std::optional<double> end, size_t line) {
-    if (!start || !end || *start < 0 || *end < *start) Refuse(line, "has no start and end in seconds");
+    if (!start || !end || *start < 0 || *end < *start || !std::isfinite(*end)) Refuse(line, "has no start and end in seconds");
     lists_[key].speech.push_back({*start, *end});
   }
 
@@ -68,9 +75,9 @@ class ListReader {
       const std::vector<std::string_view> words = Words(line);
       if (words.empty() || (words[0] != "SPEAKER" && words[0] != "SPKR-INFO")) continue;
       if (words.size() < 5) Refuse(number, "has fewer than 5 fields");
-      const auto channel = Number(words[2]);
+      const auto channel = Channel(words[2]);
       if (!channel) Refuse(number, "has no channel");
-      const RecordingKey key = {std::string(words[1]), static_cast<int>(*channel)};
+      const RecordingKey key = {std::string(words[1]), *channel};
       lists_.try_emplace(key);
       if (words[0] == "SPKR-INFO") continue;  // a recording in which nobody may speak
       const auto start = Number(words[3]), duration = Number(words[4]);
@@ -208,14 +215,14 @@ ScoredParts ReadScoredParts(const std::string& path) {
     ++number;
     const std::vector<std::string_view> words = Words(line);
     if (words.empty() || words[0].starts_with(";;")) continue;
-    const auto channel = words.size() == 4 ? Number(words[1]) : std::nullopt;
+    const auto channel = words.size() == 4 ? Channel(words[1]) : std::nullopt;
     const auto start = channel ? Number(words[2]) : std::nullopt,
                end = channel ? Number(words[3]) : std::nullopt;
     if (!start || !end || *end < *start) {
       throw FileError(path + ":" + std::to_string(number), "is not NAME CHANNEL START END",
                       "correct the line");
     }
-    parts[{std::string(words[0]), static_cast<int>(*channel)}].push_back({*start, *end});
+    parts[{std::string(words[0]), *channel}].push_back({*start, *end});
   }
   return parts;
 }
