@@ -4,20 +4,10 @@
 #include <cmath>
 #include <random>
 
-#include "dsp/logarithm.h"
 #include "dsp/portable_math.h"
 
 namespace vask {
 namespace {
-
-TEST(Elementary, TheLogarithmOfAnEnergyIsTheNearestFloat) {
-  std::mt19937 random(6);
-  for (int32_t i = 1 << 23; i < (1 << 24) + 500000; ++i) {  // an octave, then random lengths
-    const int32_t energy = i < 1 << 24 ? i : static_cast<int32_t>(random() >> 1 >> (random() % 31));
-    const double rounded = static_cast<double>(static_cast<float>(energy));
-    ASSERT_EQ(NaturalLogOfEnergy(energy), static_cast<float>(std::log(rounded))) << energy << ", seed 6";
-  }
-}
 
 TEST(Elementary, PortableFunctionsAreWithinTwoUnitsInTheLastPlace) {
   const auto check = [](double (*function)(double), long double (*exact)(long double), double low,
