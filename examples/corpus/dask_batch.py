@@ -33,7 +33,7 @@ def listen(lines):
         record = {'id': line.get('id', line['path']), 'path': line['path']}
         try:
             record['segments'] = [{'start': one.start, 'end': one.end} for one in vask.detect(line['path'])]
-        except (OSError, ValueError) as error:
+        except Exception as error:  # the other lines go on
             record.update(error=str(error), kind='audio')
         records.append(json.dumps(record) + '\n')
     return ''.join(records)
