@@ -7,30 +7,20 @@
 # does not build, or stops before it compares, does not pass: it must name a case that differs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-root=$PWD copy=$PWD/build/planted
+copy=$PWD/build/planted
 table=src/dsp/tables/windows.h
 fail() { echo "planted: $*" >&2; exit 1; }
 
 homes=("$@")
 [ $# -gt 0 ] || for script in .ci/homes/*.sh; do homes+=("$(basename "$script" .sh)"); done
 
-# A fresh copy, but for its builds. Times are kept, so that a build that is there goes on.
-mkdir -p "$copy"
-find "$copy" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
-git ls-files -z --cached --others --exclude-standard | tar --null --files-from=- --ignore-failed-read -c 2> /dev/null |
-  tar -x -C "$copy"
-# What npm has installed.
-git ls-files -z --others --ignored --exclude-standard --directory | tr '\0' '\n' | { grep 'node_modules/$' || true; } |
-  while read -r folder; do ln -s "$root/${folder%/}" "$copy/${folder%/}"; done
+scripts/copy-tree.sh "$copy"
 
 # One of the two in the middle of 400 values: 1073725265 is nearly 1, Q30.
 grep -q '\<1073725265\>' "$copy/$table" || fail "$table does not have the constant to change"
 sed -i '0,/\<1073725265\>/s//536862632/' "$copy/$table"
 # Packages are made of what is committed.
-git -C "$copy" init -q
-echo node_modules >> "$copy/.git/info/exclude"
-git -C "$copy" add -A
-git -C "$copy" -c user.name=planted -c user.email=planted@localhost commit -qm "dsp: change a window"
+git -C "$copy" -c user.name=planted -c user.email=planted@localhost commit -qam "dsp: change a window"
 
 unnoticed=()
 for home in "${homes[@]}"; do
