@@ -16,14 +16,39 @@
 namespace vask::fuzz {
 namespace {
 
+const char* Folder() {
+  static const test::Folder folder;
+  return folder.path.c_str();
+}
+
+// What the calls of this input work on.
+test::Places* places;
+
+const char* AnyFolder(Input& input) {
+  static const std::string longest = Folder() + std::string(118 - std::strlen(Folder()), '/');
+  static const std::string too_long(300, 'x');
+  constexpr const char* kNone = nullptr;
+  return input.PickValueInArray(
+      {Folder(), Folder(), longest.c_str(), too_long.c_str(), "/nowhere/at/all", kNone});
+}
+
 template <typename T>
 T Any(Input& input) {
-  if constexpr (std::is_floating_point_v<T>)
+  if constexpr (std::is_floating_point_v<T>) {
     return std::bit_cast<T>(input.ConsumeIntegral<int32_t>());
-  else if (input.ConsumeBool())
-    return input.ConsumeIntegralInRange<T>(-2, 60);
-  else
+  } else if constexpr (std::is_integral_v<T>) {
+    if (input.ConsumeBool()) return input.ConsumeIntegralInRange<T>(-2, 60);
     return Edgy<T>(input, std::numeric_limits<T>::min(), std::numeric_limits<T>::max());
+  } else if constexpr (std::is_same_v<T, const char*>) {
+    return AnyFolder(input);
+  } else if constexpr (std::is_convertible_v<wiener_filt*, T>) {
+    return &places->wiener;
+  } else if constexpr (std::is_convertible_v<energy_epd_prm*, T>) {
+    return &places->detector;
+  } else {
+    static_assert(std::is_convertible_v<mfcc_prm*, T>);
+    return &places->mfcc;
+  }
 }
 
 // One of the functions, with any arguments.
@@ -97,90 +122,29 @@ void WriteVariable(Input& input) {
   std::memcpy(static_cast<char*>(variable.data) + at, &value, size);
 }
 
-const char* Folder() {
-  static const test::Folder folder;
-  return folder.path.c_str();
-}
-
-const char* AnyFolder(Input& input) {
-  static const std::string longest(118, '/'), too_long(300, 'x');
-  return input.PickValueInArray(
-      {Folder(), Folder(), longest.c_str(), too_long.c_str(), "/nowhere", static_cast<const char*>(nullptr)});
-}
-
-void CallValues(Input& input) {
+void CallOne(Input& input) {
   CallOneOf(input, norm_l, L_shl, L_shr, extract_h, extract_l, L_msu, Inv_sqrt, epd_abs_s, LOG2, natural_log,
             log_10, LOG2_Q30, natural_log_Q30, Log2, natural_log_mfcc, Exponential_T, Exp, Exp_Q6, Pow,
             sqrt_function, sqrt_f, sqrt_fQ8, quantized_energy, uv_decision_based_on_energy, VarianceEst, Melf,
-            set_energy_hangover, set_vad_threshold, set_EPD_control_Narrorband);
+            set_energy_hangover, set_vad_threshold, set_EPD_control_Narrorband, Vask_epd_set_option,
+            Vask_EPD_Set_Samplign_Rate, Vask_EPD_Set_Mode, Vask_EPD_Set_Mode_Energy,
+            Vask_EPD_Set_Mode_Enhanced_To_Raw, Vask_EPD_UV_Control, Vask_EPD_Frame_Loss,
+            Vask_epd_save_pcm_valid, Vask_epd_save_pcm_count, Vask_epd_vad, Vask_epd_set_trailing_silence,
+            __Vask_Util_attach__, __Vask_Util_detach__, Vask_epd_frame_energy, __Calculate_frame_energy,
+            Vask_epd_stop, android_reset_frontend, android_wrapup_frontend, android_stop_frontend,
+            refersh_adpcm_state, vask_packet_size, vask_packet_stream_size, __Vask_epd_ecd_Init,
+            __Vask_epd_set_seneitivity, Vask_epd_ecd, __Vask_epd_ecd_change, ECVreport,
+            __Vask_epd_ecd_get_SNR, Vask_epd_ecd_reset, __Vask_epd_ecd_Stop, android_init_frontend,
+            android_init_frontend, android_init_frontend, Vask_epd_init, android_enable_log,
+            Vask_epd_save_pcm_dir, __check_Vask_Config__, Vask_epd_set_base_dir, vask_make_coeff_files,
+            wiener_filt_setting, wiener_filt_resetting, energy_epd_setting, energy_epd_resetting,
+            refresh_mfcc_prm, global_cms_update, vask_read_global_cms, vask_write_global_cms);
 }
 
-void CallProcess(Input& input) {
-  CallOneOf(input, Vask_epd_set_option, Vask_EPD_Set_Samplign_Rate, Vask_EPD_Set_Mode,
-            Vask_EPD_Set_Mode_Energy, Vask_EPD_Set_Mode_Enhanced_To_Raw, Vask_EPD_UV_Control,
-            Vask_EPD_Frame_Loss, Vask_epd_save_pcm_valid, Vask_epd_save_pcm_count, Vask_epd_vad,
-            Vask_epd_set_trailing_silence, __Vask_Util_attach__, __Vask_Util_detach__, Vask_epd_frame_energy,
-            __Calculate_frame_energy, Vask_epd_stop, android_reset_frontend, android_wrapup_frontend,
-            android_stop_frontend, refersh_adpcm_state, vask_packet_size, vask_packet_stream_size,
-            __Vask_epd_ecd_Init, __Vask_epd_set_seneitivity, Vask_epd_ecd, __Vask_epd_ecd_change, ECVreport,
-            __Vask_epd_ecd_get_SNR, Vask_epd_ecd_reset, __Vask_epd_ecd_Stop);
-}
-
-void CallWithText(Input& input) {
-  const char* dir = AnyFolder(input);
-  const auto number = Any<int32_t>(input);
-  switch (input.ConsumeIntegralInRange<int>(0, 6)) {
-    case 0:
-      return static_cast<void>(android_init_frontend(dir, number));
-    case 1:
-      return static_cast<void>(Vask_epd_init(dir, number));
-    case 2:
-      return android_enable_log(number, dir);
-    case 3:
-      return Vask_epd_save_pcm_dir(number, dir);
-    case 4:
-      return static_cast<void>(__check_Vask_Config__(dir));
-    case 5:
-      return Vask_epd_set_base_dir(dir);
-    default:
-      return static_cast<void>(vask_make_coeff_files(dir == nullptr ? dir : Folder()));
-  }
-}
-
-// Settings, and what begins and ends records that are in use.
-void CallOnRecords(Input& input, test::Places& p) {
-  switch (input.ConsumeIntegralInRange<int>(0, 9)) {
-    case 0:
-      return wiener_filt_setting(&p.wiener);
-    case 1:
-      return wiener_filt_resetting(&p.wiener);
-    case 2:
-      return energy_epd_setting(&p.detector);
-    case 3:
-      return energy_epd_resetting(&p.detector);
-    case 4:
-      return refresh_mfcc_prm(&p.mfcc);
-    case 5:
-      return global_cms_update(&p.mfcc);
-    case 6: {
-      int32_t ready = 0;
-      for (int32_t k = 0; k < p.mfcc.bins; ++k)
-        p.mfcc.spec[k] = int64_t{1} << input.ConsumeIntegralInRange<int>(0, 46);
-      return mfcc_feat_ex(&p.mfcc, &ready, 0, input.ConsumeBool());
-    }
-    case 7:
-      return static_cast<void>(input.ConsumeBool() ? vask_read_global_cms(&p.mfcc)
-                                                   : vask_write_global_cms(&p.mfcc));
-    case 8: {
-      const fmatrix matrix =
-          create_fmatrix(input.ConsumeIntegralInRange(0, 9), input.ConsumeIntegralInRange(0, 9));
-      zero_fmatrix(matrix);
-      return free_fmatrix(matrix);
-    }
-    default:
-      test::Close(p);
-      VASK_REQUIRE(test::Open(p) == 13);
-  }
+void CallCepstra(Input& input, mfcc_prm& m) {
+  int32_t ready = 0;
+  for (int32_t k = 0; k < m.bins; ++k) m.spec[k] = int64_t{1} << input.ConsumeIntegralInRange<int>(0, 46);
+  mfcc_feat_ex(&m, &ready, 0, input.ConsumeBool());
 }
 
 void CallFrames(Input& input, test::Places& p) {
@@ -232,6 +196,7 @@ void Run(Input& input) {
   }();
   const auto p = std::make_unique<test::Places>();
   VASK_REQUIRE(test::Open(*p) == 13);
+  places = p.get();
   Vask_epd_save_pcm_dir(1, Folder()), Vask_epd_save_pcm_dir(0, nullptr);
   for (const Samples fill = Sound(input, 2000); const int16_t& s : fill) {
     const auto i = static_cast<size_t>(&s - fill.data());
@@ -241,16 +206,12 @@ void Run(Input& input) {
   for (int calls = 0; calls < 30 && input.remaining_bytes() > 0; ++calls) {
     switch (input.ConsumeIntegralInRange<int>(0, 7)) {
       case 0:
-        CallValues(input);
-        break;
       case 1:
-        CallProcess(input);
-        break;
       case 2:
-        CallWithText(input);
+        CallOne(input);
         break;
       case 3:
-        CallOnRecords(input, *p);
+        CallCepstra(input, p->mfcc);
         break;
       case 4:
         WriteVariable(input);
