@@ -63,7 +63,8 @@ class ListReader {
   }
 
   void Add(const RecordingKey& key, std::optional<double> start, std::optional<double> end, size_t line) {
-    if (!start || !end || *start < 0 || *end < *start || !std::isfinite(*end)) Refuse(line, "has no start and end in seconds");
+    if (!start || !end || *start < 0 || *end < *start || !std::isfinite(*end))
+      Refuse(line, "has no start and end in seconds");
     lists_[key].speech.push_back({*start, *end});
   }
 

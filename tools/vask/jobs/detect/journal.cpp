@@ -40,8 +40,7 @@ std::string Decoded(const std::string& text) {
 // Never outside the folder, nor one of our own hidden files.
 bool IsNameInFolder(const std::string& name) {
   return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(std::string_view("/\0", 2)) == std::string::npos &&
-         name.rfind(".vask-", 0) != 0;
+         name.find_first_of(std::string_view("/\0", 2)) == std::string::npos && name.rfind(".vask-", 0) != 0;
 }
 
 // As in a listing, which may go to a terminal.
