@@ -303,24 +303,5 @@ TEST(LearnedStream, IsInStepWithTheInputWhenContinuous) {
   }
 }
 
-TEST(LearnedStream, GivesTheSameInPiecesOfAnySizeAndAfterAReset) {
-  const Samples words = Words(), input(words.begin(), words.begin() + 90000);
-  for (const int32_t mode : {VASK_STREAM_CONTINUOUS, VASK_STREAM_UTTERANCES}) {
-    for (const int32_t audio : {VASK_STREAM_CLEAN, VASK_STREAM_LISTENING}) {
-      const StreamSetup setup = SetupOf(mode, audio, Loud());
-      Listener expected(setup, Reads::kEagerly), other(setup, Reads::kEagerly);
-      expected.Hear(input, 160);
-      ASSERT_FALSE(expected.segments().empty() && expected.audio().empty());
-      for (const size_t piece : {1, 159, 161, 320, 4096, 16000}) {
-        for (int k = 0; k < 7; ++k) other.Step(input, 9001);  // not to the end
-        other.Reset();
-        other.Hear(input, piece);
-        EXPECT_TRUE(other == expected) << "mode " << mode << ", audio " << audio << ", pieces of " << piece;
-        other.Reset();
-      }
-    }
-  }
-}
-
 }  // namespace
 }  // namespace vask::test

@@ -138,40 +138,6 @@ TEST(StreamRates, GiveAsManySamplesAsWereWrittenEachInItsPlace) {
   }
 }
 
-// Speech that turns into a whistle: with the front end's own detector the first pieces are kept, the others
-// are rejected.
-Samples Whistle(int32_t rate) {
-  const Samples room = Room();
-  Samples whistle = Hiss(200, 20, 9);
-  for (size_t i = 0; i < whistle.size(); ++i)
-    whistle[i] = static_cast<int16_t>(
-        whistle[i] + std::lround(6000 * std::sin(kTwoPi * 440 * static_cast<double>(i) / 16000)));
-  const Samples speech(room.begin() + 16000, room.begin() + 52000);
-  return Convert(Join({Hiss(60, 20, 2), speech, whistle, Hiss(200, 20, 6)}), 16000, rate);
-}
-
-TEST(StreamRates, GiveTheSameInPiecesOfAnyLengthHoweverItIsRead) {
-  for (const int32_t rate : {8000, 44100}) {
-    const Samples input = Whistle(rate);
-    for (const Case& c : kCases) {
-      const int32_t audio_rate = rate == 8000 ? 48000 : 12000;
-      vask_stream_setup setup = SetupOf(c.detector, VASK_STREAM_UTTERANCES, c.audio, rate, audio_rate);
-      setup.options.max_samples = 25600;
-      setup.options.max_tone_percent = 30;
-      const Listener expected = Listen(setup, input);
-      int32_t kept = 0, rejected = 0;
-      for (const auto& [event, audio] : expected.segments())
-        event.kind == VASK_STREAM_ENDED ? ++kept : rejected += event.continues;
-      EXPECT_TRUE(kept > 0 && (rejected > 0 || c.detector == VASK_STREAM_LEARNED)) << NameOf(c, rate);
-      for (const size_t piece : {1u, 161u, 1000000u}) {
-        for (const Reads reads : {Reads::kAtTheEnd, Reads::kEagerly})
-          EXPECT_EQ(Listen(setup, input, piece, reads), expected)
-              << NameOf(c, rate) << " in pieces of " << piece;
-      }
-    }
-  }
-}
-
 // A piece is a part of the utterance that is not split, but for the edge where a margin is cut short.
 TEST(StreamRates, ContinueWithoutASeamWhereAnUtteranceIsSplit) {
   for (const int32_t rate : kRates) {

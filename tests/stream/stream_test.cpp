@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "support/listener.h"
@@ -333,38 +332,6 @@ TEST(Stream, MeasuresTheNewestFrame) {
   EXPECT_NEAR(voiced, 80, 4);
   EXPECT_EQ(speech, open);
   EXPECT_EQ(speech, 200 - 75 + 1);
-}
-
-// Any accepted profile, however odd, gives events in order and spans within the input.
-TEST(Stream, OddProfilesKeepTheirPromises) {
-  const Samples input = Scene();
-  std::mt19937 random(9);
-  for (int round = 0; round < 12; ++round) {
-    SCOPED_TRACE("round " + std::to_string(round) + ", seed 9");
-    StreamOptions options;
-    options.Robust();
-    options.profile.hangover_frames = static_cast<int32_t>(random() % (round < 6 ? 8 : 3000));
-    options.profile.long_speech_frames = static_cast<int32_t>(random() % 60);
-    options.profile.max_unvoiced_run = static_cast<int32_t>(random() % 40);
-    options.profile.vad_threshold = static_cast<int32_t>(random() % 60);
-    options.max_samples = round % 2 == 0 ? 0 : 24000;
-    options.pad_end = round % 3 == 0 ? -1 : static_cast<int32_t>(random() % 20000);
-    options.queue_samples = 32000 + 160 * options.profile.hangover_frames;
-    int64_t last_end = 0;
-    for (const auto& [event, audio] : Listen(options, input)) {
-      EXPECT_LE(event.span_start, event.span_end);
-      EXPECT_LE(event.start, event.end);
-      EXPECT_LE(event.end, static_cast<int64_t>(input.size()));
-      EXPECT_LE(event.span_end, static_cast<int64_t>(input.size()));
-      if (event.continues == 1) {
-        EXPECT_EQ(event.start, last_end);
-      }
-      if (event.kind == VASK_STREAM_ENDED) {
-        EXPECT_EQ(static_cast<int64_t>(audio.size()), event.span_end - event.span_start);
-      }
-      last_end = event.end;
-    }
-  }
 }
 
 }  // namespace
