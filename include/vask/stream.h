@@ -167,7 +167,8 @@ typedef struct vask_stream_setup {
 typedef struct vask_stream_event {
   int32_t kind;       /* one of the six kinds */
   int32_t reason;     /* why it ended or was rejected; 0 with the other kinds */
-  int32_t segment;    /* number of the segment from 1; rejected ones count too. 0: VASK_STREAM_NOBODY_SPOKE */
+  int32_t segment;    /* number of the segment from 1, again from 1 after 2147483647; rejected ones count too.
+                            0: VASK_STREAM_NOBODY_SPOKE */
   int32_t continues;  /* 1: it continues where the previous segment was split */
   int64_t start;      /* position of the detected start. VASK_STREAM_NOBODY_SPOKE: where waiting began */
   int64_t end;        /* one past the detected end; VASK_STREAM_MAY_HAVE_ENDED: where speech fell silent;

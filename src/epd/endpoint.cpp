@@ -37,6 +37,8 @@ constexpr int32_t kDelayedSlot = 67;  // the frame that is delivered while speec
 constexpr int32_t kStartSlot = 58;    // the detected start, in the call that detects it
 constexpr int32_t kMargin = 35;       // frames delivered before the detected start
 
+constexpr int32_t kFramesBack = 1 << 30;
+
 constexpr int32_t kLeastLength = 10;           // frames of an acceptable segment
 constexpr int64_t kLeastVoicedQ30 = 53687090;  // and 5 % of them voiced, or nearly
 
@@ -107,6 +109,17 @@ void Judge(energy_epd_prm& prm) {
   prm.reset_request = accepted ? 0 : 1;
 }
 
+// After 248 days the count goes back, and the frames of the segment with it: what matters is how far they are
+// apart.
+void CountFrame(energy_epd_prm& prm) {
+  if (prm.frame_index == kMax32) {
+    prm.frame_index -= kFramesBack;
+    if (prm.speech_on == 1) prm.start_frame = WrapSub(prm.start_frame, kFramesBack);
+    if (prm.speech_end == 1) prm.end_frame = WrapSub(prm.end_frame, kFramesBack);
+  }
+  CountUp(prm.frame_index);
+}
+
 void TrackSegment(energy_epd_prm& prm, int32_t frame) {
   TrackEndpoints<int16_t>(
       {prm.speech_on, prm.speech_end, prm.start_frame, prm.end_frame, prm.transitions, prm.prev_vad},
@@ -124,7 +137,7 @@ bool IsUtterance(int32_t length, int32_t voiced_frames) {
 
 void DetectEndpoint(energy_epd_prm& prm, sin_buff& speech_queue, in64_buff& spectrum_queue,
                     const fft_tables& twiddles, VoicingFeatures wanted) {
-  CountUp(prm.frame_index);
+  CountFrame(prm);
   const std::span<const int16_t> window(prm.win_samples, static_cast<size_t>(prm.win_len));
   Spectrum spectrum;
   TransformWindow(prm, twiddles, spectrum);

@@ -43,23 +43,20 @@ SegmentRules RulesOf(const vask_stream_options& options) {
 
 // --- what the engine says, on the input's time line
 
-// The frame that the detector's newest values belong to: its window begins there.
-int64_t EnergyPath::DetectorFrame() const { return origin_ + detector().frame_index - 1; }
-
 // One past the last frame of speech if the hangover ends with the newest frame.
-int64_t EnergyPath::FrameAfterSpeech() const { return DetectorFrame() + 1 - hangover_frames_ - kEndLag; }
+int64_t EnergyPath::FrameAfterSpeech() const { return detector_frame_ + 1 - hangover_frames_ - kEndLag; }
 
 // The same if the hangover is still running.
 int64_t EnergyPath::FrameAfterSpeechSoFar() const {
   const energy_vad_prm& vad = detector().vad;
-  if (vad.speech_run > 0) return DetectorFrame() + 1;
+  if (vad.speech_run > 0) return detector_frame_ + 1;
   return FrameAfterSpeech() + vad.hangover_count + 1;
 }
 
 void EnergyPath::NoteDetector(Timeline& line) const {
   const energy_epd_prm& epd = detector();
   if (epd.frame_index < 1) return;
-  FrameNote& note = line.history.Note(DetectorFrame());
+  FrameNote& note = line.history.Note(detector_frame_);
   note.log_energy = epd.vad.log_energy;
   note.is_voiced = epd.uv.uv_smoothed == 1;
   note.is_voiced_raw = epd.uv.uv_raw == 1;
@@ -72,10 +69,8 @@ void EnergyPath::NoteDetector(Timeline& line) const {
 Step EnergyPath::RunEngine(const Timeline& line, std::span<const int16_t, kFrame> frame) {
   std::array<int16_t, kFrame> copy;
   std::copy(frame.begin(), frame.end(), copy.begin());
-  const bool had_started = engine_.started != 0;
-  const Step step = ProcessFrame({.state = engine_}, copy);
-  if (!had_started) origin_ = line.frames;
-  return step;
+  detector_frame_ = line.frames - kDetectorDelay;
+  return ProcessFrame({.state = engine_}, copy);
 }
 
 void EnergyPath::EmitContinuous(Timeline& line, const Step& step) const {
@@ -95,7 +90,8 @@ void EnergyPath::Deliver(Timeline& line, std::span<const int16_t> emitted) const
   const SegmentContext context = line.Context();
   int64_t frame = line.frames - kDeliveryDelay + 1 - static_cast<int64_t>(emitted.size()) / kFrame;
   if (!emitted.empty() && !line.segment.is_open()) {
-    line.segment.Start(context, origin_ + detector().start_frame, frame);
+    const int32_t since_start = detector().frame_index - detector().start_frame;
+    line.segment.Start(context, detector_frame_ + 1 - since_start, frame);
   }
   for (; !emitted.empty(); emitted = emitted.subspan(kFrame), ++frame) {
     const bool is_raw = line.audio == VASK_STREAM_RAW;
@@ -190,7 +186,7 @@ void EnergyPath::Measure(const Timeline& line, vask_stream_measures& measures) c
   measures.voiced = epd.uv.uv_smoothed;
   measures.open = line.segment.is_open() ? 1 : 0;
   if (epd.frame_index < 1) return;
-  measures.detector_at = DetectorFrame() * kFrame;
+  measures.detector_at = detector_frame_ * kFrame;
   measures.energy_db = UnitsToDb(epd.vad.log_energy);
   measures.noise_db = UnitsToDb(epd.vad.noise_level);
 }
@@ -198,7 +194,7 @@ void EnergyPath::Measure(const Timeline& line, vask_stream_measures& measures) c
 void EnergyPath::Clear() {
   WrapUp(engine_);
   UseHangover(options_.profile.hangover_frames);
-  origin_ = 0;
+  detector_frame_ = -kDetectorDelay;
 }
 
 bool EnergyPath::Open(Timeline& line, const vask_stream_options& options) {

@@ -45,7 +45,6 @@ class EnergyPath {
 
  private:
   const energy_epd_prm& detector() const { return engine_.epd; }
-  int64_t DetectorFrame() const;
   int64_t FrameAfterSpeech() const;
   int64_t FrameAfterSpeechSoFar() const;
   void NoteDetector(Timeline& line) const;
@@ -56,7 +55,7 @@ class EnergyPath {
   void EndSegment(Timeline& line, int32_t result, std::span<const int16_t, kFrame> frame);
 
   epd_engine engine_;
-  int64_t origin_;           // the first frame that the engine heard since its last wrap-up
+  int64_t detector_frame_;   // that the detector's newest values belong to: its window begins there
   int32_t hangover_frames_;  // in force
   int64_t margin_end_;
   vask_stream_options options_;

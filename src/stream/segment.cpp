@@ -34,7 +34,7 @@ void Segment::Counts::AddVoicing(const FrameNote& note) {
 }
 
 void Segment::Counts::AddSums(const FrameNote& note) {
-  energy += note.energy;
+  energy = MaxIfNegative(WrapAdd(energy, note.energy));  // full after a week at full scale
   speech += note.speech;
 }
 
@@ -60,7 +60,7 @@ void Segment::Start(const SegmentContext& context, int64_t start, int64_t first)
 
 void Segment::BeginPiece(const SegmentContext& context, int64_t start, int64_t first_position,
                          int32_t continues) {
-  ++number_;
+  number_ = number_ == kMax32 ? 1 : number_ + 1;
   continues_ = continues;
   start_ = start;
   out_begin_ = first_position;
@@ -174,12 +174,12 @@ int32_t Segment::Complaint(const SegmentContext& context, int64_t end, const Cou
   if (whole.voiced < rules.least_voiced) return VASK_STREAM_TOO_LITTLE_VOICE;
   if (length * kFrame < rules.shortest) return VASK_STREAM_TOO_SHORT;
   if (whole.speech < (length - context.paused) * rules.least_speech) return VASK_STREAM_TOO_LITTLE_VOICE;
-  const bool has_tones = int64_t{whole.tones} * 100 > int64_t{whole.voiced_raw} * rules.most_tones;
+  const bool has_tones = whole.tones * 100 > whole.voiced_raw * rules.most_tones;
   return has_tones ? VASK_STREAM_TONES : 0;
 }
 
 bool Segment::IsUtteranceUntil(int64_t end) const {
-  return IsUtterance(LengthUntil(std::max(end, start_)), whole_.voiced);
+  return IsUtterance(LengthUntil(std::max(end, start_)), LimitTo32(whole_.voiced));
 }
 
 void Segment::End(const SegmentContext& context, int64_t end, int32_t reason, bool is_accepted) {
@@ -240,7 +240,7 @@ void Segment::EndPiece(const SegmentContext& context, int64_t end, int64_t out_e
               .span_start = out_begin_,
               .span_end = out_end,
               .heard = context.heard,
-              .voiced_frames = piece_.voiced,
+              .voiced_frames = LimitTo32(piece_.voiced),
               .voiced = std::min(
                   1.0f, static_cast<float>(piece_.voiced) / static_cast<float>(std::max<int64_t>(frames, 1))),
               .level_db = LevelDb(piece_.energy, frames * kFrame)},

@@ -75,7 +75,7 @@ class Segment {
  private:
   // Of the frames that have been delivered.
   struct Counts {
-    int32_t voiced, voiced_raw, tones;
+    int64_t voiced, voiced_raw, tones;
     int64_t energy, speech;  // from the start on
     void AddVoicing(const FrameNote& note);
     void AddSums(const FrameNote& note);

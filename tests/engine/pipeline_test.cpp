@@ -73,6 +73,30 @@ TEST(Pipeline, IgnoresBadInput) {
   Vask_epd_stop();
 }
 
+// The counts of a year, of which some are full in the middle of the utterance. The queue of spectra has no
+// reader.
+TEST(Pipeline, AnUtteranceIsTheSameWhenItsCountersAreNearlyFull) {
+  for (const int32_t left : {0, 3, 60, 110, 200}) {
+    const Samples scene = Join({Hiss(150, 20, 9), Burst(), Utterance()});
+    Stream fresh(2), old(2);
+    for (size_t t = 0; t < scene.size() / 160; ++t) {
+      if (t == 140) {
+        epd_engine& e = old.state;
+        for (int32_t* counter : {&e.frames_in, &e.restart_count, &e.wiener.frame_count,
+                                 &e.wiener.vad.frame_count, &e.epd.engine_frames, &e.epd.frame_index,
+                                 &e.epd.vad.vad_frames, &e.epd.uv.frames_since_voiced}) {
+          *counter = INT32_MAX - left;
+        }
+        e.epd.vad.silence_run = 32764;
+        e.spectrum_queue.write_pos = INT32_MAX / 257 * 257;
+      }
+      const Emitted expected = fresh.Process(2, scene, t);
+      ASSERT_EQ(old.Process(2, scene, t), expected) << "frame " << t << ", " << left << " left";
+    }
+    EXPECT_EQ(fresh.state.end_latched, 1);
+  }
+}
+
 TEST(Lifecycle, StartsAndStopsAnyNumberOfTimes) {
   const Samples scene = Hiss(4, 20, 12);
   Stream stream;
