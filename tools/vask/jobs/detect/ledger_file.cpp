@@ -111,8 +111,8 @@ void LedgerFile::ReadLines(const std::function<void(Place, const std::string&)>&
   has_head_ = !Holder().empty();
   std::string block(kBlockBytes, '\0'), line;
   int64_t at = 0, line_at = 0;
-  for (ssize_t n; (n = pread(fd_, block.data(), block.size(), at)) > 0; at += n) {
-    std::string_view rest(block.data(), static_cast<size_t>(n));
+  for (size_t n; (n = ReadAt(at, block)) > 0; at += static_cast<int64_t>(n)) {
+    std::string_view rest(block.data(), n);
     for (size_t end; (end = rest.find('\n')) != std::string_view::npos; rest.remove_prefix(end + 1)) {
       line += rest.substr(0, end);
       call({line_at, line.size()}, line);
@@ -129,9 +129,24 @@ void LedgerFile::ReadLines(const std::function<void(Place, const std::string&)>&
 
 std::string LedgerFile::Line(Place place) const {
   std::string line(place.length, '\0');
-  const ssize_t n = pread(fd_, line.data(), line.size(), place.at);
-  line.resize(n > 0 ? static_cast<size_t>(n) : 0);
+  line.resize(ReadAt(place.at, line));
   return line;
+}
+
+// Fewer bytes only at the end. A failure must not pass for the end: what follows would be cut off.
+size_t LedgerFile::ReadAt(int64_t at, std::span<char> out) const {
+  size_t done = 0;
+  while (done < out.size()) {
+    const ssize_t n = pread(fd_, out.data() + done, out.size() - done, at + static_cast<int64_t>(done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      throw FileError(name_, std::string("cannot be read (") + std::strerror(errno) + ")",
+                      "check the disk, then try again");
+    }
+    if (n == 0) break;
+    done += static_cast<size_t>(n);
+  }
+  return done;
 }
 
 LedgerFile::Place LedgerFile::Append(const std::string& line) {

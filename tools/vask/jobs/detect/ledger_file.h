@@ -3,12 +3,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 
 namespace vask::command {
 
 // Lines of text after a header that names the run that has the file locked. Throws FatalError if it cannot be
-// opened or locked, FileError if it cannot be written.
+// opened or locked, FileError if it cannot be read or written.
 class LedgerFile {
  public:
   struct Place {
@@ -37,6 +38,7 @@ class LedgerFile {
   void Hold(bool wait);
   std::string Holder() const;
   std::string Head() const;
+  size_t ReadAt(int64_t at, std::span<char> out) const;
   [[noreturn]] void ThrowUnwritable() const;
 
   std::string name_;
