@@ -34,7 +34,7 @@ Written WriteKnowledgeBase(const std::string& dir) {
   }
   const bool was_begun = std::filesystem::exists(dir + "/Vask.db", error);
   const int32_t result = vask_make_coeff_files(dir.c_str());
-  if (result == 0) {
+  if (result == 0 || !std::filesystem::is_directory(dir + "/LOG", error)) {
     throw FileError(dir, "not all files could be written",
                     "check the permissions and the free space on the disk, then try again");
   }
