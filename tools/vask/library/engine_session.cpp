@@ -1,7 +1,10 @@
 #include "library/engine_session.h"
 
+#include <vask/ecd.h>
 #include <vask/engine.h>
 #include <vask/settings.h>
+
+#include <new>
 
 #include "library/messages.h"
 #include "terminal/errors.h"
@@ -25,6 +28,7 @@ EngineSession::EngineSession(const EngineOptions& options) : out_(kLargestOutput
       is_up = Vask_epd_init(dir, kEnhance) == 1;
     });
     if (!is_up) throw FatalError("the engine does not start");
+    if (__Vask_epd_detect_env_change == 0) throw std::bad_alloc();  // it runs, but judges nothing
   } catch (...) {
     Vask_epd_stop();
     throw;
