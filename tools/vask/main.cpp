@@ -56,16 +56,20 @@ constexpr const char* kFooter =
 Exit status: 0 success, 1 a file failed (the others were processed), 2 usage error, 3 some inputs of vask
 batch failed, 130 ended by Ctrl-C.)";
 
-// Freeing a JSON value allocates memory, in a destructor, which must not throw.
+// Freeing a JSON value allocates memory, in a destructor, which must not throw, and so does going through a
+// folder. Where gcc ends the process before anything has caught the exception, its type is not known.
 [[noreturn]] void EndWhereNothingCatches() {
+  bool is_out_of_memory = std::current_exception() == nullptr && std::uncaught_exceptions() > 0;
   try {
     if (std::current_exception()) throw;
   } catch (const std::bad_alloc&) {
-    std::fputs(kOutOfMemory, stderr);
-    std::_Exit(EXIT_FAILURE);
+    is_out_of_memory = true;
   } catch (...) {
   }
-  std::abort();
+  if (!is_out_of_memory) std::abort();
+  std::fputs(kOutOfMemory, stderr);
+  RemoveUnfinished();
+  std::_Exit(EXIT_FAILURE);
 }
 
 // An empty string means "valid", as CLI11 expects.

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
+#include <utility>
 
 #include "terminal/errors.h"
 #include "terminal/signals.h"
@@ -30,10 +32,25 @@ mode_t NewFileMode() {
   return mode;
 }
 
+// A list of all that there are, which takes no memory.
+std::mutex all_lock;
+OutputFile* all = nullptr;
+
+[[noreturn]] void ThrowUnwritableFile(const std::string& name, int error) {
+  const char* remedy = "check the folder and its permissions";
+  if (error == ENOSPC || error == EDQUOT) remedy = "make room or write to another disk";
+  if (error == EISDIR) remedy = "give the name of a file";
+  if (error == ESPIPE) remedy = "write to a file: its header is filled in at the end";
+  throw FileError(name, std::string("cannot be written (") + std::strerror(error) + ")", remedy);
+}
+
+// Throws if a link may be there that cannot be followed: it would be replaced by a file.
 std::string Resolved(const std::string& target) {
-  std::error_code ignored;
-  const std::filesystem::path resolved = std::filesystem::canonical(target, ignored);
-  return resolved.empty() ? target : resolved.string();
+  std::error_code error;
+  const std::filesystem::path resolved = std::filesystem::canonical(target, error);
+  if (error && error != std::errc::no_such_file_or_directory)
+    ThrowUnwritableFile(target, error.default_error_condition().value());
+  return error ? target : resolved.string();
 }
 
 }  // namespace
@@ -50,7 +67,9 @@ OutputFile::OutputFile(const std::string& target, Content content)
     close(fd_);
     throw FileError(name_, "is a terminal, which cannot show this", "name a file, or pipe it to a program");
   }
-  NoteStart();
+  if (temporary_.empty()) NoteStart();
+  const std::lock_guard lock(all_lock);
+  next_ = std::exchange(all, this);
 }
 
 void OutputFile::Open() {
@@ -68,6 +87,14 @@ void OutputFile::Open() {
 
 OutputFile::~OutputFile() {
   if (fd_ >= 0) close(fd_);
+  Remove();
+  const std::lock_guard lock(all_lock);
+  OutputFile** link = &all;
+  while (*link != this) link = &(*link)->next_;
+  *link = next_;
+}
+
+void OutputFile::Remove() const {
   if (!temporary_.empty()) unlink(temporary_.c_str());
 }
 
@@ -82,6 +109,7 @@ void OutputFile::OpenInPlace(bool fifo) {
 
 void OutputFile::NoteStart() {
   const int flags = fcntl(fd_, F_GETFL);
+  start_ = -1;
   // Appended bytes always go to the end.
   if (flags >= 0 && (flags & O_APPEND) == 0) start_ = lseek(fd_, 0, SEEK_CUR);
 }
@@ -126,6 +154,7 @@ void OutputFile::Commit() {
   fd_ = again;
   if (closed != 0 || again < 0) ThrowUnwritable(errno);
   if (temporary_.empty()) return;
+  const std::lock_guard lock(all_lock);
   if (rename(temporary_.c_str(), target_.c_str()) != 0) ThrowUnwritable(errno);
   temporary_.clear();
 }
@@ -142,11 +171,12 @@ void OutputFile::WriteAll(std::span<const uint8_t> bytes) {
 void OutputFile::ThrowUnwritable(int error) const {
   if (error == EINTR) CheckSignals();
   if (error == EPIPE && target_ == "-") throw Interruption{SIGPIPE};  // its reader has had enough
-  const char* remedy = "check the folder and its permissions";
-  if (error == ENOSPC || error == EDQUOT) remedy = "make room or write to another disk";
-  if (error == EISDIR) remedy = "give the name of a file";
-  if (error == ESPIPE) remedy = "write to a file: its header is filled in at the end";
-  throw FileError(name_, std::string("cannot be written (") + std::strerror(error) + ")", remedy);
+  ThrowUnwritableFile(name_, error);
+}
+
+void RemoveUnfinished() {
+  const std::lock_guard lock(all_lock);
+  for (const OutputFile* file = all; file != nullptr; file = file->next_) file->Remove();
 }
 
 void RemoveLeftovers(const std::string& folder) {

@@ -32,10 +32,13 @@ class OutputFile {
   [[noreturn]] void ThrowUnwritable(int error) const;  // an errno
 
  private:
+  friend void RemoveUnfinished();
+
   void Open();
   void OpenInPlace(bool fifo);
   void MakeTemporary();
   void NoteStart();
+  void Remove() const;
   void Flush();
   void WriteAll(std::span<const uint8_t> bytes);
 
@@ -43,9 +46,13 @@ class OutputFile {
   std::string target_;     // with links resolved, so that a link is not replaced by a file
   std::string temporary_;  // empty: written in place, or already renamed
   int fd_ = -1;
-  int64_t start_ = -1;  // of what is written, in the file; -1: it cannot be reached again
+  OutputFile* next_ = nullptr;  // of all that there are
+  int64_t start_ = 0;           // of what is written, in the file; -1: it cannot be reached again
   std::vector<uint8_t> pending_;
 };
+
+// Removes the temporary files of all OutputFiles, for an end without their destructors.
+void RemoveUnfinished();
 
 // Removes from `folder` what OutputFiles of runs that were killed have left. Those of a run that is still
 // going on are kept.
