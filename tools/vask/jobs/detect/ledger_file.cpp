@@ -152,7 +152,8 @@ size_t LedgerFile::ReadAt(int64_t at, std::span<char> out) const {
 LedgerFile::Place LedgerFile::Append(const std::string& line) {
   if (!WriteAt(fd_, line + "\n", end_)) {
     const int error = errno;
-    static_cast<void>(ftruncate(fd_, end_));  // so that the next one begins on a line of its own
+    [[maybe_unused]] const int cut =
+        ftruncate(fd_, end_);  // so that the next one begins on a line of its own
     errno = error;
     ThrowUnwritable();
   }
