@@ -41,7 +41,9 @@ if(VASK_SANITIZE)
   add_link_options(-fsanitize=${VASK_SANITIZE})
 endif()
 
+include(cmake/Hardening.cmake)
 add_library(vask_link_flags INTERFACE)
+target_link_libraries(vask_link_flags INTERFACE vask_hardening)
 if(WIN32)
   # The compiler's own libraries in it, so that a program needs this file alone.
   target_link_options(vask_link_flags INTERFACE -static -Wl,--gc-sections)
@@ -58,6 +60,10 @@ target_link_options(
 if(NOT (VASK_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
   # Clang leaves it to the program to define the sanitizer's own symbols.
   target_link_options(vask_link_flags INTERFACE -Wl,--no-undefined)
+endif()
+if(VASK_MARKED AND NOT ANDROID)
+  # The start-up code of the C library may lack the marks of Hardening.cmake, and this library has no use for it.
+  target_link_options(vask_link_flags INTERFACE -nostartfiles)
 endif()
 if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
   target_link_options(vask_link_flags INTERFACE -Wl,-z,max-page-size=16384)  # for kernels with 16 KiB pages

@@ -48,13 +48,16 @@ if(VASK_BUILD_COMMAND)
                                             VASK_JNI_BUILT=$<BOOL:${VASK_HAVE_JNI}>)
     find_package(Threads REQUIRED)
     # The static library also has what the shared one does not export: the level of the kernels.
-    target_link_libraries(vask PRIVATE vask_flags vask_player vask_static CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
+    target_link_libraries(vask PRIVATE vask_flags vask_hardening vask_player vask_static CLI11::CLI11 nlohmann_json::nlohmann_json PkgConfig::sndfile PkgConfig::soxr
                                        Threads::Threads PkgConfig::zlib PkgConfig::opus PkgConfig::ogg)
     # Binding the C++ library's names takes half the instructions of a start; some systems only have it shared.
     set(static_runtime -static-libstdc++ -static-libgcc)
     check_linker_flag(CXX "${static_runtime}" VASK_HAVE_STATIC_RUNTIME)
     if(VASK_HAVE_STATIC_RUNTIME AND NOT VASK_SANITIZE)
       target_link_options(vask PRIVATE ${static_runtime})
+    endif()
+    if(VASK_SHADOW_STACK)
+      target_link_options(vask PRIVATE -Wl,-z,shstk)
     endif()
     if(WIN32)
       target_include_directories(vask PRIVATE tools)
