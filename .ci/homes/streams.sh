@@ -28,8 +28,6 @@ for kind in so a; do
   [ -z "$(tr ' ' '\n' <<< "$needs" | grep -vxE '_ITM_.*|__gmon_start__|__cxa_finalize|__cpu_model|__stack_chk_fail|[cm]alloc|free|mem(cpy|move|set|cmp)|fe[gs]etround|frexp|ldexp' || true)" ] ||
     fail "$library.$kind needs more of the system than memory and the rounding mode: $needs"
 done
-newest=$(objdump -T $library.so | grep -o 'GLIBC_[0-9.]*' | sort -Vu | tail -1)
-[ "$(printf '%s\nGLIBC_2.14\n' "$newest" | sort -V | tail -1)" = GLIBC_2.14 ] || fail "$library.so needs $newest"
 size=$(stat -Lc %s $library.so)
 [ "$size" -le $((most_kb * 1000)) ] || fail "$library.so has $size bytes, over $most_kb KB"
 [ "$(ls $build/installed/include/vask | xargs)" = "export.h model.h profile.h stream.h stream.hpp" ] || fail "other headers are installed"
@@ -41,4 +39,4 @@ sed -n '/^```sh/,/^```/{/^```/!p;}; /^```$/q' docs/streams.md | sed "s#program#$
 (bash -e $build/lines) > $build/printed || fail "the lines of docs/streams.md fail"
 rm -f ./[1-5].raw
 tail -n 1 $build/printed | grep -q '^5: ' || fail "the program of docs/streams.md does not find the five sentences"
-echo "streams: $size bytes, needs $newest; the lines of docs/streams.md run"
+echo "streams: $size bytes; the lines of docs/streams.md run"
