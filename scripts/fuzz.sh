@@ -42,6 +42,8 @@ run() {
     > "$log" 2>&1 || { echo fault >> "$log" && return; }
   [ -n "$keep" ] || return 0
   "$program" -merge=1 "$found/$target/least" "$found/$target/kept" "$found/$target/new" > "$log.merge" 2>&1
+  # What once showed a fault stays, whatever else reaches as much.
+  find "$found/$target/kept" -name 'fault-*' -exec cp -t "$found/$target/least" {} +
   XZ_OPT=-9e tar --sort=name --mtime=@0 --owner=0 --group=0 --numeric-owner -cJf "$kept" -C "$found/$target/least" .
 }
 export -f run
