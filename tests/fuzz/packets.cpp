@@ -44,6 +44,7 @@ void Headers(Input& input) {
     VASK_REQUIRE(vask_write_packet_header(type, n, written.data()) == VASK_PACKET_HEADER);
     VASK_REQUIRE(std::equal(written.begin(), written.end(), bytes.begin()));
   }
+  VASK_REQUIRE(vask_read_packet_header(bytes.data(), -1, nullptr) == 0);
   type = input.ConsumeIntegral<char>();
   const auto wanted = Edgy<int32_t>(input, -1, VASK_LARGEST_PACKET + 1);
   const bool good = (type == 'D' || type == 'E') && wanted > 0 && wanted <= VASK_LARGEST_PACKET;

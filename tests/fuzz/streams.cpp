@@ -149,7 +149,9 @@ class Listener {
   }
 
   void MakeRoom(int32_t error) {
-    VASK_REQUIRE(error == VASK_STREAM_FULL && Take(true));  // there must be something that was in the way
+    VASK_REQUIRE(error == VASK_STREAM_FULL);
+    const bool was_in_the_way = Take(true);
+    VASK_REQUIRE(was_in_the_way);
   }
 
   // False if there was nothing. Without `eagerly` audio is only read where it would be dropped.
