@@ -41,6 +41,7 @@ if [ "$extent" = --ci ]; then
   packages+=(libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
     gstreamer1.0-plugins-good valgrind python3-gi gir1.2-gstreamer-1.0) # the plugin for GStreamer
   packages+=(parallel openmpi-bin slurmctld slurmd slurm-client python3-distributed) # examples/corpus
+  packages+=(libclang-rt-dev) # scripts/fuzz.sh: libFuzzer
   packages+=(musl-dev) # scripts/proofs/bits.sh
   packages+=(checksec abigail-tools)                                          # scripts/proofs/binary.sh
   packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 dpkg-dev) # Windows, and sources for it

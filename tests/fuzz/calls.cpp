@@ -237,8 +237,4 @@ void Run(Input& input) {
 }  // namespace
 }  // namespace vask::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vask::fuzz::Input input(data, size);
-  vask::fuzz::Run(input);
-  return 0;
-}
+VASK_FUZZ(vask::fuzz::Run)

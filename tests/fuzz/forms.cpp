@@ -3,9 +3,8 @@
 #include "fuzz/sound.h"
 #include "support/levels.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+static void Run(vask::fuzz::Input& input) {
   using namespace vask;
-  fuzz::Input input(data, size);
   const auto& named =
       kernels::kKernels[input.ConsumeIntegralInRange<size_t>(0, std::size(kernels::kKernels) - 1)];
   kernels::factors_seed = input.ConsumeIntegral<uint8_t>();
@@ -18,5 +17,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (level == Level::kPlain) plain = outputs;
     VASK_REQUIRE(outputs == plain);
   });
-  return 0;
 }
+
+VASK_FUZZ(Run)

@@ -20,6 +20,14 @@ using Samples = std::vector<int16_t>;
 #define VASK_REQUIRE(claim) \
   static_cast<void>((claim) ? void() : ::vask::fuzz::Fail(#claim, __FILE__, __LINE__))
 
+// Makes a function of an input the target.
+#define VASK_FUZZ(run)                                                      \
+  extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) { \
+    ::vask::fuzz::Input input(data, size);                                  \
+    run(input);                                                             \
+    return 0;                                                               \
+  }
+
 // A number of this range, more often than not one of its ends or near them.
 template <typename T>
 T Edgy(Input& input, T low, T high) {

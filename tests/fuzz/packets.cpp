@@ -87,13 +87,13 @@ void Queue(Input& input) {
   android_stop_frontend();
 }
 
+void Run(Input& input) {
+  Codes(input);
+  Headers(input);
+  Queue(input);
+}
+
 }  // namespace
 }  // namespace vask::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vask::fuzz::Input input(data, size);
-  vask::fuzz::Codes(input);
-  vask::fuzz::Headers(input);
-  vask::fuzz::Queue(input);
-  return 0;
-}
+VASK_FUZZ(vask::fuzz::Run)
