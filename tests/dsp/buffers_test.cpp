@@ -30,5 +30,18 @@ TEST(Queue, RefusesABlockThatCrossesTheEndAndKeepsCountingWhenNobodyReads) {
   EXPECT_EQ(q.data, nullptr);
 }
 
+TEST(Frames, MoveToTheFrontFromWithinTheBuffer) {
+  for (const auto& [shift, after] : {std::pair{0, Values{1, 2, 3}},
+                                     {1, {2, 3, 3}},
+                                     {2, {3, 2, 3}},
+                                     {3, {1, 2, 3}},
+                                     {-1, {1, 2, 3}},
+                                     {INT32_MIN, {1, 2, 3}}}) {
+    Values buffer = {1, 2, 3};
+    IFrameShifting(buffer.data(), shift, 3);
+    EXPECT_EQ(buffer, after) << "by " << shift;
+  }
+}
+
 }  // namespace
 }  // namespace vask::test

@@ -97,6 +97,45 @@ TEST_F(Change, ALevelThatIsNotANumberFailsNoTest) {
     ECVreport(row, row, 2);  // nothing out of bounds
 }
 
+TEST_F(Change, AReportHearsTheFramesAroundTheChangesAndNoOthers) {
+  // Of 200 frames, changes at 40 and `last`; one frame of the extractor's levels or of the engine's differs.
+  const auto report = [&](int last, double between, double speech, int at, double level, int engines_at = -1,
+                          double engines_level = 9) {
+    const auto is_between = [&](int t) { return t >= 46 && t < last; };
+    Fill(200, [&](int t, int) { return t == at ? level : is_between(t) ? between : 0; });
+    for (int t = 0; t < 200; ++t)
+      ecdorgLFBE[t] = static_cast<float>(t == engines_at ? engines_level : is_between(t) ? speech : 0);
+    const int32_t code = ECVreport(40, last, 2);
+    return std::pair(code, __Vask_epd_ecd_get_SNR());
+  };
+  const float snr = report(140, 5, 5, -1, 0).second;
+  struct Case {
+    int at;
+    bool before, between, engines;
+  };
+  for (const Case& c : {Case{13, false, false, false},
+                        {14, true, false, false},
+                        {33, true, false, false},
+                        {34, false, false, false},
+                        {45, false, false, false},
+                        {46, false, true, true},
+                        {139, false, true, true},
+                        {140, false, false, false},
+                        {169, false, false, false},
+                        {170, false, false, true},
+                        {199, false, false, true}}) {
+    EXPECT_EQ(report(140, 6.5, 5, c.at, 9).first, c.before ? 1 : 0) << c.at;   // hides the rise
+    EXPECT_EQ(report(140, 0, 5, c.at, 0.5).first, c.between ? 1 : 0) << c.at;  // rises, but too little
+    EXPECT_EQ(report(140, 5, 5, -1, 0, c.at).second != snr, c.engines) << c.at;
+  }
+  // Of 700 and more the exponential is infinite in single precision: nothing is above it.
+  for (const double level : {699.5, 700.0, 700.5}) EXPECT_EQ(report(140, 4, 9, 20, level).first, 0) << level;
+  __Vask_epd_set_seneitivity(3, 2.0f);  // at the thresholds, of one frame between the changes
+  EXPECT_EQ(report(47, 2, 3, -1, 0).first, 0);
+  EXPECT_EQ(report(47, 1.99, 3, -1, 0).first, 1);
+  EXPECT_EQ(report(47, 2, 2.99, -1, 0).first, 2);
+}
+
 TEST_F(Change, DoesNotDependOnTheCallersFloatMode) {
   // The determinant of the quiet halves is about 0.14^46 = 5e-40, a subnormal number.
   Fill(200, [&](int t, int) { return (t > 60 && t < 130 ? 9 : 4) + Noise(t > 60 ? 0.5 : 0.14); });
