@@ -130,6 +130,7 @@ TEST_F(Change, AReportHearsTheFramesAroundTheChangesAndNoOthers) {
   }
   // Of 700 and more the exponential is infinite in single precision: nothing is above it.
   for (const double level : {699.5, 700.0, 700.5}) EXPECT_EQ(report(140, 4, 9, 20, level).first, 0) << level;
+  EXPECT_EQ(ECVreport(40, 140, 1), 3);
   __Vask_epd_set_seneitivity(3, 2.0f);  // at the thresholds, of one frame between the changes
   EXPECT_EQ(report(47, 2, 3, -1, 0).first, 0);
   EXPECT_EQ(report(47, 1.99, 3, -1, 0).first, 1);
