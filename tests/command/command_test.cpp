@@ -282,19 +282,6 @@ TEST_F(Command, NeverOverwritesAnotherFileOfTheRun) {
       std::string::npos);
 }
 
-TEST_F(Command, LeavesNothingHalfWritten) {
-  std::ofstream(*this / "out.wav") << "before";
-  const std::vector<std::string> files = Files();
-  const auto small_disk = [] {
-    const struct rlimit limit = {200000, 200000};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, SIG_IGN);
-  };
-  EXPECT_EQ(Run({"denoise", kForRecognition, kRoom, "-o", "out.wav"}, small_disk).exit_code, 1);
-  EXPECT_EQ(Files(), files);
-  EXPECT_EQ(Content(*this / "out.wav"), "before");
-}
-
 TEST_F(Command, StopsQuietlyWhenNobodyReads) {
   const Outcome closed = Run({"detect", kEnergy, kRoom}, [] {
     int ends[2];

@@ -530,42 +530,6 @@ TEST_F(DetectCommand, NamesManyRecordingsOfOneNameQuickly) {
   EXPECT_LT(seconds("rttm"), 3 * seconds("text") + 0.5);
 }
 
-// Under a sanitizer a test must not limit the address space.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST_F(DetectCommand, MakesDoWithFewThreadsAndLittleMemory) {
-  const std::string wanted = Run({"detect", kEnergy, kRoom, kRoom, kRoom, kRoom, kRoom, kRoom}).out;
-  // Stacks of 256 MB: two or three threads start, or none.
-  for (const rlim_t space : {rlim_t{1} << 30, rlim_t{1} << 28}) {
-    const auto few_threads = [=] {
-      const struct rlimit stack = {rlim_t{1} << 28, RLIM_INFINITY}, all = {space, space};
-      setrlimit(RLIMIT_STACK, &stack);
-      setrlimit(RLIMIT_AS, &all);
-    };
-    const Outcome outcome =
-        Run({"detect", kEnergy, "-j6", kRoom, kRoom, kRoom, kRoom, kRoom, kRoom}, few_threads);
-    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, wanted);
-    EXPECT_EQ(Run({"report", kRoom, "-o", "page.html"}, few_threads).err, "");
-  }
-  // A ledger whose line takes 32 MB as a value, and 16 MB more while it is freed.
-  fs::create_directory(*this / "out");
-  std::string line = "{\"input\":[1";
-  for (int k = 1; k < 1 << 20; ++k) line += ",1";
-  int without = 0;
-  for (rlim_t megabytes = 32; megabytes < 112; megabytes += 8) {
-    std::ofstream(*this / "out/.vask-detect.jsonl") << line << "]}\n";
-    const Outcome outcome =
-        Run({"detect", kEnergy, "-j1", kRoom, "-o", "out", "--resume", "--overwrite"}, [=] {
-          const struct rlimit all = {megabytes << 20, megabytes << 20};
-          setrlimit(RLIMIT_AS, &all);
-        });
-    EXPECT_GE(outcome.exit_code, 0) << megabytes << " MB: " << outcome.err;
-    without += outcome.err == "vask: out of memory: close other programs or use a larger machine\n" ? 1 : 0;
-  }
-  EXPECT_GT(without, 0);
-}
-#endif
-
 TEST_F(DetectCommand, NeedsNoMoreMemoryForALongFileNorForManyFiles) {
   const std::vector<std::string> few = Many(20);
   std::vector<std::string> many;
