@@ -21,7 +21,7 @@ JOBS = [
     "detect {0}.flac", "detect {0}.ogg", "detect {0}.mp3", "trim {0}.wav -o out.wav", "trim {0}.wav -o out.flac",
     "denoise {0}.wav -o out.wav", "denoise {0}-44100.wav -o out.wav",
     "packets {0}.wav -o packets", "unpack {0}.packets -o out.wav", "mfcc --deltas {0}-second.wav -o out.npy",
-    "env {0}.wav", "report {0}.wav -o page.html", "score {0}.rttm {0}.rttm", "tables kb"]
+    "env {0}.wav", "report {0}.wav -o page.html", "score {0}.rttm {0}.rttm", "tables kb", "batch -j1 {0}.paths"]
 # These do not always ask whether there was memory, which ends the process: like a kill, it leaves no part of a file.
 UNCHECKED = ("libsndfile.so", "libsoxr.so", "libvorbis.so")
 
@@ -36,6 +36,7 @@ def make_inputs(folder):
          "-t", "1", f"{stem}-second.wav")
     if QUICK:
         return stem
+    Path(f"{stem}.paths").write_text(f"{stem}.wav\n{stem}-second.wav\n")
     make(VASK, "packets", f"{stem}.wav", "-o", f"{stem}.packets")
     Path(f"{stem}.rttm").write_bytes(make(VASK, "detect", "-f", "rttm", f"{stem}.wav").stdout)
     return stem
@@ -71,7 +72,7 @@ def job(line, stem, way, share):
         for number in range(1 + share + skipped, whole.count + 1, 2):
             run = program.run(way, number)
             tried += 1
-            if run.exit == 0 and (run.out, run.files) == (whole.out, whole.files):
+            if run.exit == 0 and (run.out, run.files) == (whole.out, whole.files) or run.records(whole):
                 continue
             died = run.exit == -signal.SIGSEGV and run.where.startswith(UNCHECKED)
             written = {name: data for name, data in run.files.items() if not name.endswith(".vask-detect.jsonl")

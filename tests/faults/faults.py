@@ -30,7 +30,7 @@ def content(folder):
 
 def hidden(name):
     """Whether it is a file of a run that has not finished."""
-    return Path(name).name.startswith(".vask-") and not name.endswith(".jsonl") or name.endswith(".new")
+    return Path(name).name.startswith(".vask-") and not name.endswith(".jsonl") or name.endswith((".new", ".part"))
 
 
 class Run:
@@ -44,6 +44,13 @@ class Run:
         self.out = (program.base / "stdout").read_text(errors="replace")
         self.err = (program.base / "stderr").read_text(errors="replace")
         self.files = content(program.folder)
+
+    def records(self, whole):
+        """Whether a batch says of some inputs that they failed, and of the others what it should."""
+        texts = [run.files.get("records.jsonl", b"").decode() + run.out for run in (self, whole)]
+        lines, wanted = (text.splitlines() for text in texts)
+        return (self.exit == 3 and len(lines) == len(wanted) and
+                all(line == other or '"error":' in line for line, other in zip(lines, wanted)))
 
     def said(self):
         """Whether the program failed as it should: by its status, and with a line or more of its own."""
