@@ -36,7 +36,7 @@ void AddHeard(const Item& item, const Findings& heard, Json& record) {
 }  // namespace
 
 Json RecordOf(const Item& item, const Findings& heard, const std::string& settings) {
-  Json record;
+  Json record = Json::object();  // a null one that finds no memory to become an object crashes
   record["id"] = item.id.empty() ? Json() : Json(item.id);
   if (item.id.empty()) record["line"] = item.text;
   record["path"] = item.place.path.empty() ? Json() : Json(item.place.path);
