@@ -82,7 +82,7 @@ same "MPI, a rank killed" by-mpi/records.jsonl sorted
 # Slurm on this node alone, with eight cores as far as it knows.
 cat > slurm.conf << END
 ClusterName=test
-SlurmctldHost=$(hostname -s)
+SlurmctldHost=$(hostname -s)(127.0.0.1)
 SlurmUser=$(id -un)
 AuthType=auth/none
 CredType=cred/none
@@ -102,7 +102,7 @@ SlurmctldPort=26817
 SlurmdPort=26818
 SlurmdParameters=config_overrides
 SchedulerParameters=batch_sched_delay=0,sched_min_interval=0,sched_interval=1
-NodeName=$(hostname -s) CPUs=8 State=UNKNOWN
+NodeName=$(hostname -s) NodeAddr=127.0.0.1 CPUs=8 State=UNKNOWN
 PartitionName=all Nodes=ALL Default=YES MaxTime=10 State=UP
 END
 mkdir state spool
