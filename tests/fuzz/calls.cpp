@@ -41,13 +41,13 @@ T Any(Input& input) {
     return Edgy<T>(input, std::numeric_limits<T>::min(), std::numeric_limits<T>::max());
   } else if constexpr (std::is_same_v<T, const char*>) {
     return AnyFolder(input);
-  } else if constexpr (std::is_convertible_v<wiener_filt*, T>) {
-    return &places->wiener;
-  } else if constexpr (std::is_convertible_v<energy_epd_prm*, T>) {
-    return &places->detector;
   } else {
-    static_assert(std::is_convertible_v<mfcc_prm*, T>);
-    return &places->mfcc;
+    auto& p = *places;
+    const std::tuple records(&p.wiener, &p.wiener.vad, &p.detector, &p.detector.vad, &p.detector.uv,
+                             &p.tracker, &p.mfcc, &p.short_queue, &p.queue, &p.wide_queue, &p.silent_queue,
+                             &p.short_ring, &p.ring, &p.wide_ring, &p.older_ring, p.numbers.data(),
+                             p.samples.data());
+    return std::get<std::remove_const_t<std::remove_pointer_t<T>>*>(records);
   }
 }
 
@@ -138,7 +138,35 @@ void CallOne(Input& input) {
             android_init_frontend, android_init_frontend, Vask_epd_init, android_enable_log,
             Vask_epd_save_pcm_dir, __check_Vask_Config__, Vask_epd_set_base_dir, vask_make_coeff_files,
             wiener_filt_setting, wiener_filt_resetting, energy_epd_setting, energy_epd_resetting,
-            refresh_mfcc_prm, global_cms_update, vask_read_global_cms, vask_write_global_cms);
+            refresh_mfcc_prm, global_cms_update, vask_read_global_cms, vask_write_global_cms,
+            energy_vad_setting, energy_vad_resetting, uv_prm_setting, wiener_vad_setting,
+            wiener_vad_resetting, epd_prm_setting, init_energy_epd_conprm, sin_buff_setting, iin_buff_setting,
+            in64_buff_setting, sin_buf_setting, sring_buff_setting, iring_buff_setting, i64ring_buff_setting,
+            int64_rbuf_setting, EnvChangeValue, Vask_epd_ecd_snr);
+}
+
+// Records and tables of any size, from their making to their end.
+void CallLives(Input& input, test::Places& p) {
+  const auto n = input.ConsumeIntegralInRange<int32_t>(0, 40),
+             m = input.ConsumeIntegralInRange<int32_t>(0, 40);
+  const fmatrix matrix = create_fmatrix(n, m);
+  zero_fmatrix(matrix);
+  VASK_REQUIRE(fmatrix_rows(matrix) == n && fmatrix_cols(matrix) == m);
+  free_fmatrix(matrix), free_fvector(create_fvector(n));
+  wiener_filt wiener = {};
+  init_wiener_filt_param(&wiener, m == 0 ? 16000 : m), close_wiener_filt_param(&wiener);
+  init_wiener_spectrum(&wiener.spectrum, n), close_wiener_spectrum(&wiener.spectrum);
+  init_wiener_gsap_data(&wiener.gsap_data, n), close_wiener_gsap_data(&wiener.gsap_data);
+  if (InitMelFB(&wiener.mel_fb, n) == 1) CloseMelFB(&wiener.mel_fb, n);
+  energy_epd_prm detector = {};
+  init_energy_vad_prm(&detector.vad, n), close_energy_vad_prm(&detector.vad);
+  init_uv_prm(&detector.uv, n), close_uv_prm(&detector.uv);
+  if (init_energy_epd_prm_org(&detector, 10 * n) == 1) close_energy_epd_prm(&detector);
+  fir_filt* const filters = static_cast<fir_filt*>(std::calloc(40, sizeof(fir_filt)));
+  if (n == 0) std::free(filters);
+  if (n > 0 && init_filter(filters, n, m) == 1) close_filter(filters, n);
+  InitFBank(2 * n, m, p.numbers.data(), p.more.data());
+  std::free(InitDCTMatrix(n, m));
 }
 
 void CallCepstra(Input& input, mfcc_prm& m) {
@@ -155,6 +183,7 @@ void CallFrames(Input& input, test::Places& p) {
         android_process_frame(n, input.ConsumeIntegralInRange(0, 20) == 0 ? nullptr : sound.data());
     VASK_REQUIRE(result >= -1 && result <= 2);
     const auto wanted = input.ConsumeIntegralInRange<int32_t>(-1, 16000);
+    android_get_features(std::min(wanted, 100), p.numbers.data());
     const int32_t there = android_get_available_frames();
     VASK_REQUIRE(android_get_frames(wanted, out.data()) == std::clamp(there, 0, std::max(wanted, 0)));
   } else {
@@ -212,6 +241,7 @@ void Run(Input& input) {
         break;
       case 3:
         CallCepstra(input, p->mfcc);
+        CallLives(input, *p);
         break;
       case 4:
         WriteVariable(input);
