@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Changes one token of src/ at a time, and counts the changes that the tests notice.
 
-  scripts/mutants.py [--count N] [--in PATH...] [--quick]
+  scripts/mutants.py [--count N] [--in PATH...] [--quick] [--equivalent]
 
 The mutants are drawn by a digest of their place and their line, so the set stays the same where the code does. Each is
 compiled with traps for undefined behaviour and linked into the library that the tests of build/release then load. Those
@@ -11,6 +11,7 @@ tests/mutants/equivalent.txt, which no input can tell from the original, are not
   --count N    as many mutants; the shares of the kinds are those of QUOTAS
   --in PATH... in these sources alone: src/epd/, src/epd/vad.cpp or src/epd/vad.cpp:62
   --quick      noticed by the tests of the room alone
+  --equivalent the listed ones instead: none of them may be noticed
 
 Verdicts are in build/mutants/verdicts.txt as they come.
 """
@@ -232,6 +233,7 @@ def main():
     parser.add_argument("--count", type=int, default=330)
     parser.add_argument("--in", dest="paths", nargs="+", default=["src/"])
     parser.add_argument("--quick", action="store_true")
+    parser.add_argument("--equivalent", action="store_true")
     arguments = parser.parse_args()
     started = time.monotonic()
     os.makedirs(BUILD, exist_ok=True)
@@ -241,7 +243,7 @@ def main():
     sites = sites_of(ROOT, compiler, begins)
     left_out = equivalents([k for k in keys if k[0].startswith(begins)], sites)
     inside = [s for s in sites if f"{s.file}:{s.line}:".startswith(tuple(arguments.paths)) and s not in left_out]
-    chosen = drawn(inside, QUOTAS, arguments.count)
+    chosen = sorted(left_out) if arguments.equivalent else drawn(inside, QUOTAS, arguments.count)
     free = [Worker(n, compiler) for n in range(workers)]
     with contextlib.ExitStack() as stack:
         pool = stack.enter_context(concurrent.futures.ThreadPoolExecutor(workers))
@@ -261,6 +263,11 @@ def main():
             return verdict
 
         verdicts = list(pool.map(attempt, chosen))
+    if arguments.equivalent:
+        noticed = [f"{v or 'does not compile'}: {m}" for m, v in zip(chosen, verdicts) if v != ""]
+        kept = len(chosen) - len(noticed)
+        print(*noticed, f"mutants: {kept} of {len(chosen)} listed as equivalent are not noticed", sep="\n")
+        sys.exit(1 if noticed else 0)
     alive = [m for m, v in zip(chosen, verdicts) if v == ""]
     counted = sum(v is not None for v in verdicts)
     for mutant in alive:

@@ -132,7 +132,10 @@ def drawn(sites, quotas, count):
 
 
 def listed(path):
-    """The equivalent mutants of the list: (file, line, change), of blocks of these and the reason."""
+    """The equivalent mutants of the list: (file, line, change), of blocks of these and the reason.
+
+    A block may name several changes, with commas between them.
+    """
     with open(path) as file:
         text = "".join(line for line in file if not line.startswith("#"))
     keys = []
@@ -140,7 +143,7 @@ def listed(path):
         lines = [line.strip() for line in block.splitlines()]
         if len(lines) < 4:
             sys.exit(f"mutants: {path}: no reason is given for {lines[-1]!r} in {lines[0]}")
-        keys.append(tuple(lines[:3]))
+        keys += [(lines[0], lines[1], change) for change in lines[2].split(", ")]
     return keys
 
 
