@@ -46,7 +46,7 @@ add_custom_target(
   vask_aar
   COMMAND
     "${CMAKE_COMMAND}" "-DOUT=${VASK_AAR}" -DVERSION=${PROJECT_VERSION} "-DJAR=${CMAKE_CURRENT_BINARY_DIR}/vask.jar"
-    "-DLIBRARIES=${libraries}" "-DSTRIP=${CMAKE_STRIP}" -DAPI=${level} -DNDK_MAJOR=${ANDROID_NDK_MAJOR}
+    "-DLIBRARIES=${libraries}" "-DSTRIP=${CMAKE_STRIP}" "-DJAR_TOOL=${Java_JAR_EXECUTABLE}" -DDATE=${VASK_JAR_DATE} -DAPI=${level} -DNDK_MAJOR=${ANDROID_NDK_MAJOR}
     -P "${CMAKE_CURRENT_LIST_DIR}/pack_aar.cmake"
   VERBATIM)
 add_dependencies(vask_aar vask_jar ${builds})

@@ -1,10 +1,11 @@
 # Pack an Android archive: the classes, the libraries, the rules for R8, and the headers and libraries again where native
 # builds look for them (Prefab).
 #
-#   cmake -DOUT=vask.aar -DVERSION=0.0.0 -DJAR=vask.jar -DLIBRARIES=ABI=LIBRARY,ABI=LIBRARY... -DSTRIP=strip [-DAPI=21]
-#         [-DNDK_MAJOR=0] -P pack_aar.cmake
+#   cmake -DOUT=vask.aar -DVERSION=0.0.0 -DJAR=vask.jar -DLIBRARIES=ABI=LIBRARY,ABI=LIBRARY... -DSTRIP=strip -DJAR_TOOL=jar
+#         [-DDATE=1980-01-01T00:00:02Z] [-DAPI=21] [-DNDK_MAJOR=0] -P pack_aar.cmake
 #
-# API and NDK_MAJOR are those with which the libraries were built. The libraries are stripped.
+# API and NDK_MAJOR are those with which the libraries were built. The libraries are stripped. The JDK's jar packs,
+# since it notes neither owners nor permissions; DATE is the time of every file, for those that can set it.
 cmake_minimum_required(VERSION 3.22)
 
 if(NOT API)
@@ -45,8 +46,11 @@ foreach(pair IN LISTS LIBRARIES)
 endforeach()
 
 file(REMOVE "${OUT}")
-execute_process(COMMAND "${CMAKE_COMMAND}" -E tar cf "${OUT}" --format=zip -- AndroidManifest.xml R.txt classes.jar jni
-                        prefab proguard.txt WORKING_DIRECTORY "${work}" COMMAND_ERROR_IS_FATAL ANY)
+set(create cfM "${OUT}")
+if(DATE)
+  set(create --create --no-manifest "--date=${DATE}" --file "${OUT}")
+endif()
+execute_process(COMMAND "${JAR_TOOL}" ${create} -C "${work}" . COMMAND_ERROR_IS_FATAL ANY)
 file(REMOVE_RECURSE "${work}")
 file(SIZE "${OUT}" bytes)
 message(NOTICE "Packed ${OUT}: ${bytes} bytes")

@@ -58,18 +58,29 @@ def platform_tag(library):
     return "manylinux_%d_%d_%s" % (*max([OLDEST_GLIBC, *needed]), MACHINES[machine])
 
 
+def same_permissions(folder):
+    """Take from the files those of this checkout, which a wheel would note."""
+    for file in folder.iterdir():
+        file.chmod(0o644)
+
+
 class BuildWithLibrary(build_py):
     def run(self):
         shutil.rmtree(self.build_lib, ignore_errors=True)  # what an older source left there
         super().run()
         library = build_library(Path(self.get_finalized_command("build").build_temp).resolve())
         shutil.copyfile(library, Path(self.build_lib) / "vask" / LIBRARY)
+        same_permissions(Path(self.build_lib) / "vask")
 
 
 class OneWheel(bdist_wheel):
     def finalize_options(self):
         super().finalize_options()
         self.root_is_pure = False
+
+    def egg2dist(self, egginfo_path, distinfo_path):
+        super().egg2dist(egginfo_path, distinfo_path)
+        same_permissions(Path(distinfo_path))
 
     def get_tag(self):
         return "py3", "none", platform_tag(Path(self.bdist_dir) / "vask" / LIBRARY)
@@ -80,6 +91,9 @@ class WithLibrary(Distribution):
         return True
 
 
+# The same files give the same wheel, whoever builds it and whenever: 1980 is the first year that its format knows.
+os.umask(0o022)
+os.environ.setdefault("SOURCE_DATE_EPOCH", "315532802")
 BUILD.mkdir(parents=True, exist_ok=True)
 setup(
     version=version(),
