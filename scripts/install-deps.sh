@@ -44,6 +44,7 @@ if [ "$extent" = --ci ]; then
   packages+=(libclang-rt-dev) # scripts/fuzz.sh: libFuzzer
   packages+=(musl-dev) # scripts/proofs/bits.sh
   packages+=(checksec abigail-tools)                                          # scripts/proofs/binary.sh
+  packages+=(faketime diffoscope-minimal openssh-client locales) # scripts/proofs/origin.sh
   packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 dpkg-dev) # Windows, and sources for it
 fi
 
