@@ -250,7 +250,7 @@ VASK_API void vask_stream_profile(int32_t device, int32_t os, epd_profile *profi
 VASK_API const char *vask_stream_complaint(const vask_stream_options *options);
 
 /**
- * Open a stream with the front end's own detector. All memory is allocated here (about 0.7 MB), except for
+ * Open a stream with the front end's own detector. All memory is allocated here (about 0.5 MB), except for
  * the queue's growth up to its bound.
  *
  * options  in: the options, copied; null: those of vask_stream_defaults

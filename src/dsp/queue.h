@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <type_traits>
 
@@ -66,7 +67,11 @@ QueueRead ReadQueue(Queue& q, T* dst, int32_t count, int32_t advance, int32_t wr
   for (int32_t done = 0; done < count;) {
     const int32_t slot = SlotOf(q, int64_t{q.read_pos} + done);
     const int32_t run = std::min(count - done, q.capacity - slot);  // up to the end of the storage
-    std::transform(q.data + slot, q.data + slot + run, dst + done, convert);
+    if constexpr (std::is_same_v<Convert, std::identity>) {
+      std::copy_n(q.data + slot, run, dst + done);  // a block, not one by one
+    } else {
+      std::transform(q.data + slot, q.data + slot + run, dst + done, convert);
+    }
     done += run;
   }
   q.read_pos = LimitTo32(int64_t{q.read_pos} + std::max(advance, 0));
@@ -79,7 +84,7 @@ QueueRead ReadQueue(Queue& q, T* dst, int32_t count, int32_t advance, int32_t wr
 
 template <typename Queue>
 QueueRead ReadQueue(Queue& q, ElementOf<Queue>* dst, int32_t count, int32_t advance) {
-  return ReadQueue(q, dst, count, advance, q.capacity, [](ElementOf<Queue> x) { return x; });
+  return ReadQueue(q, dst, count, advance, q.capacity, std::identity{});
 }
 
 }  // namespace vask

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "dsp/memory.h"
 #include "engine/cleaning.h"
 #include "engine/lifecycle.h"
 #include "epd/endpoint_tracker.h"
@@ -203,7 +204,9 @@ bool EnergyPath::Open(Timeline& line, const vask_stream_options& options) {
   hangover_frames_ = options.profile.hangover_frames;
   margin_end_ = line.rules.margin_end;
   if (!line.history.Open(NotesFor(hangover_frames_), kSampleFrames)) return false;
-  return CreateEngine(engine_, options.mode, ProfileInForce(options.profile));
+  if (!CreateEngine(engine_, options.mode, ProfileInForce(options.profile))) return false;
+  Release(engine_.spectrum_queue.data);  // which a stream does not read: nothing is copied there either
+  return true;
 }
 
 void EnergyPath::Close() { ReleaseEngine(engine_); }
