@@ -86,6 +86,8 @@ static void Ends(unsigned int cpu, void* data) {
     ++count;
   }
   printf("instructions %llu\n", (unsigned long long)total);
+  fflush(stdout);
+  if (listed == 0) return;
   all = malloc(count * sizeof *all);
   if (all == NULL) abort();
   for (i = 0, block = blocks; block != NULL; block = block->next) all[i++] = block;
