@@ -32,8 +32,8 @@ def make_inputs(folder):
     make = lambda *args: subprocess.run(args, check=True, stdout=subprocess.PIPE, stdin=subprocess.DEVNULL)
     ffmpeg = ("ffmpeg", "-v", "error")
     make(*ffmpeg, "-ss", "1", "-t", "2.7", "-i", RECORDING, "-bitexact", f"{stem}.wav")
-    make(*ffmpeg, "-i", f"{stem}.wav", f"{stem}.flac", f"{stem}.ogg", f"{stem}.mp3", "-ar", "44100", f"{stem}-44100.wav",
-         "-t", "1", f"{stem}-second.wav")
+    make(*ffmpeg, "-i", f"{stem}.wav", f"{stem}.flac", f"{stem}.ogg", f"{stem}.mp3", "-ar", "44100",
+         f"{stem}-44100.wav", "-t", "1", f"{stem}-second.wav")
     if QUICK:
         return stem
     Path(f"{stem}.paths").write_text(f"{stem}.wav\n{stem}-second.wav\n")
@@ -89,10 +89,11 @@ def main():
         names, lines = [name for name in names if name not in ("front end", "files")], []
     with tempfile.TemporaryDirectory(prefix="vask-faults-") as folder:
         stem = make_inputs(folder)
-        tasks = [(kind, what, stem, way, share)
-                 for kind, whats in ((job, lines), (entry, names)) for what in whats for way in WAYS for share in (0, 1)]
+        tasks = [(kind, what, stem, way, share) for kind, whats in ((job, lines), (entry, names))
+                 for what in whats for way in WAYS for share in (0, 1)]
         tried, wrong = faults.on_all_cores(tasks)
-    faults.conclude("allocation", wrong, f"{tried} failed allocations in {len(names)} entries of the library and {len(lines)} jobs")
+    faults.conclude("allocation", wrong,
+                    f"{tried} failed allocations in {len(names)} entries of the library and {len(lines)} jobs")
 
 
 if __name__ == "__main__":

@@ -27,10 +27,11 @@ JOBS = {
 
 
 def make_inputs(folder):
+    """Two parts of the recording; the part of their names before the endings."""
     stem = Path(folder) / "a"
-    for name, cut in (("", ("1", "2.7")), ("-second", ("4", "3"))):
-        subprocess.run(["ffmpeg", "-v", "error", "-ss", cut[0], "-t", cut[1], "-i", RECORDING, "-bitexact", f"{stem}{name}.wav"],
-                       check=True, stdin=subprocess.DEVNULL)
+    for name, start in (("", "1"), ("-second", "4")):
+        subprocess.run(["ffmpeg", "-v", "error", "-ss", start, "-t", "2.7", "-i", RECORDING, "-bitexact",
+                        f"{stem}{name}.wav"], check=True, stdin=subprocess.DEVNULL)
     Path(f"{stem}.paths").write_text(f"{stem}.wav\n{stem}-second.wav\n")
     return stem
 
@@ -64,7 +65,7 @@ def job(line, earlier, stem, kind):
                 if found != new or run.files != whole.files:
                     again = program.run(kind, 0, again=True)
                     if again.exit != 0 or kept(again.files) != new or any(map(faults.hidden, again.files)):
-                        failures.append(f"again gives status {again.exit}, {again.err[:300]!r}, {sorted(again.files)}")
+                        failures.append(f"again: status {again.exit}, {again.err[:300]!r}, {sorted(again.files)}")
                 if failures:
                     wrong.append(f"{line}: {run.fault}: {'; '.join(failures)}")
     return tried, wrong
@@ -73,7 +74,7 @@ def job(line, earlier, stem, kind):
 def threads(stem):
     """Where a thread does not start, the others do its work."""
     wrong, tried = [], 0
-    for line in (f"detect -j4 {' '.join([f'{stem}.wav', f'{stem}-second.wav'] * 3)}", f"report {stem}.wav -o page.html"):
+    for line in ("detect -j4" + f" {stem}.wav {stem}-second.wav" * 3, f"report {stem}.wav -o page.html"):
         with faults.Program(SHIM, [VASK, *line.split()]) as program:
             whole = program.run("thread")
             if whole.count == 0:
@@ -89,6 +90,7 @@ def threads(stem):
 def silence(stem):
     """A signal ends a job that waits for a pipe: one that is full, one that stays empty, one that nobody opens."""
     wrong, tried = [], 0
+    lines = (f"detect {stem}.wav -o out", "denoise - -o out.wav", f"trim {stem}.wav -o fifo")
     with tempfile.TemporaryDirectory(prefix="vask-faults-") as folder:
         empty_out, empty_in = os.pipe()
         full_out, full_in = os.pipe()
@@ -100,9 +102,9 @@ def silence(stem):
             os.set_blocking(full_in, True)
         os.mkfifo(Path(folder) / "fifo")
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-            for line, pipes in ((f"detect {stem}.wav -o out", {"stdout": full_in}), ("denoise - -o out.wav", {"stdin": empty_out}),
-                                (f"trim {stem}.wav -o fifo", {})):
-                with subprocess.Popen([VASK, *line.split()], cwd=folder, stderr=subprocess.PIPE, text=True, **pipes) as process:
+            for line, pipes in zip(lines, ({"stdout": full_in}, {"stdin": empty_out}, {})):
+                with subprocess.Popen([VASK, *line.split()], cwd=folder, stderr=subprocess.PIPE, text=True,
+                                      **pipes) as process:
                     time.sleep(0.3)  # more than it takes to come to the pipe
                     process.send_signal(number)
                     try:
