@@ -33,5 +33,6 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$" AND CMAKE_SIZEOF_VOID_P EQU
   target_compile_options(vask_hardening INTERFACE -fcf-protection=full)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
   set(VASK_MARKED ON)
-  target_compile_options(vask_hardening INTERFACE -mbranch-protection=standard)
+  # The compiler's own functions for atomics are not marked.
+  target_compile_options(vask_hardening INTERFACE -mbranch-protection=standard -mno-outline-atomics)
 endif()
