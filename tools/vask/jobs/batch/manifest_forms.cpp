@@ -11,6 +11,7 @@ namespace vask::command {
 namespace {
 
 constexpr double kLongest = 1e9;  // s
+constexpr int32_t kMostChannels = 1024;
 
 [[noreturn]] void Refuse(const std::string& message) { throw Refusal{"manifest", message}; }
 
@@ -47,10 +48,10 @@ int32_t Channel(Json value, int32_t first) {
   if (value.is_array()) value = value.size() == 1 ? Json(value[0]) : Json();
   if (value.is_string()) {
     const std::optional<double> number = Number(value.get<std::string>());
-    if (number) value = static_cast<int64_t>(*number);
+    if (number && std::abs(*number) <= kMostChannels) value = static_cast<int64_t>(*number);
   }
   if (value.is_null()) return 0;
-  if (!value.is_number_integer() || value < first || value > 1023 + first) {
+  if (!value.is_number_integer() || value < first || value >= kMostChannels + first) {
     Refuse("channel is not a number from " + std::to_string(first));
   }
   return value.get<int32_t>() + 1 - first;
@@ -68,7 +69,7 @@ void TakeSpan(Json& fields, Item& item) {
 // A recording of Lhotse's: {"id", "sources": [{"type", "channels", "source"}], ...}.
 void ReadSources(const Json& sources, Item& item) {
   if (!sources.is_array() || sources.size() != 1 || !sources[0].is_object()) Refuse("sources are not one");
-  const std::string type = sources[0].value("type", "file");
+  const Json type = sources[0].value("type", Json("file"));
   if (type != "file" && type != "command") Refuse("its source is neither a file nor a command");
   item.place = {Text(sources[0].value("source", Json()), "source"), type == "command"};
 }
@@ -76,8 +77,10 @@ void ReadSources(const Json& sources, Item& item) {
 }  // namespace
 
 void ReadJsonLine(const std::string& line, Item& item) {
-  Json fields = ParseJson(line);
-  if (!fields.is_object()) Refuse("is not a JSON object");
+  // One level deeper, as in the record of the line, which must be read again too.
+  Json objects = ParseJson("[" + line + "]");
+  if (!objects.is_array() || objects.size() != 1 || !objects[0].is_object()) Refuse("is not a JSON object");
+  Json fields = std::move(objects[0]);
   const bool is_lhotse = fields.contains("sources") || fields.contains("recording_id");
   if (const Json id = Take(fields, std::array{"id"}); !id.is_null()) item.id = Text(id, "id");
   item.given = std::move(fields);

@@ -22,7 +22,7 @@ std::optional<Json> BatchOutput::Old() {
   is_past_old_ = !line;
   if (!line) return std::nullopt;
   const Json record = ParseJson(*line);
-  if (!record.is_object() || record.value("settings", "") != settings_) {
+  if (!record.is_object() || record.value("settings", Json()) != settings_) {
     throw FatalError(Printable(arguments_.output) +
                      ": an earlier run wrote it with other options, or another " +
                      "version: remove it or choose another name");
