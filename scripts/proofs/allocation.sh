@@ -3,7 +3,7 @@
 # nothing and starts again with the same output, and each job of the command ends with a line about it and no part of
 # a file. Linux on x86-64. (Java's test is VaskWithoutMemoryTest.)
 #
-#   scripts/proofs/allocation.sh           a minute and a half on two cores
+#   scripts/proofs/allocation.sh           about a minute on two cores
 #   scripts/proofs/allocation.sh --quick   most entries of the library only
 set -euo pipefail
 cd "$(dirname "$0")/../.."

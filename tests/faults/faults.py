@@ -95,7 +95,15 @@ class Program:
         return Run(self, kind, number, self.line.readline().split())
 
 
+class Known(str):
+    """A complaint about a library that is not ours."""
+
+
 def conclude(name, complaints, figures):
+    known = sum(isinstance(complaint, Known) for complaint in complaints)
+    if known:
+        figures += f", {known} of them in other libraries, which do not look"
+    complaints = [complaint for complaint in complaints if not isinstance(complaint, Known)]
     for complaint in complaints[:20]:
         print(complaint)
     if complaints:
