@@ -19,10 +19,10 @@ constexpr std::array<int32_t, 120> kSinesQ30 = {
 #include "dsp/tables/ss1.inc"
 };
 
-constexpr float FromQ30(int32_t x) { return static_cast<float>(x / 1073741824.0); }  // rounded once
+consteval float FromQ30(int32_t x) { return static_cast<float>(x / 1073741824.0); }  // rounded once
 
 // cos(2 pi j / 512), j = 0 .. 511, from the first eighth of a turn.
-constexpr float Cosine(size_t j) {
+consteval float Cosine(size_t j) {
   const size_t half = j > 256 ? 512 - j : j;
   const size_t quarter = half > 128 ? 256 - half : half;
   float value = 1;
@@ -33,7 +33,7 @@ constexpr float Cosine(size_t j) {
   return half > 128 ? -value : value;
 }
 
-constexpr float Sine(size_t j) { return Cosine((j + 384) % 512); }
+consteval float Sine(size_t j) { return Cosine((j + 384) % 512); }
 
 // Factors of a pass of 4 * n points: those of the second, third and fourth point, side by side.
 template <size_t n>
@@ -42,7 +42,7 @@ struct PassFactors {
 };
 
 template <size_t n>
-constexpr PassFactors<n> MakePassFactors() {
+consteval PassFactors<n> MakePassFactors() {
   PassFactors<n> factors{};
   for (size_t p = 0; p < n; ++p) {
     for (size_t i = 0; i < 3; ++i) {
@@ -61,14 +61,15 @@ struct HalfTurns {
   alignas(32) std::array<float, kHalf / 2> c, s;
 };
 
-constexpr HalfTurns kHalfTurns = [] {
+constexpr HalfTurns kHalfTurns = []() consteval {
   HalfTurns turns{};
   for (size_t k = 0; k < kHalf / 2; ++k) {
     turns.c[k] = Cosine(k) / 2;
     turns.s[k] = Sine(k) / 2;
   }
   return turns;
-}();
+}
+();
 
 struct Points {
   alignas(32) std::array<float, kHalf> re, im;

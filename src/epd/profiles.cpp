@@ -16,7 +16,7 @@ constexpr int32_t kH2lRatioQ16 = Q<16>(0.76);
 constexpr int32_t kH2lRatioWideQ16 = Q<16>(0.96);
 static_assert(kH2lRatioQ16 == 49807 && kH2lRatioWideQ16 == 62914);
 
-constexpr epd_profile WithCommonThresholds(epd_profile p) {
+consteval epd_profile WithCommonThresholds(epd_profile p) {
   p.voiced_check_frames = 75;
   p.yin_min = Q<16>(0.63);
   p.amdf_low = 65;
@@ -29,7 +29,7 @@ constexpr epd_profile WithCommonThresholds(epd_profile p) {
 }
 
 // The eight values in which the devices differ.
-constexpr epd_profile Row(int32_t long_speech, int32_t max_unvoiced, int32_t vad_threshold,
+consteval epd_profile Row(int32_t long_speech, int32_t max_unvoiced, int32_t vad_threshold,
                           int32_t sample_shift, int32_t energy_shift, int32_t h2l_ratio_max,
                           int32_t uv_vote_min, int32_t uv_energy_offset) {
   return WithCommonThresholds({.hangover_frames = 100,
@@ -75,7 +75,7 @@ constexpr Choice kChoices[] = {
 };
 constexpr Choice kUnlisted = {0, kB, kA};
 
-constexpr epd_profile MakeReference() {
+consteval epd_profile MakeReference() {
   epd_profile p = Row(130, 150, 40, 3, 1, kH2lRatioQ16, kSevenVotesQ30, 35);
   p.hangover_frames = 80;
   return p;

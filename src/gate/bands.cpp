@@ -25,7 +25,7 @@ struct Shares {
   std::array<uint16_t, kSpectrumBins> rising_q8;
 };
 
-constexpr Shares MakeShares() {
+consteval Shares MakeShares() {
   Shares shares = {};
   for (size_t edge = 0; edge < kEdgesQ4.size(); ++edge) shares.first_bin[edge] = (kEdgesQ4[edge] + 15) / 16;
   shares.first_bin.back() = kSpectrumBins;

@@ -31,7 +31,6 @@ class Gate {
   // Hear one frame. True: it completes a step, and verdict() is that of the step.
   bool Hear(std::span<const int16_t, kFrame> frame);
   const Verdict& verdict() const { return verdict_; }
-  std::span<const int64_t> power() const { return analysis_.power(); }
 
  private:
   void ForgetLongQuiet();

@@ -10,7 +10,7 @@ namespace vask {
 inline constexpr int32_t kColumnStep = 16;  // rows are padded with zeros to a multiple of this
 
 // The length of a row that holds `values` weights.
-constexpr int32_t PaddedColumns(int32_t values) {
+consteval int32_t PaddedColumns(int32_t values) {
   return (values + kColumnStep - 1) / kColumnStep * kColumnStep;
 }
 

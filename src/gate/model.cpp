@@ -121,7 +121,7 @@ constexpr int8_t kBuiltInBytes[] = {
 #include "gate/tables/model.inc"
 };
 
-constexpr Model ReadBuiltIn() {
+consteval Model ReadBuiltIn() {
   Model model = {};
   const int32_t reason = ReadLayout(kBuiltInBytes, model);
   if (reason != VASK_MODEL_OK) model.digest = 0;

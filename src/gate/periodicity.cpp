@@ -33,7 +33,7 @@ constexpr std::array<int8_t, kPeriod / 4 + 1> kQuarterCosine = {
     50,  49,  47,  46,  44,  43,  41,  40,  38,  37,  35,  34,  32,  31,  29,  28,  26,  25,  23,
     22,  20,  19,  17,  16,  14,  12,  11,  9,   8,   6,   5,   3,   2,   0};
 
-constexpr int8_t Cosine(int32_t turn) {
+consteval int8_t Cosine(int32_t turn) {
   const int32_t half = turn % kPeriod > kPeriod / 2 ? kPeriod - turn % kPeriod : turn % kPeriod;
   const bool is_negative = half > kPeriod / 4;
   const int8_t value = kQuarterCosine[static_cast<size_t>(is_negative ? kPeriod / 2 - half : half)];
@@ -41,7 +41,7 @@ constexpr int8_t Cosine(int32_t turn) {
 }
 
 // Row j: the cosines of lag j over the bins.
-constexpr std::array<int8_t, kLags * kBins> MakeCosines() {
+consteval std::array<int8_t, kLags * kBins> MakeCosines() {
   std::array<int8_t, kLags* kBins> cosines = {};
   for (size_t j = 0; j < kLags; ++j) {
     for (int32_t k = 0; k < kBins; ++k) {

@@ -40,7 +40,6 @@ class Resampler {
   // The same at the end of the input: silence follows it, and the last output stands before its end.
   size_t GiveRest(std::span<int16_t> out);
 
-  int64_t taken() const { return taken_; }
   int64_t OutputsInAll() const;  // those that stand before the end of what has been taken
 
  private:

@@ -89,11 +89,6 @@ void Outbox::Push(std::span<const int16_t> samples) {
   pushed_ += static_cast<int64_t>(samples.size());
 }
 
-void Outbox::PushSilence(int64_t samples) {
-  std::fill_n(At(pushed_), samples, int16_t{0});
-  pushed_ += samples;
-}
-
 int64_t Outbox::TakeBack(int64_t from, int64_t to) {
   from = std::max({from, taken_, frozen_});
   if (to > from) {

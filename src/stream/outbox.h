@@ -24,7 +24,6 @@ class Outbox {
   Room Reserve(int64_t samples);
 
   void Push(std::span<const int16_t> samples);
-  void PushSilence(int64_t samples);
   int64_t pushed() const { return pushed_; }
 
   // Take back [from, to), except what the caller already has; returns where the removed part began.
