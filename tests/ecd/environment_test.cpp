@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <initializer_list>
+#include <tuple>
 
 namespace {
 
@@ -46,6 +47,23 @@ TEST(Environment, WritesWithinTheHistoriesAndOnlyWhileItIsOn) {
     process({2});  // without storage
     EXPECT_EQ(ecdorgFrames, c.next) << c.written;
     EXPECT_EQ(__Vask_epd_ecd_change(), -1) << c.written;
+  }
+  Vask_epd_stop();
+}
+
+TEST(Environment, ASampleAboveTheMaximumIsNotComparedWithTheMinimum) {
+  ASSERT_EQ(Vask_epd_init(".", 1), 1);
+  std::array<int16_t, 160> rising, falling;
+  for (size_t i = 0; i < rising.size(); ++i) {
+    rising[i] = static_cast<int16_t>(4 + i);
+    falling[i] = static_cast<int16_t>(3 - i);
+  }
+  for (const auto& [samples, low, high] : {std::tuple{rising, 5, 163}, {falling, -156, 3}}) {
+    sample_min = 5, sample_max = 3;  // out of order, as a caller can set them
+    auto frame = samples;
+    Vask_epd_speechenhance(frame.data(), 160, nullptr, nullptr);
+    EXPECT_EQ(sample_min, low);
+    EXPECT_EQ(sample_max, high);
   }
   Vask_epd_stop();
 }

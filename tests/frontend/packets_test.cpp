@@ -123,7 +123,20 @@ TEST_F(Packets, HeadersAreReadOnlyAsTheyAreWritten) {
     EXPECT_EQ(vask_read_packet_header(bytes, static_cast<int32_t>(c.text.size()), &type), c.n) << c.text;
     EXPECT_EQ(type, c.n > 0 ? c.text[0] : '?') << c.text;
     EXPECT_EQ(vask_read_packet_header(bytes, static_cast<int32_t>(c.text.size()), nullptr), c.n) << c.text;
+    if (c.n == 0) continue;
+    uint8_t written[8];
+    EXPECT_EQ(vask_write_packet_header(c.text[0], c.n, written), 8);
+    EXPECT_EQ(std::string(written, written + 8), c.text.substr(0, 8));
   }
+  struct Refused {
+    char type;
+    int32_t n;
+  };
+  uint8_t untouched[8] = {9};
+  for (const Refused& r : {Refused{'D', 0}, {'D', -1}, {'D', 1000000}, {'X', 160}})
+    EXPECT_EQ(vask_write_packet_header(r.type, r.n, untouched), 0) << r.type << r.n;
+  EXPECT_EQ(vask_write_packet_header('D', 160, nullptr), 0);
+  EXPECT_EQ(untouched[0], 9);
   EXPECT_EQ(vask_read_packet_header(nullptr, 8, nullptr), 0);
   EXPECT_EQ(vask_read_packet_header(reinterpret_cast<const uint8_t*>("D    160"), -1, nullptr), 0);
 }

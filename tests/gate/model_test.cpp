@@ -108,7 +108,7 @@ TEST(Model, IsRefusedIfThereIsNoRoomForItOrABiasCouldOverflow) {
   }
 }
 
-TEST(Model, IsReadFromItsFile) {
+TEST(Model, IsReadFromItsFileOrFromMemory) {
   const test::Folder folder;
   const std::string bytes = SmallModel();
   const auto opened = [&](const std::string& contents, int32_t* reason) {
@@ -120,6 +120,12 @@ TEST(Model, IsReadFromItsFile) {
   vask_model* model = opened(bytes, &reason);
   ASSERT_NE(model, nullptr);
   EXPECT_EQ(reason, VASK_MODEL_OK);
+  vask_model* in_memory = vask_model_read(bytes.data(), static_cast<uint32_t>(bytes.size()), &reason);
+  EXPECT_EQ(reason, VASK_MODEL_OK);
+  EXPECT_EQ(vask_model_digest(in_memory), vask_model_digest(model));
+  vask_model_close(in_memory);
+  EXPECT_EQ(vask_model_read(nullptr, 100, &reason), nullptr);
+  EXPECT_EQ(reason, VASK_MODEL_NO_FILE);
   const auto* digest = reinterpret_cast<const uint8_t*>(bytes.data()) + 12;
   EXPECT_EQ(vask_model_digest(model),
             digest[0] | digest[1] << 8 | digest[2] << 16 | static_cast<uint32_t>(digest[3]) << 24);
@@ -135,6 +141,8 @@ TEST(Model, IsReadFromItsFile) {
                                            {bytes + std::string(200000, '\0'), VASK_MODEL_DAMAGED}}) {
     EXPECT_EQ(opened(contents, &reason), nullptr);
     EXPECT_EQ(reason, expected) << contents.size() << " bytes";
+    EXPECT_EQ(vask_model_read(contents.data(), static_cast<uint32_t>(contents.size()), &reason), nullptr);
+    EXPECT_EQ(reason, expected) << contents.size() << " bytes in memory";
   }
   const std::string missing = folder / "missing", itself = folder / "";
   for (const char* path : {missing.c_str(), itself.c_str(), static_cast<const char*>(nullptr)}) {

@@ -144,5 +144,13 @@ TEST(StreamArguments, ProbabilitiesAreOnlyThereWithTheLearnedDetector) {
   EXPECT_FALSE(Stream().Hearing().has_value());
 }
 
+TEST(StreamArguments, OtherKindsAndReasonsAreUnknown) {
+  for (const int32_t number : {-1, 99}) {
+    EXPECT_STREQ(vask_stream_kind_name(number), "unknown");
+    EXPECT_STREQ(vask_stream_reason_name(number), "unknown");
+  }
+  EXPECT_STREQ(vask_stream_kind_name(VASK_STREAM_ENDED), "ended");
+}
+
 }  // namespace
 }  // namespace vask
