@@ -37,7 +37,8 @@ constexpr Container kContainers[] = {
     {"riff", 40, 16, 8, false, true, 8, "data", 0, uint64_t{1} << 62},
 };
 
-constexpr int kMostChunks = 1000;  // more only in nonsense
+constexpr int kMostChunks = 1000;       // more only in nonsense
+constexpr double kMostFrames = 0x1p52;  // too
 
 uint64_t Number(const uint8_t* bytes, size_t count, bool big_endian) {
   uint64_t value = 0;
@@ -161,8 +162,9 @@ int64_t PromisedFrames(const std::string& path, const SF_INFO& info) {
   const std::optional<Bytes> bytes = HeaderReader(path).Find();
   if (!bytes || bytes->promised <= bytes->present) return 0;
   const double share = static_cast<double>(bytes->promised) / static_cast<double>(bytes->present);
-  const auto frames = static_cast<int64_t>(std::ceil(static_cast<double>(info.frames) * share));
-  return std::max<int64_t>(frames, info.frames + 1);
+  const double frames = std::ceil(static_cast<double>(info.frames) * share);
+  if (frames > kMostFrames) return 0;
+  return std::max(static_cast<int64_t>(frames), int64_t{info.frames} + 1);
 }
 
 }  // namespace vask::command
