@@ -35,7 +35,7 @@ cmake --preset coverage > "$build/configure.log" 2>&1 || fail "see $build/config
 cmake --build --preset coverage --target "${targets[@]}" > "$build/build.log" 2>&1 || fail "see $build/build.log"
 export LLVM_PROFILE_FILE=$build/counts/%4m.profraw
 if [ "${1:-}" = --quick ]; then
-  for test in "${targets[@]}"; do "$build/tests/$test" > "$build/test.log" || fail "see $build/test.log"; done
+  for test in "${targets[@]}"; do "$build/tests/$test" > "$build/test.log" 2>&1 || fail "see $build/test.log"; done
   figures codec tests/coverage/library.txt 100,98,84 tests/codec_adpcm_test src/codec
   exit
 fi

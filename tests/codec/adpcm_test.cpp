@@ -125,4 +125,10 @@ TEST(Adpcm, TreatsAnIndexBeyondTheTableAsItsLast) {
   }
 }
 
+TEST(Adpcm, NoSamplesNeedNoBuffers) {
+  adpcm_state state = {-5, 0};
+  EXPECT_EQ(adpcm_coder(nullptr, nullptr, 0, &state), -5);   // the value
+  EXPECT_EQ(adpcm_decoder(nullptr, nullptr, 0, &state), 7);  // the step
+}
+
 }  // namespace
