@@ -21,8 +21,8 @@
 extern "C" {
 #include "digest/digest.h"
 
-[[gnu::noinline, gnu::noclone]] void counting_starts() { __asm__ volatile("" ::: "memory"); }
-[[gnu::noinline, gnu::noclone]] void counting_ends() { __asm__ volatile("" ::: "memory"); }
+[[gnu::noinline]] void counting_starts() { __asm__ volatile("" ::: "memory"); }
+[[gnu::noinline]] void counting_ends() { __asm__ volatile("" ::: "memory"); }
 }
 
 namespace {
