@@ -43,7 +43,8 @@ if [ "$extent" = --ci ]; then
   packages+=(parallel openmpi-bin slurmctld slurmd slurm-client python3-distributed) # examples/corpus
   packages+=(libclang-rt-dev) # scripts/fuzz.sh: libFuzzer
   packages+=(musl-dev) # scripts/proofs/bits.sh
-  packages+=(checksec abigail-tools)                                          # scripts/proofs/binary.sh
+  packages+=(clang-19 llvm-19 libclang-rt-19-dev) # scripts/proofs/coverage.sh
+  packages+=(checksec abigail-tools) # scripts/proofs/binary.sh
   packages+=(faketime diffoscope-minimal openssh-client locales) # scripts/proofs/origin.sh
   packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 dpkg-dev) # Windows, and sources for it
 fi
