@@ -22,15 +22,13 @@ constexpr size_t kFlushBytes = 1 << 16;
 constexpr int kLookForReader = 50;                       // ms
 constexpr std::string_view kTemporary = ".vask-XXXXXX";  // the last six are arbitrary
 
-// The mode that open() would have given: mkostemp() creates files for the owner only.
-mode_t NewFileMode() {
-  static const mode_t mode = [] {
-    const mode_t mask = umask(0);
-    umask(mask);
-    return 0666 & ~mask;
-  }();
-  return mode;
-}
+// The mode that open() would have given: mkostemp() creates files for the owner only. Before there are
+// threads, whose files the mask of this moment would open to everybody.
+const mode_t new_file_mode = [] {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
+}();
 
 // A list of all that there are, which takes no memory.
 std::mutex all_lock;
@@ -81,7 +79,7 @@ void OutputFile::Open() {
     if (exists && access(target_.c_str(), W_OK) != 0) ThrowUnwritable(errno);
     MakeTemporary();
     // The file is ours; if its mode cannot be set it merely stays private.
-    static_cast<void>(fchmod(fd_, exists ? (status.st_mode & 07777) : NewFileMode()));
+    static_cast<void>(fchmod(fd_, exists ? (status.st_mode & 07777) : new_file_mode));
   }
 }
 
