@@ -116,7 +116,7 @@ class Batch(unittest.TestCase):
         write('rec.jsonl.gz', gzip.compress(text(
             {'id': 'a', 'sources': [{'type': 'file', 'channels': [0], 'source': '3.wav'}], 'duration': 5})))
         write('sup.jsonl', text({'id': 's', 'recording_id': 'a', 'start': 0.5, 'duration': 3, 'channel': 0, 'x': [1]}))
-        write('list.csv', b'path,offset,duration,speaker\n"3.wav",0.5,3,"a ""b"", c"\n3.wav,,,\n3.wav,1\n')
+        write('list.csv', b'\xef\xbb\xbfpath,offset,duration,speaker\n"3.wav",0.5,3,"a ""b"", c"\n3.wav,,,\n3.wav,1\n')
         write('nemo.json', text({'audio_filepath': '3.wav', **span, 'text': 'hi'}))
         for arguments, expected, status in [
                 (['wav.scp', '--allow-commands'], [whole, whole], 0),

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <new>
+#include <string_view>
+#include <utility>
 
 #include "terminal/arguments.h"
 #include "terminal/errors.h"
@@ -13,6 +15,7 @@ namespace vask::command {
 namespace {
 
 constexpr size_t kBlockBytes = 1 << 16;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 gzFile_s* OpenGzip(const InputFile& file) {
   const int fd = fcntl(file.fd(), F_DUPFD_CLOEXEC, 0);
@@ -45,6 +48,8 @@ std::optional<ManifestLine> LineReader::Next() {
   }
   if (!any) return std::nullopt;
   if (line.text.ends_with('\r')) line.text.pop_back();
+  if (std::exchange(is_first_, false) && line.text.starts_with(kByteOrderMark))
+    line.text.erase(0, kByteOrderMark.size());
   return line;
 }
 

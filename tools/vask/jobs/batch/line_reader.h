@@ -40,6 +40,7 @@ class LineReader {
   InputFile file_;
   std::unique_ptr<gzFile_s, CloseGzip> gzip_;  // null: the file is read as it is
   std::vector<uint8_t> block_;
+  bool is_first_ = true;        // the next line is: it may have a byte order mark
   size_t begin_ = 0, end_ = 0;  // what of it is not taken yet
 };
 
