@@ -88,7 +88,7 @@ TEST_F(TerminalLines, FitTheWindowAndFollowIt) {
                         {denoise, 60, 30, "] ", "...more.wav"},
                         {progress, 14, 3, " %", ""},
                         {denoise, 0, 0, "[", "-and-more.wav"},
-                        {meter, 100, 60, " dB  [", "voiced"},
+                        {meter, 100, 60, " dB  [", " dB  ["},
                         {meter, 40, 30, " dB  [", " dB  "},
                         {meter, 8, 20, "", " dB  "}}) {
     const std::vector<std::string> lines = Drawn(c.args, c.columns, c.later);
