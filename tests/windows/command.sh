@@ -32,11 +32,15 @@ run() {
 for folder in native windows; do
   cp "$recording" $folder/room.wav
   tail -c +45 "$recording" > $folder/room.raw
+  printf '{"path": "room.wav", "offset": 1, "duration": 8}\n{"path": "none"}\n{"path": "room.wav"}\n' > $folder/list.jsonl
 done
 
 run 0 detect room.wav
 run 0 detect -f jsonl --verbose room.wav
 run 0 detect --detector energy --preset robust room.wav
+run 3 batch list.jsonl
+run 3 batch -o records.jsonl --clips clips --shard-size 2 list.jsonl
+run 0 batch --records records.jsonl -f rttm
 run 0 detect -   # a file as standard input
 run 0 env room.wav
 run 0 mfcc room.wav -o room.npy

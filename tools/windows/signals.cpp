@@ -22,7 +22,7 @@ constexpr DWORD kEndsAfter = 4000;  // ms; the system gives a closed console 5 s
 constexpr ULONG kNobodyReads = 4;   // FILE_PIPE_CLOSING_STATE
 
 std::atomic<int> noted_signal = 0;
-HANDLE noted = nullptr;  // an event that is set with it
+HANDLE noted = nullptr;  // an event that is set with it, and where all waits end
 
 BOOL WINAPI NoteEvent(DWORD event) {
   const bool asks = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
@@ -71,7 +71,7 @@ bool WaitToRead(int fd, int to) {
     const HANDLE either[] = {noted, source};
     WaitForMultipleObjects(2, either, FALSE, INFINITE);
   }
-  return !SignalNoted() && (to < 0 || HasReader(to));
+  return !WaitForSignal(0) && (to < 0 || HasReader(to));
 }
 
 bool WaitToWrite(int /*fd*/) { return true; }
@@ -79,6 +79,8 @@ bool WaitToWrite(int /*fd*/) { return true; }
 bool WaitForSignal(int milliseconds) {
   return WaitForSingleObject(noted, static_cast<DWORD>(milliseconds)) == WAIT_OBJECT_0;
 }
+
+void EndWaits() { SetEvent(noted); }
 
 // A shell sees the status that it sees elsewhere.
 void EndBySignal(int signal) {
