@@ -24,7 +24,10 @@ done
 cmake --preset fuzz > /dev/null
 cmake --build --preset fuzz > build/fuzz/build.log || { tail -n 30 build/fuzz/build.log && exit 1; }
 programs=$PWD/build/fuzz/tests/fuzz logs=$PWD/build/fuzz/logs found=$PWD/build/fuzz/corpus faults=$PWD/build/fuzz/faults
-[ ${#targets[@]} -gt 0 ] || for program in "$programs"/fuzz_*; do targets+=("${program##*/fuzz_}"); done
+if [ ${#targets[@]} -eq 0 ]; then
+  # Folders and archives of the build have such names, too.
+  for program in "$programs"/fuzz_*; do [[ $program == *.* ]] || targets+=("${program##*/fuzz_}"); done
+fi
 TMPDIR=$(mktemp -d)
 trap 'rm -rf "$TMPDIR"' EXIT
 export TMPDIR programs logs found faults seconds keep
