@@ -22,7 +22,7 @@ file() {
   done
   # Those that print or copy what is not of fixed length do it with checks.
   [[ $path == *Streams* ]] || grep -qF '"fortify_source":"yes"' <<< "$said" || fail "$path is not fortified: $said"
-  found=$(readelf -nW "$path" 2> /dev/null | sed -n 's/.*Properties: .*feature: \(.*[^[:space:]]\).*/\1/p')
+  found=$(readelf -nW "$path" 2> /dev/null | sed -n 's/.*Properties: .*feature: \([A-Z, ]*[A-Z]\).*/\1/p')
   [ "$found" = "$marks" ] || fail "$path is marked with '$found', not '$marks': a part of it may be without"
   newest=$(readelf --version-info "$path" | grep -o 'GLIBC_[0-9.]*' | sort -Vu | tail -1)
   [ "$(printf '%s\n' "$newest" "GLIBC_$bar" | sort -V | tail -1)" = "GLIBC_$bar" ] || fail "$path needs $newest, not GLIBC_$bar"
