@@ -192,7 +192,7 @@ class Batch(unittest.TestCase):
         write('longer.jsonl.part', b''.join(lines) + lines[0])
         batch(corpus, '-o', 'longer.jsonl', '--resume', status=1)
         write('locked.jsonl.part', b'')
-        with subprocess.Popen(['flock', 'locked.jsonl.part', 'sleep', '60']) as holder:
+        with subprocess.Popen(['flock', '--no-fork', 'locked.jsonl.part', 'sleep', '60']) as holder:
             time.sleep(0.3)
             batch(corpus, '-o', 'locked.jsonl', status=1)
             holder.kill()
