@@ -9,17 +9,11 @@ vask=$(realpath "${1:-build/release/vask}") files=${2:-10000}
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-python3 - samples/room.wav "$folder" "$files" "$vask" << 'END'
-import os, resource, subprocess, sys, threading, time, wave
-room, folder, files, vask = wave.open(sys.argv[1]).readframes(320000), sys.argv[2], int(sys.argv[3]), sys.argv[4]
-os.chdir(folder)
-for k in range(files):
-    if k >= 100:  # the same sound again
-        os.link(f'{k % 100:05}.wav', f'{k:05}.wav')
-        continue
-    with wave.open(f'{k:05}.wav', 'wb') as piece:
-        piece.setparams((1, 2, 16000, 0, 'NONE', ''))
-        piece.writeframes(room[6400 * k % 400000:][:5 * 32000])
+bench/short_files.py samples/room.wav "$folder" "$files"
+cd "$folder"
+python3 - "$files" "$vask" << 'END'
+import os, subprocess, sys, threading, time
+files, vask = int(sys.argv[1]), sys.argv[2]
 lines = [f'{k:05}.wav\n' for k in range(files)]
 
 def run(count, jobs):

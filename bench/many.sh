@@ -9,18 +9,7 @@ vask=$(realpath "$1") other=$(realpath "$2") files=${3:-10000}
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-python3 - samples/room.wav "$folder" "$files" << 'END'
-import os, sys, wave
-room = wave.open(sys.argv[1]).readframes(320000)
-for k in range(int(sys.argv[3])):
-    name = f"{sys.argv[2]}/{k:05}.wav"
-    if k >= 100:  # the same sound again
-        os.link(f"{sys.argv[2]}/{k % 100:05}.wav", name)
-        continue
-    with wave.open(name, "wb") as piece:
-        piece.setparams((1, 2, 16000, 0, "NONE", ""))
-        piece.writeframes(room[6400 * k % 400000:][:5 * 32000])
-END
+bench/short_files.py samples/room.wav "$folder" "$files"
 
 cd "$folder"
 ls ./*.wav > all
